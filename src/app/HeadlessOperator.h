@@ -1,0 +1,30 @@
+#pragma once
+
+#include "app/OperatorInterface.h"
+
+#include <cstdio>
+
+// Writes message boxes to standard error as "[icon] TITLE: TEXT" and shows
+// progress only when standard error is a terminal.
+class HeadlessOperator : public OperatorInterface {
+public:
+    explicit HeadlessOperator(std::FILE* stream = stderr);
+
+    void messageBox(const QString& text, const QString& title, MessageIcon icon) override;
+    void setProgressRange(int minimum, int maximum) override;
+    void setProgressValue(int value) override;
+    void processEvents() override {}
+
+    static QString iconName(MessageIcon icon);
+    // The exact text written for one message box, without the final newline.
+    static QString formatMessage(const QString& text, const QString& title, MessageIcon icon);
+
+private:
+    void clearProgressLine();
+
+    std::FILE* stream_;
+    bool showProgress_;
+    int minimum_ = 0;
+    int maximum_ = 0;
+    int lastPercent_ = -1;
+};

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+
+// Everything the engine needs from whoever watches the run: message boxes,
+// progress and a chance for the window system to breathe. The window
+// implementation lives with the executable, the headless one in the core, so
+// nothing under engine/ ever includes a Widgets header.
+enum class MessageIcon { Critical, Warning, Information };
+
+class OperatorInterface {
+public:
+    virtual ~OperatorInterface() = default;
+
+    // Shows the message and returns once the operator has acknowledged it.
+    virtual void messageBox(const QString& text, const QString& title, MessageIcon icon) = 0;
+
+    virtual void setProgressRange(int minimum, int maximum) = 0;
+    virtual void setProgressValue(int value) = 0;
+
+    // Lets pending window events run (repaint, progress). Headless: nothing.
+    virtual void processEvents() = 0;
+};
+
+// The title every message box of the program carries.
+inline const QString kProgramTitle = QStringLiteral("Quorvane");

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "app/OperatorInterface.h"
+#include "config/Configuration.h"
+#include "engine/ValidationContext.h"
+#include "report/ReportState.h"
+#include "text/ToolkitState.h"
+#include "text/xmlClass.h"
+
+#include <QList>
+#include <QString>
+#include <QStringView>
+
+#include <cstdint>
+#include <vector>
+
+// The one process-wide run state, made in main() and handed by reference to
+// every procedure. Nothing else holds state between calls.
+struct RunState {
+    explicit RunState(OperatorInterface& operatorInterface)
+        : ui(operatorInterface), xml(toolkit, operatorInterface, config.ApplicationPath) {}
+    RunState(const RunState&) = delete;
+    RunState& operator=(const RunState&) = delete;
+
+    OperatorInterface& ui;
+    Configuration config;
+    QString programName = QStringLiteral("quorvane");  // names the program logs
+
+    // Run fields of start-up and the run windows.
+    QString inputPath;
+    QString inputFileName;
+    QString taskCode;
+    bool batchMode = false;
+    QString parentFolderPart;
+    QString outputFolder;
+    QString currentInputPath;
+    QString reportFolder;  // where the reports go; ends with "/"
+
+    // The document being validated: the whole text, decoded once, and the
+    // start offset of every line (lines are split at CR LF only).
+    QString wholeText;
+    std::vector<std::int32_t> lineStarts;
+    int lineCount() const { return static_cast<int>(lineStarts.size()); }
+    QStringView line(int index) const;
+
+    ToolkitState toolkit;
+    xmlClass xml;
+
+    // Validation state of the driver.
+    ValidationContext context;
+    ValidationContext previousTag;
+    ValidationContext previousStartTag;
+    QList<ValidationContext> openTags;  // oldest first; kept from one file to the next
+    QList<std::int32_t> rowStack{0};    // element 0 is the base entry
+    std::int32_t currentRow = 0;
+    QString contextElement;
+    QString routineParameter;           // upper-cased by the dispatcher
+    std::int32_t citationState = -1;
+
+    ReportState report;
+};
+
+inline QStringView RunState::line(int index) const
+{
+    const qsizetype start = lineStarts[index];
+    const qsizetype end = index + 1 < lineCount() ? lineStarts[index + 1] - 2 : wholeText.size();
+    return QStringView(wholeText).sliced(start, end - start);
+}

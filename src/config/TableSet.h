@@ -1,0 +1,82 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <array>
+#include <cstdint>
+#include <memory>
+
+// The nineteen support files, in the order of the configuration's table-set
+// fields (which is also the order of the missing-field list and of the
+// existence check; the loading order differs and lives with the loaders).
+enum class SupportFile : int {
+    RoutineDeclTbl,
+    TextValidityTbl,
+    NoHRTDeclTbl,
+    WithHRTDeclTbl,
+    HyphenatedTbl,
+    UnConEntitiesTbl,
+    NoLeadZeroTbl,
+    AttribUnconTbl,
+    SpecialCharTbl,
+    Convert2AttribTbl,
+    Convert2TagTbl,
+    CompContTbl,
+    CitationValTbl,
+    CheckPairTbl,
+    CheckPairContTbl,
+    FilenameCheck,
+    CountRefCheck,
+    PCPDataCompare,
+    ImageValidationTbl,
+};
+constexpr int kSupportFileCount = 19;
+
+// One loaded support table. Each rule family derives its own row type; the
+// loaded tables are immutable once loaded, so table sets share them freely.
+struct SupportTable {
+    virtual ~SupportTable() = default;
+};
+
+// One set of support-table names, rule settings and loaded tables.
+// Lists that the original counts from 1 with an unused element 0 are plain
+// zero-based lists here: "holds nothing beyond element 0" is simply empty.
+struct TableSet {
+    std::array<QString, kSupportFileCount> files;  // fields 1-19: file names as configured
+
+    QStringList AttribRangeSeparators;
+    bool AttribRangeSeparatorGiven = false;
+    QString ImageExtension;
+    QString CheckMultiHrtOption;
+    std::int32_t MultiHrtMaxCount = 0;
+    bool MultiHrtMaxCountGiven = false;
+    QString CheckMultiHrt;         // "True" or "FALSE"
+    QString CheckSpecialChar;      // "TRUE" or "FALSE"
+    QString CheckExcessImgFiles;   // "TRUE" or "FALSE"
+    QString CheckFilename;         // "TRUE" or "FALSE"
+    QStringList ValidFilenameChars;
+    QStringList InvalidFilenameChars;
+    std::array<std::shared_ptr<const SupportTable>, kSupportFileCount> tables;  // field 32
+    QStringList InputPlugins;
+    QStringList OutputPlugins;
+    QString CheckImageZeroBytes;   // "TRUE" or "FALSE"
+
+    QString& file(SupportFile which) { return files[static_cast<int>(which)]; }
+    const QString& file(SupportFile which) const { return files[static_cast<int>(which)]; }
+
+    std::shared_ptr<const SupportTable>& table(SupportFile which) { return tables[static_cast<int>(which)]; }
+
+    // The loaded table of the given file as its concrete type; null when the
+    // table was not loaded (or is of another type).
+    template <typename Table>
+    const Table* loaded(SupportFile which) const
+    {
+        return dynamic_cast<const Table*>(tables[static_cast<int>(which)].get());
+    }
+};
+
+struct TaskTableSet {
+    QString TaskCode;  // as written in the file
+    TableSet set;
+};

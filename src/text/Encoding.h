@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QByteArrayView>
+#include <QString>
+
+// Windows-1252 ("ANSI") to UTF-16. The five bytes the code page leaves
+// undefined (0x81, 0x8D, 0x8F, 0x90, 0x9D) map to the control characters of
+// the same value, as the platform converter does.
+QString DecodeWindows1252(QByteArrayView bytes);
+
+// The configuration file and the support tables: UTF-8 when the bytes are
+// valid UTF-8, Windows-1252 otherwise. A leading UTF-8 byte-order mark is
+// dropped, since an editor may add one to a table it saves.
+QString DecodeTableText(QByteArrayView bytes);
