@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <cstdint>
+
+struct RunState;
+
+// File staging and access checks (modMoveFiles). The checks show their own
+// messages through the run's operator interface.
+namespace modMoveFiles {
+
+enum PathKind : std::int16_t { File = 0, Folder = 1 };
+
+// Kind File: a bare name (no "/") is completed in place with the application
+// folder. Kind Folder: a missing folder is reported.
+bool CheckPath(RunState& state, QString& path, std::int16_t kind);
+bool CheckReadAccess(RunState& state, const QString& folder);
+// Completes the folder in place with a trailing "/".
+bool CheckWriteAccess(RunState& state, QString& folder);
+QStringList ListFolder(const QString& folder, std::int16_t kind);
+void RemoveFolderTree(RunState& state, const QString& folder);
+// One level only: an existing folder is success, a missing parent is failure.
+bool MakeFolder(const QString& path);
+
+} // namespace modMoveFiles
