@@ -1,10 +1,13 @@
 #pragma once
 
+#include <QDateTime>
 #include <QFile>
 #include <QList>
+#include <QSet>
 #include <QString>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 // One warning as the editor file lists it.
@@ -12,6 +15,7 @@ struct WarningRecord {
     QString lineField;
     QString messageField;
     QString dataField;
+    bool operator==(const WarningRecord&) const = default;
 };
 
 // What the report writer keeps between its calls.
@@ -30,6 +34,13 @@ struct ReportState {
     std::unique_ptr<QFile> warningReport;
     std::unique_ptr<QFile> programLog;
     std::unique_ptr<QFile> errorViewLog;
+
+    // Batch editor files already started in this batch: each is emptied once,
+    // at its first file, and then collects the rest of the batch.
+    QSet<QString> batchEditorFiles;
+
+    // The clock behind every time the reports and logs carry; tests replace it.
+    std::function<QDateTime()> now = [] { return QDateTime::currentDateTime(); };
 
     std::int64_t runErrorEntries = 0;  // error entries of the whole run: feeds the exit status
 };

@@ -1,14 +1,323 @@
 #include "report/Reports.h"
 
+#include "app/RunAborted.h"
 #include "app/RunState.h"
+#include "report/ReportFormat.h"
 
-// Placeholder bodies until the report writer lands.
-void OpenReports(RunState&) {}
-void WriteErrorEntry(RunState& state, std::int64_t, const QString&, const QString&, std::int32_t)
+#include <QFileInfo>
+
+using ReportFormat::EntryKind;
+
+namespace {
+
+const QString kLineEnd = QStringLiteral("\r\n");
+const QString kProgramLogRule(45, QLatin1Char('='));
+const QString kErrorViewRule(137, QLatin1Char('='));
+
+// Every write ignores its failure: a report problem must never stop validation.
+void writeText(QFile* file, const QString& text)
 {
+    if (file && file->isOpen())
+        file->write(text.toUtf8());
+}
+
+void writeLine(QFile* file, const QString& line)
+{
+    writeText(file, line + kLineEnd);
+}
+
+std::unique_ptr<QFile> openFile(const QString& path, QIODevice::OpenMode mode)
+{
+    auto file = std::make_unique<QFile>(path);
+    if (!file->open(mode))
+        return nullptr;
+    return file;
+}
+
+std::unique_ptr<QFile> createFile(const QString& path)
+{
+    return openFile(path, QIODevice::WriteOnly | QIODevice::Truncate);
+}
+
+void closeFile(std::unique_ptr<QFile>& file)
+{
+    if (file)
+        file->close();
+    file.reset();
+}
+
+void createEmptyFile(const QString& path)
+{
+    createFile(path);
+}
+
+void writeWholeFile(const QString& path, const QString& text)
+{
+    auto file = createFile(path);
+    writeText(file.get(), text);
+}
+
+// Copies over an existing destination. Copying a file onto itself would
+// remove it first, so that case is left as it is.
+void copyOver(const QString& source, const QString& destination)
+{
+    const QFileInfo from(source);
+    const QFileInfo to(destination);
+    if (to.exists() && from.canonicalFilePath() == to.canonicalFilePath())
+        return;
+    QFile::remove(destination);
+    QFile::copy(source, destination);
+}
+
+QString trimmedFileName(const QString& path)
+{
+    return path.mid(path.lastIndexOf(QLatin1Char('/')) + 1).trimmed();
+}
+
+// The operator chose the original file; a copy made for the before-programs is
+// not what the log should name. Batch runs may leave the copy field empty.
+QString headerInputPath(const RunState& state)
+{
+    return state.currentInputPath.isEmpty() ? state.inputPath : state.currentInputPath;
+}
+
+bool editorIs(const RunState& state, const char* name)
+{
+    return state.config.EditorProgram.toUpper() == QLatin1String(name);
+}
+
+[[noreturn]] void refuseReports(RunState& state)
+{
+    state.ui.messageBox(QStringLiteral("Error during creation of report files.\r\n"
+                                       "Pls. check access rights on the paths defined in the INI file."),
+                        kProgramTitle, MessageIcon::Warning);
+    throw RunAborted(ExitStatus::Refused, "report files cannot be created");
+}
+
+std::unique_ptr<QFile> createReport(RunState& state, const QString& path, EntryKind kind)
+{
+    auto file = createFile(path);
+    if (!file)
+        refuseReports(state);
+    for (const QString& line : ReportFormat::reportHeader(state.report.baseName, kind, state.config.XYCoordinates)) {
+        const QByteArray bytes = (line + kLineEnd).toUtf8();
+        if (file->write(bytes) != bytes.size())
+            refuseReports(state);
+    }
+    return file;
+}
+
+void resetFileEntries(ReportState& report)
+{
+    report.errorCount = 0;
+    report.warningCount = 0;
+    report.plainEntryText.clear();
+    report.columnEntryText.clear();
+    report.warningList.clear();
+}
+
+ReportFormat::EntryTexts addEntry(RunState& state, EntryKind kind, std::int64_t lineNumber,
+                                  const QString& message, const QString& dataContent, std::int32_t column)
+{
+    ReportState& report = state.report;
+    auto texts = ReportFormat::formatEntry(kind, lineNumber, message, dataContent, column,
+                                           state.config.XYCoordinates);
+    QFile* target = kind == EntryKind::Error ? report.errorReport.get() : report.warningReport.get();
+    writeLine(target, texts.reportLine);
+    report.plainEntryText += texts.plainLine;
+    report.columnEntryText += texts.columnLine;
+    return texts;
+}
+
+void finishWarningReport(ReportState& report)
+{
+    writeLine(report.warningReport.get(), QString());
+    if (report.warningCount < 1) {
+        closeFile(report.warningReport);
+        createEmptyFile(report.warningReportPath);
+        return;
+    }
+    writeLine(report.warningReport.get(), QStringLiteral("Total No. of Warnings: ") + QString::number(report.warningCount));
+    closeFile(report.warningReport);
+}
+
+void finishErrorReport(ReportState& report)
+{
+    if (report.errorCount < 1) {
+        createEmptyFile(report.errorReportPath);
+        return;
+    }
+    auto file = openFile(report.errorReportPath, QIODevice::WriteOnly | QIODevice::Append);
+    writeLine(file.get(), QString());
+    writeLine(file.get(), QStringLiteral("Total No. of Errors: ") + QString::number(report.errorCount));
+}
+
+// The single-file editor file is the bare error report; any other run must not
+// leave a stale one behind. A batch editor file is emptied once per batch only,
+// since it collects every file of the batch.
+void prepareEditorFile(RunState& state)
+{
+    const QString editorFile = state.reportFolder + QStringLiteral("error.edt");
+    const bool zeph = editorIs(state, "ZEPH");
+    if (!state.batchMode && zeph && !state.config.XYCoordinates) {
+        copyOver(state.report.errorReportPath, editorFile);
+    } else if (state.batchMode && zeph) {
+        if (!state.report.batchEditorFiles.contains(editorFile)) {
+            QFile::remove(editorFile);
+            state.report.batchEditorFiles.insert(editorFile);
+        }
+    } else {
+        QFile::remove(editorFile);
+    }
+}
+
+void appendBatchEditorFile(RunState& state)
+{
+    const ReportState& report = state.report;
+    auto file = openFile(state.reportFolder + QStringLiteral("error.edt"), QIODevice::WriteOnly | QIODevice::Append);
+    if (state.config.XYCoordinates) {
+        writeText(file.get(), report.columnEntryText);
+        return;
+    }
+    for (const WarningRecord& record : report.warningList)
+        writeLine(file.get(), record.lineField + record.messageField + record.dataField);
+    writeLine(file.get(), QString());
+    if (report.errorCount > 0)
+        writeLine(file.get(), QStringLiteral("Total No. of Errors: ") + QString::number(report.errorCount));
+    if (report.warningCount > 0)
+        writeLine(file.get(), QStringLiteral("Total No. of Warnings: ") + QString::number(report.warningCount));
+    if (report.errorCount == 0 && report.warningCount == 0)
+        writeLine(file.get(), QStringLiteral("No Errors Encountered!"));
+}
+
+void writeEditorFiles(RunState& state)
+{
+    const ReportState& report = state.report;
+    if (state.batchMode && editorIs(state, "ZEPH")) {
+        appendBatchEditorFile(state);
+    } else if (!state.batchMode && editorIs(state, "KV7")) {
+        writeWholeFile(state.reportFolder + report.baseName + QStringLiteral(".LOG"),
+                       state.config.XYCoordinates ? report.columnEntryText : report.plainEntryText);
+    }
+}
+
+void copyReportsToOutput(const RunState& state)
+{
+    const ReportState& report = state.report;
+    QString target = state.outputFolder;
+    if (!state.config.CreateLogFolder.isEmpty())
+        target += state.config.CreateLogFolder + QLatin1Char('/');
+    // No separator between output folder and base name: the configured paths carry their own.
+    copyOver(report.warningReportPath, target + report.baseName + QStringLiteral(".WRN"));
+    copyOver(report.errorReportPath, target + report.baseName + QStringLiteral(".ERR"));
+}
+
+void writeErrorViewBlock(RunState& state)
+{
+    const ReportState& report = state.report;
+    QFile* log = report.errorViewLog.get();
+    for (const QString& line : ReportFormat::errorViewHeader(headerInputPath(state), state.config.XYCoordinates))
+        writeLine(log, line);
+    if (report.plainEntryText.isEmpty())
+        writeLine(log, QStringLiteral("No Errors Found!"));
+    else
+        writeText(log, state.config.XYCoordinates ? report.columnEntryText : report.plainEntryText);
+}
+
+void flush(QFile* file)
+{
+    if (file && file->isOpen())
+        file->flush();
+}
+
+} // namespace
+
+void OpenReports(RunState& state)
+{
+    ReportState& report = state.report;
+    state.inputFileName = trimmedFileName(state.inputPath);
+    const qsizetype dot = state.inputFileName.lastIndexOf(QLatin1Char('.'));
+    report.baseName = dot < 0 ? state.inputFileName : state.inputFileName.left(dot);
+    report.extension = dot < 0 ? QString() : state.inputFileName.mid(dot);
+    resetFileEntries(report);
+
+    if (state.batchMode) {
+        writeLine(report.programLog.get(), QStringLiteral("Start Time  : ") + ReportFormat::clockTime(report.now()));
+        writeLine(report.programLog.get(), QStringLiteral("FilePath    : ") + headerInputPath(state));
+    }
+    report.errorReportPath = state.reportFolder + report.baseName + QStringLiteral(".ERR");
+    report.warningReportPath = state.reportFolder + report.baseName + QStringLiteral(".WRN");
+    report.errorReport = createReport(state, report.errorReportPath, EntryKind::Error);
+    report.warningReport = createReport(state, report.warningReportPath, EntryKind::Warning);
+}
+
+void WriteErrorEntry(RunState& state, std::int64_t lineNumber, const QString& message,
+                     const QString& dataContent, std::int32_t column)
+{
+    addEntry(state, EntryKind::Error, lineNumber, message, dataContent, column);
+    ++state.report.errorCount;
     ++state.report.runErrorEntries;
 }
-void WriteWarningEntry(RunState&, std::int64_t, const QString&, const QString&, std::int32_t) {}
-void CloseReports(RunState&) {}
-void OpenProgramLogs(RunState&) {}
-void CloseProgramLogs(RunState&) {}
+
+void WriteWarningEntry(RunState& state, std::int64_t lineNumber, const QString& message,
+                       const QString& dataContent, std::int32_t column)
+{
+    ReportState& report = state.report;
+    const auto texts = addEntry(state, EntryKind::Warning, lineNumber, message, dataContent, column);
+    ++report.warningCount;
+    // Sized by the count, not appended, so the list stays in step with the count.
+    report.warningList.resize(std::max(report.warningCount, 0));
+    if (report.warningCount > 0)
+        report.warningList[report.warningCount - 1] = texts.record;
+}
+
+void CloseReports(RunState& state)
+{
+    ReportState& report = state.report;
+    finishWarningReport(report);
+    closeFile(report.errorReport);
+    prepareEditorFile(state);
+    finishErrorReport(report);
+    writeEditorFiles(state);
+    if (report.errorCount == 0)
+        copyOver(state.inputPath, state.outputFolder + state.inputFileName);
+    if (state.batchMode) {
+        writeLine(report.programLog.get(), QStringLiteral("End Time    : ") + ReportFormat::clockTime(report.now()));
+        writeLine(report.programLog.get(), QString());
+    }
+    copyReportsToOutput(state);
+    if (state.batchMode)
+        writeErrorViewBlock(state);
+    flush(report.programLog.get());
+    flush(report.errorViewLog.get());
+}
+
+void OpenProgramLogs(RunState& state)
+{
+    ReportState& report = state.report;
+    const QString started = QStringLiteral("Time Started: ") + ReportFormat::logDateTime(report.now());
+    report.batchEditorFiles.clear();
+    // A log that cannot be created stays unwritten; the run itself goes on.
+    report.programLog = createFile(state.reportFolder + state.programName + QStringLiteral(".LOG"));
+    writeLine(report.programLog.get(), kProgramTitle);
+    writeLine(report.programLog.get(), started);
+    writeLine(report.programLog.get(), kProgramLogRule);
+    report.errorViewLog = createFile(state.config.WorkPath + state.programName + QStringLiteral("_ErrView.LOG"));
+    writeLine(report.errorViewLog.get(), kProgramTitle);
+    writeLine(report.errorViewLog.get(), started);
+}
+
+void CloseProgramLogs(RunState& state)
+{
+    ReportState& report = state.report;
+    const QString ended = QStringLiteral("Time Ended: ") + ReportFormat::logDateTime(report.now());
+    writeLine(report.programLog.get(), kProgramLogRule);
+    writeLine(report.programLog.get(), ended);
+    closeFile(report.programLog);
+    if (state.batchMode) {
+        writeLine(report.errorViewLog.get(), kErrorViewRule);
+        writeLine(report.errorViewLog.get(), QString());
+        writeLine(report.errorViewLog.get(), ended);
+    }
+    closeFile(report.errorViewLog);
+}
