@@ -39,8 +39,8 @@ QString preparedData(const QString& data)
     return shown;
 }
 
-EntryTexts formatEntry(EntryKind kind, std::int64_t lineNumber, const QString& message,
-                       const QString& data, std::int32_t column, bool columnMode)
+EntryTexts formatEntry(EntryKind kind, std::int64_t lineNumber, const QString& message, const QString& data,
+    std::int32_t column, bool columnMode)
 {
     const QString line = padded(lineNumber, 10);
     const QString data250 = preparedData(data);
@@ -49,22 +49,23 @@ EntryTexts formatEntry(EntryKind kind, std::int64_t lineNumber, const QString& m
     // The blanks put the data at character 104 of a report line.
     const QString wideGap = blanks(103 - (message76.size() + 17));
     const QString narrowGap = blanks(66 - (message53.size() + 11));
-    const QString located = line + QStringLiteral(" - ") + padded(column, 5) + QStringLiteral(" - ") + mark(kind)
-        + message53 + narrowGap + QStringLiteral(" - ") + data250;
+    const QString located = line + QStringLiteral(" - ") + padded(column, 5) + QStringLiteral(" - ")
+        + mark(kind) + message53 + narrowGap + QStringLiteral(" - ") + data250;
 
     EntryTexts texts;
-    texts.reportLine = columnMode ? located : line + QStringLiteral("   ") + mark(kind) + message76 + wideGap + data250;
+    texts.reportLine
+        = columnMode ? located : line + QStringLiteral("   ") + mark(kind) + message76 + wideGap + data250;
     texts.plainLine = line + QStringLiteral("     ") + mark(kind) + message53 + narrowGap + data250
         + QStringLiteral("\r\n");
     texts.columnLine = located + QStringLiteral("\r\n");
-    texts.record = {line, QStringLiteral("   ") + mark(kind) + message76 + wideGap, data250};
+    texts.record = { line, QStringLiteral("   ") + mark(kind) + message76 + wideGap, data250 };
     return texts;
 }
 
 QStringList reportHeader(const QString& baseName, EntryKind kind, bool columnMode)
 {
-    const QString heading = kind == EntryKind::Error ? QStringLiteral("Error Message")
-                                                     : QStringLiteral("Warning Message");
+    const QString heading
+        = kind == EntryKind::Error ? QStringLiteral("Error Message") : QStringLiteral("Warning Message");
     const QString location = columnMode ? QStringLiteral("Line No - Column No") + QString(2, QLatin1Char(' '))
                                         : QStringLiteral("Line No") + QString(6, QLatin1Char(' '));
     return {
@@ -85,7 +86,8 @@ QStringList errorViewHeader(const QString& inputPath, bool columnMode)
         rule,
         QStringLiteral("Input File: ") + inputPath,
         QString(),
-        location + QStringLiteral("Error Message") + QString(47, QLatin1Char(' ')) + QStringLiteral("Data Content"),
+        location + QStringLiteral("Error Message") + QString(47, QLatin1Char(' '))
+            + QStringLiteral("Data Content"),
         rule,
     };
 }

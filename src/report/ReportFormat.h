@@ -5,7 +5,6 @@
 #include <QDateTime>
 #include <QString>
 #include <QStringList>
-
 #include <cstdint>
 
 // The texts of the report files: entry lines, headers and times. Pure
@@ -29,8 +28,8 @@ QString padded(std::int64_t value, int digits);
 // CR LF shown as "...", then cut to 250 characters.
 QString preparedData(const QString& data);
 
-EntryTexts formatEntry(EntryKind kind, std::int64_t lineNumber, const QString& message,
-                       const QString& data, std::int32_t column, bool columnMode);
+EntryTexts formatEntry(EntryKind kind, std::int64_t lineNumber, const QString& message, const QString& data,
+    std::int32_t column, bool columnMode);
 
 QStringList reportHeader(const QString& baseName, EntryKind kind, bool columnMode);
 QStringList errorViewHeader(const QString& inputPath, bool columnMode);

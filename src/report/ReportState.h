@@ -5,7 +5,6 @@
 #include <QList>
 #include <QSet>
 #include <QString>
-
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -20,15 +19,15 @@ struct WarningRecord {
 
 // What the report writer keeps between its calls.
 struct ReportState {
-    QString baseName;        // input file name without its last extension
-    QString extension;       // that extension with its ".", empty when none
+    QString baseName; // input file name without its last extension
+    QString extension; // that extension with its ".", empty when none
     QString errorReportPath;
     QString warningReportPath;
-    std::int32_t errorCount = 0;    // entries written for this file
+    std::int32_t errorCount = 0; // entries written for this file
     std::int32_t warningCount = 0;
     QString plainEntryText;
     QString columnEntryText;
-    QList<WarningRecord> warningList;  // zero-based here; the original leaves entry 0 unused
+    QList<WarningRecord> warningList; // one record per warning, in entry order
 
     std::unique_ptr<QFile> errorReport;
     std::unique_ptr<QFile> warningReport;
@@ -42,5 +41,5 @@ struct ReportState {
     // The clock behind every time the reports and logs carry; tests replace it.
     std::function<QDateTime()> now = [] { return QDateTime::currentDateTime(); };
 
-    std::int64_t runErrorEntries = 0;  // error entries of the whole run: feeds the exit status
+    std::int64_t runErrorEntries = 0; // error entries of the whole run: feeds the exit status
 };

@@ -57,7 +57,8 @@ void writeWholeFile(const QString& path, const QString& text)
     writeText(file.get(), text);
 }
 
-// Copies over an existing destination. Copying a file onto itself would
+// Copies over an existing destination; a failed copy is left for the operator
+// to notice, it does not stop the run. Copying a file onto itself would
 // remove it first, so that case is left as it is.
 void copyOver(const QString& source, const QString& destination)
 {
@@ -90,7 +91,7 @@ bool editorIs(const RunState& state, const char* name)
 {
     state.ui.messageBox(QStringLiteral("Error during creation of report files.\r\n"
                                        "Pls. check access rights on the paths defined in the INI file."),
-                        kProgramTitle, MessageIcon::Warning);
+        kProgramTitle, MessageIcon::Warning);
     throw RunAborted(ExitStatus::Refused, "report files cannot be created");
 }
 
@@ -99,11 +100,15 @@ std::unique_ptr<QFile> createReport(RunState& state, const QString& path, EntryK
     auto file = createFile(path);
     if (!file)
         refuseReports(state);
-    for (const QString& line : ReportFormat::reportHeader(state.report.baseName, kind, state.config.XYCoordinates)) {
+    for (const QString& line :
+        ReportFormat::reportHeader(state.report.baseName, kind, state.config.XYCoordinates)) {
         const QByteArray bytes = (line + kLineEnd).toUtf8();
         if (file->write(bytes) != bytes.size())
             refuseReports(state);
     }
+    // The headers reach the disk now, so a full or read-only disk shows at once.
+    if (!file->flush())
+        refuseReports(state);
     return file;
 }
 
@@ -117,11 +122,11 @@ void resetFileEntries(ReportState& report)
 }
 
 ReportFormat::EntryTexts addEntry(RunState& state, EntryKind kind, std::int64_t lineNumber,
-                                  const QString& message, const QString& dataContent, std::int32_t column)
+    const QString& message, const QString& dataContent, std::int32_t column)
 {
     ReportState& report = state.report;
-    auto texts = ReportFormat::formatEntry(kind, lineNumber, message, dataContent, column,
-                                           state.config.XYCoordinates);
+    auto texts = ReportFormat::formatEntry(
+        kind, lineNumber, message, dataContent, column, state.config.XYCoordinates);
     QFile* target = kind == EntryKind::Error ? report.errorReport.get() : report.warningReport.get();
     writeLine(target, texts.reportLine);
     report.plainEntryText += texts.plainLine;
@@ -137,7 +142,8 @@ void finishWarningReport(ReportState& report)
         createEmptyFile(report.warningReportPath);
         return;
     }
-    writeLine(report.warningReport.get(), QStringLiteral("Total No. of Warnings: ") + QString::number(report.warningCount));
+    writeLine(report.warningReport.get(),
+        QStringLiteral("Total No. of Warnings: ") + QString::number(report.warningCount));
     closeFile(report.warningReport);
 }
 
@@ -174,7 +180,8 @@ void prepareEditorFile(RunState& state)
 void appendBatchEditorFile(RunState& state)
 {
     const ReportState& report = state.report;
-    auto file = openFile(state.reportFolder + QStringLiteral("error.edt"), QIODevice::WriteOnly | QIODevice::Append);
+    auto file = openFile(
+        state.reportFolder + QStringLiteral("error.edt"), QIODevice::WriteOnly | QIODevice::Append);
     if (state.config.XYCoordinates) {
         writeText(file.get(), report.columnEntryText);
         return;
@@ -185,7 +192,8 @@ void appendBatchEditorFile(RunState& state)
     if (report.errorCount > 0)
         writeLine(file.get(), QStringLiteral("Total No. of Errors: ") + QString::number(report.errorCount));
     if (report.warningCount > 0)
-        writeLine(file.get(), QStringLiteral("Total No. of Warnings: ") + QString::number(report.warningCount));
+        writeLine(
+            file.get(), QStringLiteral("Total No. of Warnings: ") + QString::number(report.warningCount));
     if (report.errorCount == 0 && report.warningCount == 0)
         writeLine(file.get(), QStringLiteral("No Errors Encountered!"));
 }
@@ -197,7 +205,7 @@ void writeEditorFiles(RunState& state)
         appendBatchEditorFile(state);
     } else if (!state.batchMode && editorIs(state, "KV7")) {
         writeWholeFile(state.reportFolder + report.baseName + QStringLiteral(".LOG"),
-                       state.config.XYCoordinates ? report.columnEntryText : report.plainEntryText);
+            state.config.XYCoordinates ? report.columnEntryText : report.plainEntryText);
     }
 }
 
@@ -216,7 +224,8 @@ void writeErrorViewBlock(RunState& state)
 {
     const ReportState& report = state.report;
     QFile* log = report.errorViewLog.get();
-    for (const QString& line : ReportFormat::errorViewHeader(headerInputPath(state), state.config.XYCoordinates))
+    for (const QString& line :
+        ReportFormat::errorViewHeader(headerInputPath(state), state.config.XYCoordinates))
         writeLine(log, line);
     if (report.plainEntryText.isEmpty())
         writeLine(log, QStringLiteral("No Errors Found!"));
@@ -235,6 +244,7 @@ void flush(QFile* file)
 void OpenReports(RunState& state)
 {
     ReportState& report = state.report;
+    // Taken afresh per file: a batch changes only the input path between files.
     state.inputFileName = trimmedFileName(state.inputPath);
     const qsizetype dot = state.inputFileName.lastIndexOf(QLatin1Char('.'));
     report.baseName = dot < 0 ? state.inputFileName : state.inputFileName.left(dot);
@@ -242,7 +252,8 @@ void OpenReports(RunState& state)
     resetFileEntries(report);
 
     if (state.batchMode) {
-        writeLine(report.programLog.get(), QStringLiteral("Start Time  : ") + ReportFormat::clockTime(report.now()));
+        writeLine(report.programLog.get(),
+            QStringLiteral("Start Time  : ") + ReportFormat::clockTime(report.now()));
         writeLine(report.programLog.get(), QStringLiteral("FilePath    : ") + headerInputPath(state));
     }
     report.errorReportPath = state.reportFolder + report.baseName + QStringLiteral(".ERR");
@@ -252,7 +263,7 @@ void OpenReports(RunState& state)
 }
 
 void WriteErrorEntry(RunState& state, std::int64_t lineNumber, const QString& message,
-                     const QString& dataContent, std::int32_t column)
+    const QString& dataContent, std::int32_t column)
 {
     addEntry(state, EntryKind::Error, lineNumber, message, dataContent, column);
     ++state.report.errorCount;
@@ -260,7 +271,7 @@ void WriteErrorEntry(RunState& state, std::int64_t lineNumber, const QString& me
 }
 
 void WriteWarningEntry(RunState& state, std::int64_t lineNumber, const QString& message,
-                       const QString& dataContent, std::int32_t column)
+    const QString& dataContent, std::int32_t column)
 {
     ReportState& report = state.report;
     const auto texts = addEntry(state, EntryKind::Warning, lineNumber, message, dataContent, column);
@@ -282,7 +293,8 @@ void CloseReports(RunState& state)
     if (report.errorCount == 0)
         copyOver(state.inputPath, state.outputFolder + state.inputFileName);
     if (state.batchMode) {
-        writeLine(report.programLog.get(), QStringLiteral("End Time    : ") + ReportFormat::clockTime(report.now()));
+        writeLine(report.programLog.get(),
+            QStringLiteral("End Time    : ") + ReportFormat::clockTime(report.now()));
         writeLine(report.programLog.get(), QString());
     }
     copyReportsToOutput(state);
@@ -302,7 +314,8 @@ void OpenProgramLogs(RunState& state)
     writeLine(report.programLog.get(), kProgramTitle);
     writeLine(report.programLog.get(), started);
     writeLine(report.programLog.get(), kProgramLogRule);
-    report.errorViewLog = createFile(state.config.WorkPath + state.programName + QStringLiteral("_ErrView.LOG"));
+    report.errorViewLog
+        = createFile(state.config.WorkPath + state.programName + QStringLiteral("_ErrView.LOG"));
     writeLine(report.errorViewLog.get(), kProgramTitle);
     writeLine(report.errorViewLog.get(), started);
 }

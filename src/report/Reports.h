@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-
 #include <cstdint>
 
 struct RunState;
@@ -10,9 +9,9 @@ struct RunState;
 // report (".WRN"), the editor files, and per run the program logs.
 void OpenReports(RunState& state);
 void WriteErrorEntry(RunState& state, std::int64_t lineNumber, const QString& message,
-                     const QString& dataContent, std::int32_t column);
+    const QString& dataContent, std::int32_t column);
 void WriteWarningEntry(RunState& state, std::int64_t lineNumber, const QString& message,
-                       const QString& dataContent, std::int32_t column);
+    const QString& dataContent, std::int32_t column);
 void CloseReports(RunState& state);
 void OpenProgramLogs(RunState& state);
 void CloseProgramLogs(RunState& state);

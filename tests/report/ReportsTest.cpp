@@ -1,0 +1,342 @@
+#include "report/Reports.h"
+
+#include "app/RunAborted.h"
+#include "app/RunState.h"
+#include "support/RecordingOperator.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+QString sp(int count)
+{
+    return QString(count, QLatin1Char(' '));
+}
+
+QString rule(int count)
+{
+    return QString(count, QLatin1Char('='));
+}
+
+// Lines as the report files hold them: UTF-8, each ended by CR LF.
+QByteArray crlf(const QStringList& lines)
+{
+    QByteArray bytes;
+    for (const QString& line : lines)
+        bytes += (line + "\r\n").toUtf8();
+    return bytes;
+}
+
+const QString kReportRule = rule(10) + sp(3) + rule(80) + sp(10) + rule(66);
+
+QStringList errorHeader(const QString& base, bool columnMode)
+{
+    const QString location = columnMode ? "Line No - Column No" + sp(2) : "Line No" + sp(6);
+    return { "Filename: " + base, location + "Error Message" + sp(103) + "Data Content", kReportRule };
+}
+
+QStringList warningHeader(const QString& base, bool columnMode)
+{
+    const QString location = columnMode ? "Line No - Column No" + sp(2) : "Line No" + sp(6);
+    return { "Filename: " + base, location + "Warning Message" + sp(103) + "Data Content", kReportRule };
+}
+
+// A run over temporary folders: reports in rep/, output in out/, inputs in in/.
+class ReportRun : public ::testing::Test {
+protected:
+    ReportRun()
+    {
+        state.reportFolder = tmp.mkdir("rep");
+        state.config.WorkPath = state.reportFolder;
+        state.outputFolder = tmp.mkdir("out");
+        // Each call moves the clock one second on, from just before noon.
+        state.report.now
+            = [this] { return QDateTime(QDate(2024, 3, 7), QTime(11, 59, 58)).addSecs(ticks++); };
+    }
+
+    QString input(const QString& name)
+    {
+        const QString path = tmp.write("in/" + name, "<doc>" + name.toUtf8() + "</doc>\r\n");
+        state.inputPath = path;
+        state.currentInputPath = path;
+        return path;
+    }
+
+    QByteArray report(const QString& name) const { return TempDir::read(state.reportFolder + name); }
+    QByteArray output(const QString& name) const { return TempDir::read(state.outputFolder + name); }
+    bool exists(const QString& path) const { return QFileInfo::exists(path); }
+
+    TempDir tmp;
+    RecordingOperator op;
+    RunState state { op };
+    int ticks = 0;
+};
+
+TEST_F(ReportRun, SingleFileWithZephEditorFile)
+{
+    state.config.EditorProgram = "zeph"; // the editor setting ignores letter case
+    const QString source = input("a.xml");
+    const QString long100 = QString(60, 'm') + QString(40, 'n');
+
+    OpenReports(state);
+    WriteErrorEntry(state, 3, "Bad tag", "<x>", 12);
+    WriteWarningEntry(state, 5, "Check this", "a\r\nb", 1);
+    WriteErrorEntry(state, 1234567, long100, "d", 0);
+    CloseReports(state);
+
+    const QStringList errors = { "0000000003   E / Bad tag" + sp(79) + "<x>",
+        "0001234567   E / " + long100.left(76) + sp(10) + "d" };
+    const QByteArray errorFile
+        = crlf(errorHeader("a", false) + errors + QStringList { "", "Total No. of Errors: 2" });
+    const QByteArray warningFile = crlf(warningHeader("a", false)
+        + QStringList { "0000000005   W / Check this" + sp(76) + "a...b", "", "Total No. of Warnings: 1" });
+    EXPECT_EQ(report("a.ERR"), errorFile);
+    EXPECT_EQ(report("a.WRN"), warningFile);
+    EXPECT_EQ(report("error.edt"), crlf(errorHeader("a", false) + errors));
+    EXPECT_EQ(output("a.ERR"), errorFile);
+    EXPECT_EQ(output("a.WRN"), warningFile);
+    EXPECT_FALSE(exists(state.outputFolder + "a.xml")) << "an input with errors does not pass on";
+    EXPECT_EQ(state.inputFileName, "a.xml");
+    EXPECT_EQ(state.report.runErrorEntries, 2);
+    EXPECT_TRUE(op.messages.isEmpty());
+    EXPECT_TRUE(TempDir::read(source).startsWith("<doc>"));
+}
+
+TEST_F(ReportRun, SingleFileWithKv7LogInBothColumnModes)
+{
+    struct Row {
+        bool columnMode;
+        QStringList logLines;
+        QStringList warnings;
+    };
+    const QList<Row> rows = {
+        { true,
+            { "0000000007 - 00012 - W / Bad tag" + sp(48) + " - <x>",
+                "0000000010 - 00000 - W / " + sp(55) + " - " },
+            { "0000000007 - 00012 - W / Bad tag" + sp(48) + " - <x>",
+                "0000000010 - 00000 - W / " + sp(55) + " - " } },
+        { false, { "0000000007     W / Bad tag" + sp(48) + "<x>", "0000000010     W / " + sp(55) },
+            { "0000000007   W / Bad tag" + sp(79) + "<x>", "0000000010   W / " + sp(86) } },
+    };
+    for (const Row& row : rows) {
+        state.config.XYCoordinates = row.columnMode;
+        state.config.EditorProgram = "Kv7";
+        tmp.write("rep/error.edt", "stale");
+        const QString source = input("b.txt");
+        OpenReports(state);
+        WriteWarningEntry(state, 7, "Bad tag", "<x>", 12);
+        WriteWarningEntry(state, 10, "", "", 0);
+        CloseReports(state);
+
+        EXPECT_EQ(report("b.LOG"), crlf(row.logLines));
+        EXPECT_EQ(report("b.WRN"),
+            crlf(warningHeader("b", row.columnMode) + row.warnings
+                + QStringList { "", "Total No. of Warnings: 2" }));
+        EXPECT_EQ(report("b.ERR"), QByteArray()) << "a file without errors leaves an empty report";
+        EXPECT_TRUE(exists(state.reportFolder + "b.ERR"));
+        EXPECT_FALSE(exists(state.reportFolder + "error.edt")) << "a stale editor file is removed";
+        EXPECT_EQ(output("b.txt"), TempDir::read(source)) << "an error-free input passes on";
+        EXPECT_EQ(output("b.WRN"), report("b.WRN"));
+        EXPECT_EQ(state.report.runErrorEntries, 0);
+    }
+}
+
+TEST_F(ReportRun, ZephInColumnModeWritesNoSingleFileEditorFile)
+{
+    state.config.EditorProgram = "ZEPH";
+    state.config.XYCoordinates = true;
+    tmp.write("rep/error.edt", "stale");
+    input("a.xml");
+    OpenReports(state);
+    WriteErrorEntry(state, 1, "e", "d", 1);
+    CloseReports(state);
+    EXPECT_FALSE(exists(state.reportFolder + "error.edt"));
+}
+
+TEST_F(ReportRun, CleanFileLeavesEmptyReportsAndNoEditorLogForOtherEditors)
+{
+    state.config.EditorProgram = "NOTEPAD";
+    tmp.write("out/c.ERR", "old copy");
+    input("c");
+    OpenReports(state);
+    EXPECT_EQ(report("c.ERR"), crlf(errorHeader("c", false))) << "headers are written when the reports open";
+    CloseReports(state);
+
+    for (const QString name : { "c.ERR", "c.WRN" }) {
+        EXPECT_TRUE(exists(state.reportFolder + name)) << name.toStdString();
+        EXPECT_EQ(report(name), QByteArray()) << name.toStdString();
+        EXPECT_TRUE(exists(state.outputFolder + name)) << name.toStdString();
+        EXPECT_EQ(output(name), QByteArray()) << name.toStdString() << " copies overwrite older ones";
+    }
+    EXPECT_FALSE(exists(state.reportFolder + "c.LOG"));
+    EXPECT_TRUE(exists(state.outputFolder + "c"));
+}
+
+TEST_F(ReportRun, FileNameSplitsAtTheLastDot)
+{
+    struct Row {
+        QString fileName;
+        QString base;
+        QString extension;
+    };
+    const QList<Row> rows = { { "a.b.xml", "a.b", ".xml" }, { "noext", "noext", "" },
+        { "trail.", "trail", "." }, { ".hidden", "", ".hidden" } };
+    for (const Row& row : rows) {
+        input(row.fileName);
+        OpenReports(state);
+        EXPECT_EQ(state.report.baseName, row.base);
+        EXPECT_EQ(state.report.extension, row.extension);
+        EXPECT_EQ(state.report.errorReportPath, state.reportFolder + row.base + ".ERR");
+        EXPECT_EQ(state.report.warningReportPath, state.reportFolder + row.base + ".WRN");
+        CloseReports(state);
+        EXPECT_TRUE(exists(state.outputFolder + row.fileName)) << row.fileName.toStdString();
+    }
+}
+
+TEST_F(ReportRun, OutputFolderIsJoinedWithoutSeparator)
+{
+    tmp.mkdir("out/Batch7");
+    state.outputFolder = state.outputFolder + "/Batch7"; // ".../out//Batch7", as start-up builds it
+    input("a.xml");
+    OpenReports(state);
+    WriteWarningEntry(state, 1, "w", "", 1);
+    CloseReports(state);
+
+    EXPECT_TRUE(exists(tmp.path() + "out//Batch7a.ERR"));
+    EXPECT_TRUE(exists(tmp.path() + "out//Batch7a.WRN"));
+    EXPECT_TRUE(exists(tmp.path() + "out//Batch7a.xml"));
+    EXPECT_FALSE(exists(tmp.path() + "out/Batch7/a.ERR"));
+}
+
+TEST_F(ReportRun, InputAlreadyInTheOutputFolderSurvives)
+{
+    const QString path = tmp.write("out/d.xml", "keep me");
+    state.inputPath = path;
+    OpenReports(state);
+    CloseReports(state);
+    EXPECT_EQ(TempDir::read(path), "keep me");
+}
+
+TEST_F(ReportRun, UncreatableReportsEndTheRun)
+{
+    state.reportFolder = tmp.path() + "missing/";
+    input("a.xml");
+    try {
+        OpenReports(state);
+        FAIL() << "expected the run to end";
+    } catch (const RunAborted& aborted) {
+        EXPECT_EQ(aborted.exitStatus(), ExitStatus::Refused);
+    }
+    ASSERT_EQ(op.messages.size(), 1);
+    EXPECT_EQ(op.messages[0],
+        (RecordedMessage { "Error during creation of report files.\r\n"
+                           "Pls. check access rights on the paths defined in the INI file.",
+            "Quorvane", MessageIcon::Warning }));
+}
+
+TEST_F(ReportRun, EntriesWithoutOpenReportsAreStillCounted)
+{
+    WriteErrorEntry(state, 1, "e", "d", 1);
+    WriteWarningEntry(state, 2, "w", "d", 1);
+    EXPECT_EQ(state.report.errorCount, 1);
+    EXPECT_EQ(state.report.warningCount, 1);
+    EXPECT_EQ(state.report.warningList.size(), 1);
+    EXPECT_EQ(state.report.runErrorEntries, 1);
+}
+
+TEST_F(ReportRun, SingleFileProgramLogs)
+{
+    state.programName = "qv";
+    OpenProgramLogs(state);
+    CloseProgramLogs(state);
+    EXPECT_EQ(report("qv.LOG"),
+        crlf({ "Quorvane", "Time Started: 03/07/24 11:59:58 AM", rule(45), rule(45),
+            "Time Ended: 03/07/24 11:59:59 AM" }));
+    EXPECT_EQ(report("qv_ErrView.LOG"), crlf({ "Quorvane", "Time Started: 03/07/24 11:59:58 AM" }));
+}
+
+TEST_F(ReportRun, BatchCollectsLogsAndEditorFile)
+{
+    state.batchMode = true;
+    state.programName = "qv";
+    state.config.EditorProgram = "ZEPH";
+    state.config.CreateLogFolder = "logs";
+    tmp.mkdir("out/logs");
+    tmp.write("rep/error.edt", "from an earlier batch\r\n");
+
+    OpenProgramLogs(state);
+    const QString first = input("a.xml");
+    OpenReports(state);
+    WriteErrorEntry(state, 2, "Bad tag", "<x>", 4);
+    WriteWarningEntry(state, 3, "Odd", "y", 1);
+    CloseReports(state);
+    const QString second = input("b.xml");
+    OpenReports(state);
+    CloseReports(state);
+    CloseProgramLogs(state);
+
+    EXPECT_EQ(report("qv.LOG"),
+        crlf({ "Quorvane", "Time Started: 03/07/24 11:59:58 AM", rule(45), "Start Time  : 11:59:59 AM",
+            "FilePath    : " + first, "End Time    : 12:00:00 PM", "", "Start Time  : 12:00:01 PM",
+            "FilePath    : " + second, "End Time    : 12:00:02 PM", "", rule(45),
+            "Time Ended: 03/07/24 12:00:03 PM" }));
+    const QString viewColumns = "Line No" + sp(8) + "Error Message" + sp(47) + "Data Content";
+    EXPECT_EQ(report("qv_ErrView.LOG"),
+        crlf({ "Quorvane", "Time Started: 03/07/24 11:59:58 AM", "", rule(137), "Input File: " + first, "",
+            viewColumns, rule(137), "0000000002     E / Bad tag" + sp(48) + "<x>",
+            "0000000003     W / Odd" + sp(52) + "y", "", rule(137), "Input File: " + second, "", viewColumns,
+            rule(137), "No Errors Found!", rule(137), "", "Time Ended: 03/07/24 12:00:03 PM" }));
+    EXPECT_EQ(report("error.edt"),
+        crlf({ "0000000003   W / Odd" + sp(83) + "y", "", "Total No. of Errors: 1",
+            "Total No. of Warnings: 1", "", "No Errors Encountered!" }));
+
+    EXPECT_EQ(TempDir::read(state.outputFolder + "logs/a.ERR"), report("a.ERR"));
+    EXPECT_EQ(TempDir::read(state.outputFolder + "logs/a.WRN"), report("a.WRN"));
+    EXPECT_TRUE(exists(state.outputFolder + "logs/b.ERR"));
+    EXPECT_FALSE(exists(state.outputFolder + "a.ERR"));
+    EXPECT_FALSE(exists(state.outputFolder + "a.xml"));
+    EXPECT_TRUE(exists(state.outputFolder + "b.xml"));
+}
+
+TEST_F(ReportRun, BatchInColumnModeCollectsColumnEntries)
+{
+    state.batchMode = true;
+    state.config.XYCoordinates = true;
+    state.config.EditorProgram = "Zeph";
+    OpenProgramLogs(state);
+    for (const QString name : { "a.xml", "b.xml" }) {
+        input(name);
+        OpenReports(state);
+        WriteErrorEntry(state, 7, "Bad tag", name, 12);
+        CloseReports(state);
+    }
+    CloseProgramLogs(state);
+
+    const QString a = "0000000007 - 00012 - E / Bad tag" + sp(48) + " - a.xml";
+    const QString b = "0000000007 - 00012 - E / Bad tag" + sp(48) + " - b.xml";
+    EXPECT_EQ(report("error.edt"), crlf({ a, b }));
+    EXPECT_EQ(
+        report("b.ERR"), crlf(errorHeader("b", true) + QStringList { b, "", "Total No. of Errors: 1" }));
+    EXPECT_TRUE(
+        report(state.programName + "_ErrView.LOG")
+            .contains(crlf({ "Line No - Column No" + sp(3) + "Error Message" + sp(47) + "Data Content",
+                rule(137), a })));
+    EXPECT_EQ(state.report.runErrorEntries, 2);
+}
+
+TEST_F(ReportRun, ManyEntriesStayFast)
+{
+    input("big.xml");
+    OpenReports(state);
+    for (int i = 1; i <= 200000; ++i) {
+        WriteErrorEntry(state, i, "Message", "data", i);
+        WriteWarningEntry(state, i, "Message", "data", i);
+    }
+    CloseReports(state);
+    EXPECT_EQ(state.report.errorCount, 200000);
+    EXPECT_EQ(state.report.warningList.size(), 200000);
+    EXPECT_TRUE(report("big.ERR").endsWith("Total No. of Errors: 200000\r\n"));
+}
+
+} // namespace
