@@ -103,23 +103,6 @@ TEST(ReportFormat, DataIsShownOnOneLineAndCut)
         EXPECT_EQ(ReportFormat::preparedData(row.data), row.expected);
 }
 
-TEST(ReportFormat, Headers)
-{
-    const QString rule = QString(10, '=') + sp(3) + QString(80, '=') + sp(10) + QString(66, '=');
-    EXPECT_EQ(ReportFormat::reportHeader("a.b", EntryKind::Error, false),
-        QStringList(
-            { "Filename: a.b", "Line No" + sp(6) + "Error Message" + sp(103) + "Data Content", rule }));
-    EXPECT_EQ(ReportFormat::reportHeader("a", EntryKind::Warning, true),
-        QStringList({ "Filename: a",
-            "Line No - Column No" + sp(2) + "Warning Message" + sp(103) + "Data Content", rule }));
-    const QString wide(137, '=');
-    EXPECT_EQ(ReportFormat::errorViewHeader("/in/a.xml", false),
-        QStringList({ "", wide, "Input File: /in/a.xml", "",
-            "Line No" + sp(8) + "Error Message" + sp(47) + "Data Content", wide }));
-    EXPECT_EQ(ReportFormat::errorViewHeader("/in/a.xml", true)[4],
-        "Line No - Column No" + sp(3) + "Error Message" + sp(47) + "Data Content");
-}
-
 TEST(ReportFormat, TwelveHourTimes)
 {
     struct Row {

@@ -235,16 +235,6 @@ TEST_F(ReportRun, UncreatableReportsEndTheRun)
             "Quorvane", MessageIcon::Warning }));
 }
 
-TEST_F(ReportRun, EntriesWithoutOpenReportsAreStillCounted)
-{
-    WriteErrorEntry(state, 1, "e", "d", 1);
-    WriteWarningEntry(state, 2, "w", "d", 1);
-    EXPECT_EQ(state.report.errorCount, 1);
-    EXPECT_EQ(state.report.warningCount, 1);
-    EXPECT_EQ(state.report.warningList.size(), 1);
-    EXPECT_EQ(state.report.runErrorEntries, 1);
-}
-
 TEST_F(ReportRun, SingleFileProgramLogs)
 {
     state.programName = "qv";
