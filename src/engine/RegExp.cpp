@@ -219,7 +219,12 @@ private:
     void emitLiteral(char32_t value)
     {
         const QChar c { char16_t(value) };
-        if (value < 0x80 && (isAsciiLetter(c) || isAsciiDigit(c)))
+        const QChar upper = c.toUpper();
+        // Unicode folding would let "k" and "s" match the Kelvin sign and the long s;
+        // the scripting object never folds an ASCII letter onto a non-ASCII one.
+        if (ignoreCase_ && (upper == u'K' || upper == u'S'))
+            out_ += asciiGroup(u'[' + QString(c.toLower()) + upper + u']');
+        else if (value < 0x80 && (isAsciiLetter(c) || isAsciiDigit(c)))
             out_ += c;
         else
             out_ += codeUnit(value);
