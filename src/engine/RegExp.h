@@ -1,0 +1,63 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QStringView>
+#include <memory>
+#include <stdexcept>
+
+// A pattern that cannot be compiled, or a search that gave up at one of the
+// engine's limits. The description always names the pattern.
+class PatternError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// One match of a search: positions are zero-based code-unit offsets.
+struct RegExpMatch {
+    qsizetype index = 0;
+    qsizetype length = 0;
+    QString value;
+    QStringList submatches; // group 1 first; a group that took no part is a null (empty) string
+};
+
+struct CompiledPattern;
+
+// The scripting-style regular expression the tables are written for: pattern,
+// global and ignore-case, with test, execute and replace. Patterns use the
+// JavaScript dialect (\d \w \s \b are ASCII classes, "." stops at line ends,
+// "$" only matches at the very end) and are searched on UTF-16 code units.
+// Compiling happens on first use; compiled patterns are shared through a
+// small per-thread cache, so a fresh object per call is cheap.
+class RegExp {
+public:
+    RegExp() = default;
+    explicit RegExp(QString pattern, bool global = false, bool ignoreCase = false);
+
+    const QString& pattern() const { return pattern_; }
+    void setPattern(QString pattern);
+    bool global() const { return global_; }
+    void setGlobal(bool global) { global_ = global; }
+    bool ignoreCase() const { return ignoreCase_; }
+    void setIgnoreCase(bool ignoreCase);
+
+    // Whether the pattern occurs anywhere in the text (global plays no part).
+    bool test(QStringView text) const;
+    // The first match, or every match left to right when global is on.
+    QList<RegExpMatch> execute(QStringView text) const;
+    // Replaces the first match (every match when global is on). The
+    // replacement may hold "$1".."$99", "$&", "$`", "$'" and "$$".
+    QString replace(QStringView text, QStringView replacement) const;
+    // Number of capturing groups of the pattern.
+    int captureCount() const;
+
+private:
+    template <typename Visitor> void forEachMatch(QStringView text, bool all, Visitor&& visit) const;
+    const CompiledPattern& compiled() const;
+
+    QString pattern_;
+    bool global_ = false;
+    bool ignoreCase_ = false;
+    mutable std::shared_ptr<const CompiledPattern> compiled_;
+};

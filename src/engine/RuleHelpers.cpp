@@ -1,0 +1,105 @@
+#include "engine/RuleHelpers.h"
+
+#include "app/RunState.h"
+#include "engine/RegExp.h"
+#include "report/Reports.h"
+
+#include <algorithm>
+
+QString ExpandPatternPlaceholders(const QString& pattern)
+{
+    QString expanded = pattern;
+    expanded.replace(QStringLiteral("[text]"), QStringLiteral("((\\S|\\s)*)"));
+    expanded.replace(QStringLiteral("[hrt]"), QStringLiteral("(\\r\\n)"));
+    expanded.replace(QStringLiteral("[space]"), QStringLiteral("( )"));
+    expanded.replace(QStringLiteral("[tab]"), QStringLiteral("(\\t)"));
+    return expanded;
+}
+
+bool MatchesPattern(const QString& text, const QString& pattern)
+{
+    const RegExp expression(ExpandPatternPlaceholders(pattern), true, true);
+    return expression.test(text);
+}
+
+QString DataContentAt(const RunState& state, std::int32_t start)
+{
+    const QString& line = state.context.lineText;
+    const std::int32_t from = start != 0 ? start : state.context.linePosition;
+    // Positions before the first character read from the line's start rather than failing.
+    const qsizetype index = std::max<qsizetype>(from, 1) - 1;
+    return index >= line.size() ? QString() : line.sliced(index);
+}
+
+void ReportBySeverity(RunState& state, const QString& severity, std::int64_t lineNumber,
+    const QString& message, const QString& dataContent, std::int32_t extra)
+{
+    if (severity.toUpper() == u"E")
+        WriteErrorEntry(state, lineNumber, message, dataContent, extra);
+    else
+        WriteWarningEntry(state, lineNumber, message, dataContent, extra);
+}
+
+namespace {
+
+const QString kLineBreak = QStringLiteral("\r\n");
+
+} // namespace
+
+std::int32_t OffsetToLineColumn(QStringView text, std::int32_t offset, std::int32_t& column)
+{
+    LineColumnCursor cursor(text);
+    return cursor.lineColumnAt(offset, column);
+}
+
+std::int32_t LineColumnCursor::lineColumnAt(std::int32_t offset, std::int32_t& column)
+{
+    // A negative length is the one failure here: it gives line 0 and leaves the column alone.
+    if (offset < 0)
+        return 0;
+    const qsizetype end = std::min<qsizetype>(offset, text_.size());
+    if (end < scanned_) {
+        scanned_ = 0;
+        breaks_ = 0;
+        lastLineStart_ = 0;
+    }
+    // A pair cut by the previous prefix starts one character before it.
+    const QStringView prefix = text_.first(end);
+    for (qsizetype at = prefix.indexOf(kLineBreak, std::max<qsizetype>(scanned_ - 1, 0)); at >= 0;
+         at = prefix.indexOf(kLineBreak, at + 2)) {
+        ++breaks_;
+        lastLineStart_ = at + 2;
+    }
+    scanned_ = end;
+    if (end == 0)
+        return 1;
+    column = std::int32_t(end - lastLineStart_ + 1);
+    return breaks_ + 1;
+}
+
+QString EnclosingOpenTag(const RunState& state)
+{
+    return OpenTagAbove(state, 0);
+}
+
+QString OpenTagAbove(const RunState& state, std::int32_t levels)
+{
+    const qsizetype index = state.openTags.size() - levels - 1;
+    // A negative level would reach past the innermost tag: there is nothing there.
+    if (levels < 0 || index < 0)
+        return QString();
+    return state.openTags[index].tagText;
+}
+
+std::int32_t EnclosingOpenTagPosition(const RunState& state)
+{
+    if (state.openTags.isEmpty() || state.openTags.last().tagText.isEmpty())
+        return 0;
+    return state.openTags.last().filePosition;
+}
+
+bool IsTagOpen(const RunState& state, const QString& tagName)
+{
+    return std::any_of(state.openTags.crbegin(), state.openTags.crend(),
+        [&](const ValidationContext& tag) { return tag.tagName == tagName; });
+}

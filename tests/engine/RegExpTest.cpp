@@ -1,0 +1,241 @@
+#include "engine/RegExp.h"
+
+#include <chrono>
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace Qt::Literals::StringLiterals;
+
+struct TestCase {
+    QString pattern;
+    bool ignoreCase;
+    QString text;
+    bool expected;
+};
+
+TEST(RegExpTest, DialectOfTest)
+{
+    const QList<TestCase> cases {
+        { "^abc$", true, "ABC", true },
+        { "^abc$", false, "ABC", false },
+        { u"\u00e9"_s, true, u"\u00c9"_s, true },
+        // \d \w \s \b stay ASCII, also when ignore-case brings in Unicode case folding.
+        { "\\d", true, u"\u0663"_s, false },
+        { "\\w", true, u"\u00e9"_s, false },
+        { "\\w", true, u"\u212a"_s, false },
+        { "k", true, u"\u212a"_s, false },
+        { "^ss$", true, u"S\u017f"_s, false },
+        { "^Ks$", true, "kS", true },
+        { "\\W", true, u"\u00e9"_s, true },
+        { "[\\w]", true, u"\u00e9"_s, false },
+        { "a\\b", true, u"a\u00e9"_s, true },
+        { "a\\B", true, u"a\u00e9"_s, false },
+        { "a\\b", false, "ab", false },
+        { "\\s", false, "\v", true },
+        { "\\s", false, u"\u00a0"_s, false },
+        { "\\S", false, u"\u00a0"_s, true },
+        // "." stops at line ends only.
+        { "^.$", false, "\n", false },
+        { "^.$", false, "\r", false },
+        { "^.$", false, u"\u2028"_s, false },
+        { "^.$", false, u"\u0085"_s, true },
+        { "^.$", false, QString(QChar(0xD800)), true },
+        // "$" only at the very end, "^" only at the very start.
+        { "a$", false, "a\n", false },
+        { "a$", false, "ba", true },
+        { "^b", false, "a\nb", false },
+        // Escapes of the scripting dialect.
+        { "^\\v$", false, "\v", true },
+        { "^\\v$", false, "\n", false },
+        { "^\\101$", false, "A", true },
+        { "^\\0$", false, QString(QChar(0)), true },
+        { "^\\1$", false, QString(QChar(1)), true },
+        { "^\\8$", false, "8", true },
+        { "^\\400$", false, " 0", true },
+        { "^\\a\\e\\k$", false, "aek", true },
+        { "^\\Q.\\E$", false, "QxE", true },
+        { "^\\x41\\u0042$", false, "AB", true },
+        { "^\\x4$", false, "x4", true },
+        { "^\\u12$", false, "u12", true },
+        { "^\\cJ$", false, "\n", true },
+        { "^\\c1$", false, "\\c1", true },
+        // Back-references: a group that took no part matches empty.
+        { "^(a)\\1$", false, "aa", true },
+        { "^(a)?b\\1c$", false, "bc", true },
+        { "^\\1(a)$", false, "a", true },
+        { "^(A)\\1$", true, "aA", true },
+        // Character classes.
+        { "^[\\d-z]+$", false, "1-z", true },
+        { "^[\\d-z]$", false, "5", true },
+        { "^[a-c]$", false, "b", true },
+        { "^[\\b]$", false, "\b", true },
+        { "^[\\101]$", false, "A", true },
+        { "^[^]$", false, "\n", true },
+        { "[]", false, "a", false },
+        { "^[[:alpha:]]$", false, "a]", true },
+        { "^[[:alpha:]]$", false, "a", false },
+        { "^[^\\s]$", false, "x", true },
+        { "^[\\S]$", false, " ", false },
+        { "^[\\W]$", false, "_", false },
+        // Braces that are no quantifier are literal.
+        { "^a{2}$", false, "aa", true },
+        { "^a{,3}$", false, "a{,3}", true },
+        { "^x{$", false, "x{", true },
+        { "^a}]$", false, "a}]", true },
+        { "^a{1,2}?b$", false, "ab", true },
+        { "^(?:ab)+(?=c)(?!d)", false, "ababc", true },
+    };
+    for (const TestCase& row : cases) {
+        const RegExp expression(row.pattern, false, row.ignoreCase);
+        EXPECT_EQ(expression.test(row.text), row.expected)
+            << row.pattern.toStdString() << " ignoreCase=" << row.ignoreCase;
+    }
+}
+
+TEST(RegExpTest, RejectedPatternsNameThePattern)
+{
+    const QStringList patterns {
+        "(?<=a)b",
+        "(?<!a)b",
+        "(?<n>a)",
+        "(?P<n>a)",
+        "(?'n'a)",
+        "(?>a)",
+        "a++",
+        "a*+",
+        "a{2}+",
+        "(?i)a",
+        "(?",
+        "(",
+        "a)",
+        "[a",
+        "a\\",
+        "[z-a]",
+        "*",
+        "a**",
+    };
+    for (const QString& pattern : patterns) {
+        const RegExp expression(pattern);
+        try {
+            expression.test(u"a");
+            ADD_FAILURE() << "accepted " << pattern.toStdString();
+        } catch (const PatternError& error) {
+            EXPECT_TRUE(QString::fromStdString(error.what()).contains(u'"' + pattern + u'"')) << error.what();
+        }
+    }
+}
+
+struct ExpectedMatch {
+    qsizetype index;
+    QString value;
+    QStringList submatches;
+};
+
+void expectMatches(const QList<RegExpMatch>& actual, const QList<ExpectedMatch>& expected)
+{
+    ASSERT_EQ(actual.size(), expected.size());
+    for (qsizetype i = 0; i < actual.size(); ++i) {
+        EXPECT_EQ(actual[i].index, expected[i].index) << i;
+        EXPECT_EQ(actual[i].length, expected[i].value.size()) << i;
+        EXPECT_EQ(actual[i].value, expected[i].value) << i;
+        EXPECT_EQ(actual[i].submatches, expected[i].submatches) << i;
+    }
+}
+
+TEST(RegExpTest, ExecuteCollectsMatches)
+{
+    RegExp expression("(\\d+)-(x)?", true);
+    const QList<RegExpMatch> matches = expression.execute(u"12- 3-x");
+    expectMatches(matches, { { 0, "12-", { "12", "" } }, { 4, "3-x", { "3", "x" } } });
+    EXPECT_TRUE(matches[0].submatches[1].isNull());
+
+    expression.setGlobal(false);
+    expectMatches(expression.execute(u"12- 3-x"), { { 0, "12-", { "12", "" } } });
+    expectMatches(expression.execute(u"none"), {});
+}
+
+TEST(RegExpTest, EmptyMatchesMoveOnByOneCodeUnit)
+{
+    expectMatches(RegExp("a*", true).execute(u"baac"),
+        { { 0, "", {} }, { 1, "aa", {} }, { 3, "", {} }, { 4, "", {} } });
+    // A surrogate pair is two code units, so there are three empty matches.
+    expectMatches(
+        RegExp("(?:)", true).execute(u"\U0001F600"), { { 0, "", {} }, { 1, "", {} }, { 2, "", {} } });
+    // After an empty match the text before it still counts for \b.
+    expectMatches(RegExp("\\b", true).execute(u"ab cd"),
+        { { 0, "", {} }, { 2, "", {} }, { 3, "", {} }, { 5, "", {} } });
+}
+
+TEST(RegExpTest, Replace)
+{
+    struct Row {
+        QString pattern;
+        bool global;
+        bool ignoreCase;
+        QString text;
+        QString replacement;
+        QString expected;
+    };
+    const QList<Row> rows {
+        { "(\\w+) (\\w+)", false, false, "john smith", "$2 $1", "smith john" },
+        { "a", true, false, "banana", "[$&]", "b[a]n[a]n[a]" },
+        { "a", false, false, "banana", "[$&]", "b[a]nana" },
+        { "n", false, false, "banana", "$`|$'", "baba|anaana" },
+        { "a", false, false, "xa", "$$", "x$" },
+        { "(a)", false, false, "a", "$2 $0 $ $x $", "$2 $0 $ $x $" },
+        { "(a)", false, false, "a", "$10 $01", "a0 a" },
+        { "(a)(b)(c)(d)(e)(f)(g)(h)(i)(j)", false, false, "abcdefghij", "$10-$01-$1", "j-a-a" },
+        { "(a)|(b)", true, false, "ab", "[$1$2]", "[a][b]" },
+        { "x*", true, false, "abc", "-", "-a-b-c-" },
+        { "b", true, true, "abAB", "_", "a_A_" },
+        { "q", true, false, "abc", "$&", "abc" },
+    };
+    for (const Row& row : rows) {
+        const RegExp expression(row.pattern, row.global, row.ignoreCase);
+        EXPECT_EQ(expression.replace(row.text, row.replacement), row.expected) << row.pattern.toStdString();
+    }
+}
+
+TEST(RegExpTest, ChangingPatternOrCaseRecompiles)
+{
+    RegExp expression("abc");
+    EXPECT_FALSE(expression.test(u"ABC"));
+    expression.setIgnoreCase(true);
+    EXPECT_TRUE(expression.test(u"ABC"));
+    expression.setPattern("(x)(y)");
+    EXPECT_EQ(expression.captureCount(), 2);
+    EXPECT_TRUE(expression.test(u"XY"));
+    // More patterns than the cache holds: each object still gets its own pattern.
+    for (int i = 0; i < 200; ++i) {
+        const RegExp numbered(QStringLiteral("^n%1$").arg(i));
+        EXPECT_TRUE(numbered.test(QStringLiteral("n%1").arg(i)));
+        EXPECT_FALSE(numbered.test(QStringLiteral("n%1").arg(i + 1)));
+    }
+}
+
+TEST(RegExpTest, LongElementContentMatches)
+{
+    QString content;
+    while (content.size() < 5 * 1024 * 1024)
+        content += QStringLiteral("Some element content,\r\n with\tbreaks ");
+    const QString text = "<p>" + content + "</p>";
+    const QList<RegExpMatch> matches = RegExp("<p>((\\S|\\s)*)</p>", true, true).execute(text);
+    ASSERT_EQ(matches.size(), 1);
+    EXPECT_EQ(matches[0].submatches[0].size(), content.size());
+}
+
+TEST(RegExpTest, RunawayBacktrackingFailsInsteadOfHanging)
+{
+    const auto started = std::chrono::steady_clock::now();
+    const RegExp expression("^(a+)+$");
+    EXPECT_THROW(
+        try { expression.test(QString(40, u'a') + u'b'); } catch (const PatternError& error) {
+            EXPECT_TRUE(QString::fromStdString(error.what()).contains(u"\"^(a+)+$\"")) << error.what();
+            throw;
+        },
+        PatternError);
+    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(10));
+}
+
+} // namespace

@@ -1,0 +1,181 @@
+#include "engine/RuleHelpers.h"
+
+#include "app/RunState.h"
+#include "engine/RegExp.h"
+#include "support/RecordingOperator.h"
+
+#include <QRandomGenerator>
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(RuleHelpersTest, ExpandPatternPlaceholders)
+{
+    const QList<std::pair<QString, QString>> rows {
+        { "[text][hrt][space][tab]", "((\\S|\\s)*)(\\r\\n)( )(\\t)" },
+        { "a[text]b[text]", "a((\\S|\\s)*)b((\\S|\\s)*)" },
+        { "[TEXT][HRT][Space][x]", "[TEXT][HRT][Space][x]" },
+        // "[text]" goes first, so a placeholder inside it is expanded only afterwards.
+        { "[te[space]xt]", "[te( )xt]" },
+    };
+    for (const auto& [pattern, expected] : rows)
+        EXPECT_EQ(ExpandPatternPlaceholders(pattern), expected) << pattern.toStdString();
+}
+
+TEST(RuleHelpersTest, MatchesPattern)
+{
+    struct Row {
+        QString text;
+        QString pattern;
+        bool expected;
+    };
+    const QList<Row> rows {
+        { "ABC", "^abc$", true },
+        { "xabcx", "abc", true },
+        { "xabcx", "^abc$", false },
+        { "a\r\nb", "a[hrt]b", true },
+        { "aHb", "a[HRT]b", true },
+        { "a\r\nb", "a[HRT]b", false },
+        { "a b", "^a[space]b$", true },
+        { "a\tb", "^a[tab]b$", true },
+        { "<P>one\r\ntwo</P>", "^<p>[text]</p>$", true },
+        { "", "^$", true },
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(MatchesPattern(row.text, row.pattern), row.expected) << row.pattern.toStdString();
+    EXPECT_THROW(MatchesPattern("a", "(a"), PatternError);
+}
+
+class RuleHelpersStateTest : public ::testing::Test {
+protected:
+    RecordingOperator ui;
+    RunState state { ui };
+};
+
+TEST_F(RuleHelpersStateTest, DataContentAt)
+{
+    state.context.lineText = "x <p>text";
+    state.context.linePosition = 3;
+    const QList<std::pair<std::int32_t, QString>> rows {
+        { 0, "<p>text" },
+        { 1, "x <p>text" },
+        { 6, "text" },
+        { 9, "t" },
+        { 10, "" },
+        { 200, "" },
+        { -4, "x <p>text" },
+    };
+    for (const auto& [start, expected] : rows)
+        EXPECT_EQ(DataContentAt(state, start), expected) << start;
+}
+
+TEST_F(RuleHelpersStateTest, ReportBySeverityPicksTheReport)
+{
+    const QList<std::pair<QString, bool>> rows { { "e", true }, { "E", true }, { "W", false }, { "", false },
+        { "EE", false } };
+    for (const auto& [severity, isError] : rows) {
+        const auto before = state.report.runErrorEntries;
+        ReportBySeverity(state, severity, 7, "message", "data", 3);
+        EXPECT_EQ(state.report.runErrorEntries - before, isError ? 1 : 0) << severity.toStdString();
+    }
+}
+
+TEST(RuleHelpersTest, OffsetToLineColumn)
+{
+    struct Row {
+        QString text;
+        std::int32_t offset;
+        std::int32_t line;
+        std::int32_t column; // -1: left as the caller set it
+    };
+    const QList<Row> rows {
+        { "ab\r\ncd", 5, 2, 2 },
+        { "ab\r\ncd", 2, 1, 3 },
+        { "ab\r\ncd", 4, 2, 1 },
+        { "ab\r\ncd", 3, 1, 4 },
+        { "ab\r\ncd", 99, 2, 3 },
+        { "ab\r\ncd", 0, 1, -1 },
+        { "", 3, 1, -1 },
+        { "ab", -1, 0, -1 },
+        { "\r\n\r\n", 4, 3, 1 },
+        { "\n\r\r\n", 4, 2, 1 },
+    };
+    for (const Row& row : rows) {
+        std::int32_t column = -1;
+        EXPECT_EQ(OffsetToLineColumn(row.text, row.offset, column), row.line) << row.offset;
+        EXPECT_EQ(column, row.column) << row.offset;
+    }
+}
+
+// Straight from the definition: split the prefix at every CR LF.
+std::int32_t lineColumnBySplitting(const QString& text, std::int32_t offset, std::int32_t& column)
+{
+    const QString prefix = text.left(offset);
+    if (prefix.isEmpty())
+        return 1;
+    const QStringList pieces = prefix.split(QStringLiteral("\r\n"));
+    column = std::int32_t(pieces.last().size()) + 1;
+    return std::int32_t(pieces.size());
+}
+
+TEST(RuleHelpersTest, LineColumnCursorAgreesWithSplitting)
+{
+    QRandomGenerator random(20240611);
+    const QString alphabet = QStringLiteral("a\r\n");
+    for (int round = 0; round < 300; ++round) {
+        QString text;
+        const int length = random.bounded(40);
+        for (int i = 0; i < length; ++i)
+            text += alphabet[random.bounded(alphabet.size())];
+        LineColumnCursor cursor(text);
+        std::int32_t offset = 0;
+        for (int step = 0; step < 20; ++step) {
+            // Mostly ascending, sometimes back to an earlier offset.
+            offset = random.bounded(6) == 0 ? random.bounded(length + 1) : offset + random.bounded(4);
+            std::int32_t expectedColumn = -1, cursorColumn = -1, plainColumn = -1;
+            const std::int32_t expectedLine = lineColumnBySplitting(text, offset, expectedColumn);
+            ASSERT_EQ(cursor.lineColumnAt(offset, cursorColumn), expectedLine) << round << ' ' << offset;
+            ASSERT_EQ(cursorColumn, expectedColumn) << round << ' ' << offset;
+            ASSERT_EQ(OffsetToLineColumn(text, offset, plainColumn), expectedLine);
+            ASSERT_EQ(plainColumn, expectedColumn);
+        }
+    }
+}
+
+ValidationContext openTag(const QString& name, const QString& text, std::int32_t position)
+{
+    ValidationContext tag;
+    tag.tagName = name;
+    tag.tagText = text;
+    tag.filePosition = position;
+    return tag;
+}
+
+TEST_F(RuleHelpersStateTest, OpenTagQueriesWithoutOpenTags)
+{
+    EXPECT_EQ(EnclosingOpenTag(state), "");
+    EXPECT_EQ(OpenTagAbove(state, 0), "");
+    EXPECT_EQ(EnclosingOpenTagPosition(state), 0);
+    EXPECT_FALSE(IsTagOpen(state, ""));
+}
+
+TEST_F(RuleHelpersStateTest, OpenTagQueries)
+{
+    state.openTags = { openTag("doc", "<doc>", 1), openTag("p", "<p id=\"1\">", 20) };
+    EXPECT_EQ(EnclosingOpenTag(state), "<p id=\"1\">");
+    EXPECT_EQ(EnclosingOpenTagPosition(state), 20);
+    const QList<std::pair<std::int32_t, QString>> above { { 0, "<p id=\"1\">" }, { 1, "<doc>" }, { 2, "" },
+        { 5, "" }, { -1, "" } };
+    for (const auto& [levels, expected] : above)
+        EXPECT_EQ(OpenTagAbove(state, levels), expected) << levels;
+    const QList<std::pair<QString, bool>> open { { "doc", true }, { "p", true }, { "P", false },
+        { "do", false } };
+    for (const auto& [name, expected] : open)
+        EXPECT_EQ(IsTagOpen(state, name), expected) << name.toStdString();
+
+    state.openTags.append(openTag("x", "", 40));
+    EXPECT_EQ(EnclosingOpenTag(state), "");
+    EXPECT_EQ(EnclosingOpenTagPosition(state), 0);
+}
+
+} // namespace
