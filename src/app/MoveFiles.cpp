@@ -6,7 +6,6 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
-
 #include <dirent.h>
 
 namespace modMoveFiles {
@@ -69,7 +68,9 @@ bool CheckPath(RunState& state, QString& path, std::int16_t kind)
     }
     if (isFolder(path))
         return true;
-    showMessage(state, path + QStringLiteral(" not found.") + QStringLiteral("\r\n") + QStringLiteral("Pls. Check INI content."),
+    showMessage(state,
+        path + QStringLiteral(" not found.") + QStringLiteral("\r\n")
+            + QStringLiteral("Pls. Check INI content."),
         MessageIcon::Warning);
     return false;
 }
@@ -118,7 +119,8 @@ void RemoveFolderTree(RunState& state, const QString& folder)
 {
     const QString base = withSlash(folder);
     // Deleting an entry needs write access to the folder that holds it.
-    QFile::setPermissions(folder, QFile::permissions(folder) | QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QFile::setPermissions(
+        folder, QFile::permissions(folder) | QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     for (const QString& name : ListFolder(folder, File)) {
         const QString path = base + name;
         // A link's permissions are those of its target, which is not ours to change.

@@ -9,35 +9,35 @@
 
 namespace {
 
-using Field = std::pair<QString, bool>;  // name shown, whether it is missing
+using Field = std::pair<QString, bool>; // name shown, whether it is missing
 
 std::vector<Field> requiredFields(const Configuration& config)
 {
     const TableSet& set = config.DefaultTableSet;
     std::vector<Field> fields = {
-        {QStringLiteral("WorkPath"), config.WorkPath.isEmpty()},
-        {QStringLiteral("InputPath"), config.InputPath.isEmpty()},
-        {QStringLiteral("ImagePath"), config.ImagePath.isEmpty()},
-        {QStringLiteral("OutputPath"), config.OutputPath.isEmpty()},
-        {QStringLiteral("TempPath"), config.TempPath.isEmpty()},
-        {QStringLiteral("InputType"), config.InputType.isEmpty()},
+        { QStringLiteral("WorkPath"), config.WorkPath.isEmpty() },
+        { QStringLiteral("InputPath"), config.InputPath.isEmpty() },
+        { QStringLiteral("ImagePath"), config.ImagePath.isEmpty() },
+        { QStringLiteral("OutputPath"), config.OutputPath.isEmpty() },
+        { QStringLiteral("TempPath"), config.TempPath.isEmpty() },
+        { QStringLiteral("InputType"), config.InputType.isEmpty() },
     };
     for (int index = 0; index < kSupportFileCount; ++index)
         fields.emplace_back(QString(kSupportFileFields[index].name), set.files[index].isEmpty());
     const std::vector<Field> rest = {
-        {QStringLiteral("MainLexPath"), config.MainLexPath.isEmpty()},
-        {QStringLiteral("UserLexPath"), config.UserLexPath.isEmpty()},
-        {QStringLiteral("MainLexFiles"), config.MainLexFiles.isEmpty()},
-        {QStringLiteral("CheckMultiHrt"), set.CheckMultiHrt.isEmpty()},
-        {QStringLiteral("CheckSpecialChar"), set.CheckSpecialChar.isEmpty()},
-        {QStringLiteral("MultiHrtMaxCount"), !set.MultiHrtMaxCountGiven},
-        {QStringLiteral("AttribRangeSeparator"), !set.AttribRangeSeparatorGiven},
-        {QStringLiteral("ImageExtension"), set.ImageExtension.isEmpty()},
-        {QStringLiteral("CheckExcessImgFiles"), set.CheckExcessImgFiles.isEmpty()},
-        {QStringLiteral("CheckFilename"), set.CheckFilename.isEmpty()},
-        {QStringLiteral("ValidFilenameChar"), set.ValidFilenameChars.isEmpty()},
-        {QStringLiteral("InValidFilenameChars"), set.InvalidFilenameChars.isEmpty()},
-        {QStringLiteral("CheckImageZeroBytes"), set.CheckImageZeroBytes.isEmpty()},
+        { QStringLiteral("MainLexPath"), config.MainLexPath.isEmpty() },
+        { QStringLiteral("UserLexPath"), config.UserLexPath.isEmpty() },
+        { QStringLiteral("MainLexFiles"), config.MainLexFiles.isEmpty() },
+        { QStringLiteral("CheckMultiHrt"), set.CheckMultiHrt.isEmpty() },
+        { QStringLiteral("CheckSpecialChar"), set.CheckSpecialChar.isEmpty() },
+        { QStringLiteral("MultiHrtMaxCount"), !set.MultiHrtMaxCountGiven },
+        { QStringLiteral("AttribRangeSeparator"), !set.AttribRangeSeparatorGiven },
+        { QStringLiteral("ImageExtension"), set.ImageExtension.isEmpty() },
+        { QStringLiteral("CheckExcessImgFiles"), set.CheckExcessImgFiles.isEmpty() },
+        { QStringLiteral("CheckFilename"), set.CheckFilename.isEmpty() },
+        { QStringLiteral("ValidFilenameChar"), set.ValidFilenameChars.isEmpty() },
+        { QStringLiteral("InValidFilenameChars"), set.InvalidFilenameChars.isEmpty() },
+        { QStringLiteral("CheckImageZeroBytes"), set.CheckImageZeroBytes.isEmpty() },
     };
     fields.insert(fields.end(), rest.begin(), rest.end());
     return fields;
@@ -45,7 +45,8 @@ std::vector<Field> requiredFields(const Configuration& config)
 
 QString notFoundText(const QString& path)
 {
-    return path + QStringLiteral(" not found.") + QStringLiteral("\r\n") + QStringLiteral("Pls. Check INI content.");
+    return path + QStringLiteral(" not found.") + QStringLiteral("\r\n")
+        + QStringLiteral("Pls. Check INI content.");
 }
 
 // The folder check shows its own message; a missing lexicon file gets the
@@ -79,8 +80,8 @@ bool checkFolderAccess(RunState& state)
     usable = modMoveFiles::CheckWriteAccess(state, config.WorkPath) && usable;
     usable = modMoveFiles::CheckWriteAccess(state, config.OutputPath) && usable;
     if (config.TempPath.compare(config.WorkPath, Qt::CaseInsensitive) == 0) {
-        state.ui.messageBox(QStringLiteral("TempPath should not be equal to WorkPath. Check INI file."), kProgramTitle,
-            MessageIcon::Critical);
+        state.ui.messageBox(QStringLiteral("TempPath should not be equal to WorkPath. Check INI file."),
+            kProgramTitle, MessageIcon::Critical);
         usable = false;
     }
     return usable;
@@ -114,8 +115,8 @@ bool CheckConfiguredPaths(RunState& state)
     config.TempPath += QStringLiteral("Quorvane_Temp/");
     if (!modMoveFiles::MakeFolder(config.TempPath)) {
         // Only possible when something else already holds that name.
-        state.ui.messageBox(config.TempPath + QStringLiteral(" could not be created."), kProgramTitle,
-            MessageIcon::Critical);
+        state.ui.messageBox(
+            config.TempPath + QStringLiteral(" could not be created."), kProgramTitle, MessageIcon::Critical);
         return false;
     }
     config.SavedWorkPath = config.WorkPath;

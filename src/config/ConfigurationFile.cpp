@@ -8,7 +8,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
-
 #include <optional>
 #include <utility>
 
@@ -20,7 +19,7 @@ enum class Section { None, Default, IoPaths, SupportFiles, Settings, Sentry, Tas
 struct ReaderState {
     Section section = Section::None;
     bool taskMode = false;
-    int currentTask = -1;  // index into Tasks; -1 while no task code has been read
+    int currentTask = -1; // index into Tasks; -1 while no task code has been read
     bool allValuesGood = true;
 };
 
@@ -55,13 +54,13 @@ QStringList splitLines(const QString& text)
 std::optional<Section> sectionOf(const QString& line)
 {
     static const std::pair<QLatin1StringView, Section> headers[] = {
-        {QLatin1StringView("[DEFAULT]"), Section::Default},
-        {QLatin1StringView("[I/O PATHS]"), Section::IoPaths},
-        {QLatin1StringView("[SUPPORT FILES]"), Section::SupportFiles},
-        {QLatin1StringView("[SETTINGS]"), Section::Settings},
-        {QLatin1StringView("[SENTRY]"), Section::Sentry},
-        {QLatin1StringView("[TASK]"), Section::Task},
-        {QLatin1StringView("[PLUG-IN]"), Section::PlugIn},
+        { QLatin1StringView("[DEFAULT]"), Section::Default },
+        { QLatin1StringView("[I/O PATHS]"), Section::IoPaths },
+        { QLatin1StringView("[SUPPORT FILES]"), Section::SupportFiles },
+        { QLatin1StringView("[SETTINGS]"), Section::Settings },
+        { QLatin1StringView("[SENTRY]"), Section::Sentry },
+        { QLatin1StringView("[TASK]"), Section::Task },
+        { QLatin1StringView("[PLUG-IN]"), Section::PlugIn },
     };
     const QString upper = line.toUpper();
     for (const auto& [header, section] : headers) {
@@ -87,26 +86,26 @@ void enterSection(ReaderState& reader, Section section)
 void readIoPathKey(Configuration& config, const QString& key, const QString& value)
 {
     static const std::pair<QLatin1StringView, QString Configuration::*> folders[] = {
-        {QLatin1StringView("WORKPATH"), &Configuration::WorkPath},
-        {QLatin1StringView("INPUTPATH"), &Configuration::InputPath},
-        {QLatin1StringView("IMAGEPATH"), &Configuration::ImagePath},
-        {QLatin1StringView("OUTPUTPATH"), &Configuration::OutputPath},
-        {QLatin1StringView("TEMPPATH"), &Configuration::TempPath},
+        { QLatin1StringView("WORKPATH"), &Configuration::WorkPath },
+        { QLatin1StringView("INPUTPATH"), &Configuration::InputPath },
+        { QLatin1StringView("IMAGEPATH"), &Configuration::ImagePath },
+        { QLatin1StringView("OUTPUTPATH"), &Configuration::OutputPath },
+        { QLatin1StringView("TEMPPATH"), &Configuration::TempPath },
     };
     static const std::pair<QLatin1StringView, QString Configuration::*> texts[] = {
-        {QLatin1StringView("KLMXINIFILE"), &Configuration::KlmxIniFile},
-        {QLatin1StringView("EDITORPROGRAM"), &Configuration::EditorProgram},
-        {QLatin1StringView("INPUTTYPE"), &Configuration::InputType},
-        {QLatin1StringView("CREATELOGFOLDER"), &Configuration::CreateLogFolder},
+        { QLatin1StringView("KLMXINIFILE"), &Configuration::KlmxIniFile },
+        { QLatin1StringView("EDITORPROGRAM"), &Configuration::EditorProgram },
+        { QLatin1StringView("INPUTTYPE"), &Configuration::InputType },
+        { QLatin1StringView("CREATELOGFOLDER"), &Configuration::CreateLogFolder },
     };
     static const std::pair<QLatin1StringView, std::uint32_t> colours[] = {
-        {QLatin1StringView("RED"), 0x0000FF},
-        {QLatin1StringView("GREEN"), 0x00FF00},
-        {QLatin1StringView("YELLOW"), 0x00FFFF},
-        {QLatin1StringView("BLUE"), 0xFF0000},
-        {QLatin1StringView("MAGENTA"), 0xFF00FF},
-        {QLatin1StringView("CYAN"), 0xFFFF00},
-        {QLatin1StringView("WHITE"), 0xFFFFFF},
+        { QLatin1StringView("RED"), 0x0000FF },
+        { QLatin1StringView("GREEN"), 0x00FF00 },
+        { QLatin1StringView("YELLOW"), 0x00FFFF },
+        { QLatin1StringView("BLUE"), 0xFF0000 },
+        { QLatin1StringView("MAGENTA"), 0xFF00FF },
+        { QLatin1StringView("CYAN"), 0xFFFF00 },
+        { QLatin1StringView("WHITE"), 0xFFFFFF },
     };
     // An empty folder value still gets its "/", so "KEY=" counts as given.
     for (const auto& [name, field] : folders) {
@@ -147,7 +146,7 @@ void readTaskKey(Configuration& config, ReaderState& reader, const QString& key,
 {
     if (key != QLatin1String("TASKCODE"))
         return;
-    config.Tasks.append(TaskTableSet{value, TableSet{}});
+    config.Tasks.append(TaskTableSet { value, TableSet {} });
     reader.currentTask = static_cast<int>(config.Tasks.size()) - 1;
 }
 
@@ -238,8 +237,8 @@ bool ReadConfigurationFile(RunState& state)
         config.ApplicationPath = withSlash(config.ApplicationPath);
     const QString path = config.ApplicationPath + QStringLiteral("Quorvane.INI");
     if (!QFileInfo(path).isFile()) {
-        state.ui.messageBox(
-            QStringLiteral("Missing Quorvane.INI in the application path"), kProgramTitle, MessageIcon::Critical);
+        state.ui.messageBox(QStringLiteral("Missing Quorvane.INI in the application path"), kProgramTitle,
+            MessageIcon::Critical);
         return false;
     }
     resetBeforeReading(config);
@@ -250,7 +249,8 @@ bool ReadConfigurationFile(RunState& state)
         return false;
     const QString missing = MissingConfigurationFields(config);
     if (!missing.isEmpty()) {
-        state.ui.messageBox(QStringLiteral("Missing/Empty Fields found in the [DEFAULT] part of the INI file:") + missing,
+        state.ui.messageBox(
+            QStringLiteral("Missing/Empty Fields found in the [DEFAULT] part of the INI file:") + missing,
             kProgramTitle, MessageIcon::Warning);
         return false;
     }

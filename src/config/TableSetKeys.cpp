@@ -1,11 +1,9 @@
-#include "config/ConfigurationFile.h"
-
 #include "app/MoveFiles.h"
 #include "app/RunState.h"
+#include "config/ConfigurationFile.h"
 #include "config/TableSetFields.h"
 
 #include <QRegularExpression>
-
 #include <cmath>
 #include <limits>
 #include <optional>
@@ -33,7 +31,8 @@ bool readRangeSeparators(RunState& state, TableSet& set, const QString& value)
         const QString piece = rawPiece.trimmed();
         if (piece.isEmpty())
             return warn(state, QStringLiteral("Empty field found in AttribRangeSeparator"));
-        set.AttribRangeSeparators.append(QString(piece).replace(QStringLiteral("<space>"), QStringLiteral(" ")));
+        set.AttribRangeSeparators.append(
+            QString(piece).replace(QStringLiteral("<space>"), QStringLiteral(" ")));
     }
     return true;
 }
@@ -58,7 +57,8 @@ std::optional<std::int32_t> roundedCount(const QString& value)
     if (!decimal.match(text).hasMatch())
         return std::nullopt;
     const double rounded = roundHalfToEven(text.toDouble());
-    if (rounded < std::numeric_limits<std::int32_t>::min() || rounded > std::numeric_limits<std::int32_t>::max())
+    if (rounded < std::numeric_limits<std::int32_t>::min()
+        || rounded > std::numeric_limits<std::int32_t>::max())
         return std::nullopt;
     return static_cast<std::int32_t>(rounded);
 }
@@ -139,15 +139,17 @@ bool ReadTableSetKey(RunState& state, TableSet& set, const QString& key, const Q
     if (name == QLatin1String("CHECKMULTIHRT"))
         return readCheckMultiHrt(state, set, value);
     if (name == QLatin1String("CHECKSPECIALCHAR"))
-        return readSwitch(state, set.CheckSpecialChar, value, QStringLiteral("Invalid CheckSpecialChar value in INI file"));
+        return readSwitch(
+            state, set.CheckSpecialChar, value, QStringLiteral("Invalid CheckSpecialChar value in INI file"));
     if (name == QLatin1String("CHECKEXCESSIMGFILES"))
-        return readSwitch(
-            state, set.CheckExcessImgFiles, value, QStringLiteral("Invalid CheckExcessImgFiles value in INI file"));
+        return readSwitch(state, set.CheckExcessImgFiles, value,
+            QStringLiteral("Invalid CheckExcessImgFiles value in INI file"));
     if (name == QLatin1String("CHECKFILENAME"))
-        return readSwitch(state, set.CheckFilename, value, QStringLiteral("Invalid CheckFilename value in INI file"));
-    if (name == QLatin1String("CHECKIMAGEZEROBYTES"))
         return readSwitch(
-            state, set.CheckImageZeroBytes, value, QStringLiteral("Invalid CHECKIMAGEZEROBYTES value in INI file"));
+            state, set.CheckFilename, value, QStringLiteral("Invalid CheckFilename value in INI file"));
+    if (name == QLatin1String("CHECKIMAGEZEROBYTES"))
+        return readSwitch(state, set.CheckImageZeroBytes, value,
+            QStringLiteral("Invalid CHECKIMAGEZEROBYTES value in INI file"));
     // The singular key beside the plural one is how existing files spell them.
     if (name == QLatin1String("VALIDFILENAMECHAR")) {
         set.ValidFilenameChars = splitValue(value, QStringLiteral("<comma>"));

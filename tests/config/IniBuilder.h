@@ -5,16 +5,16 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
-
 #include <utility>
 
 // Builds a Quorvane.INI that passes every check, with real folders in a
 // temporary folder, so that a test states only what differs from it.
 class IniBuilder {
 public:
-    explicit IniBuilder(const TempDir& dir) : dir_(dir)
+    explicit IniBuilder(const TempDir& dir)
+        : dir_(dir)
     {
-        for (const char* folder : {"app", "work", "input", "image", "output", "temp", "lex"})
+        for (const char* folder : { "app", "work", "input", "image", "output", "temp", "lex" })
             dir_.mkdir(QString::fromLatin1(folder));
         dir_.write(QStringLiteral("lex/main.dic"), "word\n");
         section("[DEFAULT]");
@@ -47,10 +47,10 @@ public:
 
     static QStringList tableKeys()
     {
-        return {"ROUTINEDECLTBL", "TEXTVALIDITYTBL", "NOHRTDECLTBL", "WITHHRTDECLTBL", "HYPHENATEDTBL",
+        return { "ROUTINEDECLTBL", "TEXTVALIDITYTBL", "NOHRTDECLTBL", "WITHHRTDECLTBL", "HYPHENATEDTBL",
             "UNCONENTITIESTBL", "NOLEADZEROTBL", "ATTRIBUNCONTBL", "SPECIALCHARTBL", "CONVERT2ATTRIBTBL",
             "CONVERT2TAGTBL", "COMPCONTTBL", "CITATIONVALTBL", "CHECKPAIRTBL", "CHECKPAIRCONTTBL",
-            "FILENAMECHECKTBL", "COUNTREFCHECKTBL", "PCPDATACOMPARETBL", "IMAGEVALIDATIONTBL"};
+            "FILENAMECHECKTBL", "COUNTREFCHECKTBL", "PCPDATACOMPARETBL", "IMAGEVALIDATIONTBL" };
     }
 
     // A folder of the temporary tree, without its final "/", as people often write them.
@@ -97,16 +97,13 @@ public:
         return result.replace(QStringLiteral("\r\n"), lineEnd);
     }
 
-    void write(const QString& lineEnd = QStringLiteral("\r\n")) const
-    {
-        writeBytes(text(lineEnd).toUtf8());
-    }
+    void write(const QString& lineEnd = QStringLiteral("\r\n")) const { writeBytes(text(lineEnd).toUtf8()); }
     void writeBytes(const QByteArray& bytes) const { dir_.write(QStringLiteral("app/Quorvane.INI"), bytes); }
 
 private:
     IniBuilder& section(const char* header)
     {
-        sections_.append({QString::fromLatin1(header), {}});
+        sections_.append({ QString::fromLatin1(header), {} });
         return *this;
     }
 
