@@ -28,7 +28,7 @@ QString withSlash(const QString& folder)
     return folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/');
 }
 
-// Blanks are spaces only, as in the original reader: other white space stays.
+// Blanks are spaces only; tabs in key lines are removed separately.
 QString trimBlanks(const QString& text)
 {
     qsizetype start = 0;

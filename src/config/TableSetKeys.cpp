@@ -37,8 +37,7 @@ bool readRangeSeparators(RunState& state, TableSet& set, const QString& value)
     return true;
 }
 
-// Halves go to the even neighbour, as the integer conversion of the original
-// tool did: 2.5 gives 2, 3.5 gives 4.
+// Halves go to the even neighbour (banker's rounding): 2.5 gives 2, 3.5 gives 4.
 double roundHalfToEven(double number)
 {
     const double below = std::floor(number);
