@@ -2,12 +2,148 @@
 
 #include "app/RunState.h"
 
-// Placeholder bodies until file staging lands.
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <dirent.h>
+
 namespace modMoveFiles {
-bool CheckPath(RunState&, QString&, std::int16_t) { return false; }
-bool CheckReadAccess(RunState&, const QString&) { return false; }
-bool CheckWriteAccess(RunState&, QString&) { return false; }
-QStringList ListFolder(const QString&, std::int16_t) { return {}; }
-void RemoveFolderTree(RunState&, const QString&) {}
-bool MakeFolder(const QString&) { return false; }
+
+namespace {
+
+QString withSlash(const QString& folder)
+{
+    return folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/');
+}
+
+bool isFolder(const QString& path)
+{
+    return QFileInfo(path).isDir();
+}
+
+// A symbolic link is never walked into: removing a tree must not reach
+// through a link into a folder that lies elsewhere.
+bool isRealFolder(const QFileInfo& info)
+{
+    return info.isDir() && !info.isSymLink();
+}
+
+// Opening the folder for listing is what fails when it cannot be read.
+bool canList(const QString& folder)
+{
+    DIR* handle = ::opendir(QFile::encodeName(folder).constData());
+    if (!handle)
+        return false;
+    ::closedir(handle);
+    return true;
+}
+
+bool writeAndReadProbe(const QString& probePath)
+{
+    QFile probe(probePath);
+    if (!probe.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return false;
+    probe.close();
+    const bool readable = probe.open(QIODevice::ReadOnly);
+    probe.close();
+    // Removed whatever happened on reading, so that no probe stays behind.
+    const bool removed = probe.remove();
+    return readable && removed;
+}
+
+void showMessage(RunState& state, const QString& text, MessageIcon icon)
+{
+    state.ui.messageBox(text, kProgramTitle, icon);
+}
+
+} // namespace
+
+bool CheckPath(RunState& state, QString& path, std::int16_t kind)
+{
+    if (kind == File) {
+        if (!path.contains(QLatin1Char('/')))
+            path = withSlash(state.config.ApplicationPath) + path;
+        return QFileInfo(path).isFile();
+    }
+    if (isFolder(path))
+        return true;
+    showMessage(state,
+        path + QStringLiteral(" not found.") + QStringLiteral("\r\n")
+            + QStringLiteral("Pls. Check INI content."),
+        MessageIcon::Warning);
+    return false;
+}
+
+bool CheckReadAccess(RunState& state, const QString& folder)
+{
+    if (!isFolder(folder)) {
+        showMessage(state, folder + QStringLiteral(" not found."), MessageIcon::Critical);
+        return false;
+    }
+    if (!canList(folder)) {
+        showMessage(state, QStringLiteral("No Read Access in ") + folder, MessageIcon::Critical);
+        return false;
+    }
+    return true;
+}
+
+bool CheckWriteAccess(RunState& state, QString& folder)
+{
+    if (!isFolder(folder)) {
+        showMessage(state, folder + QStringLiteral(" not found."), MessageIcon::Critical);
+        return false;
+    }
+    folder = withSlash(folder);
+    if (!writeAndReadProbe(folder + QStringLiteral("quillph16.txt"))) {
+        // A folder that refuses writes stops the run as surely as a missing one.
+        showMessage(state, QStringLiteral("No Write Access in ") + folder, MessageIcon::Critical);
+        return false;
+    }
+    return true;
+}
+
+QStringList ListFolder(const QString& folder, std::int16_t kind)
+{
+    QStringList names;
+    QDirIterator entries(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    while (entries.hasNext()) {
+        const QFileInfo info = entries.nextFileInfo();
+        if (isRealFolder(info) == (kind == Folder))
+            names.append(info.fileName());
+    }
+    return names;
+}
+
+void RemoveFolderTree(RunState& state, const QString& folder)
+{
+    const QString base = withSlash(folder);
+    // Deleting an entry needs write access to the folder that holds it.
+    QFile::setPermissions(
+        folder, QFile::permissions(folder) | QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    for (const QString& name : ListFolder(folder, File)) {
+        const QString path = base + name;
+        // A link's permissions are those of its target, which is not ours to change.
+        if (!QFileInfo(path).isSymLink())
+            QFile::setPermissions(path, QFile::permissions(path) | QFile::WriteOwner);
+        QFile::remove(path);
+    }
+    for (const QString& name : ListFolder(folder, Folder))
+        RemoveFolderTree(state, folder + QLatin1Char('/') + name);
+    state.ui.processEvents();
+    // Whatever could not be removed stays; callers do not look at the outcome.
+    QDir().rmdir(folder);
+}
+
+bool MakeFolder(const QString& path)
+{
+    if (isFolder(path))
+        return true;
+    try {
+        return QDir().mkdir(path);
+    } catch (...) {
+        return false;
+    }
+}
+
 } // namespace modMoveFiles

@@ -1,8 +1,319 @@
 #include "config/ConfigurationFile.h"
 
+#include "app/RunAborted.h"
 #include "app/RunState.h"
+#include "config/ConfigurationCheck.h"
+#include "text/Encoding.h"
 
-// Placeholder bodies until the configuration reader lands.
-bool ReadConfigurationFile(RunState&) { return false; }
-bool ReadTableSetKey(RunState&, TableSet&, const QString&, const QString&) { return false; }
-void SelectTaskTableSet(RunState& state, const QString&) { state.config.ActiveTableSet = state.config.DefaultTableSet; }
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <optional>
+#include <utility>
+
+namespace {
+
+enum class Section { None, Default, IoPaths, SupportFiles, Settings, Sentry, Task, PlugIn };
+
+// What the reader remembers from one line to the next.
+struct ReaderState {
+    Section section = Section::None;
+    bool taskMode = false;
+    int currentTask = -1; // index into Tasks; -1 while no task code has been read
+    bool allValuesGood = true;
+};
+
+QString withSlash(const QString& folder)
+{
+    return folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/');
+}
+
+// Blanks are spaces only; tabs in key lines are removed separately.
+QString trimBlanks(const QString& text)
+{
+    qsizetype start = 0;
+    qsizetype end = text.size();
+    while (start < end && text[start] == QLatin1Char(' '))
+        ++start;
+    while (end > start && text[end - 1] == QLatin1Char(' '))
+        --end;
+    return text.sliced(start, end - start);
+}
+
+// Lines may end in CR LF, LF or CR, as an editor on any system saves them; a
+// final line end does not open one more (empty) line.
+QStringList splitLines(const QString& text)
+{
+    static const QRegularExpression lineEnd(QStringLiteral("\r\n|\n|\r"));
+    QStringList lines = text.split(lineEnd);
+    if (!lines.isEmpty() && lines.last().isEmpty())
+        lines.removeLast();
+    return lines;
+}
+
+std::optional<Section> sectionOf(const QString& line)
+{
+    static const std::pair<QLatin1StringView, Section> headers[] = {
+        { QLatin1StringView("[DEFAULT]"), Section::Default },
+        { QLatin1StringView("[I/O PATHS]"), Section::IoPaths },
+        { QLatin1StringView("[SUPPORT FILES]"), Section::SupportFiles },
+        { QLatin1StringView("[SETTINGS]"), Section::Settings },
+        { QLatin1StringView("[SENTRY]"), Section::Sentry },
+        { QLatin1StringView("[TASK]"), Section::Task },
+        { QLatin1StringView("[PLUG-IN]"), Section::PlugIn },
+    };
+    const QString upper = line.toUpper();
+    for (const auto& [header, section] : headers) {
+        if (upper == header)
+            return section;
+    }
+    return std::nullopt;
+}
+
+void enterSection(ReaderState& reader, Section section)
+{
+    reader.section = section;
+    if (section == Section::Default)
+        reader.taskMode = false;
+    if (section == Section::Task) {
+        reader.taskMode = true;
+        // Until this block names its task code, its keys go nowhere (not into
+        // the task before it).
+        reader.currentTask = -1;
+    }
+}
+
+void readIoPathKey(Configuration& config, const QString& key, const QString& value)
+{
+    static const std::pair<QLatin1StringView, QString Configuration::*> folders[] = {
+        { QLatin1StringView("WORKPATH"), &Configuration::WorkPath },
+        { QLatin1StringView("INPUTPATH"), &Configuration::InputPath },
+        { QLatin1StringView("IMAGEPATH"), &Configuration::ImagePath },
+        { QLatin1StringView("OUTPUTPATH"), &Configuration::OutputPath },
+        { QLatin1StringView("TEMPPATH"), &Configuration::TempPath },
+    };
+    static const std::pair<QLatin1StringView, QString Configuration::*> texts[] = {
+        { QLatin1StringView("KLMXINIFILE"), &Configuration::KlmxIniFile },
+        { QLatin1StringView("EDITORPROGRAM"), &Configuration::EditorProgram },
+        { QLatin1StringView("INPUTTYPE"), &Configuration::InputType },
+        { QLatin1StringView("CREATELOGFOLDER"), &Configuration::CreateLogFolder },
+    };
+    static const std::pair<QLatin1StringView, std::uint32_t> colours[] = {
+        { QLatin1StringView("RED"), 0x0000FF },
+        { QLatin1StringView("GREEN"), 0x00FF00 },
+        { QLatin1StringView("YELLOW"), 0x00FFFF },
+        { QLatin1StringView("BLUE"), 0xFF0000 },
+        { QLatin1StringView("MAGENTA"), 0xFF00FF },
+        { QLatin1StringView("CYAN"), 0xFFFF00 },
+        { QLatin1StringView("WHITE"), 0xFFFFFF },
+    };
+    // An empty folder value still gets its "/", so "KEY=" counts as given.
+    for (const auto& [name, field] : folders) {
+        if (key == name)
+            config.*field = withSlash(value);
+    }
+    for (const auto& [name, field] : texts) {
+        if (key == name)
+            config.*field = value;
+    }
+    if (key == QLatin1String("XYCOORDINATES") && value.toLower() == QLatin1String("yes"))
+        config.XYCoordinates = true;
+    if (key == QLatin1String("IMAGEFOLDER"))
+        config.ImageFolder = value.isEmpty() ? value : withSlash(value);
+    if (key == QLatin1String("INPUTFILEMASK") && !value.isEmpty())
+        config.InputFileMask = QLatin1Char('|') + value + QLatin1Char('|');
+    if (key == QLatin1String("ERRORLOGCOLOR")) {
+        for (const auto& [name, colour] : colours) {
+            if (value.toUpper() == name)
+                config.ErrorLogColor = colour;
+        }
+    }
+    if (key == QLatin1String("UTF8INPUT") && value.toLower() == QLatin1String("true"))
+        config.Utf8Input = true;
+}
+
+void readSentryKey(Configuration& config, const QString& key, const QString& value)
+{
+    if (key == QLatin1String("MAINLEXPATH"))
+        config.MainLexPath = withSlash(value);
+    else if (key == QLatin1String("USERLEXPATH"))
+        config.UserLexPath = withSlash(value);
+    else if (key == QLatin1String("MAINLEXFILES"))
+        config.MainLexFiles = value;
+}
+
+void readTaskKey(Configuration& config, ReaderState& reader, const QString& key, const QString& value)
+{
+    if (key != QLatin1String("TASKCODE"))
+        return;
+    config.Tasks.append(TaskTableSet { value, TableSet {} });
+    reader.currentTask = static_cast<int>(config.Tasks.size()) - 1;
+}
+
+void readTableSetLine(RunState& state, ReaderState& reader, const QString& key, const QString& value)
+{
+    TableSet* target = &state.config.DefaultTableSet;
+    if (reader.taskMode) {
+        if (reader.currentTask < 0)
+            return;
+        TaskTableSet& task = state.config.Tasks[reader.currentTask];
+        // A task's [SUPPORT FILES] section starts its file-name character
+        // lists afresh, so a task gives its [SETTINGS] after it.
+        if (reader.section == Section::SupportFiles) {
+            task.set.ValidFilenameChars.clear();
+            task.set.InvalidFilenameChars.clear();
+        }
+        if (task.TaskCode.isEmpty())
+            return;
+        target = &task.set;
+    }
+    if (!ReadTableSetKey(state, *target, key, value))
+        reader.allValuesGood = false;
+}
+
+void dispatchLine(RunState& state, ReaderState& reader, const QString& key, const QString& value)
+{
+    const QString upperKey = key.toUpper();
+    switch (reader.section) {
+    case Section::IoPaths:
+        readIoPathKey(state.config, upperKey, value);
+        break;
+    case Section::Sentry:
+        readSentryKey(state.config, upperKey, value);
+        break;
+    case Section::Task:
+        readTaskKey(state.config, reader, upperKey, value);
+        break;
+    case Section::SupportFiles:
+    case Section::Settings:
+    case Section::PlugIn:
+        readTableSetLine(state, reader, key, value);
+        break;
+    case Section::None:
+    case Section::Default:
+        break;
+    }
+}
+
+void readLine(RunState& state, ReaderState& reader, const QString& rawLine)
+{
+    QString line = trimBlanks(rawLine);
+    QString key;
+    QString value;
+    if (line.contains(QLatin1Char('='))) {
+        line.remove(QLatin1Char('\t'));
+        const qsizetype equals = line.indexOf(QLatin1Char('='));
+        key = trimBlanks(line.first(equals));
+        value = trimBlanks(line.sliced(equals + 1));
+    } else if (const auto section = sectionOf(line)) {
+        enterSection(reader, *section);
+    }
+    dispatchLine(state, reader, key, value);
+}
+
+QString readConfigurationText(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        throw RunAborted(ExitStatus::Refused, "Quorvane.INI could not be read");
+    return DecodeTableText(file.readAll());
+}
+
+void resetBeforeReading(Configuration& config)
+{
+    config.Tasks.clear();
+    config.ErrorLogColor = 0;
+    config.DefaultTableSet.InputPlugins.clear();
+    config.DefaultTableSet.OutputPlugins.clear();
+    config.Utf8Input = false;
+}
+
+} // namespace
+
+bool ReadConfigurationFile(RunState& state)
+{
+    Configuration& config = state.config;
+    if (!config.ApplicationPath.isEmpty())
+        config.ApplicationPath = withSlash(config.ApplicationPath);
+    const QString path = config.ApplicationPath + QStringLiteral("Quorvane.INI");
+    if (!QFileInfo(path).isFile()) {
+        state.ui.messageBox(QStringLiteral("Missing Quorvane.INI in the application path"), kProgramTitle,
+            MessageIcon::Critical);
+        return false;
+    }
+    resetBeforeReading(config);
+    ReaderState reader;
+    for (const QString& line : splitLines(readConfigurationText(path)))
+        readLine(state, reader, line);
+    if (!reader.allValuesGood)
+        return false;
+    const QString missing = MissingConfigurationFields(config);
+    if (!missing.isEmpty()) {
+        state.ui.messageBox(
+            QStringLiteral("Missing/Empty Fields found in the [DEFAULT] part of the INI file:") + missing,
+            kProgramTitle, MessageIcon::Warning);
+        return false;
+    }
+    return CheckConfiguredPaths(state);
+}
+
+namespace {
+
+void overlayText(QString& active, const QString& task)
+{
+    if (!task.isEmpty())
+        active = task;
+}
+
+void overlayList(QStringList& active, const QStringList& task)
+{
+    if (!task.isEmpty())
+        active = task;
+}
+
+void overlayTaskSet(TableSet& active, const TableSet& task)
+{
+    for (int index = 0; index < kSupportFileCount; ++index) {
+        if (task.files[index].isEmpty())
+            continue;
+        // The task's own table was loaded from the task's own file name.
+        active.files[index] = task.files[index];
+        active.tables[index] = task.tables[index];
+    }
+    overlayText(active.ImageExtension, task.ImageExtension);
+    overlayText(active.CheckMultiHrt, task.CheckMultiHrt);
+    overlayText(active.CheckMultiHrtOption, task.CheckMultiHrtOption);
+    overlayText(active.CheckSpecialChar, task.CheckSpecialChar);
+    overlayText(active.CheckExcessImgFiles, task.CheckExcessImgFiles);
+    overlayText(active.CheckFilename, task.CheckFilename);
+    overlayText(active.CheckImageZeroBytes, task.CheckImageZeroBytes);
+    if (task.MultiHrtMaxCountGiven) {
+        active.MultiHrtMaxCount = task.MultiHrtMaxCount;
+        active.MultiHrtMaxCountGiven = true;
+    }
+    if (task.AttribRangeSeparatorGiven) {
+        active.AttribRangeSeparators = task.AttribRangeSeparators;
+        active.AttribRangeSeparatorGiven = true;
+    }
+    overlayList(active.ValidFilenameChars, task.ValidFilenameChars);
+    overlayList(active.InvalidFilenameChars, task.InvalidFilenameChars);
+    overlayList(active.InputPlugins, task.InputPlugins);
+    overlayList(active.OutputPlugins, task.OutputPlugins);
+}
+
+} // namespace
+
+void SelectTaskTableSet(RunState& state, const QString& taskCode)
+{
+    Configuration& config = state.config;
+    config.ActiveTableSet = config.DefaultTableSet;
+    if (taskCode.isEmpty())
+        return;
+    const QString wanted = taskCode.toUpper();
+    for (const TaskTableSet& task : config.Tasks) {
+        if (task.TaskCode.toUpper() == wanted) {
+            overlayTaskSet(config.ActiveTableSet, task.set);
+            return;
+        }
+    }
+}

@@ -1,0 +1,125 @@
+#include "config/ConfigurationCheck.h"
+
+#include "app/MoveFiles.h"
+#include "app/RunState.h"
+#include "config/TableSetFields.h"
+
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Field = std::pair<QString, bool>; // name shown, whether it is missing
+
+std::vector<Field> requiredFields(const Configuration& config)
+{
+    const TableSet& set = config.DefaultTableSet;
+    std::vector<Field> fields = {
+        { QStringLiteral("WorkPath"), config.WorkPath.isEmpty() },
+        { QStringLiteral("InputPath"), config.InputPath.isEmpty() },
+        { QStringLiteral("ImagePath"), config.ImagePath.isEmpty() },
+        { QStringLiteral("OutputPath"), config.OutputPath.isEmpty() },
+        { QStringLiteral("TempPath"), config.TempPath.isEmpty() },
+        { QStringLiteral("InputType"), config.InputType.isEmpty() },
+    };
+    for (int index = 0; index < kSupportFileCount; ++index)
+        fields.emplace_back(QString(kSupportFileFields[index].name), set.files[index].isEmpty());
+    const std::vector<Field> rest = {
+        { QStringLiteral("MainLexPath"), config.MainLexPath.isEmpty() },
+        { QStringLiteral("UserLexPath"), config.UserLexPath.isEmpty() },
+        { QStringLiteral("MainLexFiles"), config.MainLexFiles.isEmpty() },
+        { QStringLiteral("CheckMultiHrt"), set.CheckMultiHrt.isEmpty() },
+        { QStringLiteral("CheckSpecialChar"), set.CheckSpecialChar.isEmpty() },
+        { QStringLiteral("MultiHrtMaxCount"), !set.MultiHrtMaxCountGiven },
+        { QStringLiteral("AttribRangeSeparator"), !set.AttribRangeSeparatorGiven },
+        { QStringLiteral("ImageExtension"), set.ImageExtension.isEmpty() },
+        { QStringLiteral("CheckExcessImgFiles"), set.CheckExcessImgFiles.isEmpty() },
+        { QStringLiteral("CheckFilename"), set.CheckFilename.isEmpty() },
+        { QStringLiteral("ValidFilenameChar"), set.ValidFilenameChars.isEmpty() },
+        { QStringLiteral("InValidFilenameChars"), set.InvalidFilenameChars.isEmpty() },
+        { QStringLiteral("CheckImageZeroBytes"), set.CheckImageZeroBytes.isEmpty() },
+    };
+    fields.insert(fields.end(), rest.begin(), rest.end());
+    return fields;
+}
+
+QString notFoundText(const QString& path)
+{
+    return path + QStringLiteral(" not found.") + QStringLiteral("\r\n")
+        + QStringLiteral("Pls. Check INI content.");
+}
+
+// The folder check shows its own message; a missing lexicon file gets the
+// same warning text as a missing folder, so the operator sees one style of
+// message for everything about the lexicon.
+bool checkLexicon(RunState& state)
+{
+    Configuration& config = state.config;
+    if (!modMoveFiles::CheckPath(state, config.MainLexPath, modMoveFiles::Folder))
+        return false;
+    bool allFound = true;
+    for (const QString& rawName : config.MainLexFiles.split(QLatin1Char(','))) {
+        // Blanks after the commas and a trailing comma are how people write lists.
+        const QString name = rawName.trimmed();
+        if (name.isEmpty())
+            continue;
+        QString path = config.MainLexPath + name;
+        if (!modMoveFiles::CheckPath(state, path, modMoveFiles::File)) {
+            state.ui.messageBox(notFoundText(path), kProgramTitle, MessageIcon::Warning);
+            allFound = false;
+        }
+    }
+    return allFound;
+}
+
+bool checkFolderAccess(RunState& state)
+{
+    Configuration& config = state.config;
+    bool usable = modMoveFiles::CheckReadAccess(state, config.InputPath);
+    usable = modMoveFiles::CheckReadAccess(state, config.ImagePath) && usable;
+    usable = modMoveFiles::CheckWriteAccess(state, config.WorkPath) && usable;
+    usable = modMoveFiles::CheckWriteAccess(state, config.OutputPath) && usable;
+    if (config.TempPath.compare(config.WorkPath, Qt::CaseInsensitive) == 0) {
+        state.ui.messageBox(QStringLiteral("TempPath should not be equal to WorkPath. Check INI file."),
+            kProgramTitle, MessageIcon::Critical);
+        usable = false;
+    }
+    return usable;
+}
+
+} // namespace
+
+QString MissingConfigurationFields(const Configuration& config)
+{
+    QString list;
+    for (const auto& [name, missing] : requiredFields(config)) {
+        if (!missing)
+            continue;
+        // Only "WorkPath" opens the list; every other name comes after a line
+        // break, so the list starts on a new line when WorkPath is present.
+        if (name == QLatin1String("WorkPath"))
+            list = name;
+        else
+            list += QStringLiteral("\r\n") + name;
+    }
+    return list;
+}
+
+bool CheckConfiguredPaths(RunState& state)
+{
+    Configuration& config = state.config;
+    bool usable = checkLexicon(state);
+    usable = checkFolderAccess(state) && usable;
+    if (!modMoveFiles::CheckWriteAccess(state, config.TempPath))
+        return false;
+    config.TempPath += QStringLiteral("Quorvane_Temp/");
+    if (!modMoveFiles::MakeFolder(config.TempPath)) {
+        // Only possible when something else already holds that name.
+        state.ui.messageBox(
+            config.TempPath + QStringLiteral(" could not be created."), kProgramTitle, MessageIcon::Critical);
+        return false;
+    }
+    config.SavedWorkPath = config.WorkPath;
+    config.SavedOutputPath = config.OutputPath;
+    return usable;
+}

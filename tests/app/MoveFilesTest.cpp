@@ -1,0 +1,191 @@
+#include "app/MoveFiles.h"
+
+#include "app/RunState.h"
+#include "support/RecordingOperator.h"
+#include "support/TempDir.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace modMoveFiles;
+
+class MoveFilesTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        state.config.ApplicationPath = dir.mkdir("app");
+        dir.write("app/tool.sh", "#!/bin/sh\n");
+        dir.write("data/file.txt", "x");
+        dir.mkdir("data/sub");
+    }
+
+    RecordedMessage shown(const QString& text, MessageIcon icon) const
+    {
+        return { text, kProgramTitle, icon };
+    }
+
+    TempDir dir;
+    RecordingOperator ui;
+    RunState state { ui };
+};
+
+const QString kPleaseCheck = QStringLiteral(" not found.\r\nPls. Check INI content.");
+
+TEST_F(MoveFilesTest, CheckPathFindsFilesAndFolders)
+{
+    struct Row {
+        QString path;
+        std::int16_t kind;
+        bool exists;
+        QString pathAfter;
+        bool warned;
+    } rows[] = {
+        { "tool.sh", File, true, dir.path() + "app/tool.sh", false },
+        { "absent.sh", File, false, dir.path() + "app/absent.sh", false },
+        { dir.path() + "data/file.txt", File, true, dir.path() + "data/file.txt", false },
+        { dir.path() + "data/sub", File, false, dir.path() + "data/sub", false },
+        { dir.path() + "data/sub", Folder, true, dir.path() + "data/sub", false },
+        { "sub", Folder, false, "sub", true },
+        { dir.path() + "data/file.txt", Folder, false, dir.path() + "data/file.txt", true },
+    };
+    for (Row& row : rows) {
+        ui.messages.clear();
+        QString path = row.path;
+        EXPECT_EQ(CheckPath(state, path, row.kind), row.exists) << row.path.toStdString();
+        EXPECT_EQ(path, row.pathAfter);
+        const auto expected = row.warned ? QList { shown(row.pathAfter + kPleaseCheck, MessageIcon::Warning) }
+                                         : QList<RecordedMessage> {};
+        EXPECT_EQ(ui.messages, expected) << row.path.toStdString();
+    }
+}
+
+TEST_F(MoveFilesTest, ReadAccessNeedsAnExistingFolder)
+{
+    const QString data = dir.path() + "data/";
+    EXPECT_TRUE(CheckReadAccess(state, data));
+    EXPECT_FALSE(CheckReadAccess(state, dir.path() + "nothing"));
+    EXPECT_FALSE(CheckReadAccess(state, data + "file.txt"));
+    EXPECT_EQ(ui.messages,
+        (QList { shown(dir.path() + "nothing not found.", MessageIcon::Critical),
+            shown(data + "file.txt not found.", MessageIcon::Critical) }));
+}
+
+TEST_F(MoveFilesTest, ReadAccessRefusedForAFolderThatCannotBeListed)
+{
+    if (::geteuid() == 0)
+        GTEST_SKIP() << "root reads every folder whatever its permission bits";
+    const QString locked = dir.mkdir("locked");
+    QFile::setPermissions(locked, QFileDevice::WriteOwner);
+    EXPECT_FALSE(CheckReadAccess(state, locked));
+    QFile::setPermissions(locked, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    EXPECT_EQ(ui.messages, QList { shown("No Read Access in " + locked, MessageIcon::Critical) });
+}
+
+TEST_F(MoveFilesTest, WriteAccessProbesAndCompletesTheFolder)
+{
+    QString folder = dir.path() + "data";
+    // A probe file left by an earlier run is simply overwritten and removed.
+    dir.write("data/quillph16.txt", "old");
+    EXPECT_TRUE(CheckWriteAccess(state, folder));
+    EXPECT_EQ(folder, dir.path() + "data/");
+    EXPECT_FALSE(QFileInfo::exists(folder + "quillph16.txt"));
+    EXPECT_TRUE(ui.messages.isEmpty());
+}
+
+TEST_F(MoveFilesTest, WriteAccessFailuresAreCritical)
+{
+    struct Row {
+        QString folder;
+        QString text;
+    } rows[] = {
+        { dir.path() + "nothing", dir.path() + "nothing not found." },
+        // A folder path under a regular file cannot exist, even for root.
+        { dir.path() + "data/file.txt/inner", dir.path() + "data/file.txt/inner not found." },
+        // Nobody, root included, can create a file in /proc.
+        { "/proc", "No Write Access in /proc/" },
+    };
+    for (Row& row : rows) {
+        ui.messages.clear();
+        EXPECT_FALSE(CheckWriteAccess(state, row.folder)) << row.folder.toStdString();
+        EXPECT_EQ(ui.messages, QList { shown(row.text, MessageIcon::Critical) });
+    }
+}
+
+TEST_F(MoveFilesTest, WriteAccessOnReadOnlyFolderLeavesNoProbe)
+{
+    if (::geteuid() == 0)
+        GTEST_SKIP() << "root writes into read-only folders; the /proc row covers the refusal";
+    QString locked = dir.mkdir("locked");
+    QFile::setPermissions(locked, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
+    EXPECT_FALSE(CheckWriteAccess(state, locked));
+    QFile::setPermissions(locked, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    EXPECT_FALSE(QFileInfo::exists(locked + "quillph16.txt"));
+    EXPECT_EQ(ui.messages, QList { shown("No Write Access in " + locked, MessageIcon::Critical) });
+}
+
+QStringList sorted(QStringList names)
+{
+    names.sort();
+    return names;
+}
+
+TEST_F(MoveFilesTest, ListFolderSeparatesFilesFromFolders)
+{
+    dir.write("data/.hidden", "x");
+    dir.mkdir("data/other");
+    QFile::link(dir.path() + "data/sub", dir.path() + "data/linked");
+    const QString data = dir.path() + "data";
+    // A link to a folder is listed as an entry, never as a folder to walk into.
+    EXPECT_EQ(sorted(ListFolder(data, File)), (QStringList { ".hidden", "file.txt", "linked" }));
+    EXPECT_EQ(sorted(ListFolder(data + "/", Folder)), (QStringList { "other", "sub" }));
+    EXPECT_TRUE(ListFolder(dir.path() + "nothing", File).isEmpty());
+}
+
+TEST_F(MoveFilesTest, RemoveFolderTreeRemovesReadOnlyContent)
+{
+    const QString top = dir.mkdir("tree");
+    const QString outside = dir.write("keep/precious.txt", "x");
+    dir.write("tree/a.txt", "a");
+    dir.write("tree/deep/deeper/b.txt", "b");
+    QFile::link(dir.path() + "keep", top + "keep-link");
+    QFile::setPermissions(top + "a.txt", QFileDevice::ReadOwner);
+    QFile::setPermissions(top + "deep/deeper/b.txt", QFileDevice::ReadOwner);
+    QFile::setPermissions(top + "deep/deeper", QFileDevice::ReadOwner | QFileDevice::ExeOwner);
+
+    RemoveFolderTree(state, dir.path() + "tree");
+    EXPECT_FALSE(QFileInfo::exists(top));
+    EXPECT_TRUE(QFileInfo::exists(outside));
+    EXPECT_EQ(ui.eventCalls, 3); // once per folder, before it goes
+    EXPECT_TRUE(ui.messages.isEmpty());
+}
+
+TEST_F(MoveFilesTest, RemoveFolderTreeOnMissingFolderIsSilent)
+{
+    RemoveFolderTree(state, dir.path() + "nothing");
+    EXPECT_TRUE(ui.messages.isEmpty());
+}
+
+TEST_F(MoveFilesTest, MakeFolderCreatesOneLevel)
+{
+    struct Row {
+        QString path;
+        bool made;
+    } rows[] = {
+        { dir.path() + "fresh", true },
+        { dir.path() + "fresh", true }, // already there
+        { dir.path() + "data//sub", true },
+        { dir.path() + "no/parent", false },
+        { dir.path() + "data/file.txt", false },
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(MakeFolder(row.path), row.made) << row.path.toStdString();
+        EXPECT_EQ(QFileInfo(row.path).isDir(), row.made) << row.path.toStdString();
+    }
+}
+
+} // namespace

@@ -1,0 +1,542 @@
+#include "config/ConfigurationFile.h"
+
+#include "app/RunState.h"
+#include "config/IniBuilder.h"
+#include "support/RecordingOperator.h"
+#include "support/TempDir.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace {
+
+QString crlf(const QString& a, const QString& b)
+{
+    return a + QStringLiteral("\r\n") + b;
+}
+
+const QString kNotFoundTail = QStringLiteral(" not found.\r\nPls. Check INI content.");
+const QString kMissingHeading
+    = QStringLiteral("Missing/Empty Fields found in the [DEFAULT] part of the INI file:");
+
+// One read of the written file with a fresh run state.
+struct ReadResult {
+    bool ok = false;
+    QList<RecordedMessage> messages;
+    Configuration config;
+};
+
+ReadResult readFresh(const IniBuilder& builder, const QString& lineEnd = QStringLiteral("\r\n"))
+{
+    builder.write(lineEnd);
+    RecordingOperator ui;
+    RunState state(ui);
+    state.config.ApplicationPath = builder.appFolder();
+    const bool ok = ReadConfigurationFile(state);
+    return { ok, ui.messages, state.config };
+}
+
+class ConfigurationFileTest : public ::testing::Test {
+protected:
+    bool read()
+    {
+        state.config.ApplicationPath = ini.appFolder();
+        return ReadConfigurationFile(state);
+    }
+
+    RecordedMessage message(const QString& text, MessageIcon icon) { return { text, kProgramTitle, icon }; }
+
+    TempDir dir;
+    IniBuilder ini { dir };
+    RecordingOperator ui;
+    RunState state { ui };
+};
+
+TEST_F(ConfigurationFileTest, BaseConfigurationPassesAndPreparesTheFolders)
+{
+    ini.write();
+    ASSERT_TRUE(read());
+    EXPECT_TRUE(ui.messages.isEmpty());
+    const Configuration& config = state.config;
+    EXPECT_EQ(config.ApplicationPath, ini.appFolder() + "/");
+    EXPECT_EQ(config.WorkPath, ini.folder("work") + "/");
+    EXPECT_EQ(config.TempPath, ini.folder("temp") + "/Quorvane_Temp/");
+    EXPECT_TRUE(QFileInfo(config.TempPath).isDir());
+    EXPECT_EQ(config.SavedWorkPath, config.WorkPath);
+    EXPECT_EQ(config.SavedOutputPath, ini.folder("output") + "/");
+    EXPECT_EQ(config.DefaultTableSet.file(SupportFile::PCPDataCompare), "pcpdatacomparetbl.tbl");
+    EXPECT_EQ(config.DefaultTableSet.CheckMultiHrt, "True");
+    EXPECT_TRUE(config.Tasks.isEmpty());
+    for (const char* folder : { "work", "output", "temp" })
+        EXPECT_FALSE(QFileInfo::exists(ini.folder(folder) + "/quillph16.txt")) << folder;
+}
+
+TEST_F(ConfigurationFileTest, MissingFileIsReportedWithoutReading)
+{
+    EXPECT_FALSE(read());
+    EXPECT_EQ(ui.messages,
+        QList { message("Missing Quorvane.INI in the application path", MessageIcon::Critical) });
+}
+
+TEST_F(ConfigurationFileTest, EveryLineEndIsAccepted)
+{
+    // The final line end must not open one more (empty) line, which would
+    // clear the task's character lists given in its [SUPPORT FILES] section.
+    ini.append("[TASK]\r\nTASKCODE=T\r\n[SUPPORT FILES]\r\nVALIDFILENAMECHAR=z\r\n");
+    for (const QString lineEnd : { "\r\n", "\n", "\r" }) {
+        const ReadResult result = readFresh(ini, lineEnd);
+        EXPECT_TRUE(result.ok) << lineEnd.toUtf8().toHex().constData();
+        EXPECT_TRUE(result.messages.isEmpty());
+        ASSERT_EQ(result.config.Tasks.size(), 1);
+        EXPECT_EQ(result.config.Tasks[0].set.ValidFilenameChars, QStringList { "z" });
+    }
+}
+
+struct MissingRow {
+    const char* name;
+    std::function<void(IniBuilder&)> change;
+    QString list;
+};
+
+TEST_F(ConfigurationFileTest, MissingFieldsAreListedWithTheirOddLayout)
+{
+    const MissingRow rows[] = {
+        { "WorkPath alone starts the list", [](IniBuilder& b) { b.drop("WORKPATH"); }, "WorkPath" },
+        { "other names start on a new line", [](IniBuilder& b) { b.drop("INPUTPATH"); }, "\r\nInputPath" },
+        { "WorkPath then others", [](IniBuilder& b) { b.drop("WORKPATH").drop("INPUTTYPE"); },
+            crlf("WorkPath", "InputType") },
+        { "an empty path value counts as given",
+            [](IniBuilder& b) { b.set("WORKPATH", "").drop("TEMPPATH"); }, "\r\nTempPath" },
+        { "tables use the field names",
+            [](IniBuilder& b) {
+                b.drop("ROUTINEDECLTBL").drop("FILENAMECHECKTBL").drop("IMAGEVALIDATIONTBL");
+            },
+            "\r\nRoutineDeclTbl\r\nFilenameCheck\r\nImageValidationTbl" },
+        { "flags and lists",
+            [](IniBuilder& b) {
+                b.drop("MULTIHRTMAXCOUNT")
+                    .drop("ATTRIBRANGESEPARATOR")
+                    .drop("VALIDFILENAMECHAR")
+                    .drop("INVALIDFILENAMECHARS");
+            },
+            "\r\nMultiHrtMaxCount\r\nAttribRangeSeparator\r\nValidFilenameChar\r\nInValidFilenameChars" },
+        { "an empty character list is missing", [](IniBuilder& b) { b.set("VALIDFILENAMECHAR", ""); },
+            "\r\nValidFilenameChar" },
+        { "lexicon and switches",
+            [](IniBuilder& b) { b.drop("USERLEXPATH").drop("MAINLEXFILES").drop("CHECKIMAGEZEROBYTES"); },
+            "\r\nUserLexPath\r\nMainLexFiles\r\nCheckImageZeroBytes" },
+        { "list order follows the record, not the file",
+            [](IniBuilder& b) { b.drop("CHECKSPECIALCHAR").drop("CHECKMULTIHRT").drop("IMAGEEXTENSION"); },
+            "\r\nCheckMultiHrt\r\nCheckSpecialChar\r\nImageExtension" },
+    };
+    for (const MissingRow& row : rows) {
+        IniBuilder builder = ini;
+        row.change(builder);
+        const ReadResult result = readFresh(builder);
+        EXPECT_FALSE(result.ok) << row.name;
+        EXPECT_EQ(result.messages, QList { message(kMissingHeading + row.list, MessageIcon::Warning) })
+            << row.name;
+    }
+}
+
+struct ValueRow {
+    const char* key;
+    QString value;
+    QString text;
+    MessageIcon icon = MessageIcon::Warning;
+};
+
+TEST_F(ConfigurationFileTest, BadValuesAreShownAndFailTheRead)
+{
+    const ValueRow rows[] = {
+        { "CHECKMULTIHRT", "maybe", "Invalid CheckMultiHrt value in INI file" },
+        { "CHECKSPECIALCHAR", "yes", "Invalid CheckSpecialChar value in INI file" },
+        { "CHECKEXCESSIMGFILES", "1", "Invalid CheckExcessImgFiles value in INI file" },
+        { "CHECKFILENAME", "", "Invalid CheckFilename value in INI file" },
+        { "CHECKIMAGEZEROBYTES", "TRUE!", "Invalid CHECKIMAGEZEROBYTES value in INI file" },
+        { "MULTIHRTMAXCOUNT", "three", "MultiHrtMaxCount value in INI file should be numeric" },
+        { "MULTIHRTMAXCOUNT", "", "MultiHrtMaxCount value in INI file should be numeric" },
+        { "MULTIHRTMAXCOUNT", "1e3", "MultiHrtMaxCount value in INI file should be numeric" },
+        { "MULTIHRTMAXCOUNT", "1.2.3", "MultiHrtMaxCount value in INI file should be numeric" },
+        // Too large for the 32-bit count: refused rather than wrapped.
+        { "MULTIHRTMAXCOUNT", "3000000000", "MultiHrtMaxCount value in INI file should be numeric" },
+        { "ATTRIBRANGESEPARATOR", "-|", "Empty field found in AttribRangeSeparator" },
+        { "ATTRIBRANGESEPARATOR", "- |  | to", "Empty field found in AttribRangeSeparator" },
+        { "INPUTPLUGIN", "absent.sh", "Missing " + dir.path() + "app/absent.sh", MessageIcon::Information },
+        { "OUTPUTPLUGIN", dir.path() + "nowhere/x.sh", "Missing " + dir.path() + "nowhere/x.sh",
+            MessageIcon::Information },
+    };
+    for (const ValueRow& row : rows) {
+        IniBuilder builder = ini;
+        const ReadResult result = readFresh(builder.set(row.key, row.value));
+        EXPECT_FALSE(result.ok) << row.key << " " << row.value.toStdString();
+        EXPECT_EQ(result.messages, QList { message(row.text, row.icon) })
+            << row.key << " " << row.value.toStdString();
+    }
+}
+
+TEST_F(ConfigurationFileTest, ReadingGoesOnSoEveryBadValueIsShown)
+{
+    ini.set("CHECKSPECIALCHAR", "maybe").set("MULTIHRTMAXCOUNT", "x").drop("WORKPATH").write();
+    EXPECT_FALSE(read());
+    // The missing-field check does not run after a bad value.
+    EXPECT_EQ(ui.messages,
+        (QList { message("MultiHrtMaxCount value in INI file should be numeric", MessageIcon::Warning),
+            message("Invalid CheckSpecialChar value in INI file", MessageIcon::Warning) }));
+}
+
+struct EffectRow {
+    const char* name;
+    std::function<void(IniBuilder&)> change;
+    std::function<QString(const Configuration&)> field;
+    QString expected;
+};
+
+QString joined(const QStringList& list)
+{
+    return list.join(QLatin1Char('#'));
+}
+
+TEST_F(ConfigurationFileTest, KeysAndValuesAreReadAsWritten)
+{
+    auto io = [](const QString& key, const QString& value) {
+        return [=](IniBuilder& b) { b.append("[I/O PATHS]\r\n" + key + "=" + value + "\r\n"); };
+    };
+    auto settings = [](const QString& lines) {
+        return [=](IniBuilder& b) { b.append("[SETTINGS]\r\n" + lines + "\r\n"); };
+    };
+    auto set = [](const Configuration& c) -> const TableSet& { return c.DefaultTableSet; };
+    const QString work = dir.path() + "work";
+    const EffectRow rows[] = {
+        { "lower-case key, blanks and tabs",
+            [&](IniBuilder& b) {
+                b.drop("WORKPATH").append("[I/O PATHS]\r\n  work\tpath \t=  " + work + "  \r\n");
+            },
+            [](const Configuration& c) { return c.WorkPath; }, work + "/" },
+        { "a final slash is not doubled", [&](IniBuilder& b) { b.set("WORKPATH", work + "/"); },
+            [](const Configuration& c) { return c.WorkPath; }, work + "/" },
+        { "tab inside a value is removed", settings("IMAGEEXTENSION=.t\tif"),
+            [=](const Configuration& c) { return set(c).ImageExtension; }, ".tif" },
+        { "second equals sign stays in the value", settings("IMAGEEXTENSION==x"),
+            [=](const Configuration& c) { return set(c).ImageExtension; }, "=x" },
+        { "header in lower case with blanks",
+            [](IniBuilder& b) { b.append("[SENTRY]\r\n   [settings]  \r\nIMAGEEXTENSION=.png\r\n"); },
+            [=](const Configuration& c) { return set(c).ImageExtension; }, ".png" },
+        { "unknown header keeps the section", settings("[OTHER]\r\nIMAGEEXTENSION=.gif"),
+            [=](const Configuration& c) { return set(c).ImageExtension; }, ".gif" },
+        { "semicolon line is just an unknown key", settings(";IMAGEEXTENSION=.bmp"),
+            [=](const Configuration& c) { return set(c).ImageExtension; }, ".tif" },
+        { "keys under [DEFAULT] are ignored",
+            [](IniBuilder& b) { b.append("[DEFAULT]\r\nIMAGEEXTENSION=.x\r\n"); },
+            [=](const Configuration& c) { return set(c).ImageExtension; }, ".tif" },
+        { "last input mask wins",
+            [&](IniBuilder& b) {
+                io("INPUTFILEMASK", "*.sgm")(b);
+                io("INPUTFILEMASK", "*.xml")(b);
+                io("INPUTFILEMASK", "")(b);
+            },
+            [](const Configuration& c) { return c.InputFileMask; }, "|*.xml|" },
+        { "coordinates on yes", io("XYCOORDINATES", "YES"),
+            [](const Configuration& c) { return QString::number(c.XYCoordinates); }, "1" },
+        { "coordinates stay off for true", io("XYCOORDINATES", "true"),
+            [](const Configuration& c) { return QString::number(c.XYCoordinates); }, "0" },
+        { "colour by name", io("ERRORLOGCOLOR", "blue"),
+            [](const Configuration& c) { return QString::number(c.ErrorLogColor, 16); }, "ff0000" },
+        { "unknown colour stays black", io("ERRORLOGCOLOR", "purple"),
+            [](const Configuration& c) { return QString::number(c.ErrorLogColor, 16); }, "0" },
+        { "utf-8 input on true", io("UTF8INPUT", "True"),
+            [](const Configuration& c) { return QString::number(c.Utf8Input); }, "1" },
+        { "image folder gets a slash", io("IMAGEFOLDER", "img"),
+            [](const Configuration& c) { return c.ImageFolder; }, "img/" },
+        { "empty image folder stays empty", io("IMAGEFOLDER", ""),
+            [](const Configuration& c) { return c.ImageFolder; }, "" },
+        { "plain texts are kept", io("CREATELOGFOLDER", "/Logs"),
+            [](const Configuration& c) { return c.CreateLogFolder; }, "/Logs" },
+        { "true multi-hrt with option", settings("CHECKMULTIHRT=yes true | 5"),
+            [=](const Configuration& c) { return set(c).CheckMultiHrt + "," + set(c).CheckMultiHrtOption; },
+            "True,5" },
+        { "three pieces leave the option", settings("CHECKMULTIHRT=true|5|6"),
+            [=](const Configuration& c) { return set(c).CheckMultiHrt + "," + set(c).CheckMultiHrtOption; },
+            "True," },
+        { "false multi-hrt", settings("CHECKMULTIHRT=false"),
+            [=](const Configuration& c) { return set(c).CheckMultiHrt; }, "FALSE" },
+        { "switches stored upper-case", settings("CHECKSPECIALCHAR=false"),
+            [=](const Configuration& c) { return set(c).CheckSpecialChar; }, "FALSE" },
+        { "2.5 rounds to 2", settings("MULTIHRTMAXCOUNT=2.5"),
+            [=](const Configuration& c) { return QString::number(set(c).MultiHrtMaxCount); }, "2" },
+        { "3.5 rounds to 4", settings("MULTIHRTMAXCOUNT=3.5"),
+            [=](const Configuration& c) { return QString::number(set(c).MultiHrtMaxCount); }, "4" },
+        { "negative halves go to even", settings("MULTIHRTMAXCOUNT=-2.5"),
+            [=](const Configuration& c) { return QString::number(set(c).MultiHrtMaxCount); }, "-2" },
+        { "sign and plain rounding", settings("MULTIHRTMAXCOUNT=+7.6"),
+            [=](const Configuration& c) { return QString::number(set(c).MultiHrtMaxCount); }, "8" },
+        { "range separators with spaces", settings("ATTRIBRANGESEPARATOR= - | <space>to<space> "),
+            [=](const Configuration& c) { return joined(set(c).AttribRangeSeparators); }, "-# to " },
+        // Nothing after "=" means "no separators", given on purpose.
+        { "empty separator value", settings("ATTRIBRANGESEPARATOR="),
+            [=](const Configuration& c) {
+                return QString::number(set(c).AttribRangeSeparatorGiven)
+                    + joined(set(c).AttribRangeSeparators);
+            },
+            "1" },
+        { "character lists keep blanks and empty pieces", settings("VALIDFILENAMECHAR=a <comma><comma> b"),
+            [=](const Configuration& c) { return joined(set(c).ValidFilenameChars); }, "a ## b" },
+        { "invalid characters, plural key", settings("INVALIDFILENAMECHARS=<comma>"),
+            [=](const Configuration& c) { return joined(set(c).InvalidFilenameChars); }, "#" },
+        { "singular invalid key is not a key", settings("INVALIDFILENAMECHAR=x"),
+            [=](const Configuration& c) { return joined(set(c).InvalidFilenameChars); }, "##%" },
+        { "lexicon folders get a slash", [&](IniBuilder& b) { b.set("USERLEXPATH", dir.path() + "user"); },
+            [](const Configuration& c) { return c.UserLexPath; }, dir.path() + "user/" },
+    };
+    for (const EffectRow& row : rows) {
+        IniBuilder builder = ini;
+        row.change(builder);
+        const ReadResult result = readFresh(builder);
+        EXPECT_TRUE(result.ok) << row.name;
+        EXPECT_TRUE(result.messages.isEmpty())
+            << row.name << " " << result.messages.value(0).text.toStdString();
+        EXPECT_EQ(row.field(result.config), row.expected) << row.name;
+    }
+}
+
+TEST_F(ConfigurationFileTest, TextIsDecodedAsUtf8OrWindows1252)
+{
+    const QByteArray base = ini.text().toUtf8();
+    struct Row {
+        QByteArray line;
+        QString expected;
+    } rows[] = {
+        { "[I/O PATHS]\r\nINPUTTYPE=caf\xc3\xa9\r\n", QStringLiteral("caf\u00e9") },
+        { "[I/O PATHS]\r\nINPUTTYPE=caf\xe9 \x80\r\n", QStringLiteral("caf\u00e9 \u20ac") },
+    };
+    for (const Row& row : rows) {
+        ui.messages.clear();
+        ini.writeBytes(base + row.line);
+        EXPECT_TRUE(read());
+        EXPECT_EQ(state.config.InputType, row.expected);
+    }
+}
+
+TEST_F(ConfigurationFileTest, PluginsAreCompletedBesideTheProgram)
+{
+    const QString own = dir.write("app/before.sh", "#!/bin/sh\n");
+    const QString elsewhere = dir.write("tools/after.sh", "#!/bin/sh\n");
+    ini.append(
+           "[PLUG-IN]\r\nINPUTPLUGIN= before.sh | | " + elsewhere + "\r\nOUTPUTPLUGIN=" + elsewhere + "\r\n")
+        .write();
+    ASSERT_TRUE(read());
+    EXPECT_EQ(state.config.DefaultTableSet.InputPlugins, (QStringList { own, elsewhere }));
+    EXPECT_EQ(state.config.DefaultTableSet.OutputPlugins, QStringList { elsewhere });
+}
+
+struct CheckRow {
+    const char* name;
+    std::function<void(IniBuilder&, const TempDir&)> change;
+    std::function<QList<RecordedMessage>(const TempDir&)> messages;
+};
+
+RecordedMessage shown(const QString& text, MessageIcon icon)
+{
+    return { text, kProgramTitle, icon };
+}
+
+TEST_F(ConfigurationFileTest, ConfiguredPathsAreCheckedAndEveryProblemShown)
+{
+    const CheckRow rows[] = {
+        { "lexicon folder missing",
+            [](IniBuilder& b, const TempDir& d) { b.set("MAINLEXPATH", d.path() + "nolex"); },
+            [](const TempDir& d) {
+                return QList { shown(d.path() + "nolex/" + kNotFoundTail, MessageIcon::Warning) };
+            } },
+        { "lexicon files missing",
+            [](IniBuilder& b, const TempDir&) { b.set("MAINLEXFILES", "main.dic, gone.dic,,other.txt"); },
+            [](const TempDir& d) {
+                return QList { shown(d.path() + "lex/gone.dic" + kNotFoundTail, MessageIcon::Warning),
+                    shown(d.path() + "lex/other.txt" + kNotFoundTail, MessageIcon::Warning) };
+            } },
+        { "input folder missing",
+            [](IniBuilder& b, const TempDir& d) { b.set("INPUTPATH", d.path() + "noin"); },
+            [](const TempDir& d) {
+                return QList { shown(d.path() + "noin/ not found.", MessageIcon::Critical) };
+            } },
+        { "work folder is a file",
+            [](IniBuilder& b, const TempDir& d) { b.set("WORKPATH", d.write("plain.txt", "x")); },
+            [](const TempDir& d) {
+                return QList { shown(d.path() + "plain.txt/ not found.", MessageIcon::Critical) };
+            } },
+        { "output folder not writable", [](IniBuilder& b, const TempDir&) { b.set("OUTPUTPATH", "/proc"); },
+            [](const TempDir&) {
+                return QList { shown("No Write Access in /proc/", MessageIcon::Critical) };
+            } },
+        { "every failing check is shown in order",
+            [](IniBuilder& b, const TempDir& d) {
+                b.set("MAINLEXPATH", d.path() + "nolex").set("INPUTPATH", d.path() + "noin");
+                b.set("IMAGEPATH", d.path() + "noimg").set("OUTPUTPATH", d.path() + "noout");
+                b.set("TEMPPATH", d.path() + "work");
+            },
+            [](const TempDir& d) {
+                return QList { shown(d.path() + "nolex/" + kNotFoundTail, MessageIcon::Warning),
+                    shown(d.path() + "noin/ not found.", MessageIcon::Critical),
+                    shown(d.path() + "noimg/ not found.", MessageIcon::Critical),
+                    shown(d.path() + "noout/ not found.", MessageIcon::Critical),
+                    shown(
+                        "TempPath should not be equal to WorkPath. Check INI file.", MessageIcon::Critical) };
+            } },
+        { "temp equal to work regardless of case",
+            [](IniBuilder& b, const TempDir& d) {
+                d.mkdir("WORK");
+                b.set("TEMPPATH", d.path() + "WORK/");
+            },
+            [](const TempDir&) {
+                return QList { shown(
+                    "TempPath should not be equal to WorkPath. Check INI file.", MessageIcon::Critical) };
+            } },
+        { "temp folder missing",
+            [](IniBuilder& b, const TempDir& d) { b.set("TEMPPATH", d.path() + "notemp"); },
+            [](const TempDir& d) {
+                return QList { shown(d.path() + "notemp/ not found.", MessageIcon::Critical) };
+            } },
+    };
+    for (const CheckRow& row : rows) {
+        IniBuilder builder = ini;
+        row.change(builder, dir);
+        const ReadResult result = readFresh(builder);
+        EXPECT_FALSE(result.ok) << row.name;
+        EXPECT_EQ(result.messages, row.messages(dir)) << row.name;
+    }
+}
+
+TEST_F(ConfigurationFileTest, UnusableTempFolderIsNotExtended)
+{
+    ini.set("TEMPPATH", "/proc").write();
+    EXPECT_FALSE(read());
+    EXPECT_EQ(state.config.TempPath, "/proc/");
+    EXPECT_TRUE(state.config.SavedWorkPath.isEmpty());
+}
+
+// Three tasks: T1 overrides a table, settings and plug-ins; T2 gives its
+// settings before its support files; a [TASK] block without a code follows.
+const char* const kTaskSections = "[TASK]\r\n"
+                                  "TaskCode=T1\r\n"
+                                  "[SUPPORT FILES]\r\n"
+                                  "ROUTINEDECLTBL=t1decl.tbl\r\n"
+                                  "[SETTINGS]\r\n"
+                                  "IMAGEEXTENSION=.jpg\r\n"
+                                  "MULTIHRTMAXCOUNT=9\r\n"
+                                  "CHECKMULTIHRT=true|2\r\n"
+                                  "VALIDFILENAMECHAR=x<comma>y\r\n"
+                                  "ATTRIBRANGESEPARATOR=~\r\n"
+                                  "[PLUG-IN]\r\n"
+                                  "OUTPUTPLUGIN=after.sh\r\n"
+                                  "[TASK]\r\n"
+                                  "TASKCODE=T2\r\n"
+                                  "[SETTINGS]\r\n"
+                                  "VALIDFILENAMECHAR=q\r\n"
+                                  "INVALIDFILENAMECHARS=r\r\n"
+                                  "[SUPPORT FILES]\r\n"
+                                  "TEXTVALIDITYTBL=t2text.tbl\r\n"
+                                  "[TASK]\r\n"
+                                  "[SETTINGS]\r\n"
+                                  "IMAGEEXTENSION=.nocode\r\n"
+                                  "CHECKSPECIALCHAR=nonsense\r\n"
+                                  "[I/O PATHS]\r\n"
+                                  "INPUTTYPE=XML\r\n"
+                                  "[DEFAULT]\r\n"
+                                  "[SETTINGS]\r\n"
+                                  "CHECKFILENAME=false\r\n";
+
+class TaskSetTest : public ConfigurationFileTest {
+protected:
+    void SetUp() override
+    {
+        dir.write("app/after.sh", "#!/bin/sh\n");
+        ini.append(kTaskSections).write();
+        ASSERT_TRUE(read());
+        ASSERT_TRUE(ui.messages.isEmpty()) << ui.messages.value(0).text.toStdString();
+        ASSERT_EQ(state.config.Tasks.size(), 2);
+    }
+};
+
+TEST_F(TaskSetTest, TaskSectionsFillTheirOwnSets)
+{
+    const Configuration& config = state.config;
+    const TableSet& t1 = config.Tasks[0].set;
+    EXPECT_EQ(config.Tasks[0].TaskCode, "T1");
+    EXPECT_EQ(t1.file(SupportFile::RoutineDeclTbl), "t1decl.tbl");
+    EXPECT_TRUE(t1.file(SupportFile::TextValidityTbl).isEmpty());
+    EXPECT_EQ(t1.ValidFilenameChars, (QStringList { "x", "y" }));
+    EXPECT_EQ(t1.OutputPlugins, QStringList { dir.path() + "app/after.sh" });
+    // Settings given before the task's support files are lost.
+    EXPECT_TRUE(config.Tasks[1].set.ValidFilenameChars.isEmpty());
+    EXPECT_TRUE(config.Tasks[1].set.InvalidFilenameChars.isEmpty());
+    // The [TASK] block without a code touches no set; paths stay global in any mode.
+    EXPECT_EQ(config.Tasks[1].set.ImageExtension, "");
+    EXPECT_EQ(config.DefaultTableSet.ImageExtension, ".tif");
+    EXPECT_EQ(config.InputType, "XML");
+    // [DEFAULT] switches back to the default set.
+    EXPECT_EQ(config.DefaultTableSet.CheckFilename, "FALSE");
+    EXPECT_EQ(config.DefaultTableSet.ValidFilenameChars, (QStringList { "a", "b" }));
+}
+
+TEST_F(TaskSetTest, SelectedTaskOverlaysTheDefaultSet)
+{
+    auto defaultTable = std::make_shared<const SupportTable>();
+    auto taskTable = std::make_shared<const SupportTable>();
+    state.config.DefaultTableSet.table(SupportFile::RoutineDeclTbl) = defaultTable;
+    state.config.DefaultTableSet.table(SupportFile::TextValidityTbl) = defaultTable;
+    state.config.Tasks[0].set.table(SupportFile::RoutineDeclTbl) = taskTable;
+
+    SelectTaskTableSet(state, "t1");
+    TableSet& active = state.config.ActiveTableSet;
+    EXPECT_EQ(active.file(SupportFile::RoutineDeclTbl), "t1decl.tbl");
+    EXPECT_EQ(active.table(SupportFile::RoutineDeclTbl), taskTable);
+    EXPECT_EQ(active.file(SupportFile::TextValidityTbl), "textvaliditytbl.tbl");
+    EXPECT_EQ(active.table(SupportFile::TextValidityTbl), defaultTable);
+    EXPECT_EQ(active.ImageExtension, ".jpg");
+    EXPECT_EQ(active.MultiHrtMaxCount, 9);
+    EXPECT_EQ(active.CheckMultiHrt, "True");
+    EXPECT_EQ(active.CheckMultiHrtOption, "2");
+    EXPECT_EQ(active.CheckSpecialChar, "TRUE");
+    EXPECT_EQ(active.AttribRangeSeparators, QStringList { "~" });
+    EXPECT_EQ(active.ValidFilenameChars, (QStringList { "x", "y" }));
+    EXPECT_EQ(active.InvalidFilenameChars, (QStringList { "#", "%" }));
+    EXPECT_EQ(active.OutputPlugins.size(), 1);
+    EXPECT_TRUE(active.InputPlugins.isEmpty());
+}
+
+TEST_F(TaskSetTest, UnknownOrEmptyTaskCodeKeepsTheDefaultSet)
+{
+    for (const QString code : { "", "T3", "T1 " }) {
+        state.config.ActiveTableSet = TableSet {};
+        SelectTaskTableSet(state, code);
+        const TableSet& active = state.config.ActiveTableSet;
+        EXPECT_EQ(active.file(SupportFile::RoutineDeclTbl), "routinedecltbl.tbl") << code.toStdString();
+        EXPECT_EQ(active.ImageExtension, ".tif") << code.toStdString();
+        EXPECT_EQ(active.MultiHrtMaxCount, 3) << code.toStdString();
+    }
+}
+
+TEST_F(ConfigurationFileTest, BadValueInsideATaskFailsTheRead)
+{
+    ini.append("[TASK]\r\nTASKCODE=T1\r\n[SETTINGS]\r\nCHECKFILENAME=sometimes\r\n").write();
+    EXPECT_FALSE(read());
+    EXPECT_EQ(
+        ui.messages, QList { message("Invalid CheckFilename value in INI file", MessageIcon::Warning) });
+}
+
+TEST(ReadTableSetKeyTest, UnknownKeysChangeNothing)
+{
+    RecordingOperator ui;
+    RunState state(ui);
+    TableSet set;
+    EXPECT_TRUE(ReadTableSetKey(state, set, "routinedecltbl", "decl.tbl"));
+    EXPECT_TRUE(ReadTableSetKey(state, set, "NOSUCHKEY", "x"));
+    EXPECT_TRUE(ReadTableSetKey(state, set, "", ""));
+    EXPECT_EQ(set.file(SupportFile::RoutineDeclTbl), "decl.tbl");
+    EXPECT_TRUE(ui.messages.isEmpty());
+}
+
+} // namespace
