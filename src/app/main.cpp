@@ -1,7 +1,102 @@
+#include "app/CommandLine.h"
+#include "app/HeadlessOperator.h"
+#include "app/RunAborted.h"
+#include "app/RunState.h"
+#include "app/SingleFileRun.h"
+#include "app/gui/FrmMain.h"
+#include "app/gui/WindowOperator.h"
+#include "app/modGlobal.h"
+
+#include <QApplication>
+#include <QCoreApplication>
+#include <QDir>
+
 #include <cstdio>
+#include <memory>
+
+namespace {
+
+bool displayAvailable() { return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY"); }
+
+QString applicationFolder(const CommandLineOptions& options)
+{
+    QString folder = options.appDir.isEmpty() ? QCoreApplication::applicationDirPath() : options.appDir;
+    if (!folder.endsWith(QLatin1Char('/')))
+        folder += QLatin1Char('/');
+    return folder;
+}
+
+int runHeadless(RunState& state, RunMode mode)
+{
+    if (mode == RunMode::Batch) {
+        std::fputs("quorvane: no input file given, and the batch window needs a display.\n"
+                   "Give \"INPUT|TASK\" to validate one file; see quorvane --help.\n",
+                   stderr);
+        return ExitStatus::Refused;
+    }
+    const int status = RunSingleFile(state);
+    // Headless runs often come from scripts and terminals: say where the
+    // reports are, since no window shows it.
+    std::printf("%s: %d error(s), %d warning(s)\nReports: %s %s\n", qPrintable(state.inputFileName),
+                state.report.errorCount, state.report.warningCount, qPrintable(state.report.errorReportPath),
+                qPrintable(state.report.warningReportPath));
+    return status;
+}
+
+int runWindowed(RunState& state, RunMode mode, WindowOperator& windowOperator)
+{
+    if (mode == RunMode::Batch) {
+        state.ui.messageBox(QStringLiteral("The batch window is not available in this version.\r\n"
+                                           "Start Quorvane with \"INPUT|TASK\" to validate one file."),
+                            kProgramTitle, MessageIcon::Information);
+        return ExitStatus::Refused;
+    }
+    FrmMain window(state, windowOperator);
+    window.show();
+    return QApplication::exec();
+}
+
+} // namespace
 
 int main(int argc, char** argv)
 {
-    std::puts("quorvane: start-up not written yet");
-    return 2;
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    const CommandLineOptions options = ParseCommandLineOptions(arguments);
+    if (!options.error.isEmpty()) {
+        std::fprintf(stderr, "quorvane: %s\n\n%s", qPrintable(options.error), qPrintable(CommandLineHelpText()));
+        return ExitStatus::Refused;
+    }
+    if (options.showHelp) {
+        std::fputs(qPrintable(CommandLineHelpText()), stdout);
+        return ExitStatus::Clean;
+    }
+    if (options.showVersion) {
+        std::printf("quorvane %s\n", QUORVANE_VERSION);
+        return ExitStatus::Clean;
+    }
+
+    const bool headless = options.headless || !displayAvailable();
+    std::unique_ptr<QCoreApplication> application;
+    if (headless)
+        application = std::make_unique<QCoreApplication>(argc, argv);
+    else
+        application = std::make_unique<QApplication>(argc, argv);
+
+    HeadlessOperator headlessOperator;
+    WindowOperator windowOperator;
+    OperatorInterface& ui = headless ? static_cast<OperatorInterface&>(headlessOperator) : windowOperator;
+    RunState state(ui);
+    state.config.ApplicationPath = applicationFolder(options);
+
+    try {
+        const RunMode mode = Main(state, options.commandLine);
+        return headless ? runHeadless(state, mode) : runWindowed(state, mode, windowOperator);
+    } catch (const RunAborted& aborted) {
+        return aborted.exitStatus();
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "quorvane: unexpected failure: %s\n", failure.what());
+        return ExitStatus::Refused;
+    }
 }

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+// The executable's own options; everything else is the program's
+// command-line string (input path, "|", task code).
+struct CommandLineOptions {
+    QString appDir;           // empty: the folder of the executable
+    bool headless = false;
+    bool showHelp = false;
+    bool showVersion = false;
+    QString commandLine;      // the remaining arguments joined with single blanks
+    QString error;            // not empty when the options could not be read
+};
+
+CommandLineOptions ParseCommandLineOptions(const QStringList& arguments);
+QString CommandLineHelpText();
+
+// The input path and task code taken from the command-line string: the first
+// "|" splits, both parts trimmed. A string without "|" is the path alone.
+struct InputRequest {
+    QString inputPath;
+    QString taskCode;
+};
+InputRequest SplitCommandLine(const QString& commandLine);

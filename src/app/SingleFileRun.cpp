@@ -1,0 +1,59 @@
+#include "app/SingleFileRun.h"
+
+#include "app/MoveFiles.h"
+#include "app/RunAborted.h"
+#include "app/RunState.h"
+#include "config/ConfigurationFile.h"
+#include "engine/Validator.h"
+#include "report/Reports.h"
+#include "rules/Images.h"
+
+#include <QFile>
+#include <QProcess>
+
+void RunOutsideProgram(const QString& program, const QString& inputPath)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedChannels);
+    process.start(program, {inputPath});
+    if (process.waitForStarted(-1))
+        process.waitForFinished(-1);
+}
+
+void StageInputInTempFolder(RunState& state)
+{
+    const QString staged = state.config.TempPath + state.inputFileName;
+    if (state.inputPath.toUpper() == staged.toUpper())
+        return;
+    QFile::remove(staged);
+    QFile::copy(state.inputPath, staged);
+    state.inputPath = staged;
+}
+
+int ExitStatusOf(const RunState& state)
+{
+    return state.report.runErrorEntries > 0 ? ExitStatus::ErrorsFound : ExitStatus::Clean;
+}
+
+int RunSingleFile(RunState& state)
+{
+    SelectTaskTableSet(state, state.taskCode);
+    const TableSet& active = state.config.ActiveTableSet;
+    if (!active.InputPlugins.isEmpty()) {
+        StageInputInTempFolder(state);
+        for (const QString& program : active.InputPlugins)
+            RunOutsideProgram(program, state.inputPath);
+    }
+    OpenReports(state);
+    ValidateFile(state);
+    CloseReports(state);
+    for (const QString& program : active.OutputPlugins)
+        RunOutsideProgram(program, state.inputPath);
+
+    OpenProgramLogs(state);
+    // The run's image list was filled while the file was validated.
+    ReportImagesWithoutCallout(state);
+    CloseProgramLogs(state);
+    modMoveFiles::RemoveFolderTree(state, state.config.TempPath);
+    return ExitStatusOf(state);
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+struct RunState;
+
+// Validates the one file of the command line: before-programs on a copy in
+// the temporary folder, reports, validation, after-programs, program logs,
+// removal of the temporary folder. Returns the exit status of the run.
+int RunSingleFile(RunState& state);
+
+// Starts a program with the input path as its one argument and waits for it
+// without a time limit. A program that cannot be started is not reported.
+void RunOutsideProgram(const QString& program, const QString& inputPath);
+
+// Copies the input into the temporary folder (unless it already lies there)
+// and makes the copy the input path, so before-programs never touch the
+// original.
+void StageInputInTempFolder(RunState& state);
+
+// The exit status for what the run has written so far.
+int ExitStatusOf(const RunState& state);

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "app/OperatorInterface.h"
+
+#include <QElapsedTimer>
+#include <QPointer>
+
+class QProgressBar;
+class QWidget;
+
+// The operator interface of the windowed program: real message boxes and the
+// progress bar of the window that runs the job.
+class WindowOperator : public OperatorInterface {
+public:
+    void setWindow(QWidget* window, QProgressBar* progressBar);
+
+    void messageBox(const QString& text, const QString& title, MessageIcon icon) override;
+    void setProgressRange(int minimum, int maximum) override;
+    void setProgressValue(int value) override;
+    void processEvents() override;
+
+private:
+    QPointer<QWidget> window_;
+    QPointer<QProgressBar> progressBar_;
+    QElapsedTimer sinceEvents_;
+};

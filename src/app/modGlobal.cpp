@@ -1,0 +1,75 @@
+#include "app/modGlobal.h"
+
+#include "app/CommandLine.h"
+#include "app/MoveFiles.h"
+#include "app/RunAborted.h"
+#include "app/RunState.h"
+#include "config/ConfigurationFile.h"
+#include "config/SupportTables.h"
+
+#include <QFileInfo>
+
+namespace {
+
+void refuse() { throw RunAborted(ExitStatus::Refused); }
+
+// The spelling engine arrives with the word checks; start-up keeps its turn
+// between the configuration and the support tables.
+void StartSpellingEngine(RunState&) {}
+
+void FillSingleFileRun(RunState& state, const QString& commandLine)
+{
+    state.batchMode = false;
+    const InputRequest request = SplitCommandLine(commandLine);
+    state.inputPath = request.inputPath;
+    state.taskCode = request.taskCode;
+
+    if (!QFileInfo(state.inputPath).isFile()) {
+        state.ui.messageBox(state.inputPath + QStringLiteral(" not found!"), kProgramTitle, MessageIcon::Critical);
+        refuse();
+    }
+    state.inputFileName = InputFileNameOf(state.inputPath);
+    state.parentFolderPart = ParentFolderPartOf(state.inputPath);
+    state.outputFolder = state.config.OutputPath + state.parentFolderPart;
+    state.currentInputPath = state.inputPath;
+    state.reportFolder = state.config.WorkPath;
+
+    if (!modMoveFiles::MakeFolder(state.outputFolder))
+        refuse();
+    if (!state.config.CreateLogFolder.isEmpty()
+        && !modMoveFiles::MakeFolder(state.outputFolder + state.config.CreateLogFolder + QLatin1Char('/')))
+        refuse();
+}
+
+} // namespace
+
+QString InputFileNameOf(const QString& inputPath)
+{
+    return inputPath.mid(inputPath.lastIndexOf(QLatin1Char('/')) + 1).trimmed();
+}
+
+QString ParentFolderPartOf(const QString& inputPath)
+{
+    if (!inputPath.contains(QLatin1Char('/')))
+        return {};
+    const QStringList pieces = inputPath.split(QLatin1Char('/'));
+    const QString parent = QLatin1Char('/') + pieces[pieces.size() - 2].trimmed();
+    return parent.contains(QLatin1Char(':')) ? QString() : parent;
+}
+
+RunMode Main(RunState& state, const QString& commandLine)
+{
+    if (!ReadConfigurationFile(state))
+        refuse();
+    StartSpellingEngine(state);
+    if (!LoadAllSupportTables(state))
+        refuse();
+
+    state.inputPath = commandLine.trimmed();
+    if (state.inputPath.isEmpty()) {
+        state.batchMode = true;
+        return RunMode::Batch;
+    }
+    FillSingleFileRun(state, commandLine);
+    return RunMode::SingleFile;
+}

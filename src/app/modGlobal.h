@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QString>
+
+struct RunState;
+
+enum class RunMode { SingleFile, Batch };
+
+// Start-up: reads the configuration, starts the spelling engine, loads every
+// support table, then reads the command-line string and fills the run fields.
+// Throws RunAborted when the run must not go on (the operator has been told).
+RunMode Main(RunState& state, const QString& commandLine);
+
+// Input file name: the trimmed text after the last "/" of the path.
+QString InputFileNameOf(const QString& inputPath);
+// "/" + the name of the folder holding the file; empty for a drive's root.
+QString ParentFolderPartOf(const QString& inputPath);

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "config/TableSet.h"
+
+#include <QHash>
+#include <QList>
+#include <QString>
+
+struct RunState;
+
+struct RoutineCall {
+    QString routineName;  // trimmed, as written in the file
+    QString parameter;    // trimmed
+};
+
+struct RoutineDeclRow {
+    QString tag;  // the element name, or "N/A" as written
+    QList<RoutineCall> routines;
+};
+
+// The routine declaration table: which routines run for which element.
+struct RoutineDeclTable : SupportTable {
+    QString indexText;            // "[" + tag + "]" for every row, in file order
+    QList<RoutineDeclRow> rows;   // zero-based: the file's first row is rows[0]
+
+    // Lookups the scanner makes for every tag, prepared once at load time.
+    QHash<QString, QList<int>> rowsByUpperTag;  // upper-cased tag -> row indexes in file order
+    int firstNotApplicableRow = -1;             // first row tagged "N/A", -1 when none
+};
+
+bool LoadRoutineDeclTable(RunState& state, TableSet& set);

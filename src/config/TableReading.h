@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+struct RunState;
+
+// Reading rules shared by every support-table loader.
+namespace TableReading {
+
+// Reads a whole table file (UTF-8 when valid, Windows-1252 otherwise) and
+// splits it into lines at CR LF, LF or CR. On failure shows
+// "Error while reading " + path + "!  -- Error: " + description and returns false.
+bool ReadLines(RunState& state, const QString& path, QStringList& lines);
+
+// Splits a row at "|" and trims every field.
+QStringList SplitRow(const QString& line);
+
+// The rows of a headed table: the first line is skipped, blank rows and rows
+// without exactly `width` fields are dropped, fields are trimmed.
+QList<QStringList> RowsOf(const QStringList& lines, int width);
+
+// "<space>", "<hrt>" and "<pipe>" stand for a blank, CR LF and "|".
+QString Unescape(QString field);
+
+} // namespace TableReading

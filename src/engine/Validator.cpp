@@ -1,0 +1,175 @@
+#include "engine/Validator.h"
+
+#include "app/RunAborted.h"
+#include "app/RunState.h"
+#include "config/RoutineDeclTable.h"
+#include "engine/RuleHelpers.h"
+#include "rules/Routines.h"
+#include "text/InputLoading.h"
+
+#include <exception>
+
+namespace {
+
+const RoutineDeclTable* declarations(const RunState& state)
+{
+    return state.config.ActiveTableSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
+}
+
+bool isLetter(QChar c) { return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z'); }
+
+void runWholeFileChecks(RunState& state)
+{
+    CheckMultipleHardReturns(state);
+    CheckSpecialCharacters(state);
+    CheckFileName(state);
+    CheckImageValidation(state);
+}
+
+// The row stack follows the declared elements: every matching row of a start
+// tag is pushed, any other tag of a declared element pops one row, an empty
+// tag included.
+void followRowStack(RunState& state, const RoutineDeclTable& table)
+{
+    const QString name = state.context.tagName;
+    const QString bracketed = QLatin1Char('[') + name + QLatin1Char(']');
+    if (!table.indexText.contains(bracketed, Qt::CaseInsensitive))
+        return;
+    if (state.context.tagType == 1) {
+        const auto rows = table.rowsByUpperTag.constFind(name.toUpper());
+        if (rows == table.rowsByUpperTag.constEnd())
+            return;
+        for (const int index : *rows) {
+            state.rowStack.append(index + 1);
+            state.currentRow = index + 1;
+        }
+        return;
+    }
+    if (state.rowStack.size() > 1)
+        state.rowStack.removeLast();
+    state.currentRow = state.rowStack.size() > 1 ? state.rowStack.last() : 0;
+}
+
+void updateOpenTags(RunState& state)
+{
+    if (state.context.tagType == 1) {
+        state.openTags.append(state.context);
+        return;
+    }
+    if (state.context.tagType != 2)
+        return;
+    for (qsizetype i = state.openTags.size() - 1; i >= 0; --i) {
+        if (state.openTags[i].tagName == state.context.tagName) {
+            state.openTags.removeAt(i);
+            return;
+        }
+    }
+}
+
+void fillContext(RunState& state, const QString& tag, const QString& line, std::int32_t position,
+                 std::int32_t lineStart, std::int32_t lineNumber)
+{
+    ValidationContext& context = state.context;
+    context.tagText = tag;
+    context.tagName = state.xml.GetTagName(tag);
+    context.enclosingTag = EnclosingOpenTag(state);
+    context.lineText = line;
+    context.linePosition = position;
+    context.filePosition = position + lineStart;
+    context.lineNumber = lineNumber;
+    context.tagType = state.xml.GetTagType(tag);
+}
+
+void validateLoadedFile(RunState& state, const QList<RoutineEntry>& routines)
+{
+    SplitLines(state);
+    const int last = state.lineCount() - 1;
+    state.citationState = -1;
+    ResetPerFileState(state);
+    runWholeFileChecks(state);
+
+    state.ui.setProgressRange(0, last < 1 ? 1 : last);
+    std::int32_t lineStart = 0;
+    for (int i = 0; i <= last; ++i) {
+        state.ui.setProgressValue(i);
+        const QString line = state.line(i).toString();
+        ScanLine(state, line, lineStart, i + 1, routines);
+        lineStart += static_cast<std::int32_t>(line.size()) + 2;
+        state.ui.processEvents();
+    }
+}
+
+} // namespace
+
+void SplitLines(RunState& state)
+{
+    state.lineStarts.clear();
+    const QString& text = state.wholeText;
+    if (text.isEmpty())
+        return;
+    state.lineStarts.push_back(0);
+    for (qsizetype at = text.indexOf(QLatin1String("\r\n")); at >= 0;
+         at = text.indexOf(QLatin1String("\r\n"), at + 2))
+        state.lineStarts.push_back(static_cast<std::int32_t>(at + 2));
+}
+
+void ResetPerFileState(RunState& state)
+{
+    state.report.errorCount = 0;
+    state.report.warningCount = 0;
+    state.contextElement.clear();
+    state.routineParameter.clear();
+    state.toolkit.QuotedMarkupNote.clear();
+    state.toolkit.RemovedContentLengths.clear();
+    state.currentRow = 0;
+    state.rowStack = {0};
+}
+
+void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std::int32_t lineNumber,
+              const QList<RoutineEntry>& routines)
+{
+    state.toolkit.currentLineNumber = lineNumber;
+    const RoutineDeclTable* table = declarations(state);
+    std::int32_t counter = 0;
+    while (counter != -1) {
+        ++counter;
+        const QString tag = state.xml.RetrieveTags(line, counter);
+        if (counter == -1 || tag.isEmpty() || tag.contains(QLatin1String("<!")) || tag.contains(QLatin1String("<?")))
+            continue;
+
+        fillContext(state, tag, line, counter, lineStart, lineNumber);
+        if (state.contextElement.isEmpty() && !state.context.tagName.isEmpty()
+            && isLetter(state.context.tagName.front()))
+            state.contextElement = state.context.tagName;
+
+        if (table) {
+            if (table->firstNotApplicableRow >= 0 && table->indexText.contains(QLatin1String("[N/A]"), Qt::CaseInsensitive))
+                DispatchRow(state, table->firstNotApplicableRow + 1, routines);
+            followRowStack(state, *table);
+            if (state.currentRow != 0)
+                DispatchRow(state, state.currentRow, routines);
+        }
+
+        updateOpenTags(state);
+        if (state.context.tagType == 1)
+            state.previousStartTag = state.context;
+        state.previousTag = state.context;
+    }
+}
+
+void ValidateFile(RunState& state) { ValidateFile(state, RoutineTable()); }
+
+void ValidateFile(RunState& state, const QList<RoutineEntry>& routines)
+{
+    try {
+        state.wholeText = LoadInputText(state.xml, state.inputPath, state.config.Utf8Input);
+        validateLoadedFile(state, routines);
+    } catch (const RunAborted&) {
+        throw;
+    } catch (const std::exception& failure) {
+        state.ui.messageBox(QStringLiteral("Error in Reading Input File!  -- Error: ")
+                                + QString::fromUtf8(failure.what()),
+                            kProgramTitle, MessageIcon::Warning);
+        throw RunAborted(ExitStatus::Refused);
+    }
+}

@@ -1,0 +1,71 @@
+#include "app/RunState.h"
+#include "engine/RuleHelpers.h"
+#include "rules/Routines.h"
+
+namespace {
+
+// Every tag inside the footnote becomes "-", so tags separate words.
+QString tagsAsSeparators(QString content)
+{
+    qsizetype from = 0;
+    for (;;) {
+        const qsizetype open = content.indexOf(QLatin1Char('<'), from);
+        if (open < 0)
+            break;
+        const qsizetype close = content.indexOf(QLatin1Char('>'), open);
+        if (close < 0)
+            break;
+        content.replace(content.mid(open, close - open + 1), QStringLiteral("-"));
+        from = open;
+    }
+    return content;
+}
+
+bool isWordCharacter(QChar upper) { return (upper >= u'A' && upper <= u'Z') || (upper >= u'0' && upper <= u'9'); }
+
+// Whether the reference value stands as one of the first two words. A word
+// still being collected when the content ends is never compared, so a mark
+// that is the footnote's very last text goes unreported.
+bool referenceInFirstTwoWords(const QString& content, const QString& upperReference)
+{
+    QString word;
+    int compared = 0;
+    for (const QChar c : content) {
+        const QChar upper = c.toUpper();
+        if (isWordCharacter(upper)) {
+            word += upper;
+            continue;
+        }
+        if (compared >= 2)
+            return false;
+        if (word.isEmpty())
+            continue;
+        if (word == upperReference)
+            return true;
+        ++compared;
+        word.clear();
+    }
+    return false;
+}
+
+} // namespace
+
+// A footnote whose reference mark became the fnref attribute must not keep
+// the mark among the first words of its text.
+void UNDELFNREF(RunState& state)
+{
+    const ValidationContext& context = state.context;
+    if (context.tagName != QLatin1String("fn") || context.tagType != 1)
+        return;
+    const QString reference = state.xml.GetAttributeValue(context.tagText, QStringLiteral("fnref"));
+    if (reference.isEmpty())
+        return;
+    std::int32_t position = context.filePosition;
+    const QString content = state.xml.GetPCDATA(state.wholeText, context.tagText,
+                                                QStringLiteral("</") + context.tagName + QLatin1Char('>'), position);
+    if (!referenceInFirstTwoWords(tagsAsSeparators(content), reference.toUpper()))
+        return;
+    ReportBySeverity(state, state.routineParameter, context.lineNumber,
+                     QStringLiteral("fnref value found in the first two words"), DataContentAt(state, 0),
+                     context.linePosition);
+}

@@ -1,0 +1,4 @@
+#include "rules/Images.h"
+
+void StartRunImageList(RunState&) {}
+void ReportImagesWithoutCallout(RunState&) {}

@@ -1,0 +1,104 @@
+#include "rules/SpecialCharacters.h"
+
+#include "app/RunAborted.h"
+#include "app/RunState.h"
+#include "config/TableReading.h"
+#include "engine/RegExp.h"
+#include "engine/RuleHelpers.h"
+#include "report/Reports.h"
+#include "rules/Routines.h"
+
+namespace {
+
+const QString kQuoteWord = QStringLiteral("slashdoublequote");
+
+} // namespace
+
+bool ParseSpecialCharLine(const QString& line, SpecialCharRow& row)
+{
+    if (line.trimmed().isEmpty())
+        return false;
+    QStringList pieces = line.split(QLatin1Char('"'));
+    bool quotesEscaped = false;
+    if (pieces.size() > 9) {
+        QString escaped = line;
+        escaped.replace(QStringLiteral("\\\""), kQuoteWord);
+        pieces = escaped.split(QLatin1Char('"'));
+        quotesEscaped = true;
+    }
+    if (pieces.size() != 9)
+        return false;
+    if (quotesEscaped) {
+        for (QString& piece : pieces)
+            piece.replace(kQuoteWord, QStringLiteral("\""));
+    }
+    row = {pieces[1], pieces[3], pieces[5], pieces[7]};
+    return true;
+}
+
+QString PrepareSpecialCharPattern(const QString& pattern)
+{
+    QString prepared = pattern;
+    prepared.replace(QStringLiteral("(hrt)"), QStringLiteral("(\\r\\n)"));
+    prepared.replace(QStringLiteral("(space)"), QStringLiteral("( )"));
+    prepared.replace(QStringLiteral("(tab)"), QStringLiteral("(\\t)"));
+    return prepared;
+}
+
+bool LoadSpecialCharTable(RunState& state, TableSet& set)
+{
+    QStringList lines;
+    if (!TableReading::ReadLines(state, set.file(SupportFile::SpecialCharTbl), lines))
+        return false;
+    auto table = std::make_shared<SpecialCharTable>();
+    // The first line names the columns, as in every headed table.
+    for (qsizetype i = 1; i < lines.size(); ++i) {
+        SpecialCharRow row;
+        if (ParseSpecialCharLine(lines[i], row))
+            table->rows.append(row);
+    }
+    set.table(SupportFile::SpecialCharTbl) = std::move(table);
+    return true;
+}
+
+namespace {
+
+void reportMatches(RunState& state, const SpecialCharRow& row)
+{
+    RegExp search(PrepareSpecialCharPattern(row.pattern), true, row.caseFlag.toUpper() != QLatin1String("C"));
+    const bool isError = row.severity.toUpper() == QLatin1String("ERROR");
+    LineColumnCursor cursor(state.wholeText);
+    for (const RegExpMatch& match : search.execute(state.wholeText)) {
+        std::int32_t column = 1;
+        const std::int32_t line = cursor.lineColumnAt(static_cast<std::int32_t>(match.index), column);
+        QString shown = match.value;
+        shown.replace(QStringLiteral("\r\n"), QStringLiteral("[hrt]"));
+        if (isError)
+            WriteErrorEntry(state, line, row.message, shown, column);
+        else
+            WriteWarningEntry(state, line, row.message, shown, column);
+    }
+}
+
+} // namespace
+
+// Searches the whole file for the characters and sequences of the special
+// character table; every match is its own entry.
+void CheckSpecialCharacters(RunState& state)
+{
+    const TableSet& active = state.config.ActiveTableSet;
+    if (active.CheckSpecialChar.toUpper() == QLatin1String("FALSE"))
+        return;
+    const auto* table = active.loaded<SpecialCharTable>(SupportFile::SpecialCharTbl);
+    if (!table)
+        return;
+    // A failing row (a pattern the engine rejects, a search past its limits)
+    // ends the check for this file; what was written stays.
+    try {
+        for (const SpecialCharRow& row : table->rows)
+            reportMatches(state, row);
+    } catch (const RunAborted&) {
+        throw;
+    } catch (const std::exception&) {
+    }
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "config/TableSet.h"
+
+#include <QList>
+#include <QString>
+
+struct RunState;
+
+// One row of the special-character table: four double-quoted fields.
+struct SpecialCharRow {
+    QString pattern;   // as written; "(hrt)", "(space)", "(tab)" still in place
+    QString message;
+    QString severity;  // "ERROR" gives an error entry, anything else a warning
+    QString caseFlag;  // "C" makes the search respect letter case
+};
+
+struct SpecialCharTable : SupportTable {
+    QList<SpecialCharRow> rows;
+};
+
+// Reads one table line into a row; false for a line that is not a row.
+bool ParseSpecialCharLine(const QString& line, SpecialCharRow& row);
+
+// The regular expression of a row, with its line-break, blank and tab words
+// turned into groups.
+QString PrepareSpecialCharPattern(const QString& pattern);
+
+bool LoadSpecialCharTable(RunState& state, TableSet& set);

@@ -1,0 +1,70 @@
+#include "app/CommandLine.h"
+#include "app/modGlobal.h"
+
+#include <gtest/gtest.h>
+
+TEST(CommandLine, SplitsAtTheFirstBarAndTrims)
+{
+    struct Row {
+        QString commandLine, path, task;
+    };
+    const Row rows[] = {
+        {"a.xml|T1", "a.xml", "T1"},
+        {"  C:/a.xml | T1 ", "C:/a.xml", "T1"},
+        {"x/y/a.xml|T|U", "x/y/a.xml", "T|U"},
+        {"/jobs/a b.xml", "/jobs/a b.xml", ""},
+        {"a.xml|", "a.xml", ""},
+        {"|T", "", "T"},
+    };
+    for (const Row& row : rows) {
+        const InputRequest request = SplitCommandLine(row.commandLine);
+        EXPECT_EQ(request.inputPath, row.path) << row.commandLine.toStdString();
+        EXPECT_EQ(request.taskCode, row.task) << row.commandLine.toStdString();
+    }
+}
+
+TEST(CommandLine, ReadsOptionsAndJoinsTheRestWithBlanks)
+{
+    struct Row {
+        QStringList arguments;
+        QString appDir;
+        bool headless;
+        QString commandLine;
+        bool failed;
+    };
+    const Row rows[] = {
+        {{"q", "--app-dir", "/opt/q", "--headless", "a.xml|T"}, "/opt/q", true, "a.xml|T", false},
+        {{"q", "/in/my", "file.xml", "|", "T1"}, "", false, "/in/my file.xml | T1", false},
+        {{"q", "--", "--headless"}, "", false, "--headless", false},
+        {{"q", "--app-dir=/x"}, "/x", false, "", false},
+        {{"q", "--app-dir"}, "", false, "", true},
+        {{"q", "--frobnicate"}, "", false, "", true},
+    };
+    for (const Row& row : rows) {
+        const CommandLineOptions options = ParseCommandLineOptions(row.arguments);
+        EXPECT_EQ(!options.error.isEmpty(), row.failed) << row.arguments.join(' ').toStdString();
+        if (row.failed)
+            continue;
+        EXPECT_EQ(options.appDir, row.appDir);
+        EXPECT_EQ(options.headless, row.headless);
+        EXPECT_EQ(options.commandLine, row.commandLine);
+    }
+}
+
+TEST(CommandLine, TakesFileNameAndParentFolderPartFromThePath)
+{
+    struct Row {
+        QString path, fileName, parent;
+    };
+    const Row rows[] = {
+        {"a.xml", "a.xml", ""},
+        {"/jobs/Batch7/a.xml", "a.xml", "/Batch7"},
+        {"jobs/ Batch7 / a.xml ", "a.xml", "/Batch7"},
+        {"C:/a.xml", "a.xml", ""},  // a drive's root has no parent folder part
+        {"/a.xml", "a.xml", "/"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(InputFileNameOf(row.path), row.fileName) << row.path.toStdString();
+        EXPECT_EQ(ParentFolderPartOf(row.path), row.parent) << row.path.toStdString();
+    }
+}

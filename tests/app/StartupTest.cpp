@@ -1,0 +1,103 @@
+#include "support/Installation.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+
+namespace {
+
+QString firstLine(const QString& text) { return text.section(QLatin1Char('\n'), 0, 0); }
+
+} // namespace
+
+// Start-up refusals: each ends the run with its message and exit status 2.
+TEST(Startup, RefusesWithItsMessageAndStatusTwo)
+{
+    struct Row {
+        const char* name;
+        std::function<void(Installation&)> prepare;
+        QStringList arguments;
+        QString expectedStderr;  // whole standard error, %ROOT% is the installation
+    };
+    const QList<Row> rows = {
+        {"missing input", [](Installation&) {}, {"%ROOT%input/none.xml|T1"},
+         "[critical] Quorvane: %ROOT%input/none.xml not found!\n"},
+        {"folder as input", [](Installation&) {}, {"%ROOT%input"},
+         "[critical] Quorvane: %ROOT%input not found!\n"},
+        {"missing tables",
+         [](Installation& inst) {
+             inst.set("ROUTINEDECLTBL", inst.root() + "tables/none.tbl");
+             inst.set("SPECIALCHARTBL", inst.root() + "tables/gone.tbl");
+         },
+         {"x.xml"},
+         "[warning] Quorvane: Missing Support File/s:\n%ROOT%tables/none.tbl\n%ROOT%tables/gone.tbl\n"},
+        {"missing table that is not the first",
+         [](Installation& inst) { inst.set("CONVERT2TAGTBL", inst.root() + "tables/gone.tbl"); },
+         {"x.xml"},
+         "[warning] Quorvane: Missing Support File/s:\n\n%ROOT%tables/gone.tbl\n"},
+        {"bad routine name",
+         [](Installation& inst) {
+             inst.writeTable("routine.tbl", "Tag | Routine | Parameter\r\n<p> | TEXTVALIDITY | N/A\r\n"
+                                            " | NOSUCHCHECK | E\r\n");
+         },
+         {"x.xml"},
+         "[warning] Quorvane: Invalid Routine Name: NOSUCHCHECK\nPlease check %ROOT%tables/routine.tbl\n"},
+    };
+    for (const Row& row : rows) {
+        Installation inst;
+        inst.writeInput("x.xml", "<a/>\r\n");
+        row.prepare(inst);
+        QStringList arguments;
+        for (const QString& argument : row.arguments)
+            arguments << QString(argument).replace("%ROOT%", inst.root());
+        const auto result = inst.run(arguments);
+        EXPECT_EQ(result.exitCode, 2) << row.name;
+        EXPECT_EQ(result.standardError, QString(row.expectedStderr).replace("%ROOT%", inst.root())) << row.name;
+    }
+}
+
+TEST(Startup, MissingConfigurationFileIsCritical)
+{
+    TempDir empty;
+    QProcess process;
+    process.start(QStringLiteral(QUORVANE_EXECUTABLE), {"--app-dir", empty.path(), "--headless", "a.xml"});
+    ASSERT_TRUE(process.waitForFinished(60000));
+    EXPECT_EQ(process.exitCode(), 2);
+    EXPECT_EQ(QString::fromUtf8(process.readAllStandardError()),
+              "[critical] Quorvane: Missing Quorvane.INI in the application path\n");
+}
+
+TEST(Startup, WithoutArgumentHeadlessSaysWhyAndRefuses)
+{
+    Installation inst;
+    const auto result = inst.run({});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_TRUE(result.standardError.contains("no input file given")) << result.standardError.toStdString();
+}
+
+TEST(Startup, MakesTheOutputAndLogFoldersAndRunsTheFile)
+{
+    Installation inst;
+    inst.set("CREATELOGFOLDER", "/logs");
+    QDir().mkpath(inst.root() + "input/Batch7");
+    const QString input = inst.writeInput("Batch7/a.xml", "<a>text</a>\r\n");
+    const auto result = inst.run({input + " | T1 "});
+    EXPECT_EQ(result.exitCode, 0) << result.standardError.toStdString();
+    EXPECT_TRUE(QDir(inst.outputPath() + "/Batch7").exists());
+    EXPECT_TRUE(QDir(inst.outputPath() + "/Batch7/logs/").exists());
+    EXPECT_TRUE(QFile::exists(inst.workPath() + "a.ERR"));
+    // The working copy of the temporary folder is gone after the run.
+    EXPECT_FALSE(QDir(inst.tempPath() + "Quorvane_Temp").exists());
+}
+
+TEST(Startup, HelpAndVersionNeedNoInstallation)
+{
+    for (const char* option : {"--help", "--version"}) {
+        QProcess process;
+        process.start(QStringLiteral(QUORVANE_EXECUTABLE), {option});
+        ASSERT_TRUE(process.waitForFinished(60000));
+        EXPECT_EQ(process.exitCode(), 0) << option;
+        EXPECT_FALSE(process.readAllStandardOutput().isEmpty()) << option;
+    }
+}

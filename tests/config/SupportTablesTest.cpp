@@ -1,0 +1,140 @@
+#include "app/RunState.h"
+#include "config/RoutineDeclTable.h"
+#include "config/SupportTables.h"
+#include "config/TableReading.h"
+#include "support/RecordingOperator.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// "tag: ROUTINE=param, ROUTINE=param; tag: ..." for a loaded table.
+QString describe(const RoutineDeclTable& table)
+{
+    QStringList rows;
+    for (const RoutineDeclRow& row : table.rows) {
+        QStringList calls;
+        for (const RoutineCall& call : row.routines)
+            calls << call.routineName + "=" + call.parameter;
+        rows << row.tag + ": " + calls.join(", ");
+    }
+    return rows.join("; ");
+}
+
+} // namespace
+
+TEST(RoutineDeclTable, LoadsRowsContinuationsAndTheIndex)
+{
+    struct Row {
+        const char* name;
+        QByteArray body;  // after the header line
+        QString rows;
+        QString index;
+    };
+    const Row rows[] = {
+        {"header only", "", "", ""},
+        {"tags reduced to names, N/A kept as written",
+         "<sec id=\"x\"> | TEXTVALIDITY | n/a \r\n | textvalidity | E\r\nn/a | NOHRT | N/A\r\n",
+         "sec: TEXTVALIDITY=n/a, textvalidity=E; n/a: NOHRT=N/A", "[sec][n/a]"},
+        {"rows of two or four fields and blank rows are dropped",
+         "<a> | NOHRT\r\n<b> | NOHRT | x | y\r\n   \r\n<c> | WITHHRT | S\r\n", "c: WITHHRT=S", "[c]"},
+        {"a continuation before any tag row belongs to nothing",
+         " | NOHRT | x\r\n<a> | WITHHRT | y\r\n", "a: WITHHRT=y", "[a]"},
+        {"two rows for one tag stay two entries",
+         "<p> | NOHRT | 1\r\n<q> | NOHRT | 2\r\n<p> | WITHHRT | 3\r\n", "p: NOHRT=1; q: NOHRT=2; p: WITHHRT=3",
+         "[p][q][p]"},
+        {"LF line ends read the same", "<a> | NOHRT | x\n | UNDELFNREF | E\n", "a: NOHRT=x, UNDELFNREF=E", "[a]"},
+    };
+    for (const Row& row : rows) {
+        RecordingOperator op;
+        RunState state(op);
+        TempDir dir;
+        TableSet set;
+        set.file(SupportFile::RoutineDeclTbl) = dir.write("r.tbl", "Tag | Routine | Parameter\r\n" + row.body);
+        ASSERT_TRUE(LoadRoutineDeclTable(state, set)) << row.name;
+        const auto* table = set.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
+        ASSERT_NE(table, nullptr);
+        EXPECT_EQ(describe(*table), row.rows) << row.name;
+        EXPECT_EQ(table->indexText, row.index) << row.name;
+        EXPECT_TRUE(op.messages.isEmpty()) << row.name;
+    }
+}
+
+TEST(RoutineDeclTable, RefusesAnUnknownRoutineName)
+{
+    RecordingOperator op;
+    RunState state(op);
+    TempDir dir;
+    TableSet set;
+    const QString path = dir.write("r.tbl", "h\r\n<a> | NOHRT | x\r\n | SPELLCHECK | E\r\n");
+    set.file(SupportFile::RoutineDeclTbl) = path;
+    EXPECT_FALSE(LoadRoutineDeclTable(state, set));
+    ASSERT_EQ(op.messages.size(), 1);
+    EXPECT_EQ(op.messages[0].text, "Invalid Routine Name: SPELLCHECK\r\nPlease check " + path);
+    EXPECT_EQ(op.messages[0].icon, MessageIcon::Warning);
+}
+
+TEST(TableReading, ReportsAnUnreadableTable)
+{
+    RecordingOperator op;
+    RunState state(op);
+    TempDir dir;
+    QStringList lines;
+    const QString folder = dir.mkdir("not-a-file");
+    EXPECT_FALSE(TableReading::ReadLines(state, folder, lines));
+    ASSERT_EQ(op.messages.size(), 1);
+    EXPECT_TRUE(op.messages[0].text.startsWith("Error while reading " + folder + "!  -- Error: "))
+        << op.messages[0].text.toStdString();
+}
+
+TEST(TableReading, SplitsRowsAndUnescapes)
+{
+    EXPECT_EQ(TableReading::RowsOf({"header|x", " a | b ", "", "c|d|e", "f|"}, 2),
+              (QList<QStringList>{{"a", "b"}, {"f", ""}}));
+    EXPECT_EQ(TableReading::Unescape("a<space>b<hrt>c<pipe>d<SPACE>"), "a b\r\nc|d<SPACE>");
+}
+
+TEST(SupportTables, LoadsTheDefaultSetThenEveryTask)
+{
+    RecordingOperator op;
+    RunState state(op);
+    TempDir dir;
+    TableSet& defaults = state.config.DefaultTableSet;
+    for (int i = 0; i < kSupportFileCount; ++i)
+        defaults.files[i] = dir.write(QString("t%1.tbl").arg(i), "Header\r\n");
+    defaults.file(SupportFile::RoutineDeclTbl) = dir.write("r.tbl", "h\r\n<a> | NOHRT | x\r\n");
+    TaskTableSet task{"T1", {}};
+    task.set.file(SupportFile::RoutineDeclTbl) = dir.write("r1.tbl", "h\r\n<b> | WITHHRT | y\r\n");
+    state.config.Tasks.append(task);
+
+    ASSERT_TRUE(LoadAllSupportTables(state));
+    EXPECT_EQ(defaults.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl)->indexText, "[a]");
+    const TableSet& taskSet = state.config.Tasks[0].set;
+    EXPECT_EQ(taskSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl)->indexText, "[b]");
+    // A task without its own table leaves it to the default set.
+    EXPECT_EQ(taskSet.tables[static_cast<int>(SupportFile::SpecialCharTbl)], nullptr);
+    for (int i = 0; i < kSupportFileCount; ++i)
+        EXPECT_NE(defaults.tables[i], nullptr) << i;
+}
+
+TEST(SupportTables, ListsMissingTablesOfTheDefaultSetThenOfTheTasks)
+{
+    RecordingOperator op;
+    RunState state(op);
+    TempDir dir;
+    TableSet& defaults = state.config.DefaultTableSet;
+    for (int i = 0; i < kSupportFileCount; ++i)
+        defaults.files[i] = dir.write(QString("t%1.tbl").arg(i), "Header\r\n");
+    defaults.file(SupportFile::NoHRTDeclTbl) = "gone1.tbl";
+    defaults.file(SupportFile::ImageValidationTbl) = "gone2.tbl";
+    TaskTableSet task{"T1", {}};
+    task.set.file(SupportFile::SpecialCharTbl) = "gone3.tbl";
+    state.config.Tasks.append(task);
+
+    EXPECT_FALSE(LoadAllSupportTables(state));
+    ASSERT_EQ(op.messages.size(), 1);
+    EXPECT_EQ(op.messages[0].text, "Missing Support File/s:\r\n\r\ngone1.tbl\r\ngone2.tbl\r\ngone3.tbl");
+    EXPECT_EQ(op.messages[0].icon, MessageIcon::Warning);
+    EXPECT_EQ(defaults.tables[0], nullptr);  // nothing is loaded after a failed check
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "app/RunState.h"
+#include "support/RecordingOperator.h"
+#include "support/TempDir.h"
+
+#include <QStringList>
+
+// Runs the real driver with the real routines over an input text, with the
+// routine declaration table and the special-character table given as text,
+// and answers the report entries written, one "line:column K message | data"
+// string each (K is E or W).
+class RuleFixture {
+public:
+    explicit RuleFixture(const QByteArray& routineRows, const QByteArray& specialCharRows = {});
+
+    QStringList run(const QByteArray& input);
+
+    RecordingOperator op;
+    RunState state{op};
+    TempDir dir;
+};
+
+// "0000000007 - 00012 - E / Bad tag    - <x>" becomes "7:12 E Bad tag | <x>".
+QStringList ParseColumnEntries(const QString& columnEntryText);
