@@ -1,0 +1,66 @@
+#include "rules/SpecialCharacters.h"
+#include "support/RuleFixture.h"
+
+#include <gtest/gtest.h>
+
+TEST(SpecialCharacters, ReadsQuotedFieldsAndEscapedQuotes)
+{
+    struct Row {
+        QString line;
+        bool isRow;
+        QString pattern, message, severity, caseFlag;
+    };
+    const Row rows[] = {
+        {R"~("(space)(space)","Double space","WARNING","I")~", true, "(space)(space)", "Double space", "WARNING", "I"},
+        {R"~("=\"\"","Empty \"value\"","ERROR","C")~", true, R"~(="")~", R"~(Empty "value")~", "ERROR", "C"},
+        {R"~( "a" , "b" , "c" , "d" )~", true, "a", "b", "c", "d"},
+        {R"("a","b","c")", false},
+        {R"("a","b","c","d","e")", false},
+        {"   ", false},
+    };
+    for (const Row& row : rows) {
+        SpecialCharRow parsed;
+        ASSERT_EQ(ParseSpecialCharLine(row.line, parsed), row.isRow) << row.line.toStdString();
+        if (!row.isRow)
+            continue;
+        EXPECT_EQ(parsed.pattern, row.pattern);
+        EXPECT_EQ(parsed.message, row.message);
+        EXPECT_EQ(parsed.severity, row.severity);
+        EXPECT_EQ(parsed.caseFlag, row.caseFlag);
+    }
+    EXPECT_EQ(PrepareSpecialCharPattern("(hrt)x(space)(tab)(HRT)"), R"~((\r\n)x( )(\t)(HRT))~");
+}
+
+TEST(SpecialCharacters, ReportsEveryMatchWithItsLineAndColumn)
+{
+    struct Row {
+        const char* name;
+        QByteArray table;
+        QByteArray input;
+        QStringList expected;
+    };
+    const QList<Row> rows = {
+        {"empty lines are shown with [hrt]", R"~("(hrt)(hrt)","Empty line","WARNING","I")~" "\r\n",
+         "<a>\r\n\r\nb\r\n\r\n\r\nc",
+         {"1:4 W Empty line | [hrt][hrt]", "3:2 W Empty line | [hrt][hrt]"}},
+        {"severity ERROR makes errors, case ignored unless C",
+         R"~("x","Bad x","error","I")~" "\r\n" R"~("Y","Bad Y","ERROR","c")~" "\r\n",
+         "aXy\r\nY",
+         {"1:2 E Bad x | X", "2:1 E Bad Y | Y"}},
+        {"a rejected pattern ends the check, earlier rows stay",
+         R"~("a","Found a","W","I")~" "\r\n" R"~("(?<=a)b","Lookbehind","W","I")~" "\r\n" R"~("c","Found c","W","I")~" "\r\n",
+         "abc",
+         {"1:1 W Found a | a"}},
+    };
+    for (const Row& row : rows) {
+        RuleFixture fixture("", row.table);
+        EXPECT_EQ(fixture.run(row.input), row.expected) << row.name;
+    }
+}
+
+TEST(SpecialCharacters, IsSwitchedOffByFalseInAnyCase)
+{
+    RuleFixture fixture("", R"~("a","Found a","W","I")~" "\r\n");
+    fixture.state.config.ActiveTableSet.CheckSpecialChar = "false";
+    EXPECT_TRUE(fixture.run("aaa").isEmpty());
+}
