@@ -191,12 +191,12 @@ void TagStripper::deleteAll(const QString& tagText)
 
 void TagStripper::markTouched(qsizetype segmentStart)
 {
-    // Stray "<" whose candidate ran up to this stretch's ">".
+    // A candidate changes only when a deletion falls inside it: then it is one
+    // of the stray "<" whose first ">" is this stretch's ">". Its quoted value
+    // needs no watching of its own: a value that ends inside the candidate is
+    // as fixed as the candidate, and one that runs past the candidate's ">"
+    // holds markup from the first examination on.
     markOpenRun(segmentStart, gt_.before(segmentStart));
-    // Candidates whose quoted value runs from the last quote before the stretch into it or past it.
-    const qsizetype quote = quote_.before(segmentStart);
-    if (quote >= 0 && quote_.after(quote) >= 0)
-        markOpenRun(quote, std::max(gt_.before(quote), quote_.before(quote)));
 }
 
 void TagStripper::markOpenRun(qsizetype position, qsizetype boundary)

@@ -23,7 +23,7 @@
 // - a deletion only creates a new clean stretch right before itself (the last
 //   stray "<" before it, joined with the next ">" after it);
 // - a candidate examined in an earlier round is examined again only when a
-//   deletion touched it or the quoted value it was judged on.
+//   deletion fell inside it.
 class TagStripper {
 public:
     // `recordQuotedMarkup` gets each examined candidate text whose quoted value
