@@ -1,25 +1,337 @@
 #include "text/xmlClass.h"
 
-// Placeholder bodies until the toolkit lands; every operation answers "not found".
+#include "app/OperatorInterface.h"
+#include "text/ElementIndex.h"
+#include "text/Encoding.h"
+#include "text/TagSearch.h"
+#include "text/TagStripper.h"
+
+#include <QFile>
+#include <QProcess>
+
+namespace {
+
+const QString kRemovedElementMarker = QStringLiteral("teMpSEparAtor");
+const QString kLineBreak = QStringLiteral("\r\n");
+
+// One-based search from a one-based start, 0 when absent. Starts below 1 are
+// taken as 1: the toolkit never fails on a bad position.
+std::int32_t Find(QStringView text, QStringView needle, qsizetype start,
+                  Qt::CaseSensitivity cs = Qt::CaseSensitive)
+{
+    start = std::max<qsizetype>(start, 1);
+    if (start > text.size() + 1)
+        return 0;
+    const qsizetype found = text.indexOf(needle, start - 1, cs);
+    return found < 0 ? 0 : static_cast<std::int32_t>(found + 1);
+}
+
+std::optional<QString> ReadAnsiFile(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    const QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        return std::nullopt;
+    return DecodeWindows1252(bytes);
+}
+
+} // namespace
+
 xmlClass::xmlClass(ToolkitState& shared, OperatorInterface& ui, const QString& applicationPath)
     : shared_(shared), ui_(ui), applicationPath_(applicationPath)
 {
 }
 
-QString xmlClass::GetPCDATA(const QString&, const QString&, const QString&, std::int32_t&) { return {}; }
-QString xmlClass::GetStringRange(const QString&, const QString&, const QString&, std::int32_t) { return {}; }
-QString xmlClass::GetAttributeValue(const QString&, const QString&) { return {}; }
-QString xmlClass::GetTagName(const QString&) { return {}; }
-QString xmlClass::Get_nth_Tag(const QString&, std::int32_t, std::int32_t) { return {}; }
-std::int16_t xmlClass::GetTagType(const QString&) { return 0; }
-std::int32_t xmlClass::CountStr(const QString&, const QString&, std::int16_t) { return 0; }
-QString xmlClass::GetNextLineStr(const QString&, std::int32_t) { return {}; }
-QString xmlClass::GetPreviousLineStr(const QString&, std::int32_t) { return {}; }
-QString xmlClass::GetFullTag(const QString&, const QString&, std::int32_t) { return {}; }
-QString xmlClass::RemoveTags(QString&, bool) { return {}; }
-QString xmlClass::RetrieveTags(const QString&, std::int32_t& tag_pos) { tag_pos = -1; return {}; }
-QString xmlClass::GetFileContent(const QString&, std::int16_t&) { return {}; }
-QString xmlClass::GetFileRTB(const QString&) { return {}; }
-QString xmlClass::ReplaceCharacters(const QString& source, const QString&, const QString&, const QString&, bool) { return source; }
-std::int32_t xmlClass::GetCount(const QString&, const QString&, std::int32_t&) { return 0; }
-void xmlClass::NoteQuotedMarkup(const QString&, std::int32_t, const QString&) {}
+QString xmlClass::GetPCDATA(const QString& source_string, const QString& start_tag, const QString& end_tag,
+                            std::int32_t& position)
+{
+    if (position <= 0)
+        position = 1;
+    const std::int32_t s = Find(source_string, start_tag, position);
+    if (s == 0)
+        return {};
+    std::int32_t e = Find(source_string, end_tag, s + start_tag.size());
+    if (e == 0)
+        return {};
+    const QString name = GetTagName(start_tag);
+    const QString openExact = u'<' + name + u'>';
+    const QString openWithBlank = u'<' + name + u' ';
+    const qsizetype contentStart = s - 1 + start_tag.size();
+
+    // The content only ever grows to the right, so each count resumes where
+    // it stopped instead of recounting the whole content every round.
+    TagSearch::GrowingCount exactOpens(source_string, openExact, contentStart);
+    TagSearch::GrowingCount blankOpens(source_string, openWithBlank, contentStart);
+    TagSearch::GrowingCount closesSeen(source_string, end_tag, contentStart);
+    qsizetype opens = exactOpens.extendTo(e - 1) + blankOpens.extendTo(e - 1);
+    qsizetype closes = closesSeen.extendTo(e - 1);
+    while (opens != closes) {
+        e = Find(source_string, end_tag, e + 1);
+        if (e == 0)
+            return {};  // no further end tag: the counts cannot change any more
+        const qsizetype newOpens = exactOpens.extendTo(e - 1) + blankOpens.extendTo(e - 1);
+        const qsizetype newCloses = closesSeen.extendTo(e - 1);
+        if (newOpens == opens && newCloses == closes)
+            return {};
+        opens = newOpens;
+        closes = newCloses;
+    }
+    return source_string.mid(contentStart, e - 1 - contentStart);
+}
+
+QString xmlClass::GetStringRange(const QString& source_string, const QString& start_string,
+                                 const QString& end_string, std::int32_t position)
+{
+    const std::int32_t s = Find(source_string, start_string, position);
+    if (s == 0)
+        return {};
+    const std::int32_t e = Find(source_string, end_string, s + 1);
+    if (e == 0)
+        return {};
+    return source_string.mid(s - 1, e + end_string.size() - s);
+}
+
+QString xmlClass::GetAttributeValue(const QString& tag, const QString& attribute_name)
+{
+    if (attribute_name.isEmpty())
+        return {};
+    const QString pattern = u' ' + attribute_name + QStringLiteral("=\"");
+    const qsizetype at = tag.indexOf(pattern);
+    if (at < 0)
+        return {};
+    const qsizetype valueStart = at + pattern.size();
+    const qsizetype closingQuote = tag.indexOf(u'"', valueStart);
+    return closingQuote < 0 ? QString() : tag.mid(valueStart, closingQuote - valueStart);
+}
+
+QString xmlClass::GetTagName(const QString& tag)
+{
+    return TagSearch::TagNameOf(tag);
+}
+
+QString xmlClass::Get_nth_Tag(const QString& source_str, std::int32_t n, std::int32_t position)
+{
+    if (position <= 0 || n <= 0)
+        return {};
+    qsizetype from = position - 1;
+    for (std::int32_t found = 1;; ++found) {
+        const auto candidate = TagSearch::FindCandidate(source_str, from, [](qsizetype, qsizetype) {});
+        if (!candidate)
+            return {};
+        if (found == n)
+            return source_str.mid(candidate->lt, candidate->gt - candidate->lt + 1);
+        from = candidate->gt + 1;
+    }
+}
+
+std::int16_t xmlClass::GetTagType(const QString& tag)
+{
+    if (tag.isEmpty() || tag.front() != u'<' || tag.back() != u'>')
+        return 0;
+    if (tag.contains(u"/>"))
+        return 3;
+    if (tag.contains(u"</"))
+        return 2;
+    return 1;
+}
+
+std::int32_t xmlClass::CountStr(const QString& search_str, const QString& source_str, std::int16_t matchcase)
+{
+    // An empty search text has nothing to count; callers never mean "every position".
+    if (search_str.isEmpty() || (matchcase != -1 && matchcase != 0))
+        return 0;
+    const Qt::CaseSensitivity cs = matchcase == -1 ? Qt::CaseSensitive : Qt::CaseInsensitive;
+    std::int32_t count = 0;
+    for (qsizetype at = source_str.indexOf(search_str, 0, cs); at >= 0;
+         at = source_str.indexOf(search_str, at + 1, cs)) {
+        if (count++ == 0)
+            shared_.FirstMatchPosition = static_cast<std::int32_t>(at + 1);
+    }
+    return count;
+}
+
+QString xmlClass::GetNextLineStr(const QString& source_str, std::int32_t pos)
+{
+    const std::int32_t c1 = Find(source_str, kLineBreak, pos);
+    if (c1 == 0)
+        return {};
+    const std::int32_t c2 = Find(source_str, kLineBreak, c1 + 1);
+    const qsizetype end = c2 == 0 ? source_str.size() : c2 - 1;
+    return source_str.mid(c1 + 1, end - (c1 + 1));
+}
+
+QString xmlClass::GetPreviousLineStr(const QString& source_str, std::int32_t pos)
+{
+    if (pos <= 0)
+        return {};
+    const QStringView head = QStringView(source_str).first(std::min<qsizetype>(pos, source_str.size()));
+    const qsizetype c1 = head.lastIndexOf(kLineBreak);
+    if (c1 < 0)
+        return {};
+    const qsizetype c2 = head.first(c1).lastIndexOf(kLineBreak);
+    return c2 < 0 ? source_str.first(c1) : source_str.mid(c2 + 2, c1 - (c2 + 2));
+}
+
+QString xmlClass::GetFullTag(const QString& element, const QString& source_str, std::int32_t start_pos)
+{
+    // start_pos is part of the interface but the search always starts at the beginning.
+    QString key = element;
+    key.remove(u'<');
+    key.prepend(u'<');
+    const qsizetype p = source_str.indexOf(key);
+    if (p < 0)
+        return {};
+    const qsizetype g = source_str.indexOf(u'>', p);
+    if (g < 0)
+        return {};
+    const QString candidate = source_str.mid(p, g - p + 1);
+    return candidate.indexOf(u'<', 1) >= 0 ? QString() : candidate;
+}
+
+QString xmlClass::RemoveTags(QString& str, bool include_PCDATA)
+{
+    if (include_PCDATA)
+        return RemoveElements(str);
+    TagStripper stripper(str, [this](const QString& candidate) { AppendQuotedMarkupRecord(candidate); });
+    str = stripper.run();
+    return str;
+}
+
+QString xmlClass::RetrieveTags(const QString& str, std::int32_t& tag_pos)
+{
+    const auto candidate = TagSearch::FindCandidate(str, std::max(tag_pos, 1) - 1, [&](qsizetype lt, qsizetype gt) {
+        NoteQuotedMarkup(str.mid(lt, gt - lt + 1), static_cast<std::int32_t>(lt + 1), str);
+    });
+    if (!candidate) {
+        tag_pos = -1;
+        return {};
+    }
+    tag_pos = static_cast<std::int32_t>(candidate->lt + 1);
+    return str.mid(candidate->lt, candidate->gt - candidate->lt + 1);
+}
+
+QString xmlClass::GetFileContent(const QString& file, std::int16_t& fileNo)
+{
+    if (fileNo == 0)
+        fileNo = 1;  // handle numbers mean nothing here; the slot is kept for the callers
+    const std::optional<QString> text = ReadAnsiFile(file);
+    if (!text) {
+        ui_.messageBox(QStringLiteral("Invalid Input file format: ") + file, kProgramTitle, MessageIcon::Critical);
+        return {};
+    }
+    return *text;
+}
+
+QString xmlClass::GetFileRTB(const QString& file)
+{
+    QString folder = applicationPath_;
+    if (!folder.endsWith(u'/'))
+        folder += u'/';
+    QProcess converter;
+    converter.start(folder + QStringLiteral("Convert2ANSI"), {file});
+    // A converter that cannot start would leave a stale or missing ".tmp": report it rather than read it.
+    const bool ran = converter.waitForStarted(-1) && converter.waitForFinished(-1);
+    const std::optional<QString> text = ran ? ReadAnsiFile(file + QStringLiteral(".tmp")) : std::nullopt;
+    if (!text) {
+        ui_.messageBox(QStringLiteral("Invalid Input file format: ") + file, kProgramTitle, MessageIcon::Critical);
+        return {};
+    }
+    return *text;
+}
+
+QString xmlClass::ReplaceCharacters(const QString& source, const QString& replaceStr, const QString& newStr,
+                                    const QString& delimeter, bool matchcase)
+{
+    const QStringList pieces = delimeter.isEmpty()
+                                   ? QStringList{replaceStr}
+                                   : replaceStr.split(delimeter, Qt::KeepEmptyParts, Qt::CaseInsensitive);
+    const Qt::CaseSensitivity cs = matchcase ? Qt::CaseSensitive : Qt::CaseInsensitive;
+    QString result = source;
+    for (const QString& piece : pieces) {
+        if (!piece.isEmpty())  // an empty piece matches nothing, it must not insert newStr everywhere
+            result.replace(piece, newStr, cs);
+    }
+    if (!delimeter.isEmpty())
+        result.remove(delimeter, Qt::CaseSensitive);
+    return result;
+}
+
+std::int32_t xmlClass::GetCount(const QString& sStr, const QString& sStrCom, std::int32_t& l_col)
+{
+    if (sStr.isEmpty())
+        return 0;
+    std::int32_t separators = 0;
+    qsizetype lastPieceStart = 0;
+    if (!sStrCom.isEmpty()) {
+        for (qsizetype at = sStr.indexOf(sStrCom); at >= 0; at = sStr.indexOf(sStrCom, lastPieceStart)) {
+            ++separators;
+            lastPieceStart = at + sStrCom.size();
+        }
+    }
+    l_col = static_cast<std::int32_t>(sStr.size() - lastPieceStart);
+    return separators;
+}
+
+void xmlClass::NoteQuotedMarkup(const QString& tag, std::int32_t position, const QString& text)
+{
+    const qsizetype quote = tag.indexOf(u'"');
+    if (quote < 0)
+        return;
+    const qsizetype valueStart = position - 1 + quote + 1;
+    // Without a closing quote there is no value to judge; reading to the end would flag every stray quote.
+    const qsizetype valueEnd = text.indexOf(u'"', valueStart);
+    if (valueEnd < 0)
+        return;
+    const QStringView value = QStringView(text).sliced(valueStart, valueEnd - valueStart);
+    if (value.contains(u'<') || value.contains(u'>'))
+        AppendQuotedMarkupRecord(tag);
+}
+
+void xmlClass::AppendQuotedMarkupRecord(const QString& tag)
+{
+    const QString record = u'[' + QString::number(shared_.currentLineNumber) + tag + u']';
+    if (!shared_.QuotedMarkupNote.contains(record))
+        shared_.QuotedMarkupNote += record;
+}
+
+QString xmlClass::RemoveElements(QString& str)
+{
+    shared_.RemovedContentLengths.clear();
+    const QString original = str;
+    ElementIndex index(original);
+    QString result;
+    qsizetype copiedUpTo = 0;
+    std::int32_t from = 1;
+    for (;;) {
+        std::int32_t tag_pos = from;
+        const QString tag = RetrieveTags(original, tag_pos);
+        if (tag_pos == -1)
+            break;
+        from = tag_pos + 1;
+        if (GetTagType(tag) != 1)
+            continue;
+        const qsizetype start = tag_pos - 1;
+        const QString endTag = QStringLiteral("</") + GetTagName(tag) + u'>';
+        const std::optional<QStringView> content = index.elementContent(start, tag.size(), GetTagName(tag));
+        const QStringView pcdata = content.value_or(QStringView());
+        const qsizetype elementLength = tag.size() + pcdata.size() + endTag.size();
+        // GetPCDATA answers "" both for an empty element and for one it could not close, so
+        // the element is only taken when the text really reads start tag + content + end tag
+        // there (letter case aside). An unclosed start tag stays, and its inner elements are
+        // still removed one by one; a removed element takes its nested elements with it,
+        // which is what the word checks want: nothing inside a nested element is read.
+        const QString element = tag + pcdata.toString() + endTag;
+        if (QStringView(original).sliced(start).left(elementLength).compare(element, Qt::CaseInsensitive) != 0)
+            continue;
+        result += QStringView(original).sliced(copiedUpTo, start - copiedUpTo);
+        result += kRemovedElementMarker;
+        shared_.RemovedContentLengths.append(static_cast<std::int32_t>(pcdata.size()));
+        copiedUpTo = start + elementLength;
+        from = static_cast<std::int32_t>(copiedUpTo + 1);
+    }
+    result += QStringView(original).sliced(copiedUpTo);
+    str = result;
+    return str;
+}

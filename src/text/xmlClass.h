@@ -39,6 +39,8 @@ public:
 
 private:
     void NoteQuotedMarkup(const QString& tag, std::int32_t position, const QString& text);
+    void AppendQuotedMarkupRecord(const QString& tag);
+    QString RemoveElements(QString& str);
 
     ToolkitState& shared_;
     OperatorInterface& ui_;

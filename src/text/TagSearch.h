@@ -1,0 +1,111 @@
+#pragma once
+
+#include <QString>
+#include <QStringView>
+
+#include <algorithm>
+#include <optional>
+
+// Building blocks the toolkit operations share. Positions here are zero-based
+// indexes into the UTF-16 text; the toolkit converts at its boundary.
+namespace TagSearch {
+
+struct Candidate {
+    qsizetype lt = -1;  // the "<"
+    qsizetype gt = -1;  // the first ">" after it
+};
+
+// The element name of a tag text, as xmlClass::GetTagName defines it.
+inline QString TagNameOf(QStringView tag)
+{
+    if (tag.isEmpty() || tag.front() != u'<' || tag.indexOf(u'>') != tag.size() - 1)
+        return {};
+    QStringView name;
+    if (const qsizetype blank = tag.indexOf(u' '); blank >= 0)
+        name = tag.sliced(1, blank - 1);  // so "</p >" gives "/p"
+    else if (tag.contains(u"</"))
+        name = tag.sliced(2, tag.size() - 3);
+    else if (!tag.contains(u"/>"))
+        name = tag.sliced(1, tag.size() - 2);
+    else
+        name = tag.sliced(1, tag.indexOf(u"/>") - 1);
+    if (const qsizetype semicolon = name.indexOf(u';'); semicolon >= 0)
+        name.truncate(semicolon);
+    return name.toString();
+}
+
+// The candidate-tag search: the first accepted "<...>" at or after `from`.
+// `onQuoted(lt, gt)` sees every examined candidate that holds a double quote,
+// accepted or not, in text order. Each stretch of the text is scanned a
+// bounded number of times, so a caller walking a whole text tag by tag stays
+// linear even over runs of stray "<".
+template <class OnQuoted>
+std::optional<Candidate> FindCandidate(QStringView text, qsizetype from, OnQuoted&& onQuoted)
+{
+    qsizetype gt = -1;           // first ">" after the current lt, reused along a run of stray "<"
+    qsizetype quote = -1;        // first double quote at or after lt, when known to be <= gt
+    qsizetype quoteFreeFrom = 0; // no double quote in [quoteFreeFrom, gt] is known
+    qsizetype lt = from < text.size() ? text.indexOf(u'<', from) : -1;
+    while (lt >= 0) {
+        if (gt <= lt) {
+            gt = text.indexOf(u'>', lt + 1);
+            if (gt < 0)
+                return std::nullopt;
+        }
+        if (quote < lt) {
+            const qsizetype scanFrom = std::max(lt, quoteFreeFrom);
+            const qsizetype found = text.sliced(0, gt + 1).indexOf(u'"', scanFrom);
+            quote = found;
+            quoteFreeFrom = found < 0 ? gt + 1 : found;
+        }
+        if (quote >= lt && quote <= gt)
+            onQuoted(lt, gt);
+        const qsizetype innerLt = text.sliced(0, gt).indexOf(u'<', lt + 1);
+        if (innerLt >= 0) {
+            lt = innerLt;  // the next "<" after lt: searching again from lt + 1 would land here
+            continue;
+        }
+        const QChar second = text[lt + 1];
+        if (second != u' ' && second != u'>')
+            return Candidate{lt, gt};
+        lt = text.indexOf(u'<', gt + 1);  // no "<" inside, so nothing between lt and gt is skipped
+    }
+    return std::nullopt;
+}
+
+// Counts non-overlapping occurrences of a pattern, left to right, in a prefix
+// of a text that grows: occurrences already counted stay counted and the
+// scan resumes where it stopped, so the whole growth costs one pass.
+class GrowingCount {
+public:
+    GrowingCount(QStringView text, QStringView pattern, qsizetype start)
+        : text_(text), pattern_(pattern), next_(start)
+    {
+    }
+
+    // Counts the occurrences lying wholly before `end`.
+    qsizetype extendTo(qsizetype end)
+    {
+        if (pattern_.isEmpty())
+            return 0;
+        for (;;) {
+            if (end - next_ < pattern_.size())
+                return count_;
+            const qsizetype found = text_.sliced(0, end).indexOf(pattern_, next_);
+            if (found < 0) {
+                next_ = end - pattern_.size() + 1;
+                return count_;
+            }
+            ++count_;
+            next_ = found + pattern_.size();
+        }
+    }
+
+private:
+    QStringView text_;
+    QStringView pattern_;
+    qsizetype next_;
+    qsizetype count_ = 0;
+};
+
+} // namespace TagSearch

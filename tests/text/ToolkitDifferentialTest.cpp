@@ -1,0 +1,129 @@
+#include "LiteralToolkit.h"
+#include "support/RecordingOperator.h"
+#include "text/xmlClass.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace {
+
+// Texts made of the pieces that trip tag searches up: stray and doubled
+// brackets, quotes, blanks, line ends, and real tags of a few shapes.
+QString RandomTaggedText(std::mt19937& rng)
+{
+    static const QStringList pieces = {
+        "<", ">", "/", "\"", " ", "\r\n", "a", "b", "x", "A",
+        "<a>", "</a>", "<b x=\"1\">", "</b>", "<a/>", "<a ", "<A>", "</A>", "<<", "< a>", "<>",
+        "<a;k>", "</a >", "\"<b>\"", "<b y=\">\">", "</>", "<c", "c>", "=\"", "<a x=\"", "aa",
+    };
+    std::uniform_int_distribution<int> length(0, 24);
+    std::uniform_int_distribution<int> pick(0, int(pieces.size()) - 1);
+    QString text;
+    for (int n = length(rng); n > 0; --n)
+        text += pieces[pick(rng)];
+    return text;
+}
+
+struct Both {
+    ToolkitState fastState;
+    ToolkitState literalState;
+    RecordingOperator ui;
+    QString appPath;
+    xmlClass fast{fastState, ui, appPath};
+    LiteralToolkit literal{literalState};
+
+    Both()
+    {
+        fastState.currentLineNumber = literalState.currentLineNumber = 7;
+    }
+    void expectSameState(const QString& text) const
+    {
+        EXPECT_EQ(fastState.QuotedMarkupNote, literalState.QuotedMarkupNote) << qPrintable(text);
+        EXPECT_EQ(fastState.RemovedContentLengths, literalState.RemovedContentLengths) << qPrintable(text);
+    }
+};
+
+constexpr int kRounds = 6000;
+
+} // namespace
+
+TEST(ToolkitDifferential, RemoveTagsMatchesTheRestartingRemoval)
+{
+    std::mt19937 rng(20240611);
+    Both both;
+    int changed = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        const QString text = RandomTaggedText(rng);
+        for (const bool withContent : {false, true}) {
+            both.fastState.QuotedMarkupNote = both.literalState.QuotedMarkupNote = "[1<q>]";
+            QString fastText = text, literalText = text;
+            const QString fastResult = both.fast.RemoveTags(fastText, withContent);
+            const QString literalResult = both.literal.RemoveTags(literalText, withContent);
+            ASSERT_EQ(fastResult, literalResult) << qPrintable(text) << " content " << withContent;
+            ASSERT_EQ(fastText, literalText) << qPrintable(text);
+            both.expectSameState(text);
+            changed += fastResult != text;
+        }
+    }
+    EXPECT_GT(changed, kRounds);  // the texts really hold tags to remove
+}
+
+TEST(ToolkitDifferential, RetrieveAndNthTagMatchTheCandidateSearch)
+{
+    std::mt19937 rng(7);
+    Both both;
+    for (int round = 0; round < kRounds; ++round) {
+        const QString text = RandomTaggedText(rng);
+        both.fastState.QuotedMarkupNote.clear();
+        both.literalState.QuotedMarkupNote.clear();
+        for (std::int32_t start = -1; start <= text.size() + 2; ++start) {
+            std::int32_t fastPos = start, literalPos = start;
+            ASSERT_EQ(both.fast.RetrieveTags(text, fastPos), both.literal.RetrieveTags(text, literalPos))
+                << qPrintable(text) << " from " << start;
+            ASSERT_EQ(fastPos, literalPos) << qPrintable(text) << " from " << start;
+            for (std::int32_t n = 0; n <= 3; ++n)
+                ASSERT_EQ(both.fast.Get_nth_Tag(text, n, start), both.literal.Get_nth_Tag(text, n, start))
+                    << qPrintable(text) << " n " << n << " from " << start;
+        }
+        both.expectSameState(text);
+    }
+}
+
+TEST(ToolkitDifferential, GetPcdataMatchesTheRecountingSearch)
+{
+    const QList<std::pair<QString, QString>> tagPairs = {
+        {"<a>", "</a>"}, {"<b x=\"1\">", "</b>"}, {"<A>", "</a>"}, {"<a", "</a>"},
+        {"a", "aa"},     {"<a>", "a"},            {"", "</a>"},  {"<a>", ""},
+    };
+    std::mt19937 rng(99);
+    Both both;
+    for (int round = 0; round < kRounds; ++round) {
+        const QString text = RandomTaggedText(rng);
+        for (const auto& [startTag, endTag] : tagPairs) {
+            for (std::int32_t start = 0; start <= text.size() + 1; start += 3) {
+                std::int32_t fastPos = start, literalPos = start;
+                ASSERT_EQ(both.fast.GetPCDATA(text, startTag, endTag, fastPos),
+                          both.literal.GetPCDATA(text, startTag, endTag, literalPos))
+                    << qPrintable(text) << " tags " << qPrintable(startTag) << qPrintable(endTag) << " from "
+                    << start;
+                ASSERT_EQ(fastPos, literalPos);
+            }
+        }
+    }
+}
+
+TEST(ToolkitDifferential, GetCountMatchesSplitting)
+{
+    std::mt19937 rng(3);
+    Both both;
+    for (int round = 0; round < kRounds; ++round) {
+        const QString text = RandomTaggedText(rng);
+        for (const QString separator : {"<", "aa", "\r\n", "", "</a>"}) {
+            std::int32_t fastLast = -5, literalLast = -5;
+            ASSERT_EQ(both.fast.GetCount(text, separator, fastLast), both.literal.GetCount(text, separator, literalLast))
+                << qPrintable(text);
+            ASSERT_EQ(fastLast, literalLast) << qPrintable(text);
+        }
+    }
+}
