@@ -49,6 +49,16 @@ TEST(SingleFileRun, WritesWholeReportsForFindingsOfBothRules)
     EXPECT_FALSE(QFile::exists(inst.outputPath() + "/inputa.xml"));
 }
 
+TEST(SingleFileRun, TheWindowRunsTheSameJobAndEndsWithItsStatus)
+{
+    Installation inst;
+    inst.writeTable("routine.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
+    const QString input = inst.writeInput("w.xml", "<fn fnref=\"1\">1 x</fn>\r\n");
+    const auto result = inst.run({input}, Installation::Mode::Windowed);
+    EXPECT_EQ(result.exitCode, 1) << result.standardError.toStdString();
+    EXPECT_TRUE(Installation::read(inst.workPath() + "w.ERR").contains("Total No. of Errors: 1"));
+}
+
 TEST(SingleFileRun, ACleanInputPassesOnAndExitsZero)
 {
     Installation inst;

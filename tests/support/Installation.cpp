@@ -87,13 +87,21 @@ QString Installation::iniText() const
 
 void Installation::writeIni() const { dir_.write("Quorvane.INI", iniText().toUtf8()); }
 
-Installation::Result Installation::run(const QStringList& arguments) const
+Installation::Result Installation::run(const QStringList& arguments, Mode mode) const
 {
     writeIni();
     QProcess process;
     process.setWorkingDirectory(root());
-    process.start(QStringLiteral(QUORVANE_EXECUTABLE),
-                  QStringList{"--app-dir", root(), "--headless"} + arguments);
+    QStringList options{"--app-dir", root()};
+    if (mode == Mode::Headless) {
+        options << "--headless";
+    } else {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("DISPLAY", ":quorvane-test");
+        environment.insert("QT_QPA_PLATFORM", "offscreen");
+        process.setProcessEnvironment(environment);
+    }
+    process.start(QStringLiteral(QUORVANE_EXECUTABLE), options + arguments);
     Result result;
     if (!process.waitForFinished(120000))
         return result;

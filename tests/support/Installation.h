@@ -37,7 +37,9 @@ public:
         QString standardOutput;
     };
     // Writes the INI and runs build/quorvane --app-dir ROOT --headless ARGS.
-    Result run(const QStringList& arguments) const;
+    // Windowed runs use Qt's offscreen platform, which needs no display.
+    enum class Mode { Headless, Windowed };
+    Result run(const QStringList& arguments, Mode mode = Mode::Headless) const;
 
     static QByteArray read(const QString& path) { return TempDir::read(path); }
 
