@@ -7,7 +7,6 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QRegularExpression>
 #include <optional>
 #include <utility>
 
@@ -38,17 +37,6 @@ QString trimBlanks(const QString& text)
     while (end > start && text[end - 1] == QLatin1Char(' '))
         --end;
     return text.sliced(start, end - start);
-}
-
-// Lines may end in CR LF, LF or CR, as an editor on any system saves them; a
-// final line end does not open one more (empty) line.
-QStringList splitLines(const QString& text)
-{
-    static const QRegularExpression lineEnd(QStringLiteral("\r\n|\n|\r"));
-    QStringList lines = text.split(lineEnd);
-    if (!lines.isEmpty() && lines.last().isEmpty())
-        lines.removeLast();
-    return lines;
 }
 
 std::optional<Section> sectionOf(const QString& line)
@@ -243,7 +231,7 @@ bool ReadConfigurationFile(RunState& state)
     }
     resetBeforeReading(config);
     ReaderState reader;
-    for (const QString& line : splitLines(readConfigurationText(path)))
+    for (const QString& line : SplitTextLines(readConfigurationText(path)))
         readLine(state, reader, line);
     if (!reader.allValuesGood)
         return false;

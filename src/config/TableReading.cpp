@@ -4,7 +4,6 @@
 #include "text/Encoding.h"
 
 #include <QFile>
-#include <QRegularExpression>
 
 namespace TableReading {
 
@@ -17,12 +16,7 @@ bool ReadLines(RunState& state, const QString& path, QStringList& lines)
                             kProgramTitle, MessageIcon::Critical);
         return false;
     }
-    const QString text = DecodeTableText(file.readAll());
-    static const QRegularExpression lineEnd(QStringLiteral("\r\n|\n|\r"));
-    lines = text.split(lineEnd);
-    // A final line end does not start another row.
-    if (!lines.isEmpty() && lines.last().isEmpty())
-        lines.removeLast();
+    lines = SplitTextLines(DecodeTableText(file.readAll()));
     return true;
 }
 

@@ -1,5 +1,6 @@
 #include "text/Encoding.h"
 
+#include <QRegularExpression>
 #include <QStringDecoder>
 
 #include <array>
@@ -35,4 +36,13 @@ QString DecodeTableText(QByteArrayView bytes)
     if (!utf8.hasError())
         return text;
     return DecodeWindows1252(bytes);
+}
+
+QStringList SplitTextLines(const QString& text)
+{
+    static const QRegularExpression lineEnd(QStringLiteral("\r\n|\n|\r"));
+    QStringList lines = text.split(lineEnd);
+    if (!lines.isEmpty() && lines.last().isEmpty())
+        lines.removeLast();
+    return lines;
 }
