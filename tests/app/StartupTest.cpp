@@ -36,6 +36,21 @@ TEST(Startup, RefusesWithItsMessageAndStatusTwo)
          [](Installation& inst) { inst.set("CONVERT2TAGTBL", inst.root() + "tables/gone.tbl"); },
          {"x.xml"},
          "[warning] Quorvane: Missing Support File/s:\n\n%ROOT%tables/gone.tbl\n"},
+        {"bad switch values are all shown before the run is refused",
+         [](Installation& inst) {
+             inst.set("CHECKSPECIALCHAR", "maybe");
+             inst.set("MULTIHRTMAXCOUNT", "two");
+         },
+         {"x.xml"},
+         "[warning] Quorvane: MultiHrtMaxCount value in INI file should be numeric\n"
+         "[warning] Quorvane: Invalid CheckSpecialChar value in INI file\n"},
+        {"missing fields",
+         [](Installation& inst) {
+             inst.set("WORKPATH", QString());
+             inst.set("INPUTTYPE", QString());
+         },
+         {"x.xml"},
+         "[warning] Quorvane: Missing/Empty Fields found in the [DEFAULT] part of the INI file:WorkPath\nInputType\n"},
         {"bad routine name",
          [](Installation& inst) {
              inst.writeTable("routine.tbl", "Tag | Routine | Parameter\r\n<p> | TEXTVALIDITY | N/A\r\n"
