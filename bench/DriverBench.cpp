@@ -3,7 +3,7 @@
 #include "config/RoutineDeclTable.h"
 #include "engine/Validator.h"
 #include "report/Reports.h"
-#include "rules/SpecialCharacters.h"
+#include "rules/CharacterPatterns.h"
 
 #include <benchmark/benchmark.h>
 

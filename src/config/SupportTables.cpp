@@ -3,7 +3,7 @@
 #include "app/RunState.h"
 #include "config/RoutineDeclTable.h"
 #include "config/TableReading.h"
-#include "rules/SpecialCharacters.h"
+#include "rules/CharacterPatterns.h"
 
 #include <QFileInfo>
 

@@ -28,7 +28,7 @@ TEST(SingleFileRun, WritesWholeReportsForFindingsOfBothRules)
 {
     Installation inst;
     inst.writeTable("routine.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
-    inst.writeTable("specialchar.tbl", "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
+    inst.writeTable("characters.tbl", "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
                                        "\"(space)(space)\",\"Double space found\",\"WARNING\",\"I\"\r\n");
     const QString input = inst.writeInput("a.xml", "<doc>\r\n<p>a  b</p>\r\n<fn fnref=\"1\">1 x</fn>\r\n</doc>");
 

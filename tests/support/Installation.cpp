@@ -9,7 +9,7 @@ const char* const kTables[][2] = {
     {"NOHRTDECLTBL", "nohrt.tbl"},         {"WITHHRTDECLTBL", "withhrt.tbl"},
     {"HYPHENATEDTBL", "hyphenated.tbl"},   {"UNCONENTITIESTBL", "unconentities.tbl"},
     {"NOLEADZEROTBL", "noleadzero.tbl"},   {"ATTRIBUNCONTBL", "attribuncon.tbl"},
-    {"SPECIALCHARTBL", "specialchar.tbl"}, {"CONVERT2ATTRIBTBL", "convert2attrib.tbl"},
+    {"SPECIALCHARTBL", "characters.tbl"}, {"CONVERT2ATTRIBTBL", "convert2attrib.tbl"},
     {"CONVERT2TAGTBL", "convert2tag.tbl"}, {"COMPCONTTBL", "compcont.tbl"},
     {"CITATIONVALTBL", "citationval.tbl"}, {"CHECKPAIRTBL", "checkpair.tbl"},
     {"CHECKPAIRCONTTBL", "checkpaircont.tbl"}, {"FILENAMECHECKTBL", "filenamecheck.tbl"},

@@ -1,4 +1,4 @@
-#include "rules/SpecialCharacters.h"
+#include "rules/CharacterPatterns.h"
 #include "support/RuleFixture.h"
 
 #include <gtest/gtest.h>

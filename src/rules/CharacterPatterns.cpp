@@ -1,4 +1,4 @@
-#include "rules/SpecialCharacters.h"
+#include "rules/CharacterPatterns.h"
 
 #include "app/RunAborted.h"
 #include "app/RunState.h"
