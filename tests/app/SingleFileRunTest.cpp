@@ -27,8 +27,8 @@ QByteArray entry(int line, const QString& kind, const QString& message, const QS
 TEST(SingleFileRun, WritesWholeReportsForFindingsOfBothRules)
 {
     Installation inst;
-    inst.writeTable("routine.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
-    inst.writeTable("characters.tbl", "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
+    inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
+    inst.writeTable("specialchartbl.tbl", "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
                                        "\"(space)(space)\",\"Double space found\",\"WARNING\",\"I\"\r\n");
     const QString input = inst.writeInput("a.xml", "<doc>\r\n<p>a  b</p>\r\n<fn fnref=\"1\">1 x</fn>\r\n</doc>");
 
@@ -52,7 +52,7 @@ TEST(SingleFileRun, WritesWholeReportsForFindingsOfBothRules)
 TEST(SingleFileRun, TheWindowRunsTheSameJobAndEndsWithItsStatus)
 {
     Installation inst;
-    inst.writeTable("routine.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
+    inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
     const QString input = inst.writeInput("w.xml", "<fn fnref=\"1\">1 x</fn>\r\n");
     const auto result = inst.run({input}, Installation::Mode::Windowed);
     EXPECT_EQ(result.exitCode, 1) << result.standardError.toStdString();

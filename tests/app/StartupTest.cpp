@@ -53,11 +53,11 @@ TEST(Startup, RefusesWithItsMessageAndStatusTwo)
          "[warning] Quorvane: Missing/Empty Fields found in the [DEFAULT] part of the INI file:WorkPath\nInputType\n"},
         {"bad routine name",
          [](Installation& inst) {
-             inst.writeTable("routine.tbl", "Tag | Routine | Parameter\r\n<p> | TEXTVALIDITY | N/A\r\n"
+             inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<p> | TEXTVALIDITY | N/A\r\n"
                                             " | NOSUCHCHECK | E\r\n");
          },
          {"x.xml"},
-         "[warning] Quorvane: Invalid Routine Name: NOSUCHCHECK\nPlease check %ROOT%tables/routine.tbl\n"},
+         "[warning] Quorvane: Invalid Routine Name: NOSUCHCHECK\nPlease check %ROOT%tables/routinedecltbl.tbl\n"},
     };
     for (const Row& row : rows) {
         Installation inst;
@@ -94,7 +94,7 @@ TEST(Startup, WithoutArgumentHeadlessSaysWhyAndRefuses)
 TEST(Startup, MakesTheOutputAndLogFoldersAndRunsTheFile)
 {
     Installation inst;
-    inst.set("CREATELOGFOLDER", "/logs");
+    inst.appendIni("[I/O PATHS]\r\nCREATELOGFOLDER = /logs\r\n");
     QDir().mkpath(inst.root() + "input/Batch7");
     const QString input = inst.writeInput("Batch7/a.xml", "<a>text</a>\r\n");
     const auto result = inst.run({input + " | T1 "});

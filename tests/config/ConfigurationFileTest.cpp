@@ -1,7 +1,7 @@
 #include "config/ConfigurationFile.h"
 
 #include "app/RunState.h"
-#include "config/IniBuilder.h"
+#include "support/IniBuilder.h"
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"
 

@@ -95,14 +95,29 @@ TEST(TableReading, SplitsRowsAndUnescapes)
     EXPECT_EQ(TableReading::Unescape("a<space>b<hrt>c<pipe>d<SPACE>"), "a b\r\nc|d<SPACE>");
 }
 
+namespace {
+
+// A default set whose nineteen tables all exist (header lines only).
+struct LoadingFixture {
+    RecordingOperator op;
+    RunState state{op};
+    TempDir dir;
+
+    LoadingFixture()
+    {
+        for (int i = 0; i < kSupportFileCount; ++i)
+            state.config.DefaultTableSet.files[i] = dir.write(QString("t%1.tbl").arg(i), "Header\r\n");
+    }
+};
+
+} // namespace
+
 TEST(SupportTables, LoadsTheDefaultSetThenEveryTask)
 {
-    RecordingOperator op;
-    RunState state(op);
-    TempDir dir;
+    LoadingFixture fixture;
+    RunState& state = fixture.state;
+    TempDir& dir = fixture.dir;
     TableSet& defaults = state.config.DefaultTableSet;
-    for (int i = 0; i < kSupportFileCount; ++i)
-        defaults.files[i] = dir.write(QString("t%1.tbl").arg(i), "Header\r\n");
     defaults.file(SupportFile::RoutineDeclTbl) = dir.write("r.tbl", "h\r\n<a> | NOHRT | x\r\n");
     TaskTableSet task{"T1", {}};
     task.set.file(SupportFile::RoutineDeclTbl) = dir.write("r1.tbl", "h\r\n<b> | WITHHRT | y\r\n");
@@ -120,12 +135,10 @@ TEST(SupportTables, LoadsTheDefaultSetThenEveryTask)
 
 TEST(SupportTables, ListsMissingTablesOfTheDefaultSetThenOfTheTasks)
 {
-    RecordingOperator op;
-    RunState state(op);
-    TempDir dir;
+    LoadingFixture fixture;
+    RunState& state = fixture.state;
+    TempDir& dir = fixture.dir;
     TableSet& defaults = state.config.DefaultTableSet;
-    for (int i = 0; i < kSupportFileCount; ++i)
-        defaults.files[i] = dir.write(QString("t%1.tbl").arg(i), "Header\r\n");
     defaults.file(SupportFile::NoHRTDeclTbl) = "gone1.tbl";
     defaults.file(SupportFile::ImageValidationTbl) = "gone2.tbl";
     TaskTableSet task{"T1", {}};
@@ -133,8 +146,8 @@ TEST(SupportTables, ListsMissingTablesOfTheDefaultSetThenOfTheTasks)
     state.config.Tasks.append(task);
 
     EXPECT_FALSE(LoadAllSupportTables(state));
-    ASSERT_EQ(op.messages.size(), 1);
-    EXPECT_EQ(op.messages[0].text, "Missing Support File/s:\r\n\r\ngone1.tbl\r\ngone2.tbl\r\ngone3.tbl");
-    EXPECT_EQ(op.messages[0].icon, MessageIcon::Warning);
+    ASSERT_EQ(fixture.op.messages.size(), 1);
+    EXPECT_EQ(fixture.op.messages[0].text, "Missing Support File/s:\r\n\r\ngone1.tbl\r\ngone2.tbl\r\ngone3.tbl");
+    EXPECT_EQ(fixture.op.messages[0].icon, MessageIcon::Warning);
     EXPECT_EQ(defaults.tables[0], nullptr);  // nothing is loaded after a failed check
 }

@@ -1,16 +1,16 @@
 #pragma once
 
+#include "support/IniBuilder.h"
 #include "support/TempDir.h"
 
-#include <QMap>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
 
-// A complete, valid installation in a temporary folder: folders, a lexicon
-// file, the nineteen support tables (header lines only) and a Quorvane.INI
-// naming them all with full paths. Tests change what they need and run the
-// real executable on it.
+// A complete, valid installation in a temporary folder: the configuration of
+// IniBuilder with the nineteen support tables written out (header lines only)
+// and named by full path. Tests change what they need and run the real
+// executable on it.
 class Installation {
 public:
     Installation();
@@ -21,22 +21,20 @@ public:
     QString inputPath() const { return root() + "input/"; }
     QString tempPath() const { return root() + "temp/"; }
 
-    // Sets (or, with a null value, removes) a key of the default sections.
+    // Sets a key where the base configuration has it; a null value removes it.
     void set(const QString& key, const QString& value);
-    // Text appended after the default sections (task sections, say).
-    void appendIni(const QString& text) { extra_ += text; }
+    // Lines appended after the base configuration (task sections, plug-ins).
+    void appendIni(const QString& text) { ini_.append(text); }
     // Writes a support table into tables/ and returns its full path.
     QString writeTable(const QString& name, const QByteArray& content) const;
     QString writeInput(const QString& name, const QByteArray& content) const;
-    QString iniText() const;
-    void writeIni() const;
 
     struct Result {
         int exitCode = -1;
         QString standardError;
         QString standardOutput;
     };
-    // Writes the INI and runs build/quorvane --app-dir ROOT --headless ARGS.
+    // Writes the INI and runs build/quorvane --app-dir APP --headless ARGS.
     // Windowed runs use Qt's offscreen platform, which needs no display.
     enum class Mode { Headless, Windowed };
     Result run(const QStringList& arguments, Mode mode = Mode::Headless) const;
@@ -44,10 +42,6 @@ public:
     static QByteArray read(const QString& path) { return TempDir::read(path); }
 
 private:
-    struct Key {
-        QString section, name, value;
-    };
     TempDir dir_;
-    QList<Key> keys_;
-    QString extra_;
+    IniBuilder ini_{dir_};
 };
