@@ -137,7 +137,6 @@ TEST(SupportTables, ListsMissingTablesOfTheDefaultSetThenOfTheTasks)
 {
     LoadingFixture fixture;
     RunState& state = fixture.state;
-    TempDir& dir = fixture.dir;
     TableSet& defaults = state.config.DefaultTableSet;
     defaults.file(SupportFile::NoHRTDeclTbl) = "gone1.tbl";
     defaults.file(SupportFile::ImageValidationTbl) = "gone2.tbl";
