@@ -8,7 +8,7 @@ TEST(SpecialCharacters, ReadsQuotedFieldsAndEscapedQuotes)
     struct Row {
         QString line;
         bool isRow;
-        QString pattern, message, severity, caseFlag;
+        QString pattern = {}, message = {}, severity = {}, caseFlag = {};
     };
     const Row rows[] = {
         {R"~("(space)(space)","Double space","WARNING","I")~", true, "(space)(space)", "Double space", "WARNING", "I"},
