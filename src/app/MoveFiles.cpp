@@ -10,12 +10,17 @@
 
 namespace modMoveFiles {
 
-namespace {
-
-QString withSlash(const QString& folder)
+QString WithTrailingSlash(const QString& folder)
 {
     return folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/');
 }
+
+QString PathNotFoundText(const QString& path)
+{
+    return path + QStringLiteral(" not found.\r\nPls. Check INI content.");
+}
+
+namespace {
 
 bool isFolder(const QString& path)
 {
@@ -63,15 +68,12 @@ bool CheckPath(RunState& state, QString& path, std::int16_t kind)
 {
     if (kind == File) {
         if (!path.contains(QLatin1Char('/')))
-            path = withSlash(state.config.ApplicationPath) + path;
+            path = WithTrailingSlash(state.config.ApplicationPath) + path;
         return QFileInfo(path).isFile();
     }
     if (isFolder(path))
         return true;
-    showMessage(state,
-        path + QStringLiteral(" not found.") + QStringLiteral("\r\n")
-            + QStringLiteral("Pls. Check INI content."),
-        MessageIcon::Warning);
+    showMessage(state, PathNotFoundText(path), MessageIcon::Warning);
     return false;
 }
 
@@ -94,7 +96,7 @@ bool CheckWriteAccess(RunState& state, QString& folder)
         showMessage(state, folder + QStringLiteral(" not found."), MessageIcon::Critical);
         return false;
     }
-    folder = withSlash(folder);
+    folder = WithTrailingSlash(folder);
     if (!writeAndReadProbe(folder + QStringLiteral("quillph16.txt"))) {
         // A folder that refuses writes stops the run as surely as a missing one.
         showMessage(state, QStringLiteral("No Write Access in ") + folder, MessageIcon::Critical);
@@ -117,7 +119,7 @@ QStringList ListFolder(const QString& folder, std::int16_t kind)
 
 void RemoveFolderTree(RunState& state, const QString& folder)
 {
-    const QString base = withSlash(folder);
+    const QString base = WithTrailingSlash(folder);
     // Deleting an entry needs write access to the folder that holds it.
     QFile::setPermissions(
         folder, QFile::permissions(folder) | QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);

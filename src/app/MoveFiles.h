@@ -13,6 +13,11 @@ namespace modMoveFiles {
 
 enum PathKind : std::int16_t { File = 0, Folder = 1 };
 
+// The folder with a trailing "/" (unchanged when it has one).
+QString WithTrailingSlash(const QString& folder);
+// What the operator is told about a configured path that does not exist.
+QString PathNotFoundText(const QString& path);
+
 // Kind File: a bare name (no "/") is completed in place with the application
 // folder. Kind Folder: a missing folder is reported.
 bool CheckPath(RunState& state, QString& path, std::int16_t kind);

@@ -1,5 +1,6 @@
 #include "app/CommandLine.h"
 #include "app/HeadlessOperator.h"
+#include "app/MoveFiles.h"
 #include "app/RunAborted.h"
 #include "app/RunState.h"
 #include "app/SingleFileRun.h"
@@ -20,10 +21,8 @@ bool displayAvailable() { return qEnvironmentVariableIsSet("DISPLAY") || qEnviro
 
 QString applicationFolder(const CommandLineOptions& options)
 {
-    QString folder = options.appDir.isEmpty() ? QCoreApplication::applicationDirPath() : options.appDir;
-    if (!folder.endsWith(QLatin1Char('/')))
-        folder += QLatin1Char('/');
-    return folder;
+    return modMoveFiles::WithTrailingSlash(options.appDir.isEmpty() ? QCoreApplication::applicationDirPath()
+                                                                      : options.appDir);
 }
 
 int runHeadless(RunState& state, RunMode mode)

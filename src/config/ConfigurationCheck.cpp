@@ -43,12 +43,6 @@ std::vector<Field> requiredFields(const Configuration& config)
     return fields;
 }
 
-QString notFoundText(const QString& path)
-{
-    return path + QStringLiteral(" not found.") + QStringLiteral("\r\n")
-        + QStringLiteral("Pls. Check INI content.");
-}
-
 // The folder check shows its own message; a missing lexicon file gets the
 // same warning text as a missing folder, so the operator sees one style of
 // message for everything about the lexicon.
@@ -65,7 +59,7 @@ bool checkLexicon(RunState& state)
             continue;
         QString path = config.MainLexPath + name;
         if (!modMoveFiles::CheckPath(state, path, modMoveFiles::File)) {
-            state.ui.messageBox(notFoundText(path), kProgramTitle, MessageIcon::Warning);
+            state.ui.messageBox(modMoveFiles::PathNotFoundText(path), kProgramTitle, MessageIcon::Warning);
             allFound = false;
         }
     }

@@ -1,5 +1,6 @@
 #include "config/ConfigurationFile.h"
 
+#include "app/MoveFiles.h"
 #include "app/RunAborted.h"
 #include "app/RunState.h"
 #include "config/ConfigurationCheck.h"
@@ -21,11 +22,6 @@ struct ReaderState {
     int currentTask = -1; // index into Tasks; -1 while no task code has been read
     bool allValuesGood = true;
 };
-
-QString withSlash(const QString& folder)
-{
-    return folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/');
-}
 
 // Blanks are spaces only; tabs in key lines are removed separately.
 QString trimBlanks(const QString& text)
@@ -98,7 +94,7 @@ void readIoPathKey(Configuration& config, const QString& key, const QString& val
     // An empty folder value still gets its "/", so "KEY=" counts as given.
     for (const auto& [name, field] : folders) {
         if (key == name)
-            config.*field = withSlash(value);
+            config.*field = modMoveFiles::WithTrailingSlash(value);
     }
     for (const auto& [name, field] : texts) {
         if (key == name)
@@ -107,7 +103,7 @@ void readIoPathKey(Configuration& config, const QString& key, const QString& val
     if (key == QLatin1String("XYCOORDINATES") && value.toLower() == QLatin1String("yes"))
         config.XYCoordinates = true;
     if (key == QLatin1String("IMAGEFOLDER"))
-        config.ImageFolder = value.isEmpty() ? value : withSlash(value);
+        config.ImageFolder = value.isEmpty() ? value : modMoveFiles::WithTrailingSlash(value);
     if (key == QLatin1String("INPUTFILEMASK") && !value.isEmpty())
         config.InputFileMask = QLatin1Char('|') + value + QLatin1Char('|');
     if (key == QLatin1String("ERRORLOGCOLOR")) {
@@ -123,9 +119,9 @@ void readIoPathKey(Configuration& config, const QString& key, const QString& val
 void readSentryKey(Configuration& config, const QString& key, const QString& value)
 {
     if (key == QLatin1String("MAINLEXPATH"))
-        config.MainLexPath = withSlash(value);
+        config.MainLexPath = modMoveFiles::WithTrailingSlash(value);
     else if (key == QLatin1String("USERLEXPATH"))
-        config.UserLexPath = withSlash(value);
+        config.UserLexPath = modMoveFiles::WithTrailingSlash(value);
     else if (key == QLatin1String("MAINLEXFILES"))
         config.MainLexFiles = value;
 }
@@ -222,7 +218,7 @@ bool ReadConfigurationFile(RunState& state)
 {
     Configuration& config = state.config;
     if (!config.ApplicationPath.isEmpty())
-        config.ApplicationPath = withSlash(config.ApplicationPath);
+        config.ApplicationPath = modMoveFiles::WithTrailingSlash(config.ApplicationPath);
     const QString path = config.ApplicationPath + QStringLiteral("Quorvane.INI");
     if (!QFileInfo(path).isFile()) {
         state.ui.messageBox(QStringLiteral("Missing Quorvane.INI in the application path"), kProgramTitle,
