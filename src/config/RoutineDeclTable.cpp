@@ -50,7 +50,7 @@ bool LoadRoutineDeclTable(RunState& state, TableSet& set)
         // it is dropped rather than given to an element the author never named.
         if (table->rows.isEmpty())
             continue;
-        table->rows.last().routines.append({fields[1], fields[2]});
+        table->rows.last().routines.append({fields[1], fields[2], fields[1].toUpper(), fields[2].toUpper()});
     }
     set.table(SupportFile::RoutineDeclTbl) = std::move(table);
     return true;

@@ -11,6 +11,10 @@ struct RunState;
 struct RoutineCall {
     QString routineName;  // trimmed, as written in the file
     QString parameter;    // trimmed
+    // Upper-cased once at load time: the dispatcher compares and hands these
+    // for every tag.
+    QString upperName;
+    QString upperParameter;
 };
 
 struct RoutineDeclRow {

@@ -52,10 +52,9 @@ void DispatchRow(RunState& state, int row, const QList<RoutineEntry>& routines)
     const RoutineDeclRow& declared = table->rows[row - 1];
     state.contextElement = declared.tag;
     for (const RoutineCall& call : declared.routines) {
-        state.routineParameter = call.parameter.toUpper();
-        const QString name = call.routineName.toUpper();
+        state.routineParameter = call.upperParameter;
         for (const RoutineEntry& entry : routines) {
-            if (entry.name == name) {
+            if (entry.name == call.upperName) {
                 entry.run(state);
                 break;
             }
