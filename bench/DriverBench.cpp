@@ -5,10 +5,9 @@
 #include "report/Reports.h"
 #include "rules/CharacterPatterns.h"
 
-#include <benchmark/benchmark.h>
-
 #include <QFile>
 #include <QTemporaryDir>
+#include <benchmark/benchmark.h>
 
 namespace {
 
@@ -37,7 +36,8 @@ void ValidateBook(benchmark::State& bench)
 {
     QTemporaryDir dir;
     const QString root = dir.path() + '/';
-    WriteFile(root + "routine.tbl", "Tag | Routine | Parameter\r\nN/A | CONVERT2TAG | x\r\n<fn> | UNDELFNREF | E\r\n");
+    WriteFile(root + "routine.tbl",
+        "Tag | Routine | Parameter\r\nN/A | CONVERT2TAG | x\r\n<fn> | UNDELFNREF | E\r\n");
     WriteFile(root + "special.tbl", "h\r\n\"(space)(space)\",\"Double space\",\"WARNING\",\"I\"\r\n");
     WriteFile(root + "book.xml", MakeBook(bench.range(0) * 1000 * 1000));
 

@@ -2,7 +2,6 @@
 #include "text/xmlClass.h"
 
 #include <benchmark/benchmark.h>
-
 #include <random>
 
 namespace {
@@ -13,7 +12,8 @@ namespace {
 QString MakeDocument(qsizetype targetSize)
 {
     std::mt19937 rng(1);
-    const QStringList words = {"alphabetic", "betatron", "gammaray", "deltawing", "textual", "offering", "thereof"};
+    const QStringList words
+        = { "alphabetic", "betatron", "gammaray", "deltawing", "textual", "offering", "thereof" };
     QString text = "<doc id=\"d1\">\r\n";
     int id = 0;
     while (text.size() < targetSize) {
@@ -21,10 +21,18 @@ QString MakeDocument(qsizetype targetSize)
         for (int i = 0; i < 8; ++i) {
             text += words[rng() % words.size()] + " " + words[rng() % words.size()] + " ";
             switch (rng() % 4) {
-            case 0: text += "<i>x</i> "; break;
-            case 1: text += "<b>bold</b> "; break;
-            case 2: text += "<sup>2</sup>"; break;
-            default: text += "<br/>"; break;
+            case 0:
+                text += "<i>x</i> ";
+                break;
+            case 1:
+                text += "<b>bold</b> ";
+                break;
+            case 2:
+                text += "<sup>2</sup>";
+                break;
+            default:
+                text += "<br/>";
+                break;
             }
         }
         text += "</p>\r\n";
@@ -36,7 +44,7 @@ struct Fixture {
     HeadlessOperator ui;
     ToolkitState state;
     QString appPath;
-    xmlClass xml{state, ui, appPath};
+    xmlClass xml { state, ui, appPath };
 };
 
 const QString& Document(qsizetype megabytes)
@@ -98,8 +106,14 @@ void RemoveTagsOfRootContent(benchmark::State& state, bool withContent)
     state.SetBytesProcessed(state.iterations() * root.size() * 2);
 }
 
-void RemoveTagsKeepingContent(benchmark::State& state) { RemoveTagsOfRootContent(state, false); }
-void RemoveTagsWithContent(benchmark::State& state) { RemoveTagsOfRootContent(state, true); }
+void RemoveTagsKeepingContent(benchmark::State& state)
+{
+    RemoveTagsOfRootContent(state, false);
+}
+void RemoveTagsWithContent(benchmark::State& state)
+{
+    RemoveTagsOfRootContent(state, true);
+}
 
 } // namespace
 

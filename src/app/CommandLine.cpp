@@ -36,21 +36,20 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
 
 QString CommandLineHelpText()
 {
-    return QStringLiteral(
-        "Usage: quorvane [--app-dir DIR] [--headless] [--] [INPUT|TASK]\n"
-        "\n"
-        "Validates tagged text against the rules configured in Quorvane.INI.\n"
-        "\n"
-        "With an argument, validates that one file with the task's table set and\n"
-        "writes its .ERR and .WRN reports; without one, opens the batch window.\n"
-        "\n"
-        "  --app-dir DIR  folder holding Quorvane.INI (default: the executable's folder)\n"
-        "  --headless     no window; messages go to standard error\n"
-        "                 (implied when neither DISPLAY nor WAYLAND_DISPLAY is set)\n"
-        "  --help         show this text\n"
-        "  --version      show the version\n"
-        "\n"
-        "Exit status: 0 no error found, 1 errors reported, 2 run refused or failed.\n");
+    return QStringLiteral("Usage: quorvane [--app-dir DIR] [--headless] [--] [INPUT|TASK]\n"
+                          "\n"
+                          "Validates tagged text against the rules configured in Quorvane.INI.\n"
+                          "\n"
+                          "With an argument, validates that one file with the task's table set and\n"
+                          "writes its .ERR and .WRN reports; without one, opens the batch window.\n"
+                          "\n"
+                          "  --app-dir DIR  folder holding Quorvane.INI (default: the executable's folder)\n"
+                          "  --headless     no window; messages go to standard error\n"
+                          "                 (implied when neither DISPLAY nor WAYLAND_DISPLAY is set)\n"
+                          "  --help         show this text\n"
+                          "  --version      show the version\n"
+                          "\n"
+                          "Exit status: 0 no error found, 1 errors reported, 2 run refused or failed.\n");
 }
 
 InputRequest SplitCommandLine(const QString& commandLine)
@@ -58,6 +57,6 @@ InputRequest SplitCommandLine(const QString& commandLine)
     const QString trimmed = commandLine.trimmed();
     const qsizetype bar = trimmed.indexOf(QLatin1Char('|'));
     if (bar < 0)
-        return {trimmed, QString()};
-    return {trimmed.left(bar).trimmed(), trimmed.mid(bar + 1).trimmed()};
+        return { trimmed, QString() };
+    return { trimmed.left(bar).trimmed(), trimmed.mid(bar + 1).trimmed() };
 }

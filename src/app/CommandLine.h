@@ -6,12 +6,12 @@
 // The executable's own options; everything else is the program's
 // command-line string (input path, "|", task code).
 struct CommandLineOptions {
-    QString appDir;           // empty: the folder of the executable
+    QString appDir; // empty: the folder of the executable
     bool headless = false;
     bool showHelp = false;
     bool showVersion = false;
-    QString commandLine;      // the remaining arguments joined with single blanks
-    QString error;            // not empty when the options could not be read
+    QString commandLine; // the remaining arguments joined with single blanks
+    QString error; // not empty when the options could not be read
 };
 
 CommandLineOptions ParseCommandLineOptions(const QStringList& arguments);

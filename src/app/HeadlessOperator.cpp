@@ -3,16 +3,20 @@
 #include <unistd.h>
 
 HeadlessOperator::HeadlessOperator(std::FILE* stream)
-    : stream_(stream), showProgress_(isatty(fileno(stream)) != 0)
+    : stream_(stream)
+    , showProgress_(isatty(fileno(stream)) != 0)
 {
 }
 
 QString HeadlessOperator::iconName(MessageIcon icon)
 {
     switch (icon) {
-    case MessageIcon::Critical: return QStringLiteral("critical");
-    case MessageIcon::Warning: return QStringLiteral("warning");
-    case MessageIcon::Information: return QStringLiteral("information");
+    case MessageIcon::Critical:
+        return QStringLiteral("critical");
+    case MessageIcon::Warning:
+        return QStringLiteral("warning");
+    case MessageIcon::Information:
+        return QStringLiteral("information");
     }
     return {};
 }

@@ -13,7 +13,7 @@ public:
     void messageBox(const QString& text, const QString& title, MessageIcon icon) override;
     void setProgressRange(int minimum, int maximum) override;
     void setProgressValue(int value) override;
-    void processEvents() override {}
+    void processEvents() override { }
 
     static QString iconName(MessageIcon icon);
     // The exact text written for one message box, without the final newline.

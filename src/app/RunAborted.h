@@ -9,7 +9,10 @@
 class RunAborted : public std::runtime_error {
 public:
     explicit RunAborted(int exitStatus, const char* why = "run aborted")
-        : std::runtime_error(why), exitStatus_(exitStatus) {}
+        : std::runtime_error(why)
+        , exitStatus_(exitStatus)
+    {
+    }
     int exitStatus() const { return exitStatus_; }
 
 private:
@@ -18,7 +21,7 @@ private:
 
 // Exit statuses of the process.
 namespace ExitStatus {
-constexpr int Clean = 0;        // finished, no error entry written
-constexpr int ErrorsFound = 1;  // finished, at least one error entry
-constexpr int Refused = 2;      // refused or ended by a failure
-}
+constexpr int Clean = 0; // finished, no error entry written
+constexpr int ErrorsFound = 1; // finished, at least one error entry
+constexpr int Refused = 2; // refused or ended by a failure
+} // namespace ExitStatus

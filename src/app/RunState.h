@@ -10,7 +10,6 @@
 #include <QList>
 #include <QString>
 #include <QStringView>
-
 #include <cstdint>
 #include <vector>
 
@@ -18,13 +17,16 @@
 // every procedure. Nothing else holds state between calls.
 struct RunState {
     explicit RunState(OperatorInterface& operatorInterface)
-        : ui(operatorInterface), xml(toolkit, operatorInterface, config.ApplicationPath) {}
+        : ui(operatorInterface)
+        , xml(toolkit, operatorInterface, config.ApplicationPath)
+    {
+    }
     RunState(const RunState&) = delete;
     RunState& operator=(const RunState&) = delete;
 
     OperatorInterface& ui;
     Configuration config;
-    QString programName = QStringLiteral("quorvane");  // names the program logs
+    QString programName = QStringLiteral("quorvane"); // names the program logs
 
     // Run fields of start-up and the run windows.
     QString inputPath;
@@ -34,7 +36,7 @@ struct RunState {
     QString parentFolderPart;
     QString outputFolder;
     QString currentInputPath;
-    QString reportFolder;  // where the reports go; ends with "/"
+    QString reportFolder; // where the reports go; ends with "/"
 
     // The document being validated: the whole text, decoded once, and the
     // start offset of every line (lines are split at CR LF only).
@@ -50,11 +52,11 @@ struct RunState {
     ValidationContext context;
     ValidationContext previousTag;
     ValidationContext previousStartTag;
-    QList<ValidationContext> openTags;  // oldest first; kept from one file to the next
-    QList<std::int32_t> rowStack{0};    // element 0 is the base entry
+    QList<ValidationContext> openTags; // oldest first; kept from one file to the next
+    QList<std::int32_t> rowStack { 0 }; // element 0 is the base entry
     std::int32_t currentRow = 0;
     QString contextElement;
-    QString routineParameter;           // upper-cased by the dispatcher
+    QString routineParameter; // upper-cased by the dispatcher
     std::int32_t citationState = -1;
 
     ReportState report;

@@ -15,7 +15,7 @@ void RunOutsideProgram(const QString& program, const QString& inputPath)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedChannels);
-    process.start(program, {inputPath});
+    process.start(program, { inputPath });
     if (process.waitForStarted(-1))
         process.waitForFinished(-1);
 }

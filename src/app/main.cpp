@@ -11,18 +11,20 @@
 #include <QApplication>
 #include <QCoreApplication>
 #include <QDir>
-
 #include <cstdio>
 #include <memory>
 
 namespace {
 
-bool displayAvailable() { return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY"); }
+bool displayAvailable()
+{
+    return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+}
 
 QString applicationFolder(const CommandLineOptions& options)
 {
-    return modMoveFiles::WithTrailingSlash(options.appDir.isEmpty() ? QCoreApplication::applicationDirPath()
-                                                                      : options.appDir);
+    return modMoveFiles::WithTrailingSlash(
+        options.appDir.isEmpty() ? QCoreApplication::applicationDirPath() : options.appDir);
 }
 
 int runHeadless(RunState& state, RunMode mode)
@@ -30,15 +32,15 @@ int runHeadless(RunState& state, RunMode mode)
     if (mode == RunMode::Batch) {
         std::fputs("quorvane: no input file given, and the batch window needs a display.\n"
                    "Give \"INPUT|TASK\" to validate one file; see quorvane --help.\n",
-                   stderr);
+            stderr);
         return ExitStatus::Refused;
     }
     const int status = RunSingleFile(state);
     // Headless runs often come from scripts and terminals: say where the
     // reports are, since no window shows it.
     std::printf("%s: %d error(s), %d warning(s)\nReports: %s %s\n", qPrintable(state.inputFileName),
-                state.report.errorCount, state.report.warningCount, qPrintable(state.report.errorReportPath),
-                qPrintable(state.report.warningReportPath));
+        state.report.errorCount, state.report.warningCount, qPrintable(state.report.errorReportPath),
+        qPrintable(state.report.warningReportPath));
     return status;
 }
 
@@ -47,7 +49,7 @@ int runWindowed(RunState& state, RunMode mode, WindowOperator& windowOperator)
     if (mode == RunMode::Batch) {
         state.ui.messageBox(QStringLiteral("The batch window is not available in this version.\r\n"
                                            "Start Quorvane with \"INPUT|TASK\" to validate one file."),
-                            kProgramTitle, MessageIcon::Information);
+            kProgramTitle, MessageIcon::Information);
         return ExitStatus::Refused;
     }
     FrmMain window(state, windowOperator);
@@ -64,7 +66,8 @@ int main(int argc, char** argv)
         arguments << QString::fromLocal8Bit(argv[i]);
     const CommandLineOptions options = ParseCommandLineOptions(arguments);
     if (!options.error.isEmpty()) {
-        std::fprintf(stderr, "quorvane: %s\n\n%s", qPrintable(options.error), qPrintable(CommandLineHelpText()));
+        std::fprintf(
+            stderr, "quorvane: %s\n\n%s", qPrintable(options.error), qPrintable(CommandLineHelpText()));
         return ExitStatus::Refused;
     }
     if (options.showHelp) {

@@ -11,11 +11,14 @@
 
 namespace {
 
-void refuse() { throw RunAborted(ExitStatus::Refused); }
+void refuse()
+{
+    throw RunAborted(ExitStatus::Refused);
+}
 
 // The spelling engine arrives with the word checks; start-up keeps its turn
 // between the configuration and the support tables.
-void StartSpellingEngine(RunState&) {}
+void StartSpellingEngine(RunState&) { }
 
 void FillSingleFileRun(RunState& state, const QString& commandLine)
 {
@@ -25,7 +28,8 @@ void FillSingleFileRun(RunState& state, const QString& commandLine)
     state.taskCode = request.taskCode;
 
     if (!QFileInfo(state.inputPath).isFile()) {
-        state.ui.messageBox(state.inputPath + QStringLiteral(" not found!"), kProgramTitle, MessageIcon::Critical);
+        state.ui.messageBox(
+            state.inputPath + QStringLiteral(" not found!"), kProgramTitle, MessageIcon::Critical);
         refuse();
     }
     state.inputFileName = InputFileNameOf(state.inputPath);

@@ -4,32 +4,31 @@
 
 #include <QList>
 #include <QString>
-
 #include <cstdint>
 
 // The configuration record, filled once at start-up from Quorvane.INI.
 struct Configuration {
-    QString ApplicationPath;   // always ends in "/"
+    QString ApplicationPath; // always ends in "/"
     QString WorkPath;
     QString InputPath;
     QString ImagePath;
     QString OutputPath;
-    QString TempPath;          // after validation extended by "Quorvane_Temp/"
+    QString TempPath; // after validation extended by "Quorvane_Temp/"
     QString CreateLogFolder;
     QString InputType;
     QString EditorProgram;
     QString KlmxIniFile;
     bool XYCoordinates = false;
     QString ImageFolder;
-    QString InputFileMask;     // stored as "|" + value + "|"
-    std::uint32_t ErrorLogColor = 0;  // 0x00BBGGRR
+    QString InputFileMask; // stored as "|" + value + "|"
+    std::uint32_t ErrorLogColor = 0; // 0x00BBGGRR
     bool Utf8Input = false;
     QString MainLexPath;
     QString UserLexPath;
     QString MainLexFiles;
 
     TableSet DefaultTableSet;
-    QList<TaskTableSet> Tasks;  // zero-based here; the file's first task is Tasks[0]
+    QList<TaskTableSet> Tasks; // zero-based here; the file's first task is Tasks[0]
     TableSet ActiveTableSet;
 
     QString SavedWorkPath;

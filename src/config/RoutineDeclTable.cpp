@@ -8,7 +8,10 @@ namespace {
 
 const QString kNotApplicable = QStringLiteral("N/A");
 
-bool isNotApplicable(const QString& tag) { return tag.compare(kNotApplicable, Qt::CaseInsensitive) == 0; }
+bool isNotApplicable(const QString& tag)
+{
+    return tag.compare(kNotApplicable, Qt::CaseInsensitive) == 0;
+}
 
 void startRow(RunState& state, RoutineDeclTable& table, const QString& tagField)
 {
@@ -41,16 +44,17 @@ bool LoadRoutineDeclTable(RunState& state, TableSet& set)
         if (!fields[0].isEmpty())
             startRow(state, *table, fields[0]);
         if (!IsRoutineName(fields[1].toUpper())) {
-            state.ui.messageBox(QStringLiteral("Invalid Routine Name: ") + fields[1] + QStringLiteral("\r\nPlease check ")
-                                    + fileName,
-                                kProgramTitle, MessageIcon::Warning);
+            state.ui.messageBox(QStringLiteral("Invalid Routine Name: ") + fields[1]
+                    + QStringLiteral("\r\nPlease check ") + fileName,
+                kProgramTitle, MessageIcon::Warning);
             return false;
         }
         // A continuation row before any tag row has no element to belong to;
         // it is dropped rather than given to an element the author never named.
         if (table->rows.isEmpty())
             continue;
-        table->rows.last().routines.append({fields[1], fields[2], fields[1].toUpper(), fields[2].toUpper()});
+        table->rows.last().routines.append(
+            { fields[1], fields[2], fields[1].toUpper(), fields[2].toUpper() });
     }
     set.table(SupportFile::RoutineDeclTbl) = std::move(table);
     return true;

@@ -9,8 +9,8 @@
 struct RunState;
 
 struct RoutineCall {
-    QString routineName;  // trimmed, as written in the file
-    QString parameter;    // trimmed
+    QString routineName; // trimmed, as written in the file
+    QString parameter; // trimmed
     // Upper-cased once at load time: the dispatcher compares and hands these
     // for every tag.
     QString upperName;
@@ -18,18 +18,18 @@ struct RoutineCall {
 };
 
 struct RoutineDeclRow {
-    QString tag;  // the element name, or "N/A" as written
+    QString tag; // the element name, or "N/A" as written
     QList<RoutineCall> routines;
 };
 
 // The routine declaration table: which routines run for which element.
 struct RoutineDeclTable : SupportTable {
-    QString indexText;            // "[" + tag + "]" for every row, in file order
-    QList<RoutineDeclRow> rows;   // zero-based: the file's first row is rows[0]
+    QString indexText; // "[" + tag + "]" for every row, in file order
+    QList<RoutineDeclRow> rows; // zero-based: the file's first row is rows[0]
 
     // Lookups the scanner makes for every tag, prepared once at load time.
-    QHash<QString, QList<int>> rowsByUpperTag;  // upper-cased tag -> row indexes in file order
-    int firstNotApplicableRow = -1;             // first row tagged "N/A", -1 when none
+    QHash<QString, QList<int>> rowsByUpperTag; // upper-cased tag -> row indexes in file order
+    int firstNotApplicableRow = -1; // first row tagged "N/A", -1 when none
 };
 
 bool LoadRoutineDeclTable(RunState& state, TableSet& set);

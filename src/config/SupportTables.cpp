@@ -9,8 +9,7 @@
 
 namespace {
 
-template <SupportFile Which>
-bool LoadLinesTable(RunState& state, TableSet& set)
+template <SupportFile Which> bool LoadLinesTable(RunState& state, TableSet& set)
 {
     auto table = std::make_shared<LinesTable>();
     if (!TableReading::ReadLines(state, set.file(Which), table->lines))
@@ -55,25 +54,25 @@ const QList<TableLoaderEntry>& SupportTableLoaders()
 {
     using enum SupportFile;
     static const QList<TableLoaderEntry> loaders = {
-        {RoutineDeclTbl, LoadRoutineDeclTable},
-        {TextValidityTbl, LoadLinesTable<TextValidityTbl>},
-        {NoHRTDeclTbl, LoadLinesTable<NoHRTDeclTbl>},
-        {WithHRTDeclTbl, LoadLinesTable<WithHRTDeclTbl>},
-        {HyphenatedTbl, LoadLinesTable<HyphenatedTbl>},
-        {UnConEntitiesTbl, LoadLinesTable<UnConEntitiesTbl>},
-        {NoLeadZeroTbl, LoadLinesTable<NoLeadZeroTbl>},
-        {AttribUnconTbl, LoadLinesTable<AttribUnconTbl>},
-        {CitationValTbl, LoadLinesTable<CitationValTbl>},
-        {SpecialCharTbl, LoadSpecialCharTable},
-        {Convert2AttribTbl, LoadLinesTable<Convert2AttribTbl>},
-        {Convert2TagTbl, LoadLinesTable<Convert2TagTbl>},
-        {CompContTbl, LoadLinesTable<CompContTbl>},
-        {CheckPairTbl, LoadLinesTable<CheckPairTbl>},
-        {CheckPairContTbl, LoadLinesTable<CheckPairContTbl>},
-        {FilenameCheck, LoadLinesTable<FilenameCheck>},
-        {CountRefCheck, LoadLinesTable<CountRefCheck>},
-        {PCPDataCompare, LoadLinesTable<PCPDataCompare>},
-        {ImageValidationTbl, LoadLinesTable<ImageValidationTbl>},
+        { RoutineDeclTbl, LoadRoutineDeclTable },
+        { TextValidityTbl, LoadLinesTable<TextValidityTbl> },
+        { NoHRTDeclTbl, LoadLinesTable<NoHRTDeclTbl> },
+        { WithHRTDeclTbl, LoadLinesTable<WithHRTDeclTbl> },
+        { HyphenatedTbl, LoadLinesTable<HyphenatedTbl> },
+        { UnConEntitiesTbl, LoadLinesTable<UnConEntitiesTbl> },
+        { NoLeadZeroTbl, LoadLinesTable<NoLeadZeroTbl> },
+        { AttribUnconTbl, LoadLinesTable<AttribUnconTbl> },
+        { CitationValTbl, LoadLinesTable<CitationValTbl> },
+        { SpecialCharTbl, LoadSpecialCharTable },
+        { Convert2AttribTbl, LoadLinesTable<Convert2AttribTbl> },
+        { Convert2TagTbl, LoadLinesTable<Convert2TagTbl> },
+        { CompContTbl, LoadLinesTable<CompContTbl> },
+        { CheckPairTbl, LoadLinesTable<CheckPairTbl> },
+        { CheckPairContTbl, LoadLinesTable<CheckPairContTbl> },
+        { FilenameCheck, LoadLinesTable<FilenameCheck> },
+        { CountRefCheck, LoadLinesTable<CountRefCheck> },
+        { PCPDataCompare, LoadLinesTable<PCPDataCompare> },
+        { ImageValidationTbl, LoadLinesTable<ImageValidationTbl> },
     };
     return loaders;
 }
@@ -88,8 +87,8 @@ bool LoadAllSupportTables(RunState& state)
     for (const TaskTableSet& task : config.Tasks)
         collectMissing(task.set, false, missing);
     if (!missing.isEmpty()) {
-        state.ui.messageBox(QStringLiteral("Missing Support File/s:\r\n") + missing, kProgramTitle,
-                            MessageIcon::Warning);
+        state.ui.messageBox(
+            QStringLiteral("Missing Support File/s:\r\n") + missing, kProgramTitle, MessageIcon::Warning);
         return false;
     }
 

@@ -12,8 +12,8 @@ bool ReadLines(RunState& state, const QString& path, QStringList& lines)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         state.ui.messageBox(QStringLiteral("Error while reading ") + path + QStringLiteral("!  -- Error: ")
-                                + file.errorString(),
-                            kProgramTitle, MessageIcon::Critical);
+                + file.errorString(),
+            kProgramTitle, MessageIcon::Critical);
         return false;
     }
     lines = SplitTextLines(DecodeTableText(file.readAll()));

@@ -2,7 +2,6 @@
 
 #include <QString>
 #include <QStringList>
-
 #include <array>
 #include <cstdint>
 #include <memory>
@@ -43,7 +42,7 @@ struct SupportTable {
 // Lists that the original counts from 1 with an unused element 0 are plain
 // zero-based lists here: "holds nothing beyond element 0" is simply empty.
 struct TableSet {
-    std::array<QString, kSupportFileCount> files;  // fields 1-19: file names as configured
+    std::array<QString, kSupportFileCount> files; // fields 1-19: file names as configured
 
     QStringList AttribRangeSeparators;
     bool AttribRangeSeparatorGiven = false;
@@ -51,16 +50,16 @@ struct TableSet {
     QString CheckMultiHrtOption;
     std::int32_t MultiHrtMaxCount = 0;
     bool MultiHrtMaxCountGiven = false;
-    QString CheckMultiHrt;         // "True" or "FALSE"
-    QString CheckSpecialChar;      // "TRUE" or "FALSE"
-    QString CheckExcessImgFiles;   // "TRUE" or "FALSE"
-    QString CheckFilename;         // "TRUE" or "FALSE"
+    QString CheckMultiHrt; // "True" or "FALSE"
+    QString CheckSpecialChar; // "TRUE" or "FALSE"
+    QString CheckExcessImgFiles; // "TRUE" or "FALSE"
+    QString CheckFilename; // "TRUE" or "FALSE"
     QStringList ValidFilenameChars;
     QStringList InvalidFilenameChars;
-    std::array<std::shared_ptr<const SupportTable>, kSupportFileCount> tables;  // field 32
+    std::array<std::shared_ptr<const SupportTable>, kSupportFileCount> tables; // field 32
     QStringList InputPlugins;
     QStringList OutputPlugins;
-    QString CheckImageZeroBytes;   // "TRUE" or "FALSE"
+    QString CheckImageZeroBytes; // "TRUE" or "FALSE"
 
     QString& file(SupportFile which) { return files[static_cast<int>(which)]; }
     const QString& file(SupportFile which) const { return files[static_cast<int>(which)]; }
@@ -69,14 +68,13 @@ struct TableSet {
 
     // The loaded table of the given file as its concrete type; null when the
     // table was not loaded (or is of another type).
-    template <typename Table>
-    const Table* loaded(SupportFile which) const
+    template <typename Table> const Table* loaded(SupportFile which) const
     {
         return dynamic_cast<const Table*>(tables[static_cast<int>(which)].get());
     }
 };
 
 struct TaskTableSet {
-    QString TaskCode;  // as written in the file
+    QString TaskCode; // as written in the file
     TableSet set;
 };

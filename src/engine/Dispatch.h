@@ -9,7 +9,7 @@ struct RunState;
 using Routine = void (*)(RunState& state);
 
 struct RoutineEntry {
-    QLatin1StringView name;  // upper case
+    QLatin1StringView name; // upper case
     Routine run;
 };
 

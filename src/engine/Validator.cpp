@@ -16,7 +16,10 @@ const RoutineDeclTable* declarations(const RunState& state)
     return state.config.ActiveTableSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
 }
 
-bool isLetter(QChar c) { return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z'); }
+bool isLetter(QChar c)
+{
+    return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z');
+}
 
 void runWholeFileChecks(RunState& state)
 {
@@ -67,7 +70,7 @@ void updateOpenTags(RunState& state)
 }
 
 void fillContext(RunState& state, const QString& tag, const QString& line, std::int32_t position,
-                 std::int32_t lineStart, std::int32_t lineNumber)
+    std::int32_t lineStart, std::int32_t lineNumber)
 {
     ValidationContext& context = state.context;
     context.tagText = tag;
@@ -122,11 +125,11 @@ void ResetPerFileState(RunState& state)
     state.toolkit.QuotedMarkupNote.clear();
     state.toolkit.RemovedContentLengths.clear();
     state.currentRow = 0;
-    state.rowStack = {0};
+    state.rowStack = { 0 };
 }
 
 void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std::int32_t lineNumber,
-              const QList<RoutineEntry>& routines)
+    const QList<RoutineEntry>& routines)
 {
     state.toolkit.currentLineNumber = lineNumber;
     const RoutineDeclTable* table = declarations(state);
@@ -134,7 +137,8 @@ void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std:
     while (counter != -1) {
         ++counter;
         const QString tag = state.xml.RetrieveTags(line, counter);
-        if (counter == -1 || tag.isEmpty() || tag.contains(QLatin1String("<!")) || tag.contains(QLatin1String("<?")))
+        if (counter == -1 || tag.isEmpty() || tag.contains(QLatin1String("<!"))
+            || tag.contains(QLatin1String("<?")))
             continue;
 
         fillContext(state, tag, line, counter, lineStart, lineNumber);
@@ -143,7 +147,8 @@ void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std:
             state.contextElement = state.context.tagName;
 
         if (table) {
-            if (table->firstNotApplicableRow >= 0 && table->indexText.contains(QLatin1String("[N/A]"), Qt::CaseInsensitive))
+            if (table->firstNotApplicableRow >= 0
+                && table->indexText.contains(QLatin1String("[N/A]"), Qt::CaseInsensitive))
                 DispatchRow(state, table->firstNotApplicableRow + 1, routines);
             followRowStack(state, *table);
             if (state.currentRow != 0)
@@ -157,7 +162,10 @@ void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std:
     }
 }
 
-void ValidateFile(RunState& state) { ValidateFile(state, RoutineTable()); }
+void ValidateFile(RunState& state)
+{
+    ValidateFile(state, RoutineTable());
+}
 
 void ValidateFile(RunState& state, const QList<RoutineEntry>& routines)
 {
@@ -167,9 +175,9 @@ void ValidateFile(RunState& state, const QList<RoutineEntry>& routines)
     } catch (const RunAborted&) {
         throw;
     } catch (const std::exception& failure) {
-        state.ui.messageBox(QStringLiteral("Error in Reading Input File!  -- Error: ")
-                                + QString::fromUtf8(failure.what()),
-                            kProgramTitle, MessageIcon::Warning);
+        state.ui.messageBox(
+            QStringLiteral("Error in Reading Input File!  -- Error: ") + QString::fromUtf8(failure.what()),
+            kProgramTitle, MessageIcon::Warning);
         throw RunAborted(ExitStatus::Refused);
     }
 }

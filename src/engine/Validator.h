@@ -3,7 +3,6 @@
 #include "engine/Dispatch.h"
 
 #include <QString>
-
 #include <cstdint>
 
 struct RunState;
@@ -26,4 +25,4 @@ void SplitLines(RunState& state);
 // Walks the tags of one line left to right. lineStart is the zero-based
 // offset of the line in the whole text, lineNumber is one-based.
 void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std::int32_t lineNumber,
-              const QList<RoutineEntry>& routines);
+    const QList<RoutineEntry>& routines);

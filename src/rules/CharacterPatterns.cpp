@@ -32,7 +32,7 @@ bool ParseSpecialCharLine(const QString& line, SpecialCharRow& row)
         for (QString& piece : pieces)
             piece.replace(kQuoteWord, QStringLiteral("\""));
     }
-    row = {pieces[1], pieces[3], pieces[5], pieces[7]};
+    row = { pieces[1], pieces[3], pieces[5], pieces[7] };
     return true;
 }
 

@@ -9,10 +9,10 @@ struct RunState;
 
 // One row of the special-character table: four double-quoted fields.
 struct SpecialCharRow {
-    QString pattern;   // as written; "(hrt)", "(space)", "(tab)" still in place
+    QString pattern; // as written; "(hrt)", "(space)", "(tab)" still in place
     QString message;
-    QString severity;  // "ERROR" gives an error entry, anything else a warning
-    QString caseFlag;  // "C" makes the search respect letter case
+    QString severity; // "ERROR" gives an error entry, anything else a warning
+    QString caseFlag; // "C" makes the search respect letter case
 };
 
 struct SpecialCharTable : SupportTable {

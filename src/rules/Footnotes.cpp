@@ -21,7 +21,10 @@ QString tagsAsSeparators(QString content)
     return content;
 }
 
-bool isWordCharacter(QChar upper) { return (upper >= u'A' && upper <= u'Z') || (upper >= u'0' && upper <= u'9'); }
+bool isWordCharacter(QChar upper)
+{
+    return (upper >= u'A' && upper <= u'Z') || (upper >= u'0' && upper <= u'9');
+}
 
 // Whether the reference value stands as one of the first two words. A word
 // still being collected when the content ends is never compared, so a mark
@@ -62,10 +65,10 @@ void UNDELFNREF(RunState& state)
         return;
     std::int32_t position = context.filePosition;
     const QString content = state.xml.GetPCDATA(state.wholeText, context.tagText,
-                                                QStringLiteral("</") + context.tagName + QLatin1Char('>'), position);
+        QStringLiteral("</") + context.tagName + QLatin1Char('>'), position);
     if (!referenceInFirstTwoWords(tagsAsSeparators(content), reference.toUpper()))
         return;
     ReportBySeverity(state, state.routineParameter, context.lineNumber,
-                     QStringLiteral("fnref value found in the first two words"), DataContentAt(state, 0),
-                     context.linePosition);
+        QStringLiteral("fnref value found in the first two words"), DataContentAt(state, 0),
+        context.linePosition);
 }

@@ -1,4 +1,4 @@
 #include "rules/Images.h"
 
-void StartRunImageList(RunState&) {}
-void ReportImagesWithoutCallout(RunState&) {}
+void StartRunImageList(RunState&) { }
+void ReportImagesWithoutCallout(RunState&) { }

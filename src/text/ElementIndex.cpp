@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-ElementIndex::ElementIndex(QStringView text) : text_(text)
+ElementIndex::ElementIndex(QStringView text)
+    : text_(text)
 {
     for (qsizetype lt = text.indexOf(u'<'); lt >= 0;) {
         qsizetype stop = lt + 1;
@@ -17,8 +18,8 @@ ElementIndex::ElementIndex(QStringView text) : text_(text)
     }
 }
 
-const ElementIndex::Positions& ElementIndex::positionsOf(const QHash<QStringView, Positions>& map,
-                                                         QStringView key) const
+const ElementIndex::Positions& ElementIndex::positionsOf(
+    const QHash<QStringView, Positions>& map, QStringView key) const
 {
     const auto it = map.constFind(key);
     return it == map.cend() ? none_ : *it;
@@ -33,8 +34,8 @@ qsizetype ElementIndex::countWithin(const Positions& positions, qsizetype from, 
     return last - first;
 }
 
-std::optional<QStringView> ElementIndex::elementContent(qsizetype tagStart, qsizetype tagLength,
-                                                        const QString& name) const
+std::optional<QStringView> ElementIndex::elementContent(
+    qsizetype tagStart, qsizetype tagLength, const QString& name) const
 {
     const QString endKey = u'/' + name;
     const Positions& ends = positionsOf(closedByGt_, endKey);
@@ -47,7 +48,7 @@ std::optional<QStringView> ElementIndex::elementContent(qsizetype tagStart, qsiz
     // occurrences is the same as splitting at them.
     for (auto end = firstEnd; end != ends.end(); ++end) {
         const qsizetype opens = countWithin(exactOpens, contentStart, *end - openLength)
-                                + countWithin(blankOpens, contentStart, *end - openLength);
+            + countWithin(blankOpens, contentStart, *end - openLength);
         if (opens == end - firstEnd)
             return text_.sliced(contentStart, *end - contentStart);
     }

@@ -3,7 +3,6 @@
 #include <QHash>
 #include <QString>
 #include <QStringView>
-
 #include <optional>
 #include <vector>
 
@@ -18,7 +17,8 @@ public:
     // The element content that GetPCDATA gives for the start tag at `tagStart`
     // (zero-based) whose end tag is "</" + name + ">": nothing when that
     // element cannot be closed. The name holds no blank, "<" or ">".
-    std::optional<QStringView> elementContent(qsizetype tagStart, qsizetype tagLength, const QString& name) const;
+    std::optional<QStringView> elementContent(
+        qsizetype tagStart, qsizetype tagLength, const QString& name) const;
 
 private:
     using Positions = std::vector<qsizetype>;
@@ -26,7 +26,7 @@ private:
     static qsizetype countWithin(const Positions& positions, qsizetype from, qsizetype lastStart);
 
     QStringView text_;
-    QHash<QStringView, Positions> closedByGt_;     // key: text between "<" and ">"
-    QHash<QStringView, Positions> closedByBlank_;  // key: text between "<" and the blank
+    QHash<QStringView, Positions> closedByGt_; // key: text between "<" and ">"
+    QHash<QStringView, Positions> closedByBlank_; // key: text between "<" and the blank
     Positions none_;
 };

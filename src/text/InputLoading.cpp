@@ -7,7 +7,8 @@
 
 QString DecodeUtf8(QByteArrayView bytes)
 {
-    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
+    QStringDecoder utf8(
+        QStringDecoder::Utf8, QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
     return utf8.decode(bytes);
 }
 
@@ -22,7 +23,7 @@ QString ReadUtf8File(const QString& path)
 QString LoadInputText(xmlClass& xml, const QString& path, bool utf8Input)
 {
     if (utf8Input)
-        return ReadUtf8File(path);  // a byte-order mark stays: the two paths differ on purpose
+        return ReadUtf8File(path); // a byte-order mark stays: the two paths differ on purpose
     std::int16_t fileNo = 0;
     const QString text = xml.GetFileContent(path, fileNo);
     if (text.startsWith(QStringView(u"\u00EF\u00BB\u00BF")))

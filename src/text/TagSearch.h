@@ -2,7 +2,6 @@
 
 #include <QString>
 #include <QStringView>
-
 #include <algorithm>
 #include <optional>
 
@@ -11,8 +10,8 @@
 namespace TagSearch {
 
 struct Candidate {
-    qsizetype lt = -1;  // the "<"
-    qsizetype gt = -1;  // the first ">" after it
+    qsizetype lt = -1; // the "<"
+    qsizetype gt = -1; // the first ">" after it
 };
 
 // The element name of a tag text, as xmlClass::GetTagName defines it.
@@ -22,7 +21,7 @@ inline QString TagNameOf(QStringView tag)
         return {};
     QStringView name;
     if (const qsizetype blank = tag.indexOf(u' '); blank >= 0)
-        name = tag.sliced(1, blank - 1);  // so "</p >" gives "/p"
+        name = tag.sliced(1, blank - 1); // so "</p >" gives "/p"
     else if (tag.contains(u"</"))
         name = tag.sliced(2, tag.size() - 3);
     else if (!tag.contains(u"/>"))
@@ -42,8 +41,8 @@ inline QString TagNameOf(QStringView tag)
 template <class OnQuoted>
 std::optional<Candidate> FindCandidate(QStringView text, qsizetype from, OnQuoted&& onQuoted)
 {
-    qsizetype gt = -1;           // first ">" after the current lt, reused along a run of stray "<"
-    qsizetype quote = -1;        // first double quote at or after lt, when known to be <= gt
+    qsizetype gt = -1; // first ">" after the current lt, reused along a run of stray "<"
+    qsizetype quote = -1; // first double quote at or after lt, when known to be <= gt
     qsizetype quoteFreeFrom = 0; // no double quote in [quoteFreeFrom, gt] is known
     qsizetype lt = from < text.size() ? text.indexOf(u'<', from) : -1;
     while (lt >= 0) {
@@ -62,13 +61,13 @@ std::optional<Candidate> FindCandidate(QStringView text, qsizetype from, OnQuote
             onQuoted(lt, gt);
         const qsizetype innerLt = text.sliced(0, gt).indexOf(u'<', lt + 1);
         if (innerLt >= 0) {
-            lt = innerLt;  // the next "<" after lt: searching again from lt + 1 would land here
+            lt = innerLt; // the next "<" after lt: searching again from lt + 1 would land here
             continue;
         }
         const QChar second = text[lt + 1];
         if (second != u' ' && second != u'>')
-            return Candidate{lt, gt};
-        lt = text.indexOf(u'<', gt + 1);  // no "<" inside, so nothing between lt and gt is skipped
+            return Candidate { lt, gt };
+        lt = text.indexOf(u'<', gt + 1); // no "<" inside, so nothing between lt and gt is skipped
     }
     return std::nullopt;
 }
@@ -79,7 +78,9 @@ std::optional<Candidate> FindCandidate(QStringView text, qsizetype from, OnQuote
 class GrowingCount {
 public:
     GrowingCount(QStringView text, QStringView pattern, qsizetype start)
-        : text_(text), pattern_(pattern), next_(start)
+        : text_(text)
+        , pattern_(pattern)
+        , next_(start)
     {
     }
 

@@ -52,7 +52,8 @@ qsizetype TagStripper::Markers::before(qsizetype position)
 }
 
 TagStripper::TagStripper(QStringView text, std::function<void(const QString&)> recordQuotedMarkup)
-    : text_(text), record_(std::move(recordQuotedMarkup))
+    : text_(text)
+    , record_(std::move(recordQuotedMarkup))
 {
     charLink_.resize(text.size() + 1);
     for (qsizetype c = 0; c <= text.size(); ++c)
@@ -73,7 +74,7 @@ void TagStripper::addMarkers()
         else if (ch == u'"')
             quote_.pos.push_back(c);
     }
-    for (Markers* markers : {&lt_, &gt_, &quote_}) {
+    for (Markers* markers : { &lt_, &gt_, &quote_ }) {
         const qsizetype count = markers->pos.size();
         markers->nextLink.resize(count + 1);
         markers->prevLink.resize(count + 1);
@@ -151,7 +152,8 @@ void TagStripper::examine(qsizetype ltIndex)
         return;
     const qsizetype nextLt = lt_.after(quote);
     const qsizetype nextGt = gt_.after(quote);
-    const bool valueHasMarkup = (nextLt >= 0 && nextLt < closingQuote) || (nextGt >= 0 && nextGt < closingQuote);
+    const bool valueHasMarkup
+        = (nextLt >= 0 && nextLt < closingQuote) || (nextGt >= 0 && nextGt < closingQuote);
     if (valueHasMarkup)
         record_(aliveText(start, end));
 }

@@ -3,7 +3,6 @@
 #include <QHash>
 #include <QString>
 #include <QStringView>
-
 #include <functional>
 #include <set>
 #include <vector>
@@ -36,8 +35,8 @@ private:
     // Sorted positions of one marker character with "still in the text" links.
     struct Markers {
         std::vector<qsizetype> pos;
-        std::vector<qsizetype> nextLink;  // nextLink[i]: an index >= i, alive or size()
-        std::vector<qsizetype> prevLink;  // prevLink[i + 1]: an index <= i, alive or -1, stored + 1
+        std::vector<qsizetype> nextLink; // nextLink[i]: an index >= i, alive or size()
+        std::vector<qsizetype> prevLink; // prevLink[i + 1]: an index <= i, alive or -1, stored + 1
 
         qsizetype nextAlive(qsizetype i);
         qsizetype prevAlive(qsizetype i);
@@ -63,12 +62,12 @@ private:
 
     QStringView text_;
     std::function<void(const QString&)> record_;
-    std::vector<qsizetype> charLink_;  // next alive character at or after i
+    std::vector<qsizetype> charLink_; // next alive character at or after i
     Markers lt_, gt_, quote_;
-    std::vector<char> registered_;     // per "<": known clean stretch
-    std::vector<char> examined_;       // per "<": examined and untouched since
-    std::set<qsizetype> touched_;      // "<" indexes to examine again
-    qsizetype frontier_ = 0;           // every alive "<" index below it has been examined
+    std::vector<char> registered_; // per "<": known clean stretch
+    std::vector<char> examined_; // per "<": examined and untouched since
+    std::set<qsizetype> touched_; // "<" indexes to examine again
+    qsizetype frontier_ = 0; // every alive "<" index below it has been examined
     QHash<QString, std::vector<qsizetype>> occurrences_;
-    std::set<qsizetype> acceptable_;   // clean stretches a search would accept, by "<" index
+    std::set<qsizetype> acceptable_; // clean stretches a search would accept, by "<" index
 };

@@ -16,8 +16,8 @@ const QString kLineBreak = QStringLiteral("\r\n");
 
 // One-based search from a one-based start, 0 when absent. Starts below 1 are
 // taken as 1: the toolkit never fails on a bad position.
-std::int32_t Find(QStringView text, QStringView needle, qsizetype start,
-                  Qt::CaseSensitivity cs = Qt::CaseSensitive)
+std::int32_t Find(
+    QStringView text, QStringView needle, qsizetype start, Qt::CaseSensitivity cs = Qt::CaseSensitive)
 {
     start = std::max<qsizetype>(start, 1);
     if (start > text.size() + 1)
@@ -40,12 +40,14 @@ std::optional<QString> ReadAnsiFile(const QString& path)
 } // namespace
 
 xmlClass::xmlClass(ToolkitState& shared, OperatorInterface& ui, const QString& applicationPath)
-    : shared_(shared), ui_(ui), applicationPath_(applicationPath)
+    : shared_(shared)
+    , ui_(ui)
+    , applicationPath_(applicationPath)
 {
 }
 
-QString xmlClass::GetPCDATA(const QString& source_string, const QString& start_tag, const QString& end_tag,
-                            std::int32_t& position)
+QString xmlClass::GetPCDATA(
+    const QString& source_string, const QString& start_tag, const QString& end_tag, std::int32_t& position)
 {
     if (position <= 0)
         position = 1;
@@ -70,7 +72,7 @@ QString xmlClass::GetPCDATA(const QString& source_string, const QString& start_t
     while (opens != closes) {
         e = Find(source_string, end_tag, e + 1);
         if (e == 0)
-            return {};  // no further end tag: the counts cannot change any more
+            return {}; // no further end tag: the counts cannot change any more
         const qsizetype newOpens = exactOpens.extendTo(e - 1) + blankOpens.extendTo(e - 1);
         const qsizetype newCloses = closesSeen.extendTo(e - 1);
         if (newOpens == opens && newCloses == closes)
@@ -82,7 +84,7 @@ QString xmlClass::GetPCDATA(const QString& source_string, const QString& start_t
 }
 
 QString xmlClass::GetStringRange(const QString& source_string, const QString& start_string,
-                                 const QString& end_string, std::int32_t position)
+    const QString& end_string, std::int32_t position)
 {
     const std::int32_t s = Find(source_string, start_string, position);
     if (s == 0)
@@ -201,9 +203,10 @@ QString xmlClass::RemoveTags(QString& str, bool include_PCDATA)
 
 QString xmlClass::RetrieveTags(const QString& str, std::int32_t& tag_pos)
 {
-    const auto candidate = TagSearch::FindCandidate(str, std::max(tag_pos, 1) - 1, [&](qsizetype lt, qsizetype gt) {
-        NoteQuotedMarkup(str.mid(lt, gt - lt + 1), static_cast<std::int32_t>(lt + 1), str);
-    });
+    const auto candidate
+        = TagSearch::FindCandidate(str, std::max(tag_pos, 1) - 1, [&](qsizetype lt, qsizetype gt) {
+              NoteQuotedMarkup(str.mid(lt, gt - lt + 1), static_cast<std::int32_t>(lt + 1), str);
+          });
     if (!candidate) {
         tag_pos = -1;
         return {};
@@ -215,10 +218,11 @@ QString xmlClass::RetrieveTags(const QString& str, std::int32_t& tag_pos)
 QString xmlClass::GetFileContent(const QString& file, std::int16_t& fileNo)
 {
     if (fileNo == 0)
-        fileNo = 1;  // handle numbers mean nothing here; the slot is kept for the callers
+        fileNo = 1; // handle numbers mean nothing here; the slot is kept for the callers
     const std::optional<QString> text = ReadAnsiFile(file);
     if (!text) {
-        ui_.messageBox(QStringLiteral("Invalid Input file format: ") + file, kProgramTitle, MessageIcon::Critical);
+        ui_.messageBox(
+            QStringLiteral("Invalid Input file format: ") + file, kProgramTitle, MessageIcon::Critical);
         return {};
     }
     return *text;
@@ -230,27 +234,28 @@ QString xmlClass::GetFileRTB(const QString& file)
     if (!folder.endsWith(u'/'))
         folder += u'/';
     QProcess converter;
-    converter.start(folder + QStringLiteral("Convert2ANSI"), {file});
+    converter.start(folder + QStringLiteral("Convert2ANSI"), { file });
     // A converter that cannot start would leave a stale or missing ".tmp": report it rather than read it.
     const bool ran = converter.waitForStarted(-1) && converter.waitForFinished(-1);
     const std::optional<QString> text = ran ? ReadAnsiFile(file + QStringLiteral(".tmp")) : std::nullopt;
     if (!text) {
-        ui_.messageBox(QStringLiteral("Invalid Input file format: ") + file, kProgramTitle, MessageIcon::Critical);
+        ui_.messageBox(
+            QStringLiteral("Invalid Input file format: ") + file, kProgramTitle, MessageIcon::Critical);
         return {};
     }
     return *text;
 }
 
 QString xmlClass::ReplaceCharacters(const QString& source, const QString& replaceStr, const QString& newStr,
-                                    const QString& delimeter, bool matchcase)
+    const QString& delimeter, bool matchcase)
 {
     const QStringList pieces = delimeter.isEmpty()
-                                   ? QStringList{replaceStr}
-                                   : replaceStr.split(delimeter, Qt::KeepEmptyParts, Qt::CaseInsensitive);
+        ? QStringList { replaceStr }
+        : replaceStr.split(delimeter, Qt::KeepEmptyParts, Qt::CaseInsensitive);
     const Qt::CaseSensitivity cs = matchcase ? Qt::CaseSensitive : Qt::CaseInsensitive;
     QString result = source;
     for (const QString& piece : pieces) {
-        if (!piece.isEmpty())  // an empty piece matches nothing, it must not insert newStr everywhere
+        if (!piece.isEmpty()) // an empty piece matches nothing, it must not insert newStr everywhere
             result.replace(piece, newStr, cs);
     }
     if (!delimeter.isEmpty())
@@ -323,7 +328,8 @@ QString xmlClass::RemoveElements(QString& str)
         // still removed one by one; a removed element takes its nested elements with it,
         // which is what the word checks want: nothing inside a nested element is read.
         const QString element = tag + pcdata.toString() + endTag;
-        if (QStringView(original).sliced(start).left(elementLength).compare(element, Qt::CaseInsensitive) != 0)
+        if (QStringView(original).sliced(start).left(elementLength).compare(element, Qt::CaseInsensitive)
+            != 0)
             continue;
         result += QStringView(original).sliced(copiedUpTo, start - copiedUpTo);
         result += kRemovedElementMarker;

@@ -3,7 +3,6 @@
 #include "text/ToolkitState.h"
 
 #include <QString>
-
 #include <cstdint>
 
 class OperatorInterface;
@@ -18,9 +17,9 @@ public:
     xmlClass(ToolkitState& shared, OperatorInterface& ui, const QString& applicationPath);
 
     QString GetPCDATA(const QString& source_string, const QString& start_tag, const QString& end_tag,
-                      std::int32_t& position);
+        std::int32_t& position);
     QString GetStringRange(const QString& source_string, const QString& start_string,
-                           const QString& end_string, std::int32_t position);
+        const QString& end_string, std::int32_t position);
     QString GetAttributeValue(const QString& tag, const QString& attribute_name);
     QString GetTagName(const QString& tag);
     QString Get_nth_Tag(const QString& source_str, std::int32_t n, std::int32_t position);
@@ -34,7 +33,7 @@ public:
     QString GetFileContent(const QString& file, std::int16_t& fileNo);
     QString GetFileRTB(const QString& file);
     QString ReplaceCharacters(const QString& source, const QString& replaceStr, const QString& newStr,
-                              const QString& delimeter, bool matchcase);
+        const QString& delimeter, bool matchcase);
     std::int32_t GetCount(const QString& sStr, const QString& sStrCom, std::int32_t& l_col);
 
 private:
@@ -44,5 +43,5 @@ private:
 
     ToolkitState& shared_;
     OperatorInterface& ui_;
-    const QString& applicationPath_;  // the configured application folder, read at call time
+    const QString& applicationPath_; // the configured application folder, read at call time
 };

@@ -1,4 +1,5 @@
 #include "app/CommandLine.h"
+
 #include "app/modGlobal.h"
 
 #include <gtest/gtest.h>
@@ -9,12 +10,12 @@ TEST(CommandLine, SplitsAtTheFirstBarAndTrims)
         QString commandLine, path, task;
     };
     const Row rows[] = {
-        {"a.xml|T1", "a.xml", "T1"},
-        {"  C:/a.xml | T1 ", "C:/a.xml", "T1"},
-        {"x/y/a.xml|T|U", "x/y/a.xml", "T|U"},
-        {"/jobs/a b.xml", "/jobs/a b.xml", ""},
-        {"a.xml|", "a.xml", ""},
-        {"|T", "", "T"},
+        { "a.xml|T1", "a.xml", "T1" },
+        { "  C:/a.xml | T1 ", "C:/a.xml", "T1" },
+        { "x/y/a.xml|T|U", "x/y/a.xml", "T|U" },
+        { "/jobs/a b.xml", "/jobs/a b.xml", "" },
+        { "a.xml|", "a.xml", "" },
+        { "|T", "", "T" },
     };
     for (const Row& row : rows) {
         const InputRequest request = SplitCommandLine(row.commandLine);
@@ -33,12 +34,12 @@ TEST(CommandLine, ReadsOptionsAndJoinsTheRestWithBlanks)
         bool failed;
     };
     const Row rows[] = {
-        {{"q", "--app-dir", "/opt/q", "--headless", "a.xml|T"}, "/opt/q", true, "a.xml|T", false},
-        {{"q", "/in/my", "file.xml", "|", "T1"}, "", false, "/in/my file.xml | T1", false},
-        {{"q", "--", "--headless"}, "", false, "--headless", false},
-        {{"q", "--app-dir=/x"}, "/x", false, "", false},
-        {{"q", "--app-dir"}, "", false, "", true},
-        {{"q", "--frobnicate"}, "", false, "", true},
+        { { "q", "--app-dir", "/opt/q", "--headless", "a.xml|T" }, "/opt/q", true, "a.xml|T", false },
+        { { "q", "/in/my", "file.xml", "|", "T1" }, "", false, "/in/my file.xml | T1", false },
+        { { "q", "--", "--headless" }, "", false, "--headless", false },
+        { { "q", "--app-dir=/x" }, "/x", false, "", false },
+        { { "q", "--app-dir" }, "", false, "", true },
+        { { "q", "--frobnicate" }, "", false, "", true },
     };
     for (const Row& row : rows) {
         const CommandLineOptions options = ParseCommandLineOptions(row.arguments);
@@ -57,11 +58,11 @@ TEST(CommandLine, TakesFileNameAndParentFolderPartFromThePath)
         QString path, fileName, parent;
     };
     const Row rows[] = {
-        {"a.xml", "a.xml", ""},
-        {"/jobs/Batch7/a.xml", "a.xml", "/Batch7"},
-        {"jobs/ Batch7 / a.xml ", "a.xml", "/Batch7"},
-        {"C:/a.xml", "a.xml", ""},  // a drive's root has no parent folder part
-        {"/a.xml", "a.xml", "/"},
+        { "a.xml", "a.xml", "" },
+        { "/jobs/Batch7/a.xml", "a.xml", "/Batch7" },
+        { "jobs/ Batch7 / a.xml ", "a.xml", "/Batch7" },
+        { "C:/a.xml", "a.xml", "" }, // a drive's root has no parent folder part
+        { "/a.xml", "a.xml", "/" },
     };
     for (const Row& row : rows) {
         EXPECT_EQ(InputFileNameOf(row.path), row.fileName) << row.path.toStdString();

@@ -1,24 +1,24 @@
 #include "support/Installation.h"
 
-#include <gtest/gtest.h>
-
 #include <QDir>
 #include <QFile>
+#include <gtest/gtest.h>
 
 namespace {
 
 QByteArray reportHeader(const QString& baseName, const QString& kind)
 {
     return ("Filename: " + baseName + "\r\nLine No" + QString(6, ' ') + kind + " Message" + QString(103, ' ')
-            + "Data Content\r\n" + QString(10, '=') + QString(3, ' ') + QString(80, '=') + QString(10, ' ')
-            + QString(66, '=') + "\r\n")
+        + "Data Content\r\n" + QString(10, '=') + QString(3, ' ') + QString(80, '=') + QString(10, ' ')
+        + QString(66, '=') + "\r\n")
         .toUtf8();
 }
 
 QByteArray entry(int line, const QString& kind, const QString& message, const QString& data)
 {
     const QString number = QString::number(line).rightJustified(10, '0');
-    return (number + "   " + kind + " / " + message + QString(103 - (message.size() + 17), ' ') + data + "\r\n")
+    return (
+        number + "   " + kind + " / " + message + QString(103 - (message.size() + 17), ' ') + data + "\r\n")
         .toUtf8();
 }
 
@@ -28,19 +28,21 @@ TEST(SingleFileRun, WritesWholeReportsForFindingsOfBothRules)
 {
     Installation inst;
     inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
-    inst.writeTable("specialchartbl.tbl", "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
-                                       "\"(space)(space)\",\"Double space found\",\"WARNING\",\"I\"\r\n");
-    const QString input = inst.writeInput("a.xml", "<doc>\r\n<p>a  b</p>\r\n<fn fnref=\"1\">1 x</fn>\r\n</doc>");
+    inst.writeTable("specialchartbl.tbl",
+        "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
+        "\"(space)(space)\",\"Double space found\",\"WARNING\",\"I\"\r\n");
+    const QString input
+        = inst.writeInput("a.xml", "<doc>\r\n<p>a  b</p>\r\n<fn fnref=\"1\">1 x</fn>\r\n</doc>");
 
-    const auto result = inst.run({input + "|T1"});
+    const auto result = inst.run({ input + "|T1" });
     EXPECT_EQ(result.exitCode, 1) << result.standardError.toStdString();
     EXPECT_EQ(result.standardError, "");
 
     const QByteArray expectedErrors = reportHeader("a", "Error")
         + entry(3, "E", "fnref value found in the first two words", "<fn fnref=\"1\">1 x</fn>")
         + "\r\nTotal No. of Errors: 1\r\n";
-    const QByteArray expectedWarnings = reportHeader("a", "Warning") + entry(2, "W", "Double space found", "  ")
-        + "\r\nTotal No. of Warnings: 1\r\n";
+    const QByteArray expectedWarnings = reportHeader("a", "Warning")
+        + entry(2, "W", "Double space found", "  ") + "\r\nTotal No. of Warnings: 1\r\n";
     EXPECT_EQ(Installation::read(inst.workPath() + "a.ERR"), expectedErrors);
     EXPECT_EQ(Installation::read(inst.workPath() + "a.WRN"), expectedWarnings);
     // The output folder and the base name are joined without a separator.
@@ -54,7 +56,7 @@ TEST(SingleFileRun, TheWindowRunsTheSameJobAndEndsWithItsStatus)
     Installation inst;
     inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
     const QString input = inst.writeInput("w.xml", "<fn fnref=\"1\">1 x</fn>\r\n");
-    const auto result = inst.run({input}, Installation::Mode::Windowed);
+    const auto result = inst.run({ input }, Installation::Mode::Windowed);
     EXPECT_EQ(result.exitCode, 1) << result.standardError.toStdString();
     EXPECT_TRUE(Installation::read(inst.workPath() + "w.ERR").contains("Total No. of Errors: 1"));
 }
@@ -63,7 +65,7 @@ TEST(SingleFileRun, ACleanInputPassesOnAndExitsZero)
 {
     Installation inst;
     const QString input = inst.writeInput("b.xml", "<doc>fine</doc>\r\n");
-    const auto result = inst.run({input});
+    const auto result = inst.run({ input });
     EXPECT_EQ(result.exitCode, 0) << result.standardError.toStdString();
     EXPECT_EQ(Installation::read(inst.workPath() + "b.ERR"), "");
     EXPECT_EQ(Installation::read(inst.workPath() + "b.WRN"), "");
@@ -84,16 +86,16 @@ TEST(SingleFileRun, RunsBeforeProgramsOnACopyAndAfterProgramsThenCleansUp)
         return path;
     };
     inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + script("one.sh", "before1") + " | "
-                   + script("two.sh", "before2") + "\r\nOUTPUTPLUGIN = " + script("three.sh", "after") + "\r\n");
+        + script("two.sh", "before2") + "\r\nOUTPUTPLUGIN = " + script("three.sh", "after") + "\r\n");
     QDir().mkpath(inst.tempPath() + "Quorvane_Temp");
     QFile(inst.tempPath() + "Quorvane_Temp/left-over.txt").open(QIODevice::WriteOnly);
     const QString input = inst.writeInput("c.xml", "<doc/>\r\n");
 
-    const auto result = inst.run({input});
+    const auto result = inst.run({ input });
     EXPECT_EQ(result.exitCode, 0) << result.standardError.toStdString();
     const QString copy = inst.tempPath() + "Quorvane_Temp/c.xml";
     EXPECT_EQ(QString::fromUtf8(Installation::read(log)),
-              "before1 " + copy + "\nbefore2 " + copy + "\nafter " + copy + "\n");
+        "before1 " + copy + "\nbefore2 " + copy + "\nafter " + copy + "\n");
     EXPECT_TRUE(QFile::exists(input));
     EXPECT_FALSE(QDir(inst.tempPath() + "Quorvane_Temp").exists());
 }
@@ -110,6 +112,6 @@ TEST(SingleFileRun, WithoutBeforeProgramsTheInputIsValidatedInPlace)
     file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
     inst.appendIni("[PLUG-IN]\r\nOUTPUTPLUGIN = " + path + "\r\n");
     const QString input = inst.writeInput("d.xml", "<doc/>\r\n");
-    EXPECT_EQ(inst.run({input}).exitCode, 0);
+    EXPECT_EQ(inst.run({ input }).exitCode, 0);
     EXPECT_EQ(QString::fromUtf8(Installation::read(log)), input + "\n");
 }

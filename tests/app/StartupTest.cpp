@@ -1,13 +1,15 @@
 #include "support/Installation.h"
 
-#include <gtest/gtest.h>
-
 #include <QDir>
 #include <QFile>
+#include <gtest/gtest.h>
 
 namespace {
 
-QString firstLine(const QString& text) { return text.section(QLatin1Char('\n'), 0, 0); }
+QString firstLine(const QString& text)
+{
+    return text.section(QLatin1Char('\n'), 0, 0);
+}
 
 } // namespace
 
@@ -18,46 +20,48 @@ TEST(Startup, RefusesWithItsMessageAndStatusTwo)
         const char* name;
         std::function<void(Installation&)> prepare;
         QStringList arguments;
-        QString expectedStderr;  // whole standard error, %ROOT% is the installation
+        QString expectedStderr; // whole standard error, %ROOT% is the installation
     };
     const QList<Row> rows = {
-        {"missing input", [](Installation&) {}, {"%ROOT%input/none.xml|T1"},
-         "[critical] Quorvane: %ROOT%input/none.xml not found!\n"},
-        {"folder as input", [](Installation&) {}, {"%ROOT%input"},
-         "[critical] Quorvane: %ROOT%input not found!\n"},
-        {"missing tables",
-         [](Installation& inst) {
-             inst.set("ROUTINEDECLTBL", inst.root() + "tables/none.tbl");
-             inst.set("SPECIALCHARTBL", inst.root() + "tables/gone.tbl");
-         },
-         {"x.xml"},
-         "[warning] Quorvane: Missing Support File/s:\n%ROOT%tables/none.tbl\n%ROOT%tables/gone.tbl\n"},
-        {"missing table that is not the first",
-         [](Installation& inst) { inst.set("CONVERT2TAGTBL", inst.root() + "tables/gone.tbl"); },
-         {"x.xml"},
-         "[warning] Quorvane: Missing Support File/s:\n\n%ROOT%tables/gone.tbl\n"},
-        {"bad switch values are all shown before the run is refused",
-         [](Installation& inst) {
-             inst.set("CHECKSPECIALCHAR", "maybe");
-             inst.set("MULTIHRTMAXCOUNT", "two");
-         },
-         {"x.xml"},
-         "[warning] Quorvane: MultiHrtMaxCount value in INI file should be numeric\n"
-         "[warning] Quorvane: Invalid CheckSpecialChar value in INI file\n"},
-        {"missing fields",
-         [](Installation& inst) {
-             inst.set("WORKPATH", QString());
-             inst.set("INPUTTYPE", QString());
-         },
-         {"x.xml"},
-         "[warning] Quorvane: Missing/Empty Fields found in the [DEFAULT] part of the INI file:WorkPath\nInputType\n"},
-        {"bad routine name",
-         [](Installation& inst) {
-             inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<p> | TEXTVALIDITY | N/A\r\n"
-                                            " | NOSUCHCHECK | E\r\n");
-         },
-         {"x.xml"},
-         "[warning] Quorvane: Invalid Routine Name: NOSUCHCHECK\nPlease check %ROOT%tables/routinedecltbl.tbl\n"},
+        { "missing input", [](Installation&) {}, { "%ROOT%input/none.xml|T1" },
+            "[critical] Quorvane: %ROOT%input/none.xml not found!\n" },
+        { "folder as input", [](Installation&) {}, { "%ROOT%input" },
+            "[critical] Quorvane: %ROOT%input not found!\n" },
+        { "missing tables",
+            [](Installation& inst) {
+                inst.set("ROUTINEDECLTBL", inst.root() + "tables/none.tbl");
+                inst.set("SPECIALCHARTBL", inst.root() + "tables/gone.tbl");
+            },
+            { "x.xml" },
+            "[warning] Quorvane: Missing Support File/s:\n%ROOT%tables/none.tbl\n%ROOT%tables/gone.tbl\n" },
+        { "missing table that is not the first",
+            [](Installation& inst) { inst.set("CONVERT2TAGTBL", inst.root() + "tables/gone.tbl"); },
+            { "x.xml" }, "[warning] Quorvane: Missing Support File/s:\n\n%ROOT%tables/gone.tbl\n" },
+        { "bad switch values are all shown before the run is refused",
+            [](Installation& inst) {
+                inst.set("CHECKSPECIALCHAR", "maybe");
+                inst.set("MULTIHRTMAXCOUNT", "two");
+            },
+            { "x.xml" },
+            "[warning] Quorvane: MultiHrtMaxCount value in INI file should be numeric\n"
+            "[warning] Quorvane: Invalid CheckSpecialChar value in INI file\n" },
+        { "missing fields",
+            [](Installation& inst) {
+                inst.set("WORKPATH", QString());
+                inst.set("INPUTTYPE", QString());
+            },
+            { "x.xml" },
+            "[warning] Quorvane: Missing/Empty Fields found in the [DEFAULT] part of the INI "
+            "file:WorkPath\nInputType\n" },
+        { "bad routine name",
+            [](Installation& inst) {
+                inst.writeTable("routinedecltbl.tbl",
+                    "Tag | Routine | Parameter\r\n<p> | TEXTVALIDITY | N/A\r\n"
+                    " | NOSUCHCHECK | E\r\n");
+            },
+            { "x.xml" },
+            "[warning] Quorvane: Invalid Routine Name: NOSUCHCHECK\nPlease check "
+            "%ROOT%tables/routinedecltbl.tbl\n" },
     };
     for (const Row& row : rows) {
         Installation inst;
@@ -68,7 +72,8 @@ TEST(Startup, RefusesWithItsMessageAndStatusTwo)
             arguments << QString(argument).replace("%ROOT%", inst.root());
         const auto result = inst.run(arguments);
         EXPECT_EQ(result.exitCode, 2) << row.name;
-        EXPECT_EQ(result.standardError, QString(row.expectedStderr).replace("%ROOT%", inst.root())) << row.name;
+        EXPECT_EQ(result.standardError, QString(row.expectedStderr).replace("%ROOT%", inst.root()))
+            << row.name;
     }
 }
 
@@ -76,11 +81,11 @@ TEST(Startup, MissingConfigurationFileIsCritical)
 {
     TempDir empty;
     QProcess process;
-    process.start(QStringLiteral(QUORVANE_EXECUTABLE), {"--app-dir", empty.path(), "--headless", "a.xml"});
+    process.start(QStringLiteral(QUORVANE_EXECUTABLE), { "--app-dir", empty.path(), "--headless", "a.xml" });
     ASSERT_TRUE(process.waitForFinished(60000));
     EXPECT_EQ(process.exitCode(), 2);
     EXPECT_EQ(QString::fromUtf8(process.readAllStandardError()),
-              "[critical] Quorvane: Missing Quorvane.INI in the application path\n");
+        "[critical] Quorvane: Missing Quorvane.INI in the application path\n");
 }
 
 TEST(Startup, WithoutArgumentHeadlessSaysWhyAndRefuses)
@@ -97,7 +102,7 @@ TEST(Startup, MakesTheOutputAndLogFoldersAndRunsTheFile)
     inst.appendIni("[I/O PATHS]\r\nCREATELOGFOLDER = /logs\r\n");
     QDir().mkpath(inst.root() + "input/Batch7");
     const QString input = inst.writeInput("Batch7/a.xml", "<a>text</a>\r\n");
-    const auto result = inst.run({input + " | T1 "});
+    const auto result = inst.run({ input + " | T1 " });
     EXPECT_EQ(result.exitCode, 0) << result.standardError.toStdString();
     EXPECT_TRUE(QDir(inst.outputPath() + "/Batch7").exists());
     EXPECT_TRUE(QDir(inst.outputPath() + "/Batch7/logs/").exists());
@@ -108,9 +113,9 @@ TEST(Startup, MakesTheOutputAndLogFoldersAndRunsTheFile)
 
 TEST(Startup, HelpAndVersionNeedNoInstallation)
 {
-    for (const char* option : {"--help", "--version"}) {
+    for (const char* option : { "--help", "--version" }) {
         QProcess process;
-        process.start(QStringLiteral(QUORVANE_EXECUTABLE), {option});
+        process.start(QStringLiteral(QUORVANE_EXECUTABLE), { option });
         ASSERT_TRUE(process.waitForFinished(60000));
         EXPECT_EQ(process.exitCode(), 0) << option;
         EXPECT_FALSE(process.readAllStandardOutput().isEmpty()) << option;

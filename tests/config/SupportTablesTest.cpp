@@ -1,6 +1,7 @@
+#include "config/SupportTables.h"
+
 #include "app/RunState.h"
 #include "config/RoutineDeclTable.h"
-#include "config/SupportTables.h"
 #include "config/TableReading.h"
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"
@@ -28,30 +29,32 @@ TEST(RoutineDeclTable, LoadsRowsContinuationsAndTheIndex)
 {
     struct Row {
         const char* name;
-        QByteArray body;  // after the header line
+        QByteArray body; // after the header line
         QString rows;
         QString index;
     };
     const Row rows[] = {
-        {"header only", "", "", ""},
-        {"tags reduced to names, N/A kept as written",
-         "<sec id=\"x\"> | TEXTVALIDITY | n/a \r\n | textvalidity | E\r\nn/a | NOHRT | N/A\r\n",
-         "sec: TEXTVALIDITY=n/a, textvalidity=E; n/a: NOHRT=N/A", "[sec][n/a]"},
-        {"rows of two or four fields and blank rows are dropped",
-         "<a> | NOHRT\r\n<b> | NOHRT | x | y\r\n   \r\n<c> | WITHHRT | S\r\n", "c: WITHHRT=S", "[c]"},
-        {"a continuation before any tag row belongs to nothing",
-         " | NOHRT | x\r\n<a> | WITHHRT | y\r\n", "a: WITHHRT=y", "[a]"},
-        {"two rows for one tag stay two entries",
-         "<p> | NOHRT | 1\r\n<q> | NOHRT | 2\r\n<p> | WITHHRT | 3\r\n", "p: NOHRT=1; q: NOHRT=2; p: WITHHRT=3",
-         "[p][q][p]"},
-        {"LF line ends read the same", "<a> | NOHRT | x\n | UNDELFNREF | E\n", "a: NOHRT=x, UNDELFNREF=E", "[a]"},
+        { "header only", "", "", "" },
+        { "tags reduced to names, N/A kept as written",
+            "<sec id=\"x\"> | TEXTVALIDITY | n/a \r\n | textvalidity | E\r\nn/a | NOHRT | N/A\r\n",
+            "sec: TEXTVALIDITY=n/a, textvalidity=E; n/a: NOHRT=N/A", "[sec][n/a]" },
+        { "rows of two or four fields and blank rows are dropped",
+            "<a> | NOHRT\r\n<b> | NOHRT | x | y\r\n   \r\n<c> | WITHHRT | S\r\n", "c: WITHHRT=S", "[c]" },
+        { "a continuation before any tag row belongs to nothing", " | NOHRT | x\r\n<a> | WITHHRT | y\r\n",
+            "a: WITHHRT=y", "[a]" },
+        { "two rows for one tag stay two entries",
+            "<p> | NOHRT | 1\r\n<q> | NOHRT | 2\r\n<p> | WITHHRT | 3\r\n",
+            "p: NOHRT=1; q: NOHRT=2; p: WITHHRT=3", "[p][q][p]" },
+        { "LF line ends read the same", "<a> | NOHRT | x\n | UNDELFNREF | E\n", "a: NOHRT=x, UNDELFNREF=E",
+            "[a]" },
     };
     for (const Row& row : rows) {
         RecordingOperator op;
         RunState state(op);
         TempDir dir;
         TableSet set;
-        set.file(SupportFile::RoutineDeclTbl) = dir.write("r.tbl", "Tag | Routine | Parameter\r\n" + row.body);
+        set.file(SupportFile::RoutineDeclTbl)
+            = dir.write("r.tbl", "Tag | Routine | Parameter\r\n" + row.body);
         ASSERT_TRUE(LoadRoutineDeclTable(state, set)) << row.name;
         const auto* table = set.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
         ASSERT_NE(table, nullptr);
@@ -90,8 +93,8 @@ TEST(TableReading, ReportsAnUnreadableTable)
 
 TEST(TableReading, SplitsRowsAndUnescapes)
 {
-    EXPECT_EQ(TableReading::RowsOf({"header|x", " a | b ", "", "c|d|e", "f|"}, 2),
-              (QList<QStringList>{{"a", "b"}, {"f", ""}}));
+    EXPECT_EQ(TableReading::RowsOf({ "header|x", " a | b ", "", "c|d|e", "f|" }, 2),
+        (QList<QStringList> { { "a", "b" }, { "f", "" } }));
     EXPECT_EQ(TableReading::Unescape("a<space>b<hrt>c<pipe>d<SPACE>"), "a b\r\nc|d<SPACE>");
 }
 
@@ -100,7 +103,7 @@ namespace {
 // A default set whose nineteen tables all exist (header lines only).
 struct LoadingFixture {
     RecordingOperator op;
-    RunState state{op};
+    RunState state { op };
     TempDir dir;
 
     LoadingFixture()
@@ -119,7 +122,7 @@ TEST(SupportTables, LoadsTheDefaultSetThenEveryTask)
     TempDir& dir = fixture.dir;
     TableSet& defaults = state.config.DefaultTableSet;
     defaults.file(SupportFile::RoutineDeclTbl) = dir.write("r.tbl", "h\r\n<a> | NOHRT | x\r\n");
-    TaskTableSet task{"T1", {}};
+    TaskTableSet task { "T1", {} };
     task.set.file(SupportFile::RoutineDeclTbl) = dir.write("r1.tbl", "h\r\n<b> | WITHHRT | y\r\n");
     state.config.Tasks.append(task);
 
@@ -140,13 +143,14 @@ TEST(SupportTables, ListsMissingTablesOfTheDefaultSetThenOfTheTasks)
     TableSet& defaults = state.config.DefaultTableSet;
     defaults.file(SupportFile::NoHRTDeclTbl) = "gone1.tbl";
     defaults.file(SupportFile::ImageValidationTbl) = "gone2.tbl";
-    TaskTableSet task{"T1", {}};
+    TaskTableSet task { "T1", {} };
     task.set.file(SupportFile::SpecialCharTbl) = "gone3.tbl";
     state.config.Tasks.append(task);
 
     EXPECT_FALSE(LoadAllSupportTables(state));
     ASSERT_EQ(fixture.op.messages.size(), 1);
-    EXPECT_EQ(fixture.op.messages[0].text, "Missing Support File/s:\r\n\r\ngone1.tbl\r\ngone2.tbl\r\ngone3.tbl");
+    EXPECT_EQ(
+        fixture.op.messages[0].text, "Missing Support File/s:\r\n\r\ngone1.tbl\r\ngone2.tbl\r\ngone3.tbl");
     EXPECT_EQ(fixture.op.messages[0].icon, MessageIcon::Warning);
-    EXPECT_EQ(defaults.tables[0], nullptr);  // nothing is loaded after a failed check
+    EXPECT_EQ(defaults.tables[0], nullptr); // nothing is loaded after a failed check
 }

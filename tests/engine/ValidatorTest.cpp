@@ -1,7 +1,8 @@
+#include "engine/Validator.h"
+
 #include "app/RunAborted.h"
 #include "app/RunState.h"
 #include "config/RoutineDeclTable.h"
-#include "engine/Validator.h"
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"
 
@@ -13,32 +14,35 @@ namespace {
 // They stand in for real routine names, which the table loader insists on.
 QStringList calls;
 
-template <const char* Name>
-void record(RunState& state)
+template <const char* Name> void record(RunState& state)
 {
-    calls << QStringLiteral("%1 %2 (%3)").arg(QLatin1String(Name), state.context.tagText, state.contextElement);
+    calls
+        << QStringLiteral("%1 %2 (%3)").arg(QLatin1String(Name), state.context.tagText, state.contextElement);
 }
 
 constexpr char kFirst[] = "NOHRT";
 constexpr char kSecond[] = "WITHHRT";
 
-void recordParameter(RunState& state) { calls << QStringLiteral("PARAM=%1").arg(state.routineParameter); }
+void recordParameter(RunState& state)
+{
+    calls << QStringLiteral("PARAM=%1").arg(state.routineParameter);
+}
 
 const QList<RoutineEntry> kRecorders = {
-    {QLatin1StringView("NOHRT"), record<kFirst>},
-    {QLatin1StringView("WITHHRT"), record<kSecond>},
-    {QLatin1StringView("COMPCONT"), recordParameter},
+    { QLatin1StringView("NOHRT"), record<kFirst> },
+    { QLatin1StringView("WITHHRT"), record<kSecond> },
+    { QLatin1StringView("COMPCONT"), recordParameter },
 };
 
 struct Fixture {
     RecordingOperator op;
-    RunState state{op};
+    RunState state { op };
     TempDir dir;
 
     explicit Fixture(const QByteArray& routineTable)
     {
-        state.config.ActiveTableSet.file(SupportFile::RoutineDeclTbl) =
-            dir.write("routine.tbl", "Tag | Routine | Parameter\r\n" + routineTable);
+        state.config.ActiveTableSet.file(SupportFile::RoutineDeclTbl)
+            = dir.write("routine.tbl", "Tag | Routine | Parameter\r\n" + routineTable);
         EXPECT_TRUE(LoadRoutineDeclTable(state, state.config.ActiveTableSet));
     }
 
@@ -62,34 +66,23 @@ TEST(Validator, DispatchesDeclaredRowsForTheRightTags)
         QStringList expected;
     };
     const QList<Row> rows = {
-        {"nested tags run the enclosing row; the end tag pops first",
-         "<sec> | NOHRT | x\r\n",
-         "<sec><p>t</p></sec><p/>",
-         {"NOHRT <sec> (sec)", "NOHRT <p> (sec)", "NOHRT </p> (sec)"}},
-        {"N/A rows run first, for every tag",
-         "<sec> | WITHHRT | x\r\nN/A | NOHRT | x\r\n",
-         "<p><sec>t</sec>",
-         {"NOHRT <p> (N/A)", "NOHRT <sec> (N/A)", "WITHHRT <sec> (sec)", "NOHRT </sec> (N/A)"}},
-        {"an empty tag of a declared element pops the row stack",
-         "<sec> | NOHRT | x\r\n<fig> | WITHHRT | x\r\n",
-         "<sec><fig/><p>",
-         {"NOHRT <sec> (sec)"}},
-        {"two rows for one tag: both pushed, the later current, one popped at the end",
-         "<b> | NOHRT | x\r\n<b> | WITHHRT | x\r\n",
-         "<b>x</b><i/>",
-         {"WITHHRT <b> (b)", "NOHRT </b> (b)", "NOHRT <i/> (b)"}},
-        {"comments, declarations and processing instructions are skipped",
-         "<a> | NOHRT | x\r\n",
-         "<?xml version=\"1.0\"?>\r\n<!-- c --><a>\r\n<!DOCTYPE x>",
-         {"NOHRT <a> (a)"}},
-        {"routine names are compared upper-cased; unknown ones are skipped",
-         "<a> | withhrt | x\r\n | Convert2Tag | x\r\n | nohrt | x\r\n",
-         "<a>",
-         {"WITHHRT <a> (a)", "NOHRT <a> (a)"}},
-        {"tags are found left to right over lines",
-         "N/A | NOHRT | x\r\n",
-         "<a>x<b>\r\n\r\ny</b></a>\r\n",
-         {"NOHRT <a> (N/A)", "NOHRT <b> (N/A)", "NOHRT </b> (N/A)", "NOHRT </a> (N/A)"}},
+        { "nested tags run the enclosing row; the end tag pops first", "<sec> | NOHRT | x\r\n",
+            "<sec><p>t</p></sec><p/>", { "NOHRT <sec> (sec)", "NOHRT <p> (sec)", "NOHRT </p> (sec)" } },
+        { "N/A rows run first, for every tag", "<sec> | WITHHRT | x\r\nN/A | NOHRT | x\r\n",
+            "<p><sec>t</sec>",
+            { "NOHRT <p> (N/A)", "NOHRT <sec> (N/A)", "WITHHRT <sec> (sec)", "NOHRT </sec> (N/A)" } },
+        { "an empty tag of a declared element pops the row stack",
+            "<sec> | NOHRT | x\r\n<fig> | WITHHRT | x\r\n", "<sec><fig/><p>", { "NOHRT <sec> (sec)" } },
+        { "two rows for one tag: both pushed, the later current, one popped at the end",
+            "<b> | NOHRT | x\r\n<b> | WITHHRT | x\r\n", "<b>x</b><i/>",
+            { "WITHHRT <b> (b)", "NOHRT </b> (b)", "NOHRT <i/> (b)" } },
+        { "comments, declarations and processing instructions are skipped", "<a> | NOHRT | x\r\n",
+            "<?xml version=\"1.0\"?>\r\n<!-- c --><a>\r\n<!DOCTYPE x>", { "NOHRT <a> (a)" } },
+        { "routine names are compared upper-cased; unknown ones are skipped",
+            "<a> | withhrt | x\r\n | Convert2Tag | x\r\n | nohrt | x\r\n", "<a>",
+            { "WITHHRT <a> (a)", "NOHRT <a> (a)" } },
+        { "tags are found left to right over lines", "N/A | NOHRT | x\r\n", "<a>x<b>\r\n\r\ny</b></a>\r\n",
+            { "NOHRT <a> (N/A)", "NOHRT <b> (N/A)", "NOHRT </b> (N/A)", "NOHRT </a> (N/A)" } },
     };
     for (const Row& row : rows) {
         Fixture fixture(row.table);
@@ -100,7 +93,7 @@ TEST(Validator, DispatchesDeclaredRowsForTheRightTags)
 TEST(Validator, HandsTheParameterUpperCased)
 {
     Fixture fixture("<a> | COMPCONT | Err \r\n");
-    EXPECT_EQ(fixture.validate("<a>"), QStringList{"PARAM=ERR"});
+    EXPECT_EQ(fixture.validate("<a>"), QStringList { "PARAM=ERR" });
 }
 
 TEST(Validator, FillsTheContextOfEveryTag)
@@ -139,11 +132,11 @@ TEST(Validator, SplitsOnlyAtCrLfAndCountsProgressPerLine)
         int progressMaximum;
     };
     const Row rows[] = {
-        {"", 0, 1},
-        {"<a>", 1, 1},
-        {"<a>\r\n", 2, 1},
-        {"a\nb\rc", 1, 1},
-        {"a\r\nb\r\nc\r\nd", 4, 3},
+        { "", 0, 1 },
+        { "<a>", 1, 1 },
+        { "<a>\r\n", 2, 1 },
+        { "a\nb\rc", 1, 1 },
+        { "a\r\nb\r\nc\r\nd", 4, 3 },
     };
     for (const Row& row : rows) {
         Fixture fixture("");
@@ -157,8 +150,8 @@ TEST(Validator, SplitsOnlyAtCrLfAndCountsProgressPerLine)
 TEST(Validator, UnexpectedFailureIsShownAndEndsTheRun)
 {
     Fixture fixture("<a> | NOHRT | x\r\n");
-    const QList<RoutineEntry> failing = {
-        {QLatin1StringView("NOHRT"), [](RunState&) { throw std::runtime_error("disk gone"); }}};
+    const QList<RoutineEntry> failing
+        = { { QLatin1StringView("NOHRT"), [](RunState&) { throw std::runtime_error("disk gone"); } } };
     fixture.state.inputPath = fixture.dir.write("input.xml", "<a>");
     try {
         ValidateFile(fixture.state, failing);

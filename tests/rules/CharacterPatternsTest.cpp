@@ -1,4 +1,5 @@
 #include "rules/CharacterPatterns.h"
+
 #include "support/RuleFixture.h"
 
 #include <gtest/gtest.h>
@@ -11,12 +12,14 @@ TEST(SpecialCharacters, ReadsQuotedFieldsAndEscapedQuotes)
         QString pattern = {}, message = {}, severity = {}, caseFlag = {};
     };
     const Row rows[] = {
-        {R"~("(space)(space)","Double space","WARNING","I")~", true, "(space)(space)", "Double space", "WARNING", "I"},
-        {R"~("=\"\"","Empty \"value\"","ERROR","C")~", true, R"~(="")~", R"~(Empty "value")~", "ERROR", "C"},
-        {R"~( "a" , "b" , "c" , "d" )~", true, "a", "b", "c", "d"},
-        {R"("a","b","c")", false},
-        {R"("a","b","c","d","e")", false},
-        {"   ", false},
+        { R"~("(space)(space)","Double space","WARNING","I")~", true, "(space)(space)", "Double space",
+            "WARNING", "I" },
+        { R"~("=\"\"","Empty \"value\"","ERROR","C")~", true, R"~(="")~", R"~(Empty "value")~", "ERROR",
+            "C" },
+        { R"~( "a" , "b" , "c" , "d" )~", true, "a", "b", "c", "d" },
+        { R"("a","b","c")", false },
+        { R"("a","b","c","d","e")", false },
+        { "   ", false },
     };
     for (const Row& row : rows) {
         SpecialCharRow parsed;
@@ -40,17 +43,25 @@ TEST(SpecialCharacters, ReportsEveryMatchWithItsLineAndColumn)
         QStringList expected;
     };
     const QList<Row> rows = {
-        {"empty lines are shown with [hrt]", R"~("(hrt)(hrt)","Empty line","WARNING","I")~" "\r\n",
-         "<a>\r\n\r\nb\r\n\r\n\r\nc",
-         {"1:4 W Empty line | [hrt][hrt]", "3:2 W Empty line | [hrt][hrt]"}},
-        {"severity ERROR makes errors, case ignored unless C",
-         R"~("x","Bad x","error","I")~" "\r\n" R"~("Y","Bad Y","ERROR","c")~" "\r\n",
-         "aXy\r\nY",
-         {"1:2 E Bad x | X", "2:1 E Bad Y | Y"}},
-        {"a rejected pattern ends the check, earlier rows stay",
-         R"~("a","Found a","W","I")~" "\r\n" R"~("(?<=a)b","Lookbehind","W","I")~" "\r\n" R"~("c","Found c","W","I")~" "\r\n",
-         "abc",
-         {"1:1 W Found a | a"}},
+        { "empty lines are shown with [hrt]",
+            R"~("(hrt)(hrt)","Empty line","WARNING","I")~"
+            "\r\n",
+            "<a>\r\n\r\nb\r\n\r\n\r\nc",
+            { "1:4 W Empty line | [hrt][hrt]", "3:2 W Empty line | [hrt][hrt]" } },
+        { "severity ERROR makes errors, case ignored unless C",
+            R"~("x","Bad x","error","I")~"
+            "\r\n"
+            R"~("Y","Bad Y","ERROR","c")~"
+            "\r\n",
+            "aXy\r\nY", { "1:2 E Bad x | X", "2:1 E Bad Y | Y" } },
+        { "a rejected pattern ends the check, earlier rows stay",
+            R"~("a","Found a","W","I")~"
+            "\r\n"
+            R"~("(?<=a)b","Lookbehind","W","I")~"
+            "\r\n"
+            R"~("c","Found c","W","I")~"
+            "\r\n",
+            "abc", { "1:1 W Found a | a" } },
     };
     for (const Row& row : rows) {
         RuleFixture fixture("", row.table);
@@ -60,7 +71,9 @@ TEST(SpecialCharacters, ReportsEveryMatchWithItsLineAndColumn)
 
 TEST(SpecialCharacters, IsSwitchedOffByFalseInAnyCase)
 {
-    RuleFixture fixture("", R"~("a","Found a","W","I")~" "\r\n");
+    RuleFixture fixture("",
+        R"~("a","Found a","W","I")~"
+        "\r\n");
     fixture.state.config.ActiveTableSet.CheckSpecialChar = "false";
     EXPECT_TRUE(fixture.run("aaa").isEmpty());
 }

@@ -30,7 +30,7 @@ Installation::Result Installation::run(const QStringList& arguments, Mode mode) 
     ini_.write();
     QProcess process;
     process.setWorkingDirectory(root());
-    QStringList options{"--app-dir", ini_.appFolder()};
+    QStringList options { "--app-dir", ini_.appFolder() };
     if (mode == Mode::Headless) {
         options << "--headless";
     } else {

@@ -43,5 +43,5 @@ public:
 
 private:
     TempDir dir_;
-    IniBuilder ini_{dir_};
+    IniBuilder ini_ { dir_ };
 };

@@ -18,7 +18,7 @@ class RecordingOperator : public OperatorInterface {
 public:
     void messageBox(const QString& text, const QString& title, MessageIcon icon) override
     {
-        messages.append({text, title, icon});
+        messages.append({ text, title, icon });
     }
     void setProgressRange(int minimum, int maximum) override
     {

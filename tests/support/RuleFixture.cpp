@@ -10,9 +10,10 @@
 RuleFixture::RuleFixture(const QByteArray& routineRows, const QByteArray& specialCharRows)
 {
     TableSet& set = state.config.ActiveTableSet;
-    set.file(SupportFile::RoutineDeclTbl) = dir.write("routine.tbl", "Tag | Routine | Parameter\r\n" + routineRows);
-    set.file(SupportFile::SpecialCharTbl) =
-        dir.write("special.tbl", "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n" + specialCharRows);
+    set.file(SupportFile::RoutineDeclTbl)
+        = dir.write("routine.tbl", "Tag | Routine | Parameter\r\n" + routineRows);
+    set.file(SupportFile::SpecialCharTbl)
+        = dir.write("special.tbl", "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n" + specialCharRows);
     set.CheckSpecialChar = QStringLiteral("TRUE");
     LoadRoutineDeclTable(state, set);
     LoadSpecialCharTable(state, set);

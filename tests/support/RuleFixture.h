@@ -17,7 +17,7 @@ public:
     QStringList run(const QByteArray& input);
 
     RecordingOperator op;
-    RunState state{op};
+    RunState state { op };
     TempDir dir;
 };
 

@@ -1,10 +1,10 @@
+#include "text/InputLoading.h"
+
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"
-#include "text/InputLoading.h"
 #include "text/xmlClass.h"
 
 #include <QFile>
-
 #include <gtest/gtest.h>
 
 namespace {
@@ -14,7 +14,7 @@ struct InputLoading : ::testing::Test {
     ToolkitState state;
     RecordingOperator ui;
     QString appPath = dir.path();
-    xmlClass xml{state, ui, appPath};
+    xmlClass xml { state, ui, appPath };
 };
 
 const QByteArray kBom = "\xEF\xBB\xBF";
@@ -33,8 +33,16 @@ TEST_F(InputLoading, AnsiDecodesTheWindows1252HighBlock)
     EXPECT_EQ(fileNo, 1);
     ASSERT_EQ(text.size(), bytes.size());
     const std::pair<int, char16_t> rows[] = {
-        {0x80, 0x20AC}, {0x81, 0x0081}, {0x85, 0x2026}, {0x8A, 0x0160}, {0x8D, 0x008D}, {0x91, 0x2018},
-        {0x96, 0x2013}, {0x99, 0x2122}, {0x9D, 0x009D}, {0x9F, 0x0178},
+        { 0x80, 0x20AC },
+        { 0x81, 0x0081 },
+        { 0x85, 0x2026 },
+        { 0x8A, 0x0160 },
+        { 0x8D, 0x008D },
+        { 0x91, 0x2018 },
+        { 0x96, 0x2013 },
+        { 0x99, 0x2122 },
+        { 0x9D, 0x009D },
+        { 0x9F, 0x0178 },
     };
     for (const auto& [byte, expected] : rows)
         EXPECT_EQ(text[3 + byte - 0x80].unicode(), expected) << std::hex << byte;
@@ -43,7 +51,7 @@ TEST_F(InputLoading, AnsiDecodesTheWindows1252HighBlock)
 
     fileNo = 5;
     xml.GetFileContent(path, fileNo);
-    EXPECT_EQ(fileNo, 5);  // a given handle number is kept
+    EXPECT_EQ(fileNo, 5); // a given handle number is kept
 }
 
 TEST_F(InputLoading, UnreadableFileGivesTheMessageAndEmptyText)
@@ -53,8 +61,9 @@ TEST_F(InputLoading, UnreadableFileGivesTheMessageAndEmptyText)
     EXPECT_EQ(xml.GetFileContent(path, fileNo), "");
     EXPECT_EQ(LoadInputText(xml, path, false), "");
     EXPECT_EQ(LoadInputText(xml, path, true), "");
-    const RecordedMessage expected{"Invalid Input file format: " + path, kProgramTitle, MessageIcon::Critical};
-    EXPECT_EQ(ui.messages, (QList<RecordedMessage>{expected, expected}));  // the UTF-8 reader stays silent
+    const RecordedMessage expected { "Invalid Input file format: " + path, kProgramTitle,
+        MessageIcon::Critical };
+    EXPECT_EQ(ui.messages, (QList<RecordedMessage> { expected, expected })); // the UTF-8 reader stays silent
 }
 
 TEST_F(InputLoading, ByteOrderMarkIsDroppedOnlyOnTheAnsiPath)
@@ -74,11 +83,11 @@ TEST_F(InputLoading, ByteOrderMarkIsDroppedOnlyOnTheAnsiPath)
 TEST_F(InputLoading, Utf8DecodingKeepsLineEndsAndReplacesBadBytes)
 {
     const std::pair<QByteArray, QString> rows[] = {
-        {"a\nb\nc", "a\nb\nc"},                          // lone LF kept: one line for the CR LF split
-        {"a\r\nb", "a\r\nb"},
-        {"x\xFFy", QString("x") + QChar(0xFFFD) + "y"},  // invalid byte
-        {"\xE2\x82\xAC", QString(QChar(0x20AC))},
-        {"", ""},
+        { "a\nb\nc", "a\nb\nc" }, // lone LF kept: one line for the CR LF split
+        { "a\r\nb", "a\r\nb" },
+        { "x\xFFy", QString("x") + QChar(0xFFFD) + "y" }, // invalid byte
+        { "\xE2\x82\xAC", QString(QChar(0x20AC)) },
+        { "", "" },
     };
     for (const auto& [bytes, expected] : rows) {
         EXPECT_EQ(DecodeUtf8(bytes), expected) << bytes.toHex().constData();
@@ -90,7 +99,8 @@ TEST_F(InputLoading, Utf8DecodingKeepsLineEndsAndReplacesBadBytes)
 
 TEST_F(InputLoading, ConverterRouteReadsTheTmpFileAndLeavesIt)
 {
-    const QString converter = dir.write("Convert2ANSI", "#!/bin/sh\nprintf 'conv\\200 %s' \"$1\" > \"$1.tmp\"\n");
+    const QString converter
+        = dir.write("Convert2ANSI", "#!/bin/sh\nprintf 'conv\\200 %s' \"$1\" > \"$1.tmp\"\n");
     QFile::setPermissions(converter, QFile::permissions(converter) | QFileDevice::ExeOwner);
     const QString input = dir.write("doc.rtf", "{\\rtf1}");
     EXPECT_EQ(xml.GetFileRTB(input), QString("conv") + QChar(0x20AC) + " " + input);

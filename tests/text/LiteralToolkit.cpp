@@ -63,8 +63,8 @@ std::int32_t LiteralToolkit::GetCount(const QString& text, const QString& separa
     return pieces.size() - 1;
 }
 
-QString LiteralToolkit::GetPCDATA(const QString& source, const QString& startTag, const QString& endTag,
-                                  std::int32_t& position)
+QString LiteralToolkit::GetPCDATA(
+    const QString& source, const QString& startTag, const QString& endTag, std::int32_t& position)
 {
     if (position <= 0)
         position = 1;
@@ -95,7 +95,8 @@ QString LiteralToolkit::GetPCDATA(const QString& source, const QString& startTag
     return content;
 }
 
-QString LiteralToolkit::candidateSearch(const QString& str, std::int32_t start, std::int32_t& foundAt, bool note)
+QString LiteralToolkit::candidateSearch(
+    const QString& str, std::int32_t start, std::int32_t& foundAt, bool note)
 {
     foundAt = 0;
     for (;;) {
@@ -109,8 +110,8 @@ QString LiteralToolkit::candidateSearch(const QString& str, std::int32_t start, 
         if (note && candidate.contains(u'"'))
             noteQuotedMarkup(candidate, lt, str);
         const bool strayInside = InStr(2, candidate, "<") > 0;
-        const bool rejected = candidate.contains("<>") || candidate.contains("< ") || candidate.contains("<<")
-                              || strayInside;
+        const bool rejected
+            = candidate.contains("<>") || candidate.contains("< ") || candidate.contains("<<") || strayInside;
         if (!rejected) {
             foundAt = lt;
             return candidate;

@@ -3,7 +3,6 @@
 #include "text/ToolkitState.h"
 
 #include <QString>
-
 #include <cstdint>
 
 // The toolkit operations whose fast versions are non-obvious, written the
@@ -12,9 +11,13 @@
 // operations to these results.
 class LiteralToolkit {
 public:
-    explicit LiteralToolkit(ToolkitState& shared) : shared_(shared) {}
+    explicit LiteralToolkit(ToolkitState& shared)
+        : shared_(shared)
+    {
+    }
 
-    QString GetPCDATA(const QString& source, const QString& startTag, const QString& endTag, std::int32_t& position);
+    QString GetPCDATA(
+        const QString& source, const QString& startTag, const QString& endTag, std::int32_t& position);
     QString Get_nth_Tag(const QString& source, std::int32_t n, std::int32_t position);
     QString RetrieveTags(const QString& str, std::int32_t& tagPos);
     QString RemoveTags(QString& str, bool includePcdata);

@@ -3,7 +3,6 @@
 #include "text/xmlClass.h"
 
 #include <gtest/gtest.h>
-
 #include <random>
 
 namespace {
@@ -13,9 +12,37 @@ namespace {
 QString RandomTaggedText(std::mt19937& rng)
 {
     static const QStringList pieces = {
-        "<", ">", "/", "\"", " ", "\r\n", "a", "b", "x", "A",
-        "<a>", "</a>", "<b x=\"1\">", "</b>", "<a/>", "<a ", "<A>", "</A>", "<<", "< a>", "<>",
-        "<a;k>", "</a >", "\"<b>\"", "<b y=\">\">", "</>", "<c", "c>", "=\"", "<a x=\"", "aa",
+        "<",
+        ">",
+        "/",
+        "\"",
+        " ",
+        "\r\n",
+        "a",
+        "b",
+        "x",
+        "A",
+        "<a>",
+        "</a>",
+        "<b x=\"1\">",
+        "</b>",
+        "<a/>",
+        "<a ",
+        "<A>",
+        "</A>",
+        "<<",
+        "< a>",
+        "<>",
+        "<a;k>",
+        "</a >",
+        "\"<b>\"",
+        "<b y=\">\">",
+        "</>",
+        "<c",
+        "c>",
+        "=\"",
+        "<a x=\"",
+        "aa",
     };
     std::uniform_int_distribution<int> length(0, 24);
     std::uniform_int_distribution<int> pick(0, int(pieces.size()) - 1);
@@ -30,13 +57,10 @@ struct Both {
     ToolkitState literalState;
     RecordingOperator ui;
     QString appPath;
-    xmlClass fast{fastState, ui, appPath};
-    LiteralToolkit literal{literalState};
+    xmlClass fast { fastState, ui, appPath };
+    LiteralToolkit literal { literalState };
 
-    Both()
-    {
-        fastState.currentLineNumber = literalState.currentLineNumber = 7;
-    }
+    Both() { fastState.currentLineNumber = literalState.currentLineNumber = 7; }
     void expectSameState(const QString& text) const
     {
         EXPECT_EQ(fastState.QuotedMarkupNote, literalState.QuotedMarkupNote) << qPrintable(text);
@@ -55,7 +79,7 @@ TEST(ToolkitDifferential, RemoveTagsMatchesTheRestartingRemoval)
     int changed = 0;
     for (int round = 0; round < kRounds; ++round) {
         const QString text = RandomTaggedText(rng);
-        for (const bool withContent : {false, true}) {
+        for (const bool withContent : { false, true }) {
             both.fastState.QuotedMarkupNote = both.literalState.QuotedMarkupNote = "[1<q>]";
             QString fastText = text, literalText = text;
             const QString fastResult = both.fast.RemoveTags(fastText, withContent);
@@ -66,7 +90,7 @@ TEST(ToolkitDifferential, RemoveTagsMatchesTheRestartingRemoval)
             changed += fastResult != text;
         }
     }
-    EXPECT_GT(changed, kRounds);  // the texts really hold tags to remove
+    EXPECT_GT(changed, kRounds); // the texts really hold tags to remove
 }
 
 TEST(ToolkitDifferential, RetrieveAndNthTagMatchTheCandidateSearch)
@@ -93,8 +117,14 @@ TEST(ToolkitDifferential, RetrieveAndNthTagMatchTheCandidateSearch)
 TEST(ToolkitDifferential, GetPcdataMatchesTheRecountingSearch)
 {
     const QList<std::pair<QString, QString>> tagPairs = {
-        {"<a>", "</a>"}, {"<b x=\"1\">", "</b>"}, {"<A>", "</a>"}, {"<a", "</a>"},
-        {"a", "aa"},     {"<a>", "a"},            {"", "</a>"},  {"<a>", ""},
+        { "<a>", "</a>" },
+        { "<b x=\"1\">", "</b>" },
+        { "<A>", "</a>" },
+        { "<a", "</a>" },
+        { "a", "aa" },
+        { "<a>", "a" },
+        { "", "</a>" },
+        { "<a>", "" },
     };
     std::mt19937 rng(99);
     Both both;
@@ -104,7 +134,7 @@ TEST(ToolkitDifferential, GetPcdataMatchesTheRecountingSearch)
             for (std::int32_t start = 0; start <= text.size() + 1; start += 3) {
                 std::int32_t fastPos = start, literalPos = start;
                 ASSERT_EQ(both.fast.GetPCDATA(text, startTag, endTag, fastPos),
-                          both.literal.GetPCDATA(text, startTag, endTag, literalPos))
+                    both.literal.GetPCDATA(text, startTag, endTag, literalPos))
                     << qPrintable(text) << " tags " << qPrintable(startTag) << qPrintable(endTag) << " from "
                     << start;
                 ASSERT_EQ(fastPos, literalPos);
@@ -119,9 +149,10 @@ TEST(ToolkitDifferential, GetCountMatchesSplitting)
     Both both;
     for (int round = 0; round < kRounds; ++round) {
         const QString text = RandomTaggedText(rng);
-        for (const QString separator : {"<", "aa", "\r\n", "", "</a>"}) {
+        for (const QString separator : { "<", "aa", "\r\n", "", "</a>" }) {
             std::int32_t fastLast = -5, literalLast = -5;
-            ASSERT_EQ(both.fast.GetCount(text, separator, fastLast), both.literal.GetCount(text, separator, literalLast))
+            ASSERT_EQ(both.fast.GetCount(text, separator, fastLast),
+                both.literal.GetCount(text, separator, literalLast))
                 << qPrintable(text);
             ASSERT_EQ(fastLast, literalLast) << qPrintable(text);
         }

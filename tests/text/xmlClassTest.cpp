@@ -1,9 +1,9 @@
-#include "support/RecordingOperator.h"
-#include "support/TempDir.h"
 #include "text/xmlClass.h"
 
-#include <QFile>
+#include "support/RecordingOperator.h"
+#include "support/TempDir.h"
 
+#include <QFile>
 #include <gtest/gtest.h>
 
 namespace {
@@ -12,7 +12,7 @@ struct Toolkit : ::testing::Test {
     ToolkitState state;
     RecordingOperator ui;
     QString appPath;
-    xmlClass xml{state, ui, appPath};
+    xmlClass xml { state, ui, appPath };
 };
 
 } // namespace
@@ -20,9 +20,18 @@ struct Toolkit : ::testing::Test {
 TEST_F(Toolkit, GetTagNameFollowsItsRulesInOrder)
 {
     const std::pair<QString, QString> rows[] = {
-        {"<para id=\"1\">", "para"}, {"</para>", "para"}, {"<br/>", "br"},  {"<a>b>", ""},
-        {"&amp;", ""},               {"</p >", "/p"},     {"<x;y z>", "x"}, {"<a;b>", "a"},
-        {"", ""},                    {"<>", ""},          {"para>", ""},    {"<p", ""},
+        { "<para id=\"1\">", "para" },
+        { "</para>", "para" },
+        { "<br/>", "br" },
+        { "<a>b>", "" },
+        { "&amp;", "" },
+        { "</p >", "/p" },
+        { "<x;y z>", "x" },
+        { "<a;b>", "a" },
+        { "", "" },
+        { "<>", "" },
+        { "para>", "" },
+        { "<p", "" },
     };
     for (const auto& [tag, name] : rows)
         EXPECT_EQ(xml.GetTagName(tag), name) << qPrintable(tag);
@@ -30,13 +39,21 @@ TEST_F(Toolkit, GetTagNameFollowsItsRulesInOrder)
 
 TEST_F(Toolkit, GetTagTypeAndAttributeValue)
 {
-    const std::pair<QString, int> types[] = {{"<x/>", 3}, {"</x>", 2}, {"<x>", 1}, {"x", 0}, {"", 0}, {"<x", 0}};
+    const std::pair<QString, int> types[]
+        = { { "<x/>", 3 }, { "</x>", 2 }, { "<x>", 1 }, { "x", 0 }, { "", 0 }, { "<x", 0 } };
     for (const auto& [tag, type] : types)
         EXPECT_EQ(xml.GetTagType(tag), type) << qPrintable(tag);
 
     const QString img = "<img id=\"A1\" alt=\"\" src='s' w = \"3\" open=\"x>";
     const std::pair<QString, QString> values[] = {
-        {"id", "A1"}, {"alt", ""}, {"d", ""}, {"", ""}, {"src", ""}, {"w", ""}, {"open", ""}, {"none", ""},
+        { "id", "A1" },
+        { "alt", "" },
+        { "d", "" },
+        { "", "" },
+        { "src", "" },
+        { "w", "" },
+        { "open", "" },
+        { "none", "" },
     };
     for (const auto& [name, value] : values)
         EXPECT_EQ(xml.GetAttributeValue(img, name), value) << qPrintable(name);
@@ -50,18 +67,19 @@ TEST_F(Toolkit, GetPcdataCountsNestingAndLeavesPositionAlone)
         QString expected;
     };
     const Row rows[] = {
-        {"<b>1<b>2</b>3</b>", "<b>", "</b>", 1, 1, "1<b>2</b>3"},
-        {"<b>1<b x=\"y\">2</b>3</b>", "<b>", "</b>", 0, 1, "1<b x=\"y\">2</b>3"},
-        {"<b>1<b>2</b>3", "<b>", "</b>", 1, 1, ""},          // unbalanced inner start tag
-        {"x<b>1</b><b>2</b>", "<b>", "</b>", 5, 5, "2"},     // search starts at position
-        {"<b></b>", "<b>", "</b>", 1, 1, ""},                // empty element
-        {"<b>1", "<b>", "</b>", 1, 1, ""},                   // no end tag
-        {"abc", "<b>", "</b>", 1, 1, ""},                    // no start tag
-        {"<b>1</b>", "<b>", "</b>", 9, 9, ""},               // start past the text
+        { "<b>1<b>2</b>3</b>", "<b>", "</b>", 1, 1, "1<b>2</b>3" },
+        { "<b>1<b x=\"y\">2</b>3</b>", "<b>", "</b>", 0, 1, "1<b x=\"y\">2</b>3" },
+        { "<b>1<b>2</b>3", "<b>", "</b>", 1, 1, "" }, // unbalanced inner start tag
+        { "x<b>1</b><b>2</b>", "<b>", "</b>", 5, 5, "2" }, // search starts at position
+        { "<b></b>", "<b>", "</b>", 1, 1, "" }, // empty element
+        { "<b>1", "<b>", "</b>", 1, 1, "" }, // no end tag
+        { "abc", "<b>", "</b>", 1, 1, "" }, // no start tag
+        { "<b>1</b>", "<b>", "</b>", 9, 9, "" }, // start past the text
     };
     for (const Row& row : rows) {
         std::int32_t position = row.position;
-        EXPECT_EQ(xml.GetPCDATA(row.source, row.start, row.end, position), row.expected) << qPrintable(row.source);
+        EXPECT_EQ(xml.GetPCDATA(row.source, row.start, row.end, position), row.expected)
+            << qPrintable(row.source);
         EXPECT_EQ(position, row.positionAfter) << qPrintable(row.source);
     }
 }
@@ -74,9 +92,9 @@ TEST_F(Toolkit, GetStringRangeAndGetFullTag)
     EXPECT_EQ(xml.GetStringRange("abcd]", "[", "]", 1), "");
 
     const QString text = "x<para id=\"1\">y<p>z<q <r>";
-    EXPECT_EQ(xml.GetFullTag("p", text, 99), "<para id=\"1\">");  // start_pos is not used
+    EXPECT_EQ(xml.GetFullTag("p", text, 99), "<para id=\"1\">"); // start_pos is not used
     EXPECT_EQ(xml.GetFullTag("<p>", text, 1), "<p>");
-    EXPECT_EQ(xml.GetFullTag("q", text, 1), "");  // a stray "<" before the ">"
+    EXPECT_EQ(xml.GetFullTag("q", text, 1), ""); // a stray "<" before the ">"
     EXPECT_EQ(xml.GetFullTag("s", text, 1), "");
 }
 
@@ -84,8 +102,13 @@ TEST_F(Toolkit, NthTagSkipsRejectedCandidates)
 {
     const QString text = "a < b <<c> <> <d e=\"1\"> </d>";
     const std::tuple<std::int32_t, std::int32_t, QString> rows[] = {
-        {1, 1, "<c>"}, {2, 1, "<d e=\"1\">"}, {3, 1, "</d>"}, {4, 1, ""},
-        {1, 11, "<d e=\"1\">"}, {1, 0, ""}, {0, 1, ""},
+        { 1, 1, "<c>" },
+        { 2, 1, "<d e=\"1\">" },
+        { 3, 1, "</d>" },
+        { 4, 1, "" },
+        { 1, 11, "<d e=\"1\">" },
+        { 1, 0, "" },
+        { 0, 1, "" },
     };
     for (const auto& [n, position, expected] : rows)
         EXPECT_EQ(xml.Get_nth_Tag(text, n, position), expected) << n << " from " << position;
@@ -94,12 +117,18 @@ TEST_F(Toolkit, NthTagSkipsRejectedCandidates)
 TEST_F(Toolkit, CountStrCountsOverlapsAndKeepsTheFirstPosition)
 {
     const std::tuple<QString, QString, int, int, int> rows[] = {
-        {"a", "Aa", 0, 2, 1},  {"a", "Aa", -1, 1, 2},   {"a", "Aa", 1, 0, -9}, {"aa", "aaaa", -1, 3, 1},
-        {"x", "abc", -1, 0, -9}, {"", "abc", -1, 0, -9}, {"BC", "abcbc", 0, 2, 2},
+        { "a", "Aa", 0, 2, 1 },
+        { "a", "Aa", -1, 1, 2 },
+        { "a", "Aa", 1, 0, -9 },
+        { "aa", "aaaa", -1, 3, 1 },
+        { "x", "abc", -1, 0, -9 },
+        { "", "abc", -1, 0, -9 },
+        { "BC", "abcbc", 0, 2, 2 },
     };
     for (const auto& [search, source, matchcase, count, first] : rows) {
         state.FirstMatchPosition = -9;
-        EXPECT_EQ(xml.CountStr(search, source, std::int16_t(matchcase)), count) << qPrintable(search + "/" + source);
+        EXPECT_EQ(xml.CountStr(search, source, std::int16_t(matchcase)), count)
+            << qPrintable(search + "/" + source);
         EXPECT_EQ(state.FirstMatchPosition, first) << qPrintable(search + "/" + source);
     }
 }
@@ -109,14 +138,20 @@ TEST_F(Toolkit, NeighbourLinesAreCutAtCrLf)
     const QString text = "one\r\ntwo\r\nthree";
     const std::tuple<std::int32_t, QString, QString> rows[] = {
         // pos, next line, previous line
-        {1, "two", ""},    {3, "two", ""},      {4, "two", ""},     {5, "three", "one"},
-        {6, "three", "one"}, {11, "", "two"},    {99, "", "two"},    {0, "two", ""},
+        { 1, "two", "" },
+        { 3, "two", "" },
+        { 4, "two", "" },
+        { 5, "three", "one" },
+        { 6, "three", "one" },
+        { 11, "", "two" },
+        { 99, "", "two" },
+        { 0, "two", "" },
     };
     for (const auto& [pos, next, previous] : rows) {
         EXPECT_EQ(xml.GetNextLineStr(text, pos), next) << pos;
         EXPECT_EQ(xml.GetPreviousLineStr(text, pos), previous) << pos;
     }
-    EXPECT_EQ(xml.GetNextLineStr("a\nb", 1), "");  // a lone LF is no line end
+    EXPECT_EQ(xml.GetNextLineStr("a\nb", 1), ""); // a lone LF is no line end
 }
 
 TEST_F(Toolkit, RetrieveTagsWalksTagsAndEndsWithMinusOne)
@@ -141,8 +176,7 @@ TEST_F(Toolkit, QuotedMarkupIsNotedOncePerLineAndTag)
     state.currentLineNumber = 4;
     std::int32_t pos = 1;
     const QString text = "<a t=\"x<y\">, <b u=\"1\">, <a t=\"x<y\">";
-    for (xml.RetrieveTags(text, pos); pos != -1; ++pos, xml.RetrieveTags(text, pos)) {
-    }
+    for (xml.RetrieveTags(text, pos); pos != -1; ++pos, xml.RetrieveTags(text, pos)) { }
     // The rejected "<a ...>" and the stray '<y">' (whose value runs to the next quote) are both noted;
     // '<b u="1">' holds no markup in its value, and repeats are not noted again.
     EXPECT_EQ(state.QuotedMarkupNote, "[4<a t=\"x<y\">][4<y\">]");
@@ -151,20 +185,20 @@ TEST_F(Toolkit, QuotedMarkupIsNotedOncePerLineAndTag)
     xml.RetrieveTags(text, pos);
     EXPECT_EQ(state.QuotedMarkupNote, "[4<a t=\"x<y\">][4<y\">][5<a t=\"x<y\">][5<y\">]");
     pos = 1;
-    xml.RetrieveTags("<c d=\"x>", pos);  // no closing quote anywhere: nothing to judge
+    xml.RetrieveTags("<c d=\"x>", pos); // no closing quote anywhere: nothing to judge
     EXPECT_EQ(state.QuotedMarkupNote, "[4<a t=\"x<y\">][4<y\">][5<a t=\"x<y\">][5<y\">]");
 }
 
 TEST_F(Toolkit, RemoveTagsWithoutContentKeepsTheText)
 {
     const std::pair<QString, QString> rows[] = {
-        {"<p>Hello <b>big</b> world</p>", "Hello big world"},
-        {"a<br/>b</br>", "ab"},                        // "</br>" goes as a tag of its own
-        {"<a <b>c>d", "d"},                            // removing <b> makes "<a c>" a tag
-        {"<<b>b>x", "x"},                              // and joins "<" + "b>" into a second <b>
-        {"x < y > z", "x < y > z"},                    // "< " is never a tag
-        {"<b x=\"1\">1</b><b x=\"1\">2</b>", "12"},     // every occurrence of a tag text
-        {"", ""},
+        { "<p>Hello <b>big</b> world</p>", "Hello big world" },
+        { "a<br/>b</br>", "ab" }, // "</br>" goes as a tag of its own
+        { "<a <b>c>d", "d" }, // removing <b> makes "<a c>" a tag
+        { "<<b>b>x", "x" }, // and joins "<" + "b>" into a second <b>
+        { "x < y > z", "x < y > z" }, // "< " is never a tag
+        { "<b x=\"1\">1</b><b x=\"1\">2</b>", "12" }, // every occurrence of a tag text
+        { "", "" },
     };
     for (const auto& [input, expected] : rows) {
         QString text = input;
@@ -180,14 +214,14 @@ TEST_F(Toolkit, RemoveTagsWithContentLeavesMarkersAndLengths)
         QList<std::int32_t> lengths;
     };
     const Row rows[] = {
-        {"w <i>x<b>y</b></i> z <u>q</u>", "w teMpSEparAtor z teMpSEparAtor", {9, 1}},
-        {"a<b></B>c", "ateMpSEparAtorc", {0}},           // letter case aside, an empty element
-        {"<p>open <i>it</i> end", "<p>open teMpSEparAtor end", {2}},  // unclosed: inner ones still go
-        {"a<br/>b</x>", "a<br/>b</x>", {}},              // only start tags begin an element
-        {"plain", "plain", {}},
+        { "w <i>x<b>y</b></i> z <u>q</u>", "w teMpSEparAtor z teMpSEparAtor", { 9, 1 } },
+        { "a<b></B>c", "ateMpSEparAtorc", { 0 } }, // letter case aside, an empty element
+        { "<p>open <i>it</i> end", "<p>open teMpSEparAtor end", { 2 } }, // unclosed: inner ones still go
+        { "a<br/>b</x>", "a<br/>b</x>", {} }, // only start tags begin an element
+        { "plain", "plain", {} },
     };
     for (const Row& row : rows) {
-        state.RemovedContentLengths = {42};
+        state.RemovedContentLengths = { 42 };
         QString text = row.input;
         EXPECT_EQ(xml.RemoveTags(text, true), row.expected) << qPrintable(row.input);
         EXPECT_EQ(text, row.expected);
@@ -198,14 +232,18 @@ TEST_F(Toolkit, RemoveTagsWithContentLeavesMarkersAndLengths)
 TEST_F(Toolkit, ReplaceCharactersAndGetCount)
 {
     EXPECT_EQ(xml.ReplaceCharacters("a-b+c", "-,+", " ", ",", true), "a b c");
-    EXPECT_EQ(xml.ReplaceCharacters("x,y", "-,+", " ", ",", true), "xy");  // the leftover delimiter goes
-    EXPECT_EQ(xml.ReplaceCharacters("aAbB", "aXb", "-", "x", false), "----");  // split and replace ignore case
+    EXPECT_EQ(xml.ReplaceCharacters("x,y", "-,+", " ", ",", true), "xy"); // the leftover delimiter goes
+    EXPECT_EQ(xml.ReplaceCharacters("aAbB", "aXb", "-", "x", false), "----"); // split and replace ignore case
     EXPECT_EQ(xml.ReplaceCharacters("aAbB", "a|b", "-", "|", true), "-A-B");
-    EXPECT_EQ(xml.ReplaceCharacters("a,,b", ",,", "-", ",", true), "ab");  // empty pieces replace nothing
+    EXPECT_EQ(xml.ReplaceCharacters("a,,b", ",,", "-", ",", true), "ab"); // empty pieces replace nothing
 
     const std::tuple<QString, QString, int, int> rows[] = {
-        {"x|y|z", "|", 2, 1}, {"", "|", 0, -7}, {"abc", "", 0, 3}, {"abc", "|", 0, 3}, {"a||", "|", 2, 0},
-        {"aaa", "aa", 1, 1},
+        { "x|y|z", "|", 2, 1 },
+        { "", "|", 0, -7 },
+        { "abc", "", 0, 3 },
+        { "abc", "|", 0, 3 },
+        { "a||", "|", 2, 0 },
+        { "aaa", "aa", 1, 1 },
     };
     for (const auto& [text, separator, count, lastLength] : rows) {
         std::int32_t l_col = -7;

@@ -12,7 +12,8 @@
 #include <QVBoxLayout>
 
 FrmMain::FrmMain(RunState& state, WindowOperator& windowOperator)
-    : state_(state), pbar_(new QProgressBar(this))
+    : state_(state)
+    , pbar_(new QProgressBar(this))
 {
     setWindowTitle(kProgramTitle);
     auto* layout = new QVBoxLayout(this);
