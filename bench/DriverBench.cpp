@@ -1,6 +1,6 @@
 #include "app/HeadlessOperator.h"
-#include "app/RunState.h"
 #include "config/RoutineDeclTable.h"
+#include "core/RunState.h"
 #include "engine/Validator.h"
 #include "report/Reports.h"
 #include "rules/CharacterPatterns.h"
@@ -46,7 +46,7 @@ void ValidateBook(benchmark::State& bench)
     TableSet& set = state.config.ActiveTableSet;
     set.file(SupportFile::RoutineDeclTbl) = root + "routine.tbl";
     set.file(SupportFile::SpecialCharTbl) = root + "special.tbl";
-    LoadRoutineDeclTable(state, set);
+    LoadRoutineDeclTable(state, set, IsRoutineName);
     LoadSpecialCharTable(state, set);
     state.reportFolder = root;
     state.outputFolder = root;

@@ -44,7 +44,7 @@ struct Fixture {
     HeadlessOperator ui;
     ToolkitState state;
     QString appPath;
-    xmlClass xml { state, ui, appPath };
+    xmlClass xml { state };
 };
 
 const QString& Document(qsizetype megabytes)
@@ -82,7 +82,7 @@ void PcdataOfEveryElement(benchmark::State& state)
             const QString tag = f.xml.RetrieveTags(text, pos);
             if (pos == -1)
                 break;
-            if (f.xml.GetTagType(tag) != 1)
+            if (f.xml.GetTagType(tag) != TagKind::Start)
                 continue;
             std::int32_t at = pos;
             benchmark::DoNotOptimize(f.xml.GetPCDATA(text, tag, "</" + f.xml.GetTagName(tag) + ">", at));

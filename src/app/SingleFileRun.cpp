@@ -1,12 +1,13 @@
 #include "app/SingleFileRun.h"
 
-#include "app/MoveFiles.h"
-#include "app/RunAborted.h"
-#include "app/RunState.h"
 #include "config/ConfigurationFile.h"
+#include "core/MoveFiles.h"
+#include "core/RunAborted.h"
+#include "core/RunState.h"
 #include "engine/Validator.h"
 #include "report/Reports.h"
-#include "rules/Images.h"
+#include "rules/PendingRoutines.h"
+#include "rules/RuleRegistry.h"
 
 #include <QFile>
 #include <QProcess>
@@ -45,7 +46,7 @@ int RunSingleFile(RunState& state)
             RunOutsideProgram(program, state.inputPath);
     }
     OpenReports(state);
-    ValidateFile(state);
+    ValidateFile(state, Rules());
     CloseReports(state);
     for (const QString& program : active.OutputPlugins)
         RunOutsideProgram(program, state.inputPath);
@@ -54,6 +55,6 @@ int RunSingleFile(RunState& state)
     // The run's image list was filled while the file was validated.
     ReportImagesWithoutCallout(state);
     CloseProgramLogs(state);
-    modMoveFiles::RemoveFolderTree(state, state.config.TempPath);
+    modMoveFiles::RemoveFolderTree(state.ui, state.config.TempPath);
     return ExitStatusOf(state);
 }

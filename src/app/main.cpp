@@ -1,12 +1,12 @@
 #include "app/CommandLine.h"
 #include "app/HeadlessOperator.h"
-#include "app/MoveFiles.h"
-#include "app/RunAborted.h"
-#include "app/RunState.h"
 #include "app/SingleFileRun.h"
 #include "app/gui/FrmMain.h"
 #include "app/gui/WindowOperator.h"
 #include "app/modGlobal.h"
+#include "core/MoveFiles.h"
+#include "core/RunAborted.h"
+#include "core/RunState.h"
 
 #include <QApplication>
 #include <QCoreApplication>

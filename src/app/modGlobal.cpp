@@ -1,11 +1,13 @@
 #include "app/modGlobal.h"
 
 #include "app/CommandLine.h"
-#include "app/MoveFiles.h"
-#include "app/RunAborted.h"
-#include "app/RunState.h"
 #include "config/ConfigurationFile.h"
 #include "config/SupportTables.h"
+#include "core/MoveFiles.h"
+#include "core/Paths.h"
+#include "core/RunAborted.h"
+#include "core/RunState.h"
+#include "rules/RuleRegistry.h"
 
 #include <QFileInfo>
 
@@ -47,26 +49,12 @@ void FillSingleFileRun(RunState& state, const QString& commandLine)
 
 } // namespace
 
-QString InputFileNameOf(const QString& inputPath)
-{
-    return inputPath.mid(inputPath.lastIndexOf(QLatin1Char('/')) + 1).trimmed();
-}
-
-QString ParentFolderPartOf(const QString& inputPath)
-{
-    if (!inputPath.contains(QLatin1Char('/')))
-        return {};
-    const QStringList pieces = inputPath.split(QLatin1Char('/'));
-    const QString parent = QLatin1Char('/') + pieces[pieces.size() - 2].trimmed();
-    return parent.contains(QLatin1Char(':')) ? QString() : parent;
-}
-
 RunMode Main(RunState& state, const QString& commandLine)
 {
     if (!ReadConfigurationFile(state))
         refuse();
     StartSpellingEngine(state);
-    if (!LoadAllSupportTables(state))
+    if (!LoadAllSupportTables(state, SupportTableLoaders()))
         refuse();
 
     state.inputPath = commandLine.trimmed();

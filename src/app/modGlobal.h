@@ -10,8 +10,3 @@ enum class RunMode { SingleFile, Batch };
 // support table, then reads the command-line string and fills the run fields.
 // Throws RunAborted when the run must not go on (the operator has been told).
 RunMode Main(RunState& state, const QString& commandLine);
-
-// Input file name: the trimmed text after the last "/" of the path.
-QString InputFileNameOf(const QString& inputPath);
-// "/" + the name of the folder holding the file; empty for a drive's root.
-QString ParentFolderPartOf(const QString& inputPath);

@@ -1,8 +1,8 @@
 #include "config/ConfigurationCheck.h"
 
-#include "app/MoveFiles.h"
-#include "app/RunState.h"
 #include "config/TableSetFields.h"
+#include "core/MoveFiles.h"
+#include "core/RunState.h"
 
 #include <utility>
 #include <vector>

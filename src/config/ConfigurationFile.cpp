@@ -1,9 +1,9 @@
 #include "config/ConfigurationFile.h"
 
-#include "app/MoveFiles.h"
-#include "app/RunAborted.h"
-#include "app/RunState.h"
 #include "config/ConfigurationCheck.h"
+#include "core/MoveFiles.h"
+#include "core/RunAborted.h"
+#include "core/RunState.h"
 #include "text/Encoding.h"
 
 #include <QFile>

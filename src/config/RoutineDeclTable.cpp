@@ -1,8 +1,8 @@
 #include "config/RoutineDeclTable.h"
 
-#include "app/RunState.h"
 #include "config/TableReading.h"
-#include "engine/Dispatch.h"
+#include "core/RunState.h"
+#include "text/xmlClass.h"
 
 namespace {
 
@@ -16,7 +16,7 @@ bool isNotApplicable(const QString& tag)
 void startRow(RunState& state, RoutineDeclTable& table, const QString& tagField)
 {
     RoutineDeclRow row;
-    row.tag = isNotApplicable(tagField) ? tagField : state.xml.GetTagName(tagField);
+    row.tag = isNotApplicable(tagField) ? tagField : xmlClass(state.toolkit).GetTagName(tagField);
     table.indexText += QLatin1Char('[') + row.tag + QLatin1Char(']');
     const int index = static_cast<int>(table.rows.size());
     table.rowsByUpperTag[row.tag.toUpper()].append(index);
@@ -27,7 +27,7 @@ void startRow(RunState& state, RoutineDeclTable& table, const QString& tagField)
 
 } // namespace
 
-bool LoadRoutineDeclTable(RunState& state, TableSet& set)
+bool LoadRoutineDeclTable(RunState& state, TableSet& set, bool (*isRoutineName)(const QString& upperName))
 {
     const QString& fileName = set.file(SupportFile::RoutineDeclTbl);
     auto table = std::make_shared<RoutineDeclTable>();
@@ -43,7 +43,7 @@ bool LoadRoutineDeclTable(RunState& state, TableSet& set)
             continue;
         if (!fields[0].isEmpty())
             startRow(state, *table, fields[0]);
-        if (!IsRoutineName(fields[1].toUpper())) {
+        if (!isRoutineName(fields[1].toUpper())) {
             state.ui.messageBox(QStringLiteral("Invalid Routine Name: ") + fields[1]
                     + QStringLiteral("\r\nPlease check ") + fileName,
                 kProgramTitle, MessageIcon::Warning);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "config/TableSet.h"
+#include "core/TableSet.h"
 
 #include <QHash>
 #include <QList>
@@ -32,4 +32,6 @@ struct RoutineDeclTable : SupportTable {
     int firstNotApplicableRow = -1; // first row tagged "N/A", -1 when none
 };
 
-bool LoadRoutineDeclTable(RunState& state, TableSet& set);
+// Loads the table; a routine name that isRoutineName rejects (it is handed
+// the name upper-cased) refuses the table with "Invalid Routine Name: ".
+bool LoadRoutineDeclTable(RunState& state, TableSet& set, bool (*isRoutineName)(const QString& upperName));

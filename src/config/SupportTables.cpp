@@ -1,22 +1,10 @@
 #include "config/SupportTables.h"
 
-#include "app/RunState.h"
-#include "config/RoutineDeclTable.h"
-#include "config/TableReading.h"
-#include "rules/CharacterPatterns.h"
+#include "core/RunState.h"
 
 #include <QFileInfo>
 
 namespace {
-
-template <SupportFile Which> bool LoadLinesTable(RunState& state, TableSet& set)
-{
-    auto table = std::make_shared<LinesTable>();
-    if (!TableReading::ReadLines(state, set.file(Which), table->lines))
-        return false;
-    set.table(Which) = std::move(table);
-    return true;
-}
 
 // Missing names in configuration order. Only the routine declaration table
 // may start the list; every other name comes after a line break, so a list
@@ -36,9 +24,9 @@ void collectMissing(const TableSet& set, bool isDefault, QString& list)
     }
 }
 
-bool loadSet(RunState& state, TableSet& set, bool isDefault)
+bool loadSet(RunState& state, const QList<TableLoaderEntry>& loaders, TableSet& set, bool isDefault)
 {
-    for (const TableLoaderEntry& entry : SupportTableLoaders()) {
+    for (const TableLoaderEntry& entry : loaders) {
         // A task without its own name for a table borrows the default's.
         if (!isDefault && set.file(entry.file).isEmpty())
             continue;
@@ -50,34 +38,7 @@ bool loadSet(RunState& state, TableSet& set, bool isDefault)
 
 } // namespace
 
-const QList<TableLoaderEntry>& SupportTableLoaders()
-{
-    using enum SupportFile;
-    static const QList<TableLoaderEntry> loaders = {
-        { RoutineDeclTbl, LoadRoutineDeclTable },
-        { TextValidityTbl, LoadLinesTable<TextValidityTbl> },
-        { NoHRTDeclTbl, LoadLinesTable<NoHRTDeclTbl> },
-        { WithHRTDeclTbl, LoadLinesTable<WithHRTDeclTbl> },
-        { HyphenatedTbl, LoadLinesTable<HyphenatedTbl> },
-        { UnConEntitiesTbl, LoadLinesTable<UnConEntitiesTbl> },
-        { NoLeadZeroTbl, LoadLinesTable<NoLeadZeroTbl> },
-        { AttribUnconTbl, LoadLinesTable<AttribUnconTbl> },
-        { CitationValTbl, LoadLinesTable<CitationValTbl> },
-        { SpecialCharTbl, LoadSpecialCharTable },
-        { Convert2AttribTbl, LoadLinesTable<Convert2AttribTbl> },
-        { Convert2TagTbl, LoadLinesTable<Convert2TagTbl> },
-        { CompContTbl, LoadLinesTable<CompContTbl> },
-        { CheckPairTbl, LoadLinesTable<CheckPairTbl> },
-        { CheckPairContTbl, LoadLinesTable<CheckPairContTbl> },
-        { FilenameCheck, LoadLinesTable<FilenameCheck> },
-        { CountRefCheck, LoadLinesTable<CountRefCheck> },
-        { PCPDataCompare, LoadLinesTable<PCPDataCompare> },
-        { ImageValidationTbl, LoadLinesTable<ImageValidationTbl> },
-    };
-    return loaders;
-}
-
-bool LoadAllSupportTables(RunState& state)
+bool LoadAllSupportTables(RunState& state, const QList<TableLoaderEntry>& loaders)
 {
     Configuration& config = state.config;
     QString missing;
@@ -92,10 +53,10 @@ bool LoadAllSupportTables(RunState& state)
         return false;
     }
 
-    if (!loadSet(state, config.DefaultTableSet, true))
+    if (!loadSet(state, loaders, config.DefaultTableSet, true))
         return false;
     for (TaskTableSet& task : config.Tasks) {
-        if (!loadSet(state, task.set, false))
+        if (!loadSet(state, loaders, task.set, false))
             return false;
     }
     return true;

@@ -1,8 +1,11 @@
 #pragma once
 
-#include "config/TableSet.h"
+#include "config/TableReading.h"
+#include "core/TableSet.h"
 
+#include <QList>
 #include <QStringList>
+#include <array>
 
 struct RunState;
 
@@ -15,14 +18,45 @@ struct LinesTable : SupportTable {
 
 using TableLoader = bool (*)(RunState& state, TableSet& set);
 
+template <SupportFile Which> bool LoadLinesTable(RunState& state, TableSet& set)
+{
+    auto table = std::make_shared<LinesTable>();
+    if (!TableReading::ReadLines(state, set.file(Which), table->lines))
+        return false;
+    set.table(Which) = std::move(table);
+    return true;
+}
+
 struct TableLoaderEntry {
     SupportFile file;
     TableLoader load;
 };
 
-// The loaders in the order they run, for the default set and for each task.
-const QList<TableLoaderEntry>& SupportTableLoaders();
+// The order tables are loaded in, for the default set and for each task: the
+// first table that fails to load is the one the operator hears about.
+inline constexpr std::array<SupportFile, kSupportFileCount> kTableLoadingOrder = {
+    SupportFile::RoutineDeclTbl,
+    SupportFile::TextValidityTbl,
+    SupportFile::NoHRTDeclTbl,
+    SupportFile::WithHRTDeclTbl,
+    SupportFile::HyphenatedTbl,
+    SupportFile::UnConEntitiesTbl,
+    SupportFile::NoLeadZeroTbl,
+    SupportFile::AttribUnconTbl,
+    SupportFile::CitationValTbl,
+    SupportFile::SpecialCharTbl,
+    SupportFile::Convert2AttribTbl,
+    SupportFile::Convert2TagTbl,
+    SupportFile::CompContTbl,
+    SupportFile::CheckPairTbl,
+    SupportFile::CheckPairContTbl,
+    SupportFile::FilenameCheck,
+    SupportFile::CountRefCheck,
+    SupportFile::PCPDataCompare,
+    SupportFile::ImageValidationTbl,
+};
 
 // Checks that every configured table exists, then loads the default set and
-// each task's set. Shows its own messages; false ends the run.
-bool LoadAllSupportTables(RunState& state);
+// each task's set with the given loaders, in their order. Shows its own
+// messages; false ends the run.
+bool LoadAllSupportTables(RunState& state, const QList<TableLoaderEntry>& loaders);

@@ -1,6 +1,6 @@
 #include "config/TableReading.h"
 
-#include "app/RunState.h"
+#include "core/RunState.h"
 #include "text/Encoding.h"
 
 #include <QFile>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "config/TableSet.h"
+#include "core/TableSet.h"
 
 #include <QLatin1StringView>
 #include <array>

@@ -1,7 +1,7 @@
-#include "app/MoveFiles.h"
-#include "app/RunState.h"
 #include "config/ConfigurationFile.h"
 #include "config/TableSetFields.h"
+#include "core/MoveFiles.h"
+#include "core/RunState.h"
 
 #include <QRegularExpression>
 #include <cmath>

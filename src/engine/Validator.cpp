@@ -1,11 +1,11 @@
 #include "engine/Validator.h"
 
-#include "app/RunAborted.h"
-#include "app/RunState.h"
 #include "config/RoutineDeclTable.h"
+#include "core/RunAborted.h"
+#include "core/RunState.h"
 #include "engine/RuleHelpers.h"
-#include "rules/Routines.h"
 #include "text/InputLoading.h"
+#include "text/xmlClass.h"
 
 #include <exception>
 
@@ -21,12 +21,10 @@ bool isLetter(QChar c)
     return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z');
 }
 
-void runWholeFileChecks(RunState& state)
+void runWholeFileChecks(RunState& state, const RuleBook& rules)
 {
-    CheckMultipleHardReturns(state);
-    CheckSpecialCharacters(state);
-    CheckFileName(state);
-    CheckImageValidation(state);
+    for (const RuleEntry& check : rules.wholeFileChecks)
+        RunRule(state, check);
 }
 
 // The row stack follows the declared elements: every matching row of a start
@@ -38,7 +36,7 @@ void followRowStack(RunState& state, const RoutineDeclTable& table)
     const QString bracketed = QLatin1Char('[') + name + QLatin1Char(']');
     if (!table.indexText.contains(bracketed, Qt::CaseInsensitive))
         return;
-    if (state.context.tagType == 1) {
+    if (state.context.tagType == TagKind::Start) {
         const auto rows = table.rowsByUpperTag.constFind(name.toUpper());
         if (rows == table.rowsByUpperTag.constEnd())
             return;
@@ -55,11 +53,11 @@ void followRowStack(RunState& state, const RoutineDeclTable& table)
 
 void updateOpenTags(RunState& state)
 {
-    if (state.context.tagType == 1) {
+    if (state.context.tagType == TagKind::Start) {
         state.openTags.append(state.context);
         return;
     }
-    if (state.context.tagType != 2)
+    if (state.context.tagType != TagKind::End)
         return;
     for (qsizetype i = state.openTags.size() - 1; i >= 0; --i) {
         if (state.openTags[i].tagName == state.context.tagName) {
@@ -73,30 +71,30 @@ void fillContext(RunState& state, const QString& tag, const QString& line, std::
     std::int32_t lineStart, std::int32_t lineNumber)
 {
     ValidationContext& context = state.context;
+    const xmlClass xml(state.toolkit);
     context.tagText = tag;
-    context.tagName = state.xml.GetTagName(tag);
+    context.tagName = xml.GetTagName(tag);
     context.enclosingTag = EnclosingOpenTag(state);
     context.lineText = line;
     context.linePosition = position;
     context.filePosition = position + lineStart;
     context.lineNumber = lineNumber;
-    context.tagType = state.xml.GetTagType(tag);
+    context.tagType = xml.GetTagType(tag);
 }
 
-void validateLoadedFile(RunState& state, const QList<RoutineEntry>& routines)
+void validateLoadedFile(RunState& state, const RuleBook& rules)
 {
     SplitLines(state);
     const int last = state.lineCount() - 1;
-    state.citationState = -1;
     ResetPerFileState(state);
-    runWholeFileChecks(state);
+    runWholeFileChecks(state, rules);
 
     state.ui.setProgressRange(0, last < 1 ? 1 : last);
     std::int32_t lineStart = 0;
     for (int i = 0; i <= last; ++i) {
         state.ui.setProgressValue(i);
         const QString line = state.line(i).toString();
-        ScanLine(state, line, lineStart, i + 1, routines);
+        ScanLine(state, line, lineStart, i + 1, rules);
         lineStart += static_cast<std::int32_t>(line.size()) + 2;
         state.ui.processEvents();
     }
@@ -129,14 +127,15 @@ void ResetPerFileState(RunState& state)
 }
 
 void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std::int32_t lineNumber,
-    const QList<RoutineEntry>& routines)
+    const RuleBook& rules)
 {
     state.toolkit.currentLineNumber = lineNumber;
     const RoutineDeclTable* table = declarations(state);
+    xmlClass xml(state.toolkit);
     std::int32_t counter = 0;
     while (counter != -1) {
         ++counter;
-        const QString tag = state.xml.RetrieveTags(line, counter);
+        const QString tag = xml.RetrieveTags(line, counter);
         if (counter == -1 || tag.isEmpty() || tag.contains(QLatin1String("<!"))
             || tag.contains(QLatin1String("<?")))
             continue;
@@ -149,29 +148,24 @@ void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std:
         if (table) {
             if (table->firstNotApplicableRow >= 0
                 && table->indexText.contains(QLatin1String("[N/A]"), Qt::CaseInsensitive))
-                DispatchRow(state, table->firstNotApplicableRow + 1, routines);
+                DispatchRow(state, table->firstNotApplicableRow + 1, rules);
             followRowStack(state, *table);
             if (state.currentRow != 0)
-                DispatchRow(state, state.currentRow, routines);
+                DispatchRow(state, state.currentRow, rules);
         }
 
         updateOpenTags(state);
-        if (state.context.tagType == 1)
+        if (state.context.tagType == TagKind::Start)
             state.previousStartTag = state.context;
         state.previousTag = state.context;
     }
 }
 
-void ValidateFile(RunState& state)
-{
-    ValidateFile(state, RoutineTable());
-}
-
-void ValidateFile(RunState& state, const QList<RoutineEntry>& routines)
+void ValidateFile(RunState& state, const RuleBook& rules)
 {
     try {
-        state.wholeText = LoadInputText(state.xml, state.inputPath, state.config.Utf8Input);
-        validateLoadedFile(state, routines);
+        state.wholeText = LoadInputText(state.ui, state.inputPath, state.config.Utf8Input);
+        validateLoadedFile(state, rules);
     } catch (const RunAborted&) {
         throw;
     } catch (const std::exception& failure) {

@@ -11,8 +11,7 @@ struct RunState;
 // runs the whole-file checks and scans every line, dispatching the declared
 // routines for each tag. An unexpected failure is shown and ends the run
 // (RunAborted); the reports written so far stay.
-void ValidateFile(RunState& state);
-void ValidateFile(RunState& state, const QList<RoutineEntry>& routines);
+void ValidateFile(RunState& state, const RuleBook& rules);
 
 // Clears what belongs to one file. The open-tag list is deliberately kept:
 // elements left open by one file of a batch stay open for the next.
@@ -25,4 +24,4 @@ void SplitLines(RunState& state);
 // Walks the tags of one line left to right. lineStart is the zero-based
 // offset of the line in the whole text, lineNumber is one-based.
 void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std::int32_t lineNumber,
-    const QList<RoutineEntry>& routines);
+    const RuleBook& rules);

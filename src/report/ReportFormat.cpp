@@ -76,9 +76,14 @@ QStringList reportHeader(const QString& baseName, EntryKind kind, bool columnMod
     };
 }
 
+QString errorViewRule()
+{
+    return QString(137, QLatin1Char('='));
+}
+
 QStringList errorViewHeader(const QString& inputPath, bool columnMode)
 {
-    const QString rule(137, QLatin1Char('='));
+    const QString rule = errorViewRule();
     const QString location = columnMode ? QStringLiteral("Line No - Column No") + QString(3, QLatin1Char(' '))
                                         : QStringLiteral("Line No") + QString(8, QLatin1Char(' '));
     return {

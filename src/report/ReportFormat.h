@@ -1,6 +1,6 @@
 #pragma once
 
-#include "report/ReportState.h"
+#include "core/ReportState.h"
 
 #include <QDateTime>
 #include <QString>
@@ -32,6 +32,8 @@ EntryTexts formatEntry(EntryKind kind, std::int64_t lineNumber, const QString& m
     std::int32_t column, bool columnMode);
 
 QStringList reportHeader(const QString& baseName, EntryKind kind, bool columnMode);
+// The rule line of the error-view log: 137 "=".
+QString errorViewRule();
 QStringList errorViewHeader(const QString& inputPath, bool columnMode);
 
 // "hh:mm:ss AM/PM" on a 12-hour clock.

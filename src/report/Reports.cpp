@@ -1,7 +1,8 @@
 #include "report/Reports.h"
 
-#include "app/RunAborted.h"
-#include "app/RunState.h"
+#include "core/Paths.h"
+#include "core/RunAborted.h"
+#include "core/RunState.h"
 #include "report/ReportFormat.h"
 
 #include <QFileInfo>
@@ -12,7 +13,6 @@ namespace {
 
 const QString kLineEnd = QStringLiteral("\r\n");
 const QString kProgramLogRule(45, QLatin1Char('='));
-const QString kErrorViewRule(137, QLatin1Char('='));
 
 // Every write ignores its failure: a report problem must never stop validation.
 void writeText(QFile* file, const QString& text)
@@ -70,21 +70,11 @@ void copyOver(const QString& source, const QString& destination)
     QFile::copy(source, destination);
 }
 
-QString trimmedFileName(const QString& path)
-{
-    return path.mid(path.lastIndexOf(QLatin1Char('/')) + 1).trimmed();
-}
-
 // The operator chose the original file; a copy made for the before-programs is
 // not what the log should name. Batch runs may leave the copy field empty.
 QString headerInputPath(const RunState& state)
 {
     return state.currentInputPath.isEmpty() ? state.inputPath : state.currentInputPath;
-}
-
-bool editorIs(const RunState& state, const char* name)
-{
-    return state.config.EditorProgram.toUpper() == QLatin1String(name);
 }
 
 [[noreturn]] void refuseReports(RunState& state)
@@ -158,55 +148,93 @@ void finishErrorReport(ReportState& report)
     writeLine(file.get(), QStringLiteral("Total No. of Errors: ") + QString::number(report.errorCount));
 }
 
-// The single-file editor file is the bare error report; any other run must not
-// leave a stale one behind. A batch editor file is emptied once per batch only,
-// since it collects every file of the batch.
-void prepareEditorFile(RunState& state)
+QString editorFilePath(const RunState& state)
 {
-    const QString editorFile = state.reportFolder + QStringLiteral("error.edt");
-    const bool zeph = editorIs(state, "ZEPH");
-    if (!state.batchMode && zeph && !state.config.XYCoordinates) {
-        copyOver(state.report.errorReportPath, editorFile);
-    } else if (state.batchMode && zeph) {
-        if (!state.report.batchEditorFiles.contains(editorFile)) {
-            QFile::remove(editorFile);
-            state.report.batchEditorFiles.insert(editorFile);
-        }
-    } else {
-        QFile::remove(editorFile);
-    }
+    return state.reportFolder + QStringLiteral("error.edt");
 }
 
-void appendBatchEditorFile(RunState& state)
+void appendTotals(QFile* file, const ReportState& report)
 {
-    const ReportState& report = state.report;
-    auto file = openFile(
-        state.reportFolder + QStringLiteral("error.edt"), QIODevice::WriteOnly | QIODevice::Append);
-    if (state.config.XYCoordinates) {
-        writeText(file.get(), report.columnEntryText);
-        return;
-    }
-    for (const WarningRecord& record : report.warningList)
-        writeLine(file.get(), record.lineField + record.messageField + record.dataField);
-    writeLine(file.get(), QString());
+    writeLine(file, QString());
     if (report.errorCount > 0)
-        writeLine(file.get(), QStringLiteral("Total No. of Errors: ") + QString::number(report.errorCount));
+        writeLine(file, QStringLiteral("Total No. of Errors: ") + QString::number(report.errorCount));
     if (report.warningCount > 0)
-        writeLine(
-            file.get(), QStringLiteral("Total No. of Warnings: ") + QString::number(report.warningCount));
+        writeLine(file, QStringLiteral("Total No. of Warnings: ") + QString::number(report.warningCount));
     if (report.errorCount == 0 && report.warningCount == 0)
-        writeLine(file.get(), QStringLiteral("No Errors Encountered!"));
+        writeLine(file, QStringLiteral("No Errors Encountered!"));
 }
 
-void writeEditorFiles(RunState& state)
-{
-    const ReportState& report = state.report;
-    if (state.batchMode && editorIs(state, "ZEPH")) {
-        appendBatchEditorFile(state);
-    } else if (!state.batchMode && editorIs(state, "KV7")) {
+// The files an editor program reads beside the reports. Only the two known
+// editors get one; for any other the run must not leave a stale "error.edt".
+class EditorFlavour {
+public:
+    virtual ~EditorFlavour() = default;
+    // Runs after the error report is closed and before it gets its totals.
+    virtual void prepare(RunState& state) const { QFile::remove(editorFilePath(state)); }
+    // Runs once both reports are complete.
+    virtual void write(RunState&) const { }
+};
+
+// ZEPH: a single-file run hands it the bare error report; a batch collects
+// every file's entries in one "error.edt" per report folder, emptied once at
+// that folder's first file.
+class ZephEditor : public EditorFlavour {
+public:
+    void prepare(RunState& state) const override
+    {
+        const QString editorFile = editorFilePath(state);
+        if (!state.batchMode && !state.config.XYCoordinates) {
+            copyOver(state.report.errorReportPath, editorFile);
+        } else if (state.batchMode) {
+            if (!state.report.batchEditorFiles.contains(editorFile)) {
+                QFile::remove(editorFile);
+                state.report.batchEditorFiles.insert(editorFile);
+            }
+        } else {
+            QFile::remove(editorFile);
+        }
+    }
+
+    void write(RunState& state) const override
+    {
+        if (!state.batchMode)
+            return;
+        const ReportState& report = state.report;
+        auto file = openFile(editorFilePath(state), QIODevice::WriteOnly | QIODevice::Append);
+        if (state.config.XYCoordinates) {
+            writeText(file.get(), report.columnEntryText);
+            return;
+        }
+        for (const WarningRecord& record : report.warningList)
+            writeLine(file.get(), record.lineField + record.messageField + record.dataField);
+        appendTotals(file.get(), report);
+    }
+};
+
+// KV7: a single-file run gets every entry of the file in "<name>.LOG".
+class Kv7Editor : public EditorFlavour {
+public:
+    void write(RunState& state) const override
+    {
+        if (state.batchMode)
+            return;
+        const ReportState& report = state.report;
         writeWholeFile(state.reportFolder + report.baseName + QStringLiteral(".LOG"),
             state.config.XYCoordinates ? report.columnEntryText : report.plainEntryText);
     }
+};
+
+const EditorFlavour& editorFlavour(const Configuration& config)
+{
+    static const ZephEditor zeph;
+    static const Kv7Editor kv7;
+    static const EditorFlavour none;
+    const QString editor = config.EditorProgram.toUpper();
+    if (editor == u"ZEPH")
+        return zeph;
+    if (editor == u"KV7")
+        return kv7;
+    return none;
 }
 
 void copyReportsToOutput(const RunState& state)
@@ -245,7 +273,7 @@ void OpenReports(RunState& state)
 {
     ReportState& report = state.report;
     // Taken afresh per file: a batch changes only the input path between files.
-    state.inputFileName = trimmedFileName(state.inputPath);
+    state.inputFileName = InputFileNameOf(state.inputPath);
     const qsizetype dot = state.inputFileName.lastIndexOf(QLatin1Char('.'));
     report.baseName = dot < 0 ? state.inputFileName : state.inputFileName.left(dot);
     report.extension = dot < 0 ? QString() : state.inputFileName.mid(dot);
@@ -262,24 +290,37 @@ void OpenReports(RunState& state)
     report.warningReport = createReport(state, report.warningReportPath, EntryKind::Warning);
 }
 
+void ReportFinding(RunState& state, const Finding& finding)
+{
+    ReportState& report = state.report;
+    const bool error = finding.kind == FindingKind::Error;
+    const auto texts = addEntry(state, error ? EntryKind::Error : EntryKind::Warning, finding.line,
+        finding.message, finding.data, finding.column);
+    if (error) {
+        ++report.errorCount;
+        ++report.runErrorEntries;
+    } else {
+        ++report.warningCount;
+        // Sized by the count, not appended, so the list stays in step with the count.
+        report.warningList.resize(std::max(report.warningCount, 0));
+        if (report.warningCount > 0)
+            report.warningList[report.warningCount - 1] = texts.record;
+    }
+    state.findingSinks.publish(finding);
+}
+
 void WriteErrorEntry(RunState& state, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t column)
 {
-    addEntry(state, EntryKind::Error, lineNumber, message, dataContent, column);
-    ++state.report.errorCount;
-    ++state.report.runErrorEntries;
+    ReportFinding(
+        state, { FindingKind::Error, lineNumber, column, message, dataContent, state.currentRoutine });
 }
 
 void WriteWarningEntry(RunState& state, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t column)
 {
-    ReportState& report = state.report;
-    const auto texts = addEntry(state, EntryKind::Warning, lineNumber, message, dataContent, column);
-    ++report.warningCount;
-    // Sized by the count, not appended, so the list stays in step with the count.
-    report.warningList.resize(std::max(report.warningCount, 0));
-    if (report.warningCount > 0)
-        report.warningList[report.warningCount - 1] = texts.record;
+    ReportFinding(
+        state, { FindingKind::Warning, lineNumber, column, message, dataContent, state.currentRoutine });
 }
 
 void CloseReports(RunState& state)
@@ -287,9 +328,10 @@ void CloseReports(RunState& state)
     ReportState& report = state.report;
     finishWarningReport(report);
     closeFile(report.errorReport);
-    prepareEditorFile(state);
+    const EditorFlavour& editor = editorFlavour(state.config);
+    editor.prepare(state);
     finishErrorReport(report);
-    writeEditorFiles(state);
+    editor.write(state);
     if (report.errorCount == 0)
         copyOver(state.inputPath, state.outputFolder + state.inputFileName);
     if (state.batchMode) {
@@ -328,7 +370,7 @@ void CloseProgramLogs(RunState& state)
     writeLine(report.programLog.get(), ended);
     closeFile(report.programLog);
     if (state.batchMode) {
-        writeLine(report.errorViewLog.get(), kErrorViewRule);
+        writeLine(report.errorViewLog.get(), ReportFormat::errorViewRule());
         writeLine(report.errorViewLog.get(), QString());
         writeLine(report.errorViewLog.get(), ended);
     }

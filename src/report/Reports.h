@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/Finding.h"
+
 #include <QString>
 #include <cstdint>
 
@@ -8,6 +10,10 @@ struct RunState;
 // The report writer: per input file an error report (".ERR") and a warning
 // report (".WRN"), the editor files, and per run the program logs.
 void OpenReports(RunState& state);
+// Writes the finding to the report of its kind in the fixed layout, counts it,
+// and hands it to every subscribed sink.
+void ReportFinding(RunState& state, const Finding& finding);
+// A finding of the routine that is running now (RunState::currentRoutine).
 void WriteErrorEntry(RunState& state, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t column);
 void WriteWarningEntry(RunState& state, std::int64_t lineNumber, const QString& message,

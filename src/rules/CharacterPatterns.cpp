@@ -1,12 +1,11 @@
 #include "rules/CharacterPatterns.h"
 
-#include "app/RunAborted.h"
-#include "app/RunState.h"
 #include "config/TableReading.h"
+#include "core/RunAborted.h"
+#include "core/RunState.h"
 #include "engine/RegExp.h"
 #include "engine/RuleHelpers.h"
 #include "report/Reports.h"
-#include "rules/Routines.h"
 
 namespace {
 

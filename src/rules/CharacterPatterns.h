@@ -1,6 +1,6 @@
 #pragma once
 
-#include "config/TableSet.h"
+#include "core/TableSet.h"
 
 #include <QList>
 #include <QString>
@@ -27,3 +27,7 @@ bool ParseSpecialCharLine(const QString& line, SpecialCharRow& row);
 QString PrepareSpecialCharPattern(const QString& pattern);
 
 bool LoadSpecialCharTable(RunState& state, TableSet& set);
+
+// The whole-file special-character check: every row's pattern searched in
+// the whole text, each match reported at its line and column.
+void CheckSpecialCharacters(RunState& state);

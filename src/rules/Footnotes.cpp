@@ -1,6 +1,8 @@
-#include "app/RunState.h"
+#include "rules/Footnotes.h"
+
+#include "core/RunState.h"
 #include "engine/RuleHelpers.h"
-#include "rules/Routines.h"
+#include "text/xmlClass.h"
 
 namespace {
 
@@ -53,18 +55,17 @@ bool referenceInFirstTwoWords(const QString& content, const QString& upperRefere
 
 } // namespace
 
-// A footnote whose reference mark became the fnref attribute must not keep
-// the mark among the first words of its text.
 void UNDELFNREF(RunState& state)
 {
+    const xmlClass xml(state.toolkit);
     const ValidationContext& context = state.context;
-    if (context.tagName != QLatin1String("fn") || context.tagType != 1)
+    if (context.tagName != QLatin1String("fn") || context.tagType != TagKind::Start)
         return;
-    const QString reference = state.xml.GetAttributeValue(context.tagText, QStringLiteral("fnref"));
+    const QString reference = xml.GetAttributeValue(context.tagText, QStringLiteral("fnref"));
     if (reference.isEmpty())
         return;
     std::int32_t position = context.filePosition;
-    const QString content = state.xml.GetPCDATA(state.wholeText, context.tagText,
+    const QString content = xml.GetPCDATA(state.wholeText, context.tagText,
         QStringLiteral("</") + context.tagName + QLatin1Char('>'), position);
     if (!referenceInFirstTwoWords(tagsAsSeparators(content), reference.toUpper()))
         return;

@@ -1,9 +1,51 @@
 #include "text/InputLoading.h"
 
-#include "text/xmlClass.h"
+#include "core/OperatorInterface.h"
+#include "text/Encoding.h"
 
 #include <QFile>
+#include <QProcess>
 #include <QStringDecoder>
+
+namespace {
+
+QByteArray readBytes(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        throw InputUnreadable(QStringLiteral("%1: %2").arg(path, file.errorString()).toStdString());
+    QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        throw InputUnreadable(QStringLiteral("%1: %2").arg(path, file.errorString()).toStdString());
+    return bytes;
+}
+
+void showInvalidFormat(OperatorInterface& ui, const QString& file)
+{
+    ui.messageBox(QStringLiteral("Invalid Input file format: ") + file, kProgramTitle, MessageIcon::Critical);
+}
+
+QByteArray readAnsiBytes(OperatorInterface& ui, const QString& path)
+{
+    try {
+        return readBytes(path);
+    } catch (const InputUnreadable&) {
+        showInvalidFormat(ui, path);
+        throw;
+    }
+}
+
+// The UTF-16 decoders drop the mark themselves.
+std::optional<QString> decodeUtf16(const QByteArray& bytes)
+{
+    if (bytes.startsWith("\xFF\xFE"))
+        return QStringDecoder(QStringDecoder::Utf16LE).decode(bytes.sliced(2));
+    if (bytes.startsWith("\xFE\xFF"))
+        return QStringDecoder(QStringDecoder::Utf16BE).decode(bytes.sliced(2));
+    return std::nullopt;
+}
+
+} // namespace
 
 QString DecodeUtf8(QByteArrayView bytes)
 {
@@ -14,19 +56,66 @@ QString DecodeUtf8(QByteArrayView bytes)
 
 QString ReadUtf8File(const QString& path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() < 1)
-        return {};
-    return DecodeUtf8(file.readAll());
+    return DecodeUtf8(readBytes(path));
 }
 
-QString LoadInputText(xmlClass& xml, const QString& path, bool utf8Input)
+QString GetFileContent(OperatorInterface& ui, const QString& file)
 {
-    if (utf8Input)
-        return ReadUtf8File(path); // a byte-order mark stays: the two paths differ on purpose
-    std::int16_t fileNo = 0;
-    const QString text = xml.GetFileContent(path, fileNo);
-    if (text.startsWith(QStringView(u"\u00EF\u00BB\u00BF")))
-        return ReadUtf8File(path).mid(1);
+    return DecodeWindows1252(readAnsiBytes(ui, file));
+}
+
+QString GetFileRTB(OperatorInterface& ui, const QString& applicationPath, const QString& file)
+{
+    QString folder = applicationPath;
+    if (!folder.endsWith(u'/'))
+        folder += u'/';
+    QProcess converter;
+    converter.start(folder + QStringLiteral("Convert2ANSI"), { file });
+    // A converter that cannot start would leave a stale or missing ".tmp": report it rather than read it.
+    const bool ran = converter.waitForStarted(-1) && converter.waitForFinished(-1);
+    QFile converted(file + QStringLiteral(".tmp"));
+    if (!ran || !converted.open(QIODevice::ReadOnly)) {
+        showInvalidFormat(ui, file);
+        return {};
+    }
+    return DecodeWindows1252(converted.readAll());
+}
+
+void NormalizeLineEnds(QString& text)
+{
+    qsizetype lone = 0;
+    for (qsizetype i = text.indexOf(u'\n'); i >= 0; i = text.indexOf(u'\n', i + 1)) {
+        if (i == 0 || text[i - 1] != u'\r')
+            ++lone;
+    }
+    if (lone == 0)
+        return;
+    QString normalized;
+    normalized.reserve(text.size() + lone);
+    qsizetype from = 0;
+    for (qsizetype i = text.indexOf(u'\n'); i >= 0; i = text.indexOf(u'\n', i + 1)) {
+        if (i > 0 && text[i - 1] == u'\r')
+            continue;
+        normalized.append(QStringView(text).sliced(from, i - from));
+        normalized.append(u"\r\n");
+        from = i + 1;
+    }
+    normalized.append(QStringView(text).sliced(from));
+    text = std::move(normalized);
+}
+
+QString LoadInputText(OperatorInterface& ui, const QString& path, bool utf8Input)
+{
+    const QByteArray bytes = utf8Input ? readBytes(path) : readAnsiBytes(ui, path);
+    QString text;
+    if (std::optional<QString> utf16 = decodeUtf16(bytes))
+        text = std::move(*utf16);
+    else if (utf8Input)
+        text = DecodeUtf8(bytes); // a UTF-8 mark stays on this path
+    else if (bytes.startsWith("\xEF\xBB\xBF")) // the mark read as Windows-1252: three exact characters
+        text = DecodeUtf8(bytes).mid(1);
+    else
+        text = DecodeWindows1252(bytes);
+    NormalizeLineEnds(text);
     return text;
 }

@@ -2,19 +2,48 @@
 
 #include <QByteArrayView>
 #include <QString>
+#include <stdexcept>
 
-class xmlClass;
+class OperatorInterface;
+
+// An input file that could not be read at all. Validating it as an empty
+// text would report a clean file that nobody checked, so reading fails the
+// file instead.
+class InputUnreadable : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
 
 // UTF-8 to UTF-16 as the platform converter does it: invalid sequences become
 // U+FFFD and a leading byte-order mark is kept as the character U+FEFF.
 QString DecodeUtf8(QByteArrayView bytes);
 
-// All bytes of the file decoded as UTF-8; an empty or unreadable file gives
-// the empty text.
+// All bytes of the file decoded as UTF-8. Throws InputUnreadable when the
+// file cannot be read.
 QString ReadUtf8File(const QString& path);
 
-// The whole text of one input file. ANSI runs read Windows-1252, unless the
-// file starts with a UTF-8 byte-order mark: then it is read again as UTF-8
-// and the mark dropped. UTF-8 runs keep the mark as the first character.
-// Line ends are left as they are; the driver splits at CR LF.
-QString LoadInputText(xmlClass& xml, const QString& path, bool utf8Input);
+// The whole file decoded as Windows-1252. A file that cannot be read shows
+// "Invalid Input file format: " + path and throws InputUnreadable.
+QString GetFileContent(OperatorInterface& ui, const QString& file);
+
+// Runs Convert2ANSI from the application folder on the file and reads the
+// ".tmp" file it writes, as Windows-1252; empty text after the same message
+// when the converter cannot run or leaves nothing to read.
+QString GetFileRTB(OperatorInterface& ui, const QString& applicationPath, const QString& file);
+
+// Every LF that no CR precedes becomes CR LF; a lone CR stays. Files written
+// on Linux end their lines with LF alone, and lines, columns and the
+// hard-return rules are all counted in CR LF lines.
+void NormalizeLineEnds(QString& text);
+
+// The whole text of one input file, as the driver validates it:
+// - a UTF-16 byte-order mark (either order) decodes UTF-16, whatever the run
+//   mode says, and the mark is dropped;
+// - ANSI runs read Windows-1252, unless the file starts with a UTF-8
+//   byte-order mark: then it is read as UTF-8 and the mark dropped;
+// - UTF-8 runs keep a UTF-8 mark as the first character (the two paths
+//   differ on purpose);
+// - LF-only line ends are read as CR LF.
+// Throws InputUnreadable (after the ANSI path's message) when the file cannot
+// be read.
+QString LoadInputText(OperatorInterface& ui, const QString& path, bool utf8Input);

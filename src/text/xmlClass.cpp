@@ -1,13 +1,8 @@
 #include "text/xmlClass.h"
 
-#include "app/OperatorInterface.h"
 #include "text/ElementIndex.h"
-#include "text/Encoding.h"
 #include "text/TagSearch.h"
 #include "text/TagStripper.h"
-
-#include <QFile>
-#include <QProcess>
 
 namespace {
 
@@ -26,28 +21,10 @@ std::int32_t Find(
     return found < 0 ? 0 : static_cast<std::int32_t>(found + 1);
 }
 
-std::optional<QString> ReadAnsiFile(const QString& path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return std::nullopt;
-    const QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError)
-        return std::nullopt;
-    return DecodeWindows1252(bytes);
-}
-
 } // namespace
 
-xmlClass::xmlClass(ToolkitState& shared, OperatorInterface& ui, const QString& applicationPath)
-    : shared_(shared)
-    , ui_(ui)
-    , applicationPath_(applicationPath)
-{
-}
-
-QString xmlClass::GetPCDATA(
-    const QString& source_string, const QString& start_tag, const QString& end_tag, std::int32_t& position)
+QString xmlClass::GetPCDATA(const QString& source_string, const QString& start_tag, const QString& end_tag,
+    std::int32_t& position) const
 {
     if (position <= 0)
         position = 1;
@@ -84,7 +61,7 @@ QString xmlClass::GetPCDATA(
 }
 
 QString xmlClass::GetStringRange(const QString& source_string, const QString& start_string,
-    const QString& end_string, std::int32_t position)
+    const QString& end_string, std::int32_t position) const
 {
     const std::int32_t s = Find(source_string, start_string, position);
     if (s == 0)
@@ -95,7 +72,7 @@ QString xmlClass::GetStringRange(const QString& source_string, const QString& st
     return source_string.mid(s - 1, e + end_string.size() - s);
 }
 
-QString xmlClass::GetAttributeValue(const QString& tag, const QString& attribute_name)
+QString xmlClass::GetAttributeValue(const QString& tag, const QString& attribute_name) const
 {
     if (attribute_name.isEmpty())
         return {};
@@ -108,12 +85,12 @@ QString xmlClass::GetAttributeValue(const QString& tag, const QString& attribute
     return closingQuote < 0 ? QString() : tag.mid(valueStart, closingQuote - valueStart);
 }
 
-QString xmlClass::GetTagName(const QString& tag)
+QString xmlClass::GetTagName(const QString& tag) const
 {
     return TagSearch::TagNameOf(tag);
 }
 
-QString xmlClass::Get_nth_Tag(const QString& source_str, std::int32_t n, std::int32_t position)
+QString xmlClass::Get_nth_Tag(const QString& source_str, std::int32_t n, std::int32_t position) const
 {
     if (position <= 0 || n <= 0)
         return {};
@@ -128,15 +105,15 @@ QString xmlClass::Get_nth_Tag(const QString& source_str, std::int32_t n, std::in
     }
 }
 
-std::int16_t xmlClass::GetTagType(const QString& tag)
+TagKind xmlClass::GetTagType(const QString& tag) const
 {
     if (tag.isEmpty() || tag.front() != u'<' || tag.back() != u'>')
-        return 0;
+        return TagKind::None;
     if (tag.contains(u"/>"))
-        return 3;
+        return TagKind::Empty;
     if (tag.contains(u"</"))
-        return 2;
-    return 1;
+        return TagKind::End;
+    return TagKind::Start;
 }
 
 std::int32_t xmlClass::CountStr(const QString& search_str, const QString& source_str, std::int16_t matchcase)
@@ -154,7 +131,7 @@ std::int32_t xmlClass::CountStr(const QString& search_str, const QString& source
     return count;
 }
 
-QString xmlClass::GetNextLineStr(const QString& source_str, std::int32_t pos)
+QString xmlClass::GetNextLineStr(const QString& source_str, std::int32_t pos) const
 {
     const std::int32_t c1 = Find(source_str, kLineBreak, pos);
     if (c1 == 0)
@@ -164,7 +141,7 @@ QString xmlClass::GetNextLineStr(const QString& source_str, std::int32_t pos)
     return source_str.mid(c1 + 1, end - (c1 + 1));
 }
 
-QString xmlClass::GetPreviousLineStr(const QString& source_str, std::int32_t pos)
+QString xmlClass::GetPreviousLineStr(const QString& source_str, std::int32_t pos) const
 {
     if (pos <= 0)
         return {};
@@ -176,7 +153,7 @@ QString xmlClass::GetPreviousLineStr(const QString& source_str, std::int32_t pos
     return c2 < 0 ? source_str.first(c1) : source_str.mid(c2 + 2, c1 - (c2 + 2));
 }
 
-QString xmlClass::GetFullTag(const QString& element, const QString& source_str, std::int32_t start_pos)
+QString xmlClass::GetFullTag(const QString& element, const QString& source_str, std::int32_t start_pos) const
 {
     // start_pos is part of the interface but the search always starts at the beginning.
     QString key = element;
@@ -215,39 +192,8 @@ QString xmlClass::RetrieveTags(const QString& str, std::int32_t& tag_pos)
     return str.mid(candidate->lt, candidate->gt - candidate->lt + 1);
 }
 
-QString xmlClass::GetFileContent(const QString& file, std::int16_t& fileNo)
-{
-    if (fileNo == 0)
-        fileNo = 1; // handle numbers mean nothing here; the slot is kept for the callers
-    const std::optional<QString> text = ReadAnsiFile(file);
-    if (!text) {
-        ui_.messageBox(
-            QStringLiteral("Invalid Input file format: ") + file, kProgramTitle, MessageIcon::Critical);
-        return {};
-    }
-    return *text;
-}
-
-QString xmlClass::GetFileRTB(const QString& file)
-{
-    QString folder = applicationPath_;
-    if (!folder.endsWith(u'/'))
-        folder += u'/';
-    QProcess converter;
-    converter.start(folder + QStringLiteral("Convert2ANSI"), { file });
-    // A converter that cannot start would leave a stale or missing ".tmp": report it rather than read it.
-    const bool ran = converter.waitForStarted(-1) && converter.waitForFinished(-1);
-    const std::optional<QString> text = ran ? ReadAnsiFile(file + QStringLiteral(".tmp")) : std::nullopt;
-    if (!text) {
-        ui_.messageBox(
-            QStringLiteral("Invalid Input file format: ") + file, kProgramTitle, MessageIcon::Critical);
-        return {};
-    }
-    return *text;
-}
-
 QString xmlClass::ReplaceCharacters(const QString& source, const QString& replaceStr, const QString& newStr,
-    const QString& delimeter, bool matchcase)
+    const QString& delimeter, bool matchcase) const
 {
     const QStringList pieces = delimeter.isEmpty()
         ? QStringList { replaceStr }
@@ -263,7 +209,7 @@ QString xmlClass::ReplaceCharacters(const QString& source, const QString& replac
     return result;
 }
 
-std::int32_t xmlClass::GetCount(const QString& sStr, const QString& sStrCom, std::int32_t& l_col)
+std::int32_t xmlClass::GetCount(const QString& sStr, const QString& sStrCom, std::int32_t& l_col) const
 {
     if (sStr.isEmpty())
         return 0;
@@ -315,7 +261,7 @@ QString xmlClass::RemoveElements(QString& str)
         if (tag_pos == -1)
             break;
         from = tag_pos + 1;
-        if (GetTagType(tag) != 1)
+        if (GetTagType(tag) != TagKind::Start)
             continue;
         const qsizetype start = tag_pos - 1;
         const QString endTag = QStringLiteral("</") + GetTagName(tag) + u'>';

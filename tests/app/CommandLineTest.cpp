@@ -1,6 +1,7 @@
 #include "app/CommandLine.h"
 
 #include "app/modGlobal.h"
+#include "core/Paths.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "config/ConfigurationFile.h"
 
-#include "app/RunState.h"
+#include "core/RunState.h"
 #include "support/IniBuilder.h"
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"

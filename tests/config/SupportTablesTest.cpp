@@ -1,8 +1,9 @@
 #include "config/SupportTables.h"
 
-#include "app/RunState.h"
 #include "config/RoutineDeclTable.h"
 #include "config/TableReading.h"
+#include "core/RunState.h"
+#include "rules/RuleRegistry.h"
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"
 
@@ -55,7 +56,7 @@ TEST(RoutineDeclTable, LoadsRowsContinuationsAndTheIndex)
         TableSet set;
         set.file(SupportFile::RoutineDeclTbl)
             = dir.write("r.tbl", "Tag | Routine | Parameter\r\n" + row.body);
-        ASSERT_TRUE(LoadRoutineDeclTable(state, set)) << row.name;
+        ASSERT_TRUE(LoadRoutineDeclTable(state, set, IsRoutineName)) << row.name;
         const auto* table = set.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
         ASSERT_NE(table, nullptr);
         EXPECT_EQ(describe(*table), row.rows) << row.name;
@@ -72,7 +73,7 @@ TEST(RoutineDeclTable, RefusesAnUnknownRoutineName)
     TableSet set;
     const QString path = dir.write("r.tbl", "h\r\n<a> | NOHRT | x\r\n | SPELLCHECK | E\r\n");
     set.file(SupportFile::RoutineDeclTbl) = path;
-    EXPECT_FALSE(LoadRoutineDeclTable(state, set));
+    EXPECT_FALSE(LoadRoutineDeclTable(state, set, IsRoutineName));
     ASSERT_EQ(op.messages.size(), 1);
     EXPECT_EQ(op.messages[0].text, "Invalid Routine Name: SPELLCHECK\r\nPlease check " + path);
     EXPECT_EQ(op.messages[0].icon, MessageIcon::Warning);
@@ -126,7 +127,7 @@ TEST(SupportTables, LoadsTheDefaultSetThenEveryTask)
     task.set.file(SupportFile::RoutineDeclTbl) = dir.write("r1.tbl", "h\r\n<b> | WITHHRT | y\r\n");
     state.config.Tasks.append(task);
 
-    ASSERT_TRUE(LoadAllSupportTables(state));
+    ASSERT_TRUE(LoadAllSupportTables(state, SupportTableLoaders()));
     EXPECT_EQ(defaults.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl)->indexText, "[a]");
     const TableSet& taskSet = state.config.Tasks[0].set;
     EXPECT_EQ(taskSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl)->indexText, "[b]");
@@ -147,7 +148,7 @@ TEST(SupportTables, ListsMissingTablesOfTheDefaultSetThenOfTheTasks)
     task.set.file(SupportFile::SpecialCharTbl) = "gone3.tbl";
     state.config.Tasks.append(task);
 
-    EXPECT_FALSE(LoadAllSupportTables(state));
+    EXPECT_FALSE(LoadAllSupportTables(state, SupportTableLoaders()));
     ASSERT_EQ(fixture.op.messages.size(), 1);
     EXPECT_EQ(
         fixture.op.messages[0].text, "Missing Support File/s:\r\n\r\ngone1.tbl\r\ngone2.tbl\r\ngone3.tbl");

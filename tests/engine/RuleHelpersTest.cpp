@@ -1,6 +1,6 @@
 #include "engine/RuleHelpers.h"
 
-#include "app/RunState.h"
+#include "core/RunState.h"
 #include "engine/RegExp.h"
 #include "support/RecordingOperator.h"
 

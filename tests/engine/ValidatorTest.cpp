@@ -1,8 +1,9 @@
 #include "engine/Validator.h"
 
-#include "app/RunAborted.h"
-#include "app/RunState.h"
 #include "config/RoutineDeclTable.h"
+#include "core/RunAborted.h"
+#include "core/RunState.h"
+#include "rules/RuleRegistry.h"
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"
 
@@ -28,11 +29,11 @@ void recordParameter(RunState& state)
     calls << QStringLiteral("PARAM=%1").arg(state.routineParameter);
 }
 
-const QList<RoutineEntry> kRecorders = {
+const RuleBook kRecorders { {
     { QLatin1StringView("NOHRT"), record<kFirst> },
     { QLatin1StringView("WITHHRT"), record<kSecond> },
     { QLatin1StringView("COMPCONT"), recordParameter },
-};
+} };
 
 struct Fixture {
     RecordingOperator op;
@@ -43,7 +44,7 @@ struct Fixture {
     {
         state.config.ActiveTableSet.file(SupportFile::RoutineDeclTbl)
             = dir.write("routine.tbl", "Tag | Routine | Parameter\r\n" + routineTable);
-        EXPECT_TRUE(LoadRoutineDeclTable(state, state.config.ActiveTableSet));
+        EXPECT_TRUE(LoadRoutineDeclTable(state, state.config.ActiveTableSet, IsRoutineName));
     }
 
     QStringList validate(const QByteArray& input)
@@ -102,7 +103,7 @@ TEST(Validator, FillsTheContextOfEveryTag)
     fixture.validate("<r>\r\nab <p id=\"1\">x</p>");
     const ValidationContext& last = fixture.state.previousTag;
     EXPECT_EQ(last.tagText, "</p>");
-    EXPECT_EQ(last.tagType, 2);
+    EXPECT_EQ(last.tagType, TagKind::End);
     EXPECT_EQ(last.lineNumber, 2);
     EXPECT_EQ(last.linePosition, 15);
     EXPECT_EQ(last.filePosition, 15 + 5);
@@ -124,7 +125,7 @@ TEST(Validator, KeepsOpenTagsFromOneFileToTheNext)
     EXPECT_EQ(fixture.state.openTags[0].tagText, "<c>");
 }
 
-TEST(Validator, SplitsOnlyAtCrLfAndCountsProgressPerLine)
+TEST(Validator, SplitsAtLineEndsAndCountsProgressPerLine)
 {
     struct Row {
         QByteArray input;
@@ -135,7 +136,8 @@ TEST(Validator, SplitsOnlyAtCrLfAndCountsProgressPerLine)
         { "", 0, 1 },
         { "<a>", 1, 1 },
         { "<a>\r\n", 2, 1 },
-        { "a\nb\rc", 1, 1 },
+        { "a\rb\rc", 1, 1 }, // a lone CR is no line end
+        { "a\nb\nc", 3, 2 }, // a lone LF is read as CR LF
         { "a\r\nb\r\nc\r\nd", 4, 3 },
     };
     for (const Row& row : rows) {
@@ -150,8 +152,9 @@ TEST(Validator, SplitsOnlyAtCrLfAndCountsProgressPerLine)
 TEST(Validator, UnexpectedFailureIsShownAndEndsTheRun)
 {
     Fixture fixture("<a> | NOHRT | x\r\n");
-    const QList<RoutineEntry> failing
-        = { { QLatin1StringView("NOHRT"), [](RunState&) { throw std::runtime_error("disk gone"); } } };
+    const RuleBook failing {
+        { { QLatin1StringView("NOHRT"), [](RunState&) { throw std::runtime_error("disk gone"); } } }
+    };
     fixture.state.inputPath = fixture.dir.write("input.xml", "<a>");
     try {
         ValidateFile(fixture.state, failing);

@@ -4,8 +4,7 @@
 #include "engine/Validator.h"
 #include "report/Reports.h"
 #include "rules/CharacterPatterns.h"
-
-#include <QRegularExpression>
+#include "rules/RuleRegistry.h"
 
 RuleFixture::RuleFixture(const QByteArray& routineRows, const QByteArray& specialCharRows)
 {
@@ -15,34 +14,18 @@ RuleFixture::RuleFixture(const QByteArray& routineRows, const QByteArray& specia
     set.file(SupportFile::SpecialCharTbl)
         = dir.write("special.tbl", "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n" + specialCharRows);
     set.CheckSpecialChar = QStringLiteral("TRUE");
-    LoadRoutineDeclTable(state, set);
+    LoadRoutineDeclTable(state, set, IsRoutineName);
     LoadSpecialCharTable(state, set);
     state.reportFolder = dir.mkdir("work");
     state.outputFolder = dir.mkdir("out");
+    state.findingSinks.subscribe(sink);
 }
 
 QStringList RuleFixture::run(const QByteArray& input)
 {
+    sink.findings.clear();
     state.inputPath = dir.write("input.xml", input);
     OpenReports(state);
-    ValidateFile(state);
-    return ParseColumnEntries(state.report.columnEntryText);
-}
-
-QStringList ParseColumnEntries(const QString& columnEntryText)
-{
-    static const QRegularExpression entry(QStringLiteral("^(\\d+) - (\\d+) - ([EW]) / (.*?) +- (.*)$"));
-    QStringList entries;
-    for (const QString& line : columnEntryText.split(QStringLiteral("\r\n"), Qt::SkipEmptyParts)) {
-        const auto match = entry.match(line);
-        if (!match.hasMatch()) {
-            entries << QStringLiteral("unparsed: ") + line;
-            continue;
-        }
-        entries << QStringLiteral("%1:%2 %3 %4 | %5")
-                       .arg(match.captured(1).toInt())
-                       .arg(match.captured(2).toInt())
-                       .arg(match.captured(3), match.captured(4), match.captured(5));
-    }
-    return entries;
+    ValidateFile(state, Rules());
+    return sink.entries();
 }

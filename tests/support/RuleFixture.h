@@ -1,14 +1,15 @@
 #pragma once
 
-#include "app/RunState.h"
+#include "core/RunState.h"
 #include "support/RecordingOperator.h"
+#include "support/RecordingSink.h"
 #include "support/TempDir.h"
 
 #include <QStringList>
 
 // Runs the real driver with the real routines over an input text, with the
 // routine declaration table and the special-character table given as text,
-// and answers the report entries written, one "line:column K message | data"
+// and answers the findings reported, one "line:column K message | data"
 // string each (K is E or W).
 class RuleFixture {
 public:
@@ -18,8 +19,6 @@ public:
 
     RecordingOperator op;
     RunState state { op };
+    RecordingSink sink;
     TempDir dir;
 };
-
-// "0000000007 - 00012 - E / Bad tag    - <x>" becomes "7:12 E Bad tag | <x>".
-QStringList ParseColumnEntries(const QString& columnEntryText);

@@ -2,7 +2,6 @@
 
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"
-#include "text/xmlClass.h"
 
 #include <QFile>
 #include <gtest/gtest.h>
@@ -11,10 +10,7 @@ namespace {
 
 struct InputLoading : ::testing::Test {
     TempDir dir;
-    ToolkitState state;
     RecordingOperator ui;
-    QString appPath = dir.path();
-    xmlClass xml { state, ui, appPath };
 };
 
 const QByteArray kBom = "\xEF\xBB\xBF";
@@ -28,9 +24,7 @@ TEST_F(InputLoading, AnsiDecodesTheWindows1252HighBlock)
         bytes += char(b);
     bytes += "\xE9\xFF</p>";
     const QString path = dir.write("in.sgm", bytes);
-    std::int16_t fileNo = 0;
-    const QString text = xml.GetFileContent(path, fileNo);
-    EXPECT_EQ(fileNo, 1);
+    const QString text = GetFileContent(ui, path);
     ASSERT_EQ(text.size(), bytes.size());
     const std::pair<int, char16_t> rows[] = {
         { 0x80, 0x20AC },
@@ -48,22 +42,18 @@ TEST_F(InputLoading, AnsiDecodesTheWindows1252HighBlock)
         EXPECT_EQ(text[3 + byte - 0x80].unicode(), expected) << std::hex << byte;
     EXPECT_TRUE(text.endsWith(QStringView(u"\u00E9\u00FF</p>")));
     EXPECT_TRUE(ui.messages.isEmpty());
-
-    fileNo = 5;
-    xml.GetFileContent(path, fileNo);
-    EXPECT_EQ(fileNo, 5); // a given handle number is kept
 }
 
-TEST_F(InputLoading, UnreadableFileGivesTheMessageAndEmptyText)
+TEST_F(InputLoading, UnreadableFileFailsInsteadOfReadingAsEmpty)
 {
     const QString path = dir.path() + "missing.sgm";
-    std::int16_t fileNo = 0;
-    EXPECT_EQ(xml.GetFileContent(path, fileNo), "");
-    EXPECT_EQ(LoadInputText(xml, path, false), "");
-    EXPECT_EQ(LoadInputText(xml, path, true), "");
+    EXPECT_THROW(GetFileContent(ui, path), InputUnreadable);
+    EXPECT_THROW(LoadInputText(ui, path, false), InputUnreadable);
+    EXPECT_THROW(LoadInputText(ui, path, true), InputUnreadable);
     const RecordedMessage expected { "Invalid Input file format: " + path, kProgramTitle,
         MessageIcon::Critical };
-    EXPECT_EQ(ui.messages, (QList<RecordedMessage> { expected, expected })); // the UTF-8 reader stays silent
+    // The UTF-8 path has no message of its own: the driver reports the failure.
+    EXPECT_EQ(ui.messages, (QList<RecordedMessage> { expected, expected }));
 }
 
 TEST_F(InputLoading, ByteOrderMarkIsDroppedOnlyOnTheAnsiPath)
@@ -73,11 +63,11 @@ TEST_F(InputLoading, ByteOrderMarkIsDroppedOnlyOnTheAnsiPath)
     const QString withoutMark = dir.write("plain.sgm", body);
     const QString expected = QString::fromUtf8(body);
 
-    EXPECT_EQ(LoadInputText(xml, withMark, false), expected);
-    EXPECT_EQ(LoadInputText(xml, withoutMark, true), expected);
-    EXPECT_EQ(LoadInputText(xml, withMark, true), QChar(0xFEFF) + expected);
+    EXPECT_EQ(LoadInputText(ui, withMark, false), expected);
+    EXPECT_EQ(LoadInputText(ui, withoutMark, true), expected);
+    EXPECT_EQ(LoadInputText(ui, withMark, true), QChar(0xFEFF) + expected);
     // Without the mark an ANSI run reads the UTF-8 bytes as Windows-1252.
-    EXPECT_EQ(LoadInputText(xml, withoutMark, false), QString::fromLatin1(body));
+    EXPECT_EQ(LoadInputText(ui, withoutMark, false), QString::fromLatin1(body));
 }
 
 TEST_F(InputLoading, Utf8DecodingKeepsLineEndsAndReplacesBadBytes)
@@ -93,8 +83,42 @@ TEST_F(InputLoading, Utf8DecodingKeepsLineEndsAndReplacesBadBytes)
         EXPECT_EQ(DecodeUtf8(bytes), expected) << bytes.toHex().constData();
         EXPECT_EQ(ReadUtf8File(dir.write("u.txt", bytes)), expected) << bytes.toHex().constData();
     }
-    const QString loneLf = LoadInputText(xml, dir.write("lf.sgm", "<p>one</p>\n<p>two</p>\n"), false);
-    EXPECT_EQ(loneLf.split("\r\n").size(), 1);
+}
+
+TEST_F(InputLoading, LoneLineFeedsAreReadAsCarriageReturnLineFeed)
+{
+    const std::pair<QString, QString> rows[] = {
+        { "<p>one</p>\n<p>two</p>\n", "<p>one</p>\r\n<p>two</p>\r\n" },
+        { "a\r\nb\nc", "a\r\nb\r\nc" }, // mixed ends: only the lone LF changes
+        { "a\rb\r\n", "a\rb\r\n" }, // a lone CR stays
+        { "\n\n", "\r\n\r\n" },
+        { "\r\n", "\r\n" },
+        { "", "" },
+    };
+    for (const auto& [text, expected] : rows) {
+        QString normalized = text;
+        NormalizeLineEnds(normalized);
+        EXPECT_EQ(normalized, expected) << qPrintable(text);
+        for (const bool utf8 : { false, true })
+            EXPECT_EQ(LoadInputText(ui, dir.write("lf.sgm", text.toUtf8()), utf8), expected);
+    }
+}
+
+TEST_F(InputLoading, Utf16WithByteOrderMarkIsDecodedWhateverTheMode)
+{
+    const QString text = QString("<p>caf") + QChar(0xE9) + "</p>\r\n" + QChar(0x20AC);
+    QByteArray little = "\xFF\xFE";
+    QByteArray big = "\xFE\xFF";
+    for (const QChar c : text) {
+        little += char(c.unicode() & 0xFF);
+        little += char(c.unicode() >> 8);
+        big += char(c.unicode() >> 8);
+        big += char(c.unicode() & 0xFF);
+    }
+    for (const bool utf8 : { false, true }) {
+        EXPECT_EQ(LoadInputText(ui, dir.write("le.sgm", little), utf8), text);
+        EXPECT_EQ(LoadInputText(ui, dir.write("be.sgm", big), utf8), text);
+    }
 }
 
 TEST_F(InputLoading, ConverterRouteReadsTheTmpFileAndLeavesIt)
@@ -103,13 +127,13 @@ TEST_F(InputLoading, ConverterRouteReadsTheTmpFileAndLeavesIt)
         = dir.write("Convert2ANSI", "#!/bin/sh\nprintf 'conv\\200 %s' \"$1\" > \"$1.tmp\"\n");
     QFile::setPermissions(converter, QFile::permissions(converter) | QFileDevice::ExeOwner);
     const QString input = dir.write("doc.rtf", "{\\rtf1}");
-    EXPECT_EQ(xml.GetFileRTB(input), QString("conv") + QChar(0x20AC) + " " + input);
+    EXPECT_EQ(GetFileRTB(ui, dir.path(), input), QString("conv") + QChar(0x20AC) + " " + input);
     EXPECT_TRUE(QFile::exists(input + ".tmp"));
     EXPECT_TRUE(ui.messages.isEmpty());
 
     QFile::remove(converter);
     QFile::remove(input + ".tmp");
-    EXPECT_EQ(xml.GetFileRTB(input), "");
+    EXPECT_EQ(GetFileRTB(ui, dir.path(), input), "");
     ASSERT_EQ(ui.messages.size(), 1);
     EXPECT_EQ(ui.messages[0].text, "Invalid Input file format: " + input);
 }

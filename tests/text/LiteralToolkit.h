@@ -1,6 +1,6 @@
 #pragma once
 
-#include "text/ToolkitState.h"
+#include "core/ToolkitState.h"
 
 #include <QString>
 #include <cstdint>

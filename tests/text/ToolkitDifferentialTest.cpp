@@ -55,9 +55,7 @@ QString RandomTaggedText(std::mt19937& rng)
 struct Both {
     ToolkitState fastState;
     ToolkitState literalState;
-    RecordingOperator ui;
-    QString appPath;
-    xmlClass fast { fastState, ui, appPath };
+    xmlClass fast { fastState };
     LiteralToolkit literal { literalState };
 
     Both() { fastState.currentLineNumber = literalState.currentLineNumber = 7; }

@@ -10,9 +10,7 @@ namespace {
 
 struct Toolkit : ::testing::Test {
     ToolkitState state;
-    RecordingOperator ui;
-    QString appPath;
-    xmlClass xml { state, ui, appPath };
+    xmlClass xml { state };
 };
 
 } // namespace
@@ -39,8 +37,8 @@ TEST_F(Toolkit, GetTagNameFollowsItsRulesInOrder)
 
 TEST_F(Toolkit, GetTagTypeAndAttributeValue)
 {
-    const std::pair<QString, int> types[]
-        = { { "<x/>", 3 }, { "</x>", 2 }, { "<x>", 1 }, { "x", 0 }, { "", 0 }, { "<x", 0 } };
+    const std::pair<QString, TagKind> types[] = { { "<x/>", TagKind::Empty }, { "</x>", TagKind::End },
+        { "<x>", TagKind::Start }, { "x", TagKind::None }, { "", TagKind::None }, { "<x", TagKind::None } };
     for (const auto& [tag, type] : types)
         EXPECT_EQ(xml.GetTagType(tag), type) << qPrintable(tag);
 

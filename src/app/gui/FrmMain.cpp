@@ -1,9 +1,9 @@
 #include "app/gui/FrmMain.h"
 
-#include "app/RunAborted.h"
-#include "app/RunState.h"
 #include "app/SingleFileRun.h"
 #include "app/gui/WindowOperator.h"
+#include "core/RunAborted.h"
+#include "core/RunState.h"
 
 #include <QApplication>
 #include <QLabel>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/OperatorInterface.h"
+#include "core/OperatorInterface.h"
 
 #include <QElapsedTimer>
 #include <QPointer>

@@ -1,6 +1,6 @@
-#include "app/MoveFiles.h"
+#include "core/MoveFiles.h"
 
-#include "app/RunState.h"
+#include "core/RunState.h"
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"
 
@@ -157,7 +157,7 @@ TEST_F(MoveFilesTest, RemoveFolderTreeRemovesReadOnlyContent)
     QFile::setPermissions(top + "deep/deeper/b.txt", QFileDevice::ReadOwner);
     QFile::setPermissions(top + "deep/deeper", QFileDevice::ReadOwner | QFileDevice::ExeOwner);
 
-    RemoveFolderTree(state, dir.path() + "tree");
+    RemoveFolderTree(ui, dir.path() + "tree");
     EXPECT_FALSE(QFileInfo::exists(top));
     EXPECT_TRUE(QFileInfo::exists(outside));
     EXPECT_EQ(ui.eventCalls, 3); // once per folder, before it goes
@@ -166,7 +166,7 @@ TEST_F(MoveFilesTest, RemoveFolderTreeRemovesReadOnlyContent)
 
 TEST_F(MoveFilesTest, RemoveFolderTreeOnMissingFolderIsSilent)
 {
-    RemoveFolderTree(state, dir.path() + "nothing");
+    RemoveFolderTree(ui, dir.path() + "nothing");
     EXPECT_TRUE(ui.messages.isEmpty());
 }
 

@@ -1,6 +1,6 @@
-#include "app/MoveFiles.h"
+#include "core/MoveFiles.h"
 
-#include "app/RunState.h"
+#include "core/RunState.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -117,7 +117,7 @@ QStringList ListFolder(const QString& folder, std::int16_t kind)
     return names;
 }
 
-void RemoveFolderTree(RunState& state, const QString& folder)
+void RemoveFolderTree(OperatorInterface& ui, const QString& folder)
 {
     const QString base = WithTrailingSlash(folder);
     // Deleting an entry needs write access to the folder that holds it.
@@ -131,8 +131,8 @@ void RemoveFolderTree(RunState& state, const QString& folder)
         QFile::remove(path);
     }
     for (const QString& name : ListFolder(folder, Folder))
-        RemoveFolderTree(state, folder + QLatin1Char('/') + name);
-    state.ui.processEvents();
+        RemoveFolderTree(ui, folder + QLatin1Char('/') + name);
+    ui.processEvents();
     // Whatever could not be removed stays; callers do not look at the outcome.
     QDir().rmdir(folder);
 }
@@ -141,11 +141,7 @@ bool MakeFolder(const QString& path)
 {
     if (isFolder(path))
         return true;
-    try {
-        return QDir().mkdir(path);
-    } catch (...) {
-        return false;
-    }
+    return QDir().mkdir(path);
 }
 
 } // namespace modMoveFiles

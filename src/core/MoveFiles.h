@@ -4,6 +4,7 @@
 #include <QStringList>
 #include <cstdint>
 
+class OperatorInterface;
 struct RunState;
 
 // File staging and access checks (modMoveFiles). The checks show their own
@@ -24,7 +25,7 @@ bool CheckReadAccess(RunState& state, const QString& folder);
 // Completes the folder in place with a trailing "/".
 bool CheckWriteAccess(RunState& state, QString& folder);
 QStringList ListFolder(const QString& folder, std::int16_t kind);
-void RemoveFolderTree(RunState& state, const QString& folder);
+void RemoveFolderTree(OperatorInterface& ui, const QString& folder);
 // One level only: an existing folder is success, a missing parent is failure.
 bool MakeFolder(const QString& path);
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "app/OperatorInterface.h"
-#include "config/Configuration.h"
-#include "engine/ValidationContext.h"
-#include "report/ReportState.h"
-#include "text/ToolkitState.h"
-#include "text/xmlClass.h"
+#include "core/Configuration.h"
+#include "core/Finding.h"
+#include "core/OperatorInterface.h"
+#include "core/ReportState.h"
+#include "core/ToolkitState.h"
+#include "core/ValidationContext.h"
 
 #include <QList>
 #include <QString>
@@ -18,7 +18,6 @@
 struct RunState {
     explicit RunState(OperatorInterface& operatorInterface)
         : ui(operatorInterface)
-        , xml(toolkit, operatorInterface, config.ApplicationPath)
     {
     }
     RunState(const RunState&) = delete;
@@ -45,8 +44,7 @@ struct RunState {
     int lineCount() const { return static_cast<int>(lineStarts.size()); }
     QStringView line(int index) const;
 
-    ToolkitState toolkit;
-    xmlClass xml;
+    ToolkitState toolkit; // the values every xmlClass view of this run shares
 
     // Validation state of the driver.
     ValidationContext context;
@@ -57,9 +55,10 @@ struct RunState {
     std::int32_t currentRow = 0;
     QString contextElement;
     QString routineParameter; // upper-cased by the dispatcher
-    std::int32_t citationState = -1;
+    QString currentRoutine; // the routine or check running now; names its findings
 
     ReportState report;
+    FindingSinks findingSinks; // outputs beside the fixed reports
 };
 
 inline QStringView RunState::line(int index) const

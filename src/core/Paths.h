@@ -1,0 +1,8 @@
+#pragma once
+
+#include <QString>
+
+// Input file name: the trimmed text after the last "/" of the path.
+QString InputFileNameOf(const QString& inputPath);
+// "/" + the name of the folder holding the file; empty for a drive's root.
+QString ParentFolderPartOf(const QString& inputPath);

@@ -1,4 +1,0 @@
-#include "rules/Images.h"
-
-void StartRunImageList(RunState&) { }
-void ReportImagesWithoutCallout(RunState&) { }

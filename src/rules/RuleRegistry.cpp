@@ -1,0 +1,98 @@
+#include "rules/RuleRegistry.h"
+
+#include "config/RoutineDeclTable.h"
+#include "rules/CharacterPatterns.h"
+#include "rules/Footnotes.h"
+#include "rules/PendingRoutines.h"
+
+using namespace Qt::Literals::StringLiterals;
+using enum SupportFile;
+
+namespace {
+
+// Tables of rules that are not written yet are read as plain lines, so that
+// an unreadable file still stops the run at start-up.
+template <SupportFile Which>
+constexpr RuleEntry pending(QLatin1StringView name, Routine run)
+{
+    return { name, run, Which, LoadLinesTable<Which> };
+}
+
+RuleBook makeRules()
+{
+    RuleBook book;
+    // The order in which the dispatcher compares a declared name.
+    book.routines = {
+        pending<TextValidityTbl>("TEXTVALIDITY"_L1, TEXTVALIDITY),
+        pending<ImageValidationTbl>("IMGNAMEARTIDEQUALITY"_L1, IMGNAMEARTIDEQUALITY),
+        pending<ImageValidationTbl>("IMGNAMELENGTHEQUALITY"_L1, IMGNAMELENGTHEQUALITY),
+        pending<NoHRTDeclTbl>("NOHRT"_L1, NOHRT),
+        pending<WithHRTDeclTbl>("WITHHRT"_L1, WITHHRT),
+        pending<HyphenatedTbl>("HYPHENATEDWORDCHECK"_L1, HYPHENATEDWORDCHECK),
+        pending<HyphenatedTbl>("COMPOUNDWORDCHECK"_L1, COMPOUNDWORDCHECK),
+        pending<UnConEntitiesTbl>("UNCONENTITIES"_L1, UNCONENTITIES),
+        pending<Convert2TagTbl>("CONVERT2TAG"_L1, CONVERT2TAG),
+        pending<NoLeadZeroTbl>("NOLEADZERO"_L1, NOLEADZERO),
+        pending<AttribUnconTbl>("ATTRIBUNCONENTITY"_L1, ATTRIBUNCONENTITY),
+        { "ATTRIBRANGEVALIDITY"_L1, ATTRIBRANGEVALIDITY },
+        { "ATTRIBNUMBERVALIDITY"_L1, ATTRIBNUMBERVALIDITY },
+        pending<Convert2AttribTbl>("CONVERT2ATTRIB"_L1, CONVERT2ATTRIB),
+        { "UNDELFNREF"_L1, UNDELFNREF },
+        pending<CitationValTbl>("CITATIONVALIDITY"_L1, CITATIONVALIDITY),
+        pending<CompContTbl>("COMPCONT"_L1, COMPCONT),
+        pending<CheckPairTbl>("CHECKPAIRVALIDITY"_L1, CHECKPAIRVALIDITY),
+        pending<CheckPairContTbl>("CHECKPAIRCONTVALIDITY"_L1, CHECKPAIRCONTVALIDITY),
+        pending<CountRefCheck>("CHECKCOUNTREFVALIDITY"_L1, CHECKCOUNTREFVALIDITY),
+        pending<PCPDataCompare>("PCPDATACOMPARE"_L1, PCPDATACOMPARE),
+    };
+    // The order in which they run, once per file before the line scan.
+    book.wholeFileChecks = {
+        { "CheckMultipleHardReturns"_L1, CheckMultipleHardReturns },
+        { "CheckSpecialCharacters"_L1, CheckSpecialCharacters, SpecialCharTbl, LoadSpecialCharTable },
+        pending<FilenameCheck>("CheckFileName"_L1, CheckFileName),
+        pending<ImageValidationTbl>("CheckImageValidation"_L1, CheckImageValidation),
+    };
+    return book;
+}
+
+bool loadRoutineDeclarations(RunState& state, TableSet& set)
+{
+    return LoadRoutineDeclTable(state, set, IsRoutineName);
+}
+
+TableLoader loaderOf(SupportFile file)
+{
+    if (file == RoutineDeclTbl)
+        return loadRoutineDeclarations;
+    for (const QList<RuleEntry>* rules : { &Rules().routines, &Rules().wholeFileChecks }) {
+        for (const RuleEntry& rule : *rules) {
+            if (rule.table == file && rule.load)
+                return rule.load;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+const RuleBook& Rules()
+{
+    static const RuleBook book = makeRules();
+    return book;
+}
+
+bool IsRoutineName(const QString& upperName)
+{
+    const QList<RuleEntry>& routines = Rules().routines;
+    return std::any_of(routines.begin(), routines.end(), [&](const RuleEntry& rule) { return rule.name == upperName; });
+}
+
+QList<TableLoaderEntry> SupportTableLoaders()
+{
+    QList<TableLoaderEntry> loaders;
+    for (const SupportFile file : kTableLoadingOrder) {
+        if (const TableLoader load = loaderOf(file))
+            loaders.append({ file, load });
+    }
+    return loaders;
+}
