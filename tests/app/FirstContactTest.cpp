@@ -14,7 +14,8 @@ TEST(FirstContact, RefusalsNameWhatTheyLookedAt)
     {
         TempDir empty;
         QProcess process;
-        process.start(QStringLiteral(QUORVANE_EXECUTABLE), { "--app-dir", empty.path(), "--headless", "a.xml" });
+        process.start(
+            QStringLiteral(QUORVANE_EXECUTABLE), { "--app-dir", empty.path(), "--headless", "a.xml" });
         ASSERT_TRUE(process.waitForFinished(60000));
         EXPECT_EQ(process.exitCode(), 2);
         EXPECT_EQ(QString::fromUtf8(process.readAllStandardError()),
@@ -56,8 +57,9 @@ TEST(FirstContact, TaskOptionIsTheSameAsTheBarForm)
     Installation inst;
     inst.set("CHECKSPECIALCHAR", "FALSE");
     inst.appendIni("[TASK]\r\nTASKCODE = T1\r\n[SETTINGS]\r\nCHECKSPECIALCHAR = TRUE\r\n");
-    inst.writeTable("specialchartbl.tbl", "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
-                                          "\"&amp;amp;\",\"Double escape\",\"ERROR\",\"\"\r\n");
+    inst.writeTable("specialchartbl.tbl",
+        "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
+        "\"&amp;amp;\",\"Double escape\",\"ERROR\",\"\"\r\n");
     const QString input = inst.writeInput("a.xml", "<a>&amp;amp;</a>\r\n");
 
     const auto barForm = inst.run({ input + "|T1" });
@@ -70,7 +72,8 @@ TEST(FirstContact, TaskOptionIsTheSameAsTheBarForm)
 
     const auto both = inst.run({ "--task", "T1", input + "|T1" });
     EXPECT_EQ(both.exitCode, 2);
-    EXPECT_TRUE(both.standardError.startsWith("quorvane: give the task code either with --task or after \"|\""))
+    EXPECT_TRUE(
+        both.standardError.startsWith("quorvane: give the task code either with --task or after \"|\""))
         << both.standardError.toStdString();
 }
 
@@ -92,5 +95,6 @@ TEST(FirstContact, DisplayThatCannotBeOpenedFallsBackToHeadless)
     EXPECT_EQ(process.exitCode(), 0);
     EXPECT_EQ(QString::fromUtf8(process.readAllStandardError()),
         "quorvane: the display cannot be opened; running headless\n");
-    EXPECT_TRUE(QString::fromUtf8(process.readAllStandardOutput()).startsWith("a.xml: 0 error(s), 0 warning(s)"));
+    EXPECT_TRUE(
+        QString::fromUtf8(process.readAllStandardOutput()).startsWith("a.xml: 0 error(s), 0 warning(s)"));
 }
