@@ -33,6 +33,8 @@ void StageInputInTempFolder(RunState& state)
 
 int ExitStatusOf(const RunState& state)
 {
+    if (state.checkFailures > 0)
+        return ExitStatus::Refused;
     return state.report.runErrorEntries > 0 ? ExitStatus::ErrorsFound : ExitStatus::Clean;
 }
 

@@ -61,6 +61,9 @@ struct RunState {
     QString currentRoutine; // the routine or check running now; names its findings
 
     ReportState report;
+    // Checks of this run that ended early on a failure. A run with any cannot
+    // pass for checked, whatever its reports say.
+    int checkFailures = 0;
     FindingSinks findingSinks; // outputs beside the fixed reports
 };
 

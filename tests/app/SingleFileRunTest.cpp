@@ -24,6 +24,19 @@ QByteArray entry(int line, const QString& kind, const QString& message, const QS
 
 } // namespace
 
+TEST(SingleFileRun, ACheckEndedByAFailureNeverPassesForClean)
+{
+    Installation inst;
+    inst.writeTable("specialchartbl.tbl",
+        "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
+        "\"(a+)+(\",\"Broken\",\"WARNING\",\"I\"\r\n");
+    const QString input = inst.writeInput("a.xml", "<a>aaa</a>\r\n");
+    const auto result = inst.run({ input });
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_TRUE(result.standardError.startsWith("quorvane: a.xml: CheckSpecialCharacters ended early: "))
+        << result.standardError.toStdString();
+}
+
 TEST(SingleFileRun, WritesWholeReportsForFindingsOfBothRules)
 {
     Installation inst;
