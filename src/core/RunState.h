@@ -9,9 +9,11 @@
 
 #include <QHash>
 #include <QList>
+#include <QLockFile>
 #include <QString>
 #include <QStringView>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 // The one process-wide run state, made in main() and handed by reference to
@@ -64,6 +66,11 @@ struct RunState {
     // Checks of this run that ended early on a failure. A run with any cannot
     // pass for checked, whatever its reports say.
     int checkFailures = 0;
+
+    // Held while this run uses its temporary folder; released when the run ends.
+    std::unique_ptr<QLockFile> tempFolderLock;
+    // Seconds an outside program may run before it is stopped; 0 waits for ever.
+    int pluginTimeoutSeconds = 0;
     FindingSinks findingSinks; // outputs beside the fixed reports
 };
 
