@@ -4,6 +4,7 @@
 #include "core/Finding.h"
 #include "core/OperatorInterface.h"
 #include "core/ReportState.h"
+#include "core/TextValidityState.h"
 #include "core/ToolkitState.h"
 #include "core/ValidationContext.h"
 
@@ -11,7 +12,10 @@
 #include <QString>
 #include <QStringView>
 #include <cstdint>
+#include <memory>
 #include <vector>
+
+class ElementIndex;
 
 // The one process-wide run state, made in main() and handed by reference to
 // every procedure. Nothing else holds state between calls.
@@ -45,6 +49,9 @@ struct RunState {
     QStringView line(int index) const;
 
     ToolkitState toolkit; // the values every xmlClass view of this run shares
+    // Where the elements of the whole text lie: built on first use, dropped
+    // with the file.
+    std::shared_ptr<const ElementIndex> elementIndex;
 
     // Validation state of the driver.
     ValidationContext context;
@@ -56,6 +63,7 @@ struct RunState {
     QString contextElement;
     QString routineParameter; // upper-cased by the dispatcher
     QString currentRoutine; // the routine or check running now; names its findings
+    TextValidityState textValidity;
 
     ReportState report;
     FindingSinks findingSinks; // outputs beside the fixed reports

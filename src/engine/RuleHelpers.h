@@ -52,3 +52,9 @@ QString EnclosingOpenTag(const RunState& state);
 QString OpenTagAbove(const RunState& state, std::int32_t levels);
 std::int32_t EnclosingOpenTagPosition(const RunState& state);
 bool IsTagOpen(const RunState& state, const QString& tagName);
+
+// The content of the current start tag's element up to its end tag "</" +
+// name + ">", as GetPCDATA gives it from the tag's file position (empty when
+// the element is not closed). Read from the file's element index, which is
+// built on the first call, so no element costs a search of the file.
+QString CurrentElementContent(RunState& state);

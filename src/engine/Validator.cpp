@@ -124,6 +124,8 @@ void ResetPerFileState(RunState& state)
     state.toolkit.RemovedContentLengths.clear();
     state.currentRow = 0;
     state.rowStack = { 0 };
+    state.elementIndex.reset();
+    state.textValidity.resetPerFile();
 }
 
 void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std::int32_t lineNumber,

@@ -4,6 +4,7 @@
 #include "rules/CharacterPatterns.h"
 #include "rules/Footnotes.h"
 #include "rules/PendingRoutines.h"
+#include "rules/TextValidity.h"
 
 using namespace Qt::Literals::StringLiterals;
 using enum SupportFile;
@@ -12,8 +13,7 @@ namespace {
 
 // Tables of rules that are not written yet are read as plain lines, so that
 // an unreadable file still stops the run at start-up.
-template <SupportFile Which>
-constexpr RuleEntry pending(QLatin1StringView name, Routine run)
+template <SupportFile Which> constexpr RuleEntry pending(QLatin1StringView name, Routine run)
 {
     return { name, run, Which, LoadLinesTable<Which> };
 }
@@ -23,7 +23,7 @@ RuleBook makeRules()
     RuleBook book;
     // The order in which the dispatcher compares a declared name.
     book.routines = {
-        pending<TextValidityTbl>("TEXTVALIDITY"_L1, TEXTVALIDITY),
+        { "TEXTVALIDITY"_L1, TEXTVALIDITY, TextValidityTbl, LoadTextValidityTable },
         pending<ImageValidationTbl>("IMGNAMEARTIDEQUALITY"_L1, IMGNAMEARTIDEQUALITY),
         pending<ImageValidationTbl>("IMGNAMELENGTHEQUALITY"_L1, IMGNAMELENGTHEQUALITY),
         pending<NoHRTDeclTbl>("NOHRT"_L1, NOHRT),
@@ -84,7 +84,8 @@ const RuleBook& Rules()
 bool IsRoutineName(const QString& upperName)
 {
     const QList<RuleEntry>& routines = Rules().routines;
-    return std::any_of(routines.begin(), routines.end(), [&](const RuleEntry& rule) { return rule.name == upperName; });
+    return std::any_of(
+        routines.begin(), routines.end(), [&](const RuleEntry& rule) { return rule.name == upperName; });
 }
 
 QList<TableLoaderEntry> SupportTableLoaders()
