@@ -9,7 +9,8 @@ PatternSearchResult SearchPattern(const RegExp& expression, QStringView text, bo
         if (wholeText && match.length != text.size())
             return {};
         ++result.count;
-        result.captureList += (match.submatches.isEmpty() ? QString() : match.submatches.front()) + kValueSeparator;
+        result.captureList
+            += (match.submatches.isEmpty() ? QString() : match.submatches.front()) + kValueSeparator;
         result.matchList += match.value + kValueSeparator;
     }
     return result;

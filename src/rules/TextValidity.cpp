@@ -42,8 +42,9 @@ TextValidityRow ParseTextValidityRow(const QStringList& columns, const xmlClass&
 {
     TextValidityRow row;
     row.condition = QString(columns[0]).replace(kSpaceEscape, QStringLiteral(" "));
-    row.valuePattern
-        = QString(columns[1]).replace(kSpaceEscape, QStringLiteral(" ")).replace(kHrtEscape, QStringLiteral("\r\n"));
+    row.valuePattern = QString(columns[1])
+                           .replace(kSpaceEscape, QStringLiteral(" "))
+                           .replace(kHrtEscape, QStringLiteral("\r\n"));
     row.tag = rowTag(columns[2], xml);
     row.splitOnTags = columns[3] == u"Y";
     row.excluded = excludedNames(columns[4]);
@@ -148,7 +149,8 @@ bool isAsciiDigit(QChar c)
 // text. Values go in as they stand, so a "$" inside a value is never read again.
 QString expandExpression(QStringView expression, const RegExpMatch& match)
 {
-    const auto group = [&](qsizetype n) { return n <= match.submatches.size() ? match.submatches[n - 1] : QString(); };
+    const auto group
+        = [&](qsizetype n) { return n <= match.submatches.size() ? match.submatches[n - 1] : QString(); };
     const auto isGroup = [&](qsizetype n) { return n >= 1 && n <= match.submatches.size(); };
     QString out;
     for (qsizetype i = 0; i < expression.size();) {
@@ -166,7 +168,8 @@ QString expandExpression(QStringView expression, const RegExpMatch& match)
         if (next == u'&') {
             out += match.value;
             i += 2;
-        } else if (isAsciiDigit(next) && isAsciiDigit(after) && isGroup((next.unicode() - u'0') * 10 + after.unicode() - u'0')) {
+        } else if (isAsciiDigit(next) && isAsciiDigit(after)
+            && isGroup((next.unicode() - u'0') * 10 + after.unicode() - u'0')) {
             out += group((next.unicode() - u'0') * 10 + after.unicode() - u'0');
             i += 3;
         } else if (isAsciiDigit(next) && isGroup(next.unicode() - u'0')) {
@@ -273,8 +276,8 @@ private:
 
 // Where the element that the start tag at lt opens ends within the text, as
 // GetPCDATA pairs start and end tags; nothing when it does not end there.
-std::optional<qsizetype> elementEnd(const ElementIndex& index, QStringView text, qsizetype lt, qsizetype tagLength,
-    const QString& name)
+std::optional<qsizetype> elementEnd(
+    const ElementIndex& index, QStringView text, qsizetype lt, qsizetype tagLength, const QString& name)
 {
     const std::optional<QStringView> inner = index.elementContent(lt, tagLength, name);
     if (!inner)
@@ -287,7 +290,7 @@ std::optional<qsizetype> elementEnd(const ElementIndex& index, QStringView text,
 template <class Visit> void forEachTag(const QString& text, Visit&& visit)
 {
     qsizetype from = 0;
-    while (const auto candidate = TagSearch::FindCandidate(text, from, [](qsizetype, qsizetype) { })) {
+    while (const auto candidate = TagSearch::FindCandidate(text, from, [](qsizetype, qsizetype) {})) {
         const QString tag = text.sliced(candidate->lt, candidate->gt - candidate->lt + 1);
         from = visit(candidate->lt, tag).value_or(candidate->gt + 1);
     }
@@ -418,7 +421,8 @@ bool dateHolds(RunState& state, const TextValidityRow& row, const QString& captu
     const std::optional<QDate> date = readDate(joined);
     if (!date)
         return true;
-    const QString comparison = QString(row.operatorText).remove(QStringLiteral("@now"), Qt::CaseInsensitive).trimmed();
+    const QString comparison
+        = QString(row.operatorText).remove(QStringLiteral("@now"), Qt::CaseInsensitive).trimmed();
     const QDate today = state.report.now().date();
     return CompareBy(comparison, double(date->toJulianDay()), double(today.toJulianDay())).value_or(false);
 }
@@ -434,11 +438,13 @@ void reportAtTag(RunState& state, const TextValidityRow& row, std::int32_t colum
 // A finding at the value's whole match: its first occurrence in the prepared
 // content, letter case aside, placed at that character's line and column in
 // the file.
-void reportAtValue(RunState& state, const TextValidityRow& row, const PlacedContent& placed, const QString& match)
+void reportAtValue(
+    RunState& state, const TextValidityRow& row, const PlacedContent& placed, const QString& match)
 {
     const qsizetype found = std::max<qsizetype>(placed.text.indexOf(match, 0, Qt::CaseInsensitive), 0);
     const ValidationContext& context = state.context;
-    const qsizetype offset = qsizetype(context.filePosition) - 1 + context.tagText.size() + placed.originOf(found);
+    const qsizetype offset
+        = qsizetype(context.filePosition) - 1 + context.tagText.size() + placed.originOf(found);
     const auto& starts = state.lineStarts;
     const auto after = std::upper_bound(starts.begin(), starts.end(), offset);
     std::int32_t line = context.lineNumber;

@@ -1,6 +1,7 @@
 #include "text/ElementIndex.h"
 
 #include <algorithm>
+#include <iterator>
 
 ElementIndex::ElementIndex(QStringView text)
     : text_(text)
@@ -25,32 +26,45 @@ const ElementIndex::Positions& ElementIndex::positionsOf(
     return it == map.cend() ? none_ : *it;
 }
 
-qsizetype ElementIndex::countWithin(const Positions& positions, qsizetype from, qsizetype lastStart)
+const ElementIndex::Pairing& ElementIndex::pairingOf(const QString& name) const
 {
-    if (lastStart < from)
-        return 0;
-    const auto first = std::lower_bound(positions.begin(), positions.end(), from);
-    const auto last = std::upper_bound(first, positions.end(), lastStart);
-    return last - first;
+    if (const auto known = pairings_.constFind(name); known != pairings_.cend())
+        return *known;
+    Pairing pairing;
+    const Positions& exactOpens = positionsOf(closedByGt_, name);
+    const Positions& blankOpens = positionsOf(closedByBlank_, name);
+    std::merge(exactOpens.begin(), exactOpens.end(), blankOpens.begin(), blankOpens.end(),
+        std::back_inserter(pairing.opens));
+    const Positions& ends = positionsOf(closedByGt_, u'/' + name);
+    qsizetype balance = 0;
+    auto open = pairing.opens.begin();
+    for (const qsizetype end : ends) {
+        for (; open != pairing.opens.end() && *open < end; ++open)
+            ++balance;
+        pairing.endsByBalance[balance].push_back(end);
+        --balance;
+    }
+    return *pairings_.insert(name, std::move(pairing));
 }
 
+// "</name>", "<name>" and "<name " cannot overlap one another, so an element
+// is closed by the first end tag in front of which as many start tags as end
+// tags of the name lie after the content start: the balance there equals the
+// balance at the content start.
 std::optional<QStringView> ElementIndex::elementContent(
     qsizetype tagStart, qsizetype tagLength, const QString& name) const
 {
-    const QString endKey = u'/' + name;
-    const Positions& ends = positionsOf(closedByGt_, endKey);
-    const Positions& exactOpens = positionsOf(closedByGt_, name);
-    const Positions& blankOpens = positionsOf(closedByBlank_, name);
+    const Pairing& pairing = pairingOf(name);
+    const Positions& ends = positionsOf(closedByGt_, u'/' + name);
     const qsizetype contentStart = tagStart + tagLength;
-    const qsizetype openLength = name.size() + 2;
-    const auto firstEnd = std::lower_bound(ends.begin(), ends.end(), contentStart);
-    // "</name>", "<name>" and "<name " cannot overlap themselves, so counting
-    // occurrences is the same as splitting at them.
-    for (auto end = firstEnd; end != ends.end(); ++end) {
-        const qsizetype opens = countWithin(exactOpens, contentStart, *end - openLength)
-            + countWithin(blankOpens, contentStart, *end - openLength);
-        if (opens == end - firstEnd)
-            return text_.sliced(contentStart, *end - contentStart);
-    }
-    return std::nullopt;
+    const qsizetype opensBefore
+        = std::lower_bound(pairing.opens.begin(), pairing.opens.end(), contentStart) - pairing.opens.begin();
+    const qsizetype endsBefore = std::lower_bound(ends.begin(), ends.end(), contentStart) - ends.begin();
+    const auto sameBalance = pairing.endsByBalance.constFind(opensBefore - endsBefore);
+    if (sameBalance == pairing.endsByBalance.cend())
+        return std::nullopt;
+    const auto end = std::lower_bound(sameBalance->begin(), sameBalance->end(), contentStart);
+    if (end == sameBalance->end())
+        return std::nullopt;
+    return text_.sliced(contentStart, *end - contentStart);
 }

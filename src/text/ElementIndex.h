@@ -22,11 +22,23 @@ public:
 
 private:
     using Positions = std::vector<qsizetype>;
+
+    // The start and end tags of one name in text order, with every end tag
+    // filed under the balance (start tags less end tags) in front of it. An
+    // element ends at the first end tag after its content start whose
+    // balance equals the balance there, so each query is two look-ups
+    // however many unmatched tags of the name the text holds.
+    struct Pairing {
+        Positions opens; // "<name>" and "<name ", ascending
+        QHash<qsizetype, Positions> endsByBalance;
+    };
+
     const Positions& positionsOf(const QHash<QStringView, Positions>& map, QStringView key) const;
-    static qsizetype countWithin(const Positions& positions, qsizetype from, qsizetype lastStart);
+    const Pairing& pairingOf(const QString& name) const;
 
     QStringView text_;
     QHash<QStringView, Positions> closedByGt_; // key: text between "<" and ">"
     QHash<QStringView, Positions> closedByBlank_; // key: text between "<" and the blank
     Positions none_;
+    mutable QHash<QString, Pairing> pairings_; // by name, made on the first query of the name
 };

@@ -1,8 +1,7 @@
-#include "rules/RuleRegistry.h"
-#include "rules/TextValidity.h"
-
 #include "core/RunAborted.h"
 #include "engine/RuleHelpers.h"
+#include "rules/RuleRegistry.h"
+#include "rules/TextValidity.h"
 #include "support/RuleFixture.h"
 #include "text/xmlClass.h"
 
@@ -29,9 +28,9 @@ void literalTEXTVALIDITY(RunState& state)
             if (!row.condition.isEmpty() && !RegExp(row.condition, true, true).test(state.wholeText))
                 continue;
             std::int32_t position = context.filePosition;
-            const QString content = xmlClass(state.toolkit)
-                                        .GetPCDATA(state.wholeText, context.tagText, "</" + context.tagName + ">",
-                                            position);
+            const QString content
+                = xmlClass(state.toolkit)
+                      .GetPCDATA(state.wholeText, context.tagText, "</" + context.tagName + ">", position);
             ApplyTextValidityRow(state, row, content);
         }
     } catch (const RunAborted&) {
@@ -65,12 +64,14 @@ QByteArray randomTable(std::mt19937& random)
     const char* operators[] = { "=", ">", "<", "!=", "=>", "=<", "!dup", "dup", "+1", "-1", "@eval(=)$+1",
         "@eval(<)$1*2", "<@now", "forbid" };
     const char* numbers[] = { "0", "1", "2", "3", "x" };
-    QByteArray table = "Condition | Value | Tag | Split | Excluded | Operator | Number | Severity | Message\r\n";
+    QByteArray table
+        = "Condition | Value | Tag | Split | Excluded | Operator | Number | Severity | Message\r\n";
     const int rows = std::uniform_int_distribution<int>(1, 8)(random);
     for (int i = 0; i < rows; ++i) {
-        table += QByteArray(pick(random, conditions)) + " | " + pick(random, patterns) + " | " + pick(random, tags)
-            + " | " + pick(random, splits) + " | " + pick(random, excluded) + " | " + pick(random, operators) + " | "
-            + pick(random, numbers) + " | " + (i % 2 ? "E" : "W") + " | Row " + QByteArray::number(i + 1) + "\r\n";
+        table += QByteArray(pick(random, conditions)) + " | " + pick(random, patterns) + " | "
+            + pick(random, tags) + " | " + pick(random, splits) + " | " + pick(random, excluded) + " | "
+            + pick(random, operators) + " | " + pick(random, numbers) + " | " + (i % 2 ? "E" : "W")
+            + " | Row " + QByteArray::number(i + 1) + "\r\n";
     }
     return table;
 }
@@ -78,8 +79,9 @@ QByteArray randomTable(std::mt19937& random)
 // Tagged text with the usual faults: unclosed and stray tags, nesting, line breaks.
 QByteArray randomText(std::mt19937& random)
 {
-    const char* pieces[] = { "<p>", "</p>", "<P>", "</P>", "<b>", "</b>", "<i>", "</i>", "<sec id=\"1\">", "</sec>",
-        "<br/>", "alpha", "Beta", "be ta", "1", "2", "3", "12", " ", " ", "\r\n", "x", "<p a=\"1\">", "<!-- c -->" };
+    const char* pieces[] = { "<p>", "</p>", "<P>", "</P>", "<b>", "</b>", "<i>", "</i>", "<sec id=\"1\">",
+        "</sec>", "<br/>", "alpha", "Beta", "be ta", "1", "2", "3", "12", " ", " ", "\r\n", "x",
+        "<p a=\"1\">", "<!-- c -->" };
     QByteArray text;
     const int count = std::uniform_int_distribution<int>(0, 60)(random);
     for (int i = 0; i < count; ++i)
@@ -95,7 +97,8 @@ TEST(TextValidityDifferential, MatchesThePlainReading)
 {
     std::mt19937 random(20261123);
     const RuleBook plain = literalRules();
-    const QByteArray declarations = "<p> | TEXTVALIDITY | N/A\r\n<sec> | TEXTVALIDITY | N/A\r\n<P> | TEXTVALIDITY | N/A\r\n";
+    const QByteArray declarations
+        = "<p> | TEXTVALIDITY | N/A\r\n<sec> | TEXTVALIDITY | N/A\r\n<P> | TEXTVALIDITY | N/A\r\n";
     int findings = 0;
     for (int round = 0; round < 80; ++round) {
         const QByteArray table = randomTable(random);

@@ -8,7 +8,8 @@
 
 namespace {
 
-const QByteArray kHeader = "Condition | Value | Tag | Split | Excluded | Operator | Number | Severity | Message\r\n";
+const QByteArray kHeader
+    = "Condition | Value | Tag | Split | Excluded | Operator | Number | Severity | Message\r\n";
 
 // The real driver with TEXTVALIDITY declared by the given routine rows and
 // the given text-validity rows under a header line.
@@ -44,7 +45,8 @@ void expectCases(const QByteArray& declarations, const QList<Case>& cases)
 TEST(TextValidityTable, ReadsEveryColumn)
 {
     const auto fixture = fixtureWith("<p> | TEXTVALIDITY | N/A\r\n",
-        "Journal<space>of<hrt> | a<space>b<hrt>c<pipe> | <p id=\"x\"> | Y | fn, ,b , | !dup | 12abc | E | Two a\r\n"
+        "Journal<space>of<hrt> | a<space>b<hrt>c<pipe> | <p id=\"x\"> | Y | fn, ,b , | !dup | 12abc | E | "
+        "Two a\r\n"
         "\r\n"
         " | x | p | y | | = | -3 | W | Plain\r\n"
         " | x | </sec> | N | | > | none | W | End tag column\r\n"
@@ -80,8 +82,8 @@ TEST(TextValidityTable, AMissingFileFailsTheLoading)
     set.file(SupportFile::TextValidityTbl) = fixture.dir.path() + "absent.tbl";
     EXPECT_FALSE(LoadTextValidityTable(fixture.state, set));
     ASSERT_EQ(fixture.op.messages.size(), 1);
-    EXPECT_TRUE(fixture.op.messages[0].text.startsWith("Error while reading " + set.file(SupportFile::TextValidityTbl)
-        + "!  -- Error: "));
+    EXPECT_TRUE(fixture.op.messages[0].text.startsWith(
+        "Error while reading " + set.file(SupportFile::TextValidityTbl) + "!  -- Error: "));
 }
 
 TEST(TEXTVALIDITY, CountOperatorsSayWhatIsWrong)
@@ -95,10 +97,10 @@ TEST(TEXTVALIDITY, CountOperatorsSayWhatIsWrong)
         bool reported;
     };
     const Row rows[] = {
-        { "=", 3, false }, { "=", 2, true }, { "!=", 3, true }, { "!=", 2, false },
-        { "<", 3, true }, { "<", 4, false }, { ">", 3, true }, { ">", 2, false },
-        { "=>", 4, true }, { "=>", 3, false }, { "=<", 2, true }, { "=<", 3, false },
-        { "forbidden", 0, true }, { "==", 3, true }, // any other operator forbids the pattern
+        { "=", 3, false }, { "=", 2, true }, { "!=", 3, true }, { "!=", 2, false }, { "<", 3, true },
+        { "<", 4, false }, { ">", 3, true }, { ">", 2, false }, { "=>", 4, true }, { "=>", 3, false },
+        { "=<", 2, true }, { "=<", 3, false }, { "forbidden", 0, true },
+        { "==", 3, true }, // any other operator forbids the pattern
     };
     for (const Row& row : rows) {
         const auto fixture = fixtureWith("<p> | TEXTVALIDITY | N/A\r\n",
@@ -108,12 +110,14 @@ TEST(TEXTVALIDITY, CountOperatorsSayWhatIsWrong)
     }
     expectCases("<p> | TEXTVALIDITY | N/A\r\n",
         {
-            { "= 0 passes an element without the pattern", " | z | p | N | | = | 0 | E | Has z\r\n", "<p>a</p>", {} },
+            { "= 0 passes an element without the pattern", " | z | p | N | | = | 0 | E | Has z\r\n",
+                "<p>a</p>", {} },
             { "= 0 reports one occurrence", " | z | p | N | | = | 0 | E | Has z\r\n", "<p>z</p>",
                 { "1:1 E Has z | <p>z</p>" } },
             { "> 0 requires an occurrence", " | z | p | N | | > | 0 | W | No z\r\n", "<p>a</p>",
                 { "1:1 W No z | <p>a</p>" } },
-            { "a forbidden pattern that does not occur", " | z | p | N | | x | 0 | W | z\r\n", "<p>a</p>", {} },
+            { "a forbidden pattern that does not occur", " | z | p | N | | x | 0 | W | z\r\n", "<p>a</p>",
+                {} },
             { "the current line and column of the start tag", " | z | p | N | | x | 0 | W | z\r\n",
                 "<sec>\r\n  <p>z\r\nz</p> tail</sec>", { "2:3 W z | <p>z" } },
             { "an unclosed element has no content", " | a | p | N | | > | 0 | W | No a\r\n", "<p>a",
@@ -125,8 +129,8 @@ TEST(TEXTVALIDITY, RowsApplyByTagConditionAndPatternCase)
 {
     expectCases("<p> | TEXTVALIDITY | N/A\r\n",
         {
-            { "a row tag differing in case never applies", " | a | P | N | | > | 0 | E | No a\r\n", "<p>b</p>",
-                {} },
+            { "a row tag differing in case never applies", " | a | P | N | | > | 0 | E | No a\r\n",
+                "<p>b</p>", {} },
             { "the condition ignores case", "JOURNAL<space>of | a | p | N | | > | 0 | E | No a\r\n",
                 "<j>Journal Of</j><p>b</p>", { "1:18 E No a | <p>b</p>" } },
             { "a condition absent from the file skips the row", "zzz | a | p | N | | > | 0 | E | No a\r\n",
@@ -175,7 +179,8 @@ TEST(TEXTVALIDITY, ValueOperatorsPlaceTheFindingAtTheValue)
                 "<list><i>3.</i><i>4.</i><i>5.</i></list>", {} },
             { "and reports the 7 in 3, 4, 7", " | <i>(\\d+)\\. | list | N | | +1 | 0 | E | Sequence\r\n",
                 "<list><i>3.</i><i>4.</i>\r\n  <i>7.</i></list>", { "2:3 E Sequence | <i>7." } },
-            { "each element starts its own sequence", " | <i>(\\d+)\\. | list | N | | -2 | 0 | E | Sequence\r\n",
+            { "each element starts its own sequence",
+                " | <i>(\\d+)\\. | list | N | | -2 | 0 | E | Sequence\r\n",
                 "<list><i>9.</i><i>7.</i></list><list><i>4.</i><i>2.</i><i>1.</i></list>",
                 { "1:56 E Sequence | <i>1." } },
             { "empty values are skipped", " | <i>(\\d*)\\. | list | N | | +1 | 0 | E | Sequence\r\n",
@@ -187,12 +192,13 @@ TEST(TEXTVALIDITY, ValueOperatorsPlaceTheFindingAtTheValue)
                 "xx<refs>A1 b2 a1</refs>", { "1:9 W Repeated | a1" } },
             { "!dup: values left empty never count", " | x(\\d?) | refs | N | | !dup | 0 | W | Repeated\r\n",
                 "<refs>x x x1</refs>", {} },
-            { "dup: all values alike, case and blanks aside", " | ([^;]+) | refs | N | | dup | 0 | E | Differs\r\n",
-                "<refs>Smith; smith ; Jones</refs>", { "1:21 E Differs |  Jones" } },
+            { "dup: all values alike, case and blanks aside",
+                " | ([^;]+) | refs | N | | dup | 0 | E | Differs\r\n", "<refs>Smith; smith ; Jones</refs>",
+                { "1:21 E Differs |  Jones" } },
             { "dup with alike values", " | ([^;]+) | refs | N | | dup | 0 | E | Differs\r\n",
                 "<refs>Smith;SMITH</refs>", {} },
-            { "a pattern without a group gives empty values", " | \\d | refs | N | | !dup | 0 | E | Repeated\r\n",
-                "<refs>1 1</refs>", {} },
+            { "a pattern without a group gives empty values",
+                " | \\d | refs | N | | !dup | 0 | E | Repeated\r\n", "<refs>1 1</refs>", {} },
             { "placed after a split, at the element's text in the file",
                 " | (\\d) | refs | Y | | !dup | 0 | E | Repeated\r\n", "<refs><b>xx</b>1\r\n<b>y</b>1</refs>",
                 { "1:16 E Repeated | 1" } },
@@ -225,7 +231,8 @@ TEST(TEXTVALIDITY, PlacedFindingsInBothColumnModes)
 TEST(TEXTVALIDITY, TheStepKeepsTheFirstValueForTheRun)
 {
     const auto fixture = fixtureWith("<list> | TEXTVALIDITY | N/A\r\n",
-        " | <i>(\\d+) | list | N | | +1 | 5 | E | Sequence\r\n | <i>(\\d+) | list | N | | +1 | 0 | E | Other\r\n");
+        " | <i>(\\d+) | list | N | | +1 | 5 | E | Sequence\r\n | <i>(\\d+) | list | N | | +1 | 0 | E | "
+        "Other\r\n");
     const TextValidityTable& table = tableOf(*fixture);
     const auto& numbers = fixture->state.textValidity.stepNumbers;
     fixture->run("<list><i>5</i><i>6</i></list>");
@@ -241,10 +248,12 @@ TEST(TEXTVALIDITY, ArithmeticFindingsTakeColumnOne)
     expectCases("<tr> | TEXTVALIDITY | N/A\r\n",
         {
             { "a row whose cells add up",
-                " | <td>(\\d+)</td><td>(\\d+)</td><td>(\\d+)</td> | tr | N | | @eval(=)$1+$2-$3 | 0 | E | Sum\r\n",
+                " | <td>(\\d+)</td><td>(\\d+)</td><td>(\\d+)</td> | tr | N | | @eval(=)$1+$2-$3 | 0 | E | "
+                "Sum\r\n",
                 "<t>\r\n  <tr><td>2</td><td>3</td><td>5</td></tr>", {} },
             { "and one that does not",
-                " | <td>(\\d+)</td><td>(\\d+)</td><td>(\\d+)</td> | tr | N | | @EVAL(=)$1+$2-$3 | 0 | E | Sum\r\n",
+                " | <td>(\\d+)</td><td>(\\d+)</td><td>(\\d+)</td> | tr | N | | @EVAL(=)$1+$2-$3 | 0 | E | "
+                "Sum\r\n",
                 "<t>\r\n  <tr><td>2</td><td>3</td><td>6</td></tr>",
                 { "2:1 E Sum | <tr><td>2</td><td>3</td><td>6</td></tr>" } },
         });
@@ -292,9 +301,9 @@ TEST(TEXTVALIDITY, ComparesDatesWithToday)
     };
     const Row rows[] = {
         { "<@now", "03/14/2026", false }, { "<@now", "03/16/2026", true }, { "<@now", "2026-03-15", true },
-        { "=<@NOW", "3/15/2026", false }, { "=@now", "March 15, 2026", false }, { "=@now", "15 Mar 2026", false },
-        { "!=@now", "03/15/2026", true }, { ">@now", "12/31/2025", true }, { "=>@now", "03/15/2026", false },
-        { "<@now", "soon", false }, // no date: nothing to compare
+        { "=<@NOW", "3/15/2026", false }, { "=@now", "March 15, 2026", false },
+        { "=@now", "15 Mar 2026", false }, { "!=@now", "03/15/2026", true }, { ">@now", "12/31/2025", true },
+        { "=>@now", "03/15/2026", false }, { "<@now", "soon", false }, // no date: nothing to compare
         { "<@now", "", false }, { "@now", "03/14/2026", true }, // no comparison left: fails
     };
     for (const Row& row : rows) {
@@ -303,7 +312,8 @@ TEST(TEXTVALIDITY, ComparesDatesWithToday)
         fixture->state.report.now = [] { return QDateTime(QDate(2026, 3, 15), QTime(23, 59)); };
         const QByteArray input = "  <date>" + row.date + "</date>";
         EXPECT_EQ(fixture->run(input),
-            row.reported ? QStringList { "1:3 W Future date | " + QString::fromUtf8(input.mid(2)) } : QStringList {})
+            row.reported ? QStringList { "1:3 W Future date | " + QString::fromUtf8(input.mid(2)) }
+                         : QStringList {})
             << row.op.constData() << " " << row.date.constData();
     }
 }
@@ -355,8 +365,8 @@ TEST(TextValidityContent, SplitAndCutKeepWhereEachCharacterCameFrom)
 
 TEST(TextValidityContent, ReadsLeadingNumbers)
 {
-    const std::pair<QString, int> rows[] = { { "12", 12 }, { " -3x", -3 }, { "+4", 4 }, { "x1", 0 }, { "", 0 },
-        { "99999999999", 2147483647 }, { "-99999999999", -2147483647 - 1 } };
+    const std::pair<QString, int> rows[] = { { "12", 12 }, { " -3x", -3 }, { "+4", 4 }, { "x1", 0 },
+        { "", 0 }, { "99999999999", 2147483647 }, { "-99999999999", -2147483647 - 1 } };
     for (const auto& [text, number] : rows)
         EXPECT_EQ(LeadingNumber(text), number) << text.toStdString();
 }
