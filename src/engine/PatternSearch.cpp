@@ -1,11 +1,20 @@
 #include "engine/PatternSearch.h"
 
+QList<RegExpMatch> SearchMatches(const RegExp& expression, QStringView text)
+{
+    // A global expression is searched as it is, so that the pattern it has
+    // compiled stays with it for the next search.
+    if (expression.global())
+        return expression.execute(text);
+    RegExp global = expression;
+    global.setGlobal(true);
+    return global.execute(text);
+}
+
 PatternSearchResult SearchPattern(const RegExp& expression, QStringView text, bool wholeText)
 {
-    RegExp global = expression; // shares the compiled pattern
-    global.setGlobal(true);
     PatternSearchResult result;
-    for (const RegExpMatch& match : global.execute(text)) {
+    for (const RegExpMatch& match : SearchMatches(expression, text)) {
         if (wholeText && match.length != text.size())
             return {};
         ++result.count;

@@ -27,6 +27,10 @@ PatternSearchResult SearchPattern(const RegExp& expression, QStringView text, bo
 PatternSearchResult SearchPattern(
     const QString& pattern, QStringView text, bool ignoreCase, bool wholeText = false);
 
+// Every match of the expression, left to right and not overlapping, whatever
+// its own global switch says.
+QList<RegExpMatch> SearchMatches(const RegExp& expression, QStringView text);
+
 // The items of a capture or match list. The separator after the last item
 // leaves one empty item at the end, as splitting the text at every separator
 // does; routines skip empty items anyway.

@@ -52,6 +52,7 @@ TextValidityRow ParseTextValidityRow(const QStringList& columns, const xmlClass&
     row.number = LeadingNumber(columns[6]);
     row.severity = columns[7];
     row.message = columns[8];
+    row.preparationKey = (row.splitOnTags ? u'Y' : u'N') + row.excluded.join(u'\n');
     row.conditionExpression = RegExp(row.condition, true, true);
     row.valueExpression = RegExp(row.valuePattern, true, false);
     return row;
@@ -74,12 +75,35 @@ bool LoadTextValidityTable(RunState& state, TableSet& set)
         if (columns.size() != 9)
             continue;
         TextValidityRow row = ParseTextValidityRow(columns, xml);
-        table->indexText += u'[' + row.tag + u']';
+        table->addToIndex(row.tag);
         table->rowsByTag[row.tag].append(int(table->rows.size()));
         table->rows.append(std::move(row));
     }
     set.table(SupportFile::TextValidityTbl) = std::move(table);
     return true;
+}
+
+namespace {
+
+bool hasSquareBracket(const QString& text)
+{
+    return text.contains(u'[') || text.contains(u']');
+}
+
+} // namespace
+
+void TextValidityTable::addToIndex(const QString& tag)
+{
+    indexText += u'[' + tag + u']';
+    foldedTags_.insert(tag.toCaseFolded());
+    bracketsInTags_ = bracketsInTags_ || hasSquareBracket(tag);
+}
+
+bool TextValidityTable::indexHolds(const QString& name) const
+{
+    if (bracketsInTags_ || hasSquareBracket(name))
+        return indexText.contains(u'[' + name + u']', Qt::CaseInsensitive);
+    return foldedTags_.contains(name.toCaseFolded());
 }
 
 // --- Numbers and comparisons -------------------------------------------------
@@ -227,10 +251,8 @@ bool EvaluateArithmetic(
     const QStringView whole(operatorText);
     const QStringView expression = close < 0 ? whole : whole.sliced(close + 1);
     const QString comparison = comparisonIn(close < 0 ? whole : whole.first(close + 1));
-    RegExp global = valueExpression;
-    global.setGlobal(true);
     // With no value in the content there is nothing to relate: the row holds.
-    for (const RegExpMatch& match : global.execute(content)) {
+    for (const RegExpMatch& match : SearchMatches(valueExpression, content)) {
         const std::optional<double> result = foldTerms(expandExpression(expression, match));
         if (!result || !CompareBy(comparison, *result, number).value_or(false))
             return false;
@@ -255,6 +277,8 @@ public:
     explicit PlacedBuilder(const PlacedContent& from)
         : from_(from)
     {
+        out_.text.reserve(from.text.size());
+        out_.origin.reserve(from.text.size());
     }
     void keep(qsizetype start, qsizetype end)
     {
@@ -276,13 +300,26 @@ private:
 
 // Where the element that the start tag at lt opens ends within the text, as
 // GetPCDATA pairs start and end tags; nothing when it does not end there.
+// An element that the indexed text closes only beyond the content does not
+// end in the content: no end tag inside it would have closed it either.
 std::optional<qsizetype> elementEnd(
-    const ElementIndex& index, QStringView text, qsizetype lt, qsizetype tagLength, const QString& name)
+    const TagPairs& pairs, qsizetype textSize, qsizetype lt, qsizetype tagLength, const QString& name)
 {
-    const std::optional<QStringView> inner = index.elementContent(lt, tagLength, name);
+    const std::optional<QStringView> inner = pairs.index->elementContent(pairs.base + lt, tagLength, name);
     if (!inner)
         return std::nullopt;
-    return (inner->data() - text.data()) + inner->size() + name.size() + 3; // past "</name>"
+    const qsizetype end = (inner->data() - pairs.indexedText.data()) - pairs.base + inner->size()
+        + name.size() + 3; // past "</name>"
+    return end <= textSize ? std::optional(end) : std::nullopt;
+}
+
+// Calls `use(pairs)` with the given pairs, or with an index of the text made here.
+template <class Use> auto withPairs(const QString& text, std::optional<TagPairs> pairs, Use&& use)
+{
+    if (pairs)
+        return use(*pairs);
+    const ElementIndex index(text);
+    return use(TagPairs { &index, text, 0 });
 }
 
 // Walks the tags of a text left to right; `visit(lt, tag)` answers where the
@@ -296,21 +333,16 @@ template <class Visit> void forEachTag(const QString& text, Visit&& visit)
     }
 }
 
-} // namespace
-
-PlacedContent SplitOnTags(const PlacedContent& content, const xmlClass& xml)
+PlacedContent splitOnTags(const PlacedContent& content, const xmlClass& xml, const TagPairs& index)
 {
     const QString& text = content.text;
-    if (!text.contains(u'<'))
-        return content;
-    const ElementIndex index(text);
     PlacedBuilder out(content);
     qsizetype copied = 0;
     forEachTag(text, [&](qsizetype lt, const QString& tag) -> std::optional<qsizetype> {
         std::optional<qsizetype> end;
         if (xml.GetTagType(tag) == TagKind::Start) {
             if (const QString name = xml.GetTagName(tag); !name.isEmpty())
-                end = elementEnd(index, text, lt, tag.size(), name);
+                end = elementEnd(index, text.size(), lt, tag.size(), name);
         }
         out.keep(copied, lt);
         out.put(u'|', lt);
@@ -321,18 +353,16 @@ PlacedContent SplitOnTags(const PlacedContent& content, const xmlClass& xml)
     return out.take();
 }
 
-PlacedContent CutElements(const PlacedContent& content, const QString& name, const xmlClass& xml)
+PlacedContent cutElements(
+    const PlacedContent& content, const QString& name, const xmlClass& xml, const TagPairs& index)
 {
     const QString& text = content.text;
-    if (name.isEmpty() || !text.contains(u'<' + name))
-        return content;
-    const ElementIndex index(text);
     PlacedBuilder out(content);
     qsizetype copied = 0;
     forEachTag(text, [&](qsizetype lt, const QString& tag) -> std::optional<qsizetype> {
         if (xml.GetTagType(tag) != TagKind::Start || xml.GetTagName(tag) != name)
             return std::nullopt;
-        const std::optional<qsizetype> end = elementEnd(index, text, lt, tag.size(), name);
+        const std::optional<qsizetype> end = elementEnd(index, text.size(), lt, tag.size(), name);
         if (!end)
             return std::nullopt;
         out.keep(copied, lt);
@@ -341,6 +371,26 @@ PlacedContent CutElements(const PlacedContent& content, const QString& name, con
     });
     out.keep(copied, text.size());
     return out.take();
+}
+
+} // namespace
+
+PlacedContent SplitOnTags(const PlacedContent& content, const xmlClass& xml, std::optional<TagPairs> pairs)
+{
+    const QString& text = content.text;
+    if (!text.contains(u'<'))
+        return content;
+    return withPairs(text, pairs, [&](const TagPairs& index) { return splitOnTags(content, xml, index); });
+}
+
+PlacedContent CutElements(
+    const PlacedContent& content, const QString& name, const xmlClass& xml, std::optional<TagPairs> pairs)
+{
+    const QString& text = content.text;
+    if (name.isEmpty() || !text.contains(u'<' + name))
+        return content;
+    return withPairs(
+        text, pairs, [&](const TagPairs& index) { return cutElements(content, name, xml, index); });
 }
 
 // --- Operators on the values ----------------------------------------------------
@@ -467,18 +517,28 @@ void reportValue(RunState& state, const TextValidityRow& row, const PlacedConten
 
 } // namespace
 
-void ApplyTextValidityRow(RunState& state, const TextValidityRow& row, const QString& content)
+const PlacedContent& ElementContent::preparedFor(const TextValidityRow& row, const xmlClass& xml)
+{
+    const QString& key = row.preparationKey;
+    if (const auto known = prepared_.constFind(key); known != prepared_.cend())
+        return *known;
+    PlacedContent placed { raw_, {} };
+    // The file's pairs serve as long as no step has changed the content.
+    const auto pairsNow = [&] { return placed.origin.empty() ? filePairs_ : std::nullopt; };
+    if (row.splitOnTags)
+        placed = SplitOnTags(placed, xml, pairsNow());
+    for (const QString& name : row.excluded)
+        placed = CutElements(placed, name, xml, pairsNow());
+    return *prepared_.insert(key, std::move(placed));
+}
+
+void ApplyTextValidityRow(RunState& state, const TextValidityRow& row, ElementContent& content)
 {
     for (const QString& name : row.excluded) {
         if (IsTagOpen(state, name))
             return;
     }
-    const xmlClass xml(state.toolkit);
-    PlacedContent placed { content, {} };
-    if (row.splitOnTags)
-        placed = SplitOnTags(placed, xml);
-    for (const QString& name : row.excluded)
-        placed = CutElements(placed, name, xml);
+    const PlacedContent& placed = content.preparedFor(row, xmlClass(state.toolkit));
 
     const PatternSearchResult found = SearchPattern(row.valueExpression, placed.text);
     const QString& op = row.operatorText;
@@ -530,6 +590,18 @@ bool conditionHolds(RunState& state, const TextValidityTable& table, int index)
     return answer == kPresent;
 }
 
+// The file's element index for the current element's content, when the
+// content was read from it.
+std::optional<TagPairs> filePairs(const RunState& state)
+{
+    const ValidationContext& context = state.context;
+    const qsizetype contentStart = qsizetype(context.filePosition) - 1 + context.tagText.size();
+    if (!state.elementIndex || context.filePosition < 1 || contentStart > state.wholeText.size()
+        || !QStringView(state.wholeText).sliced(context.filePosition - 1).startsWith(context.tagText))
+        return std::nullopt;
+    return TagPairs { state.elementIndex.get(), state.wholeText, contentStart };
+}
+
 } // namespace
 
 void TEXTVALIDITY(RunState& state)
@@ -538,7 +610,7 @@ void TEXTVALIDITY(RunState& state)
     const ValidationContext& context = state.context;
     if (!table || table->indexText.isEmpty() || context.tagType != TagKind::Start)
         return;
-    if (!table->indexText.contains(u'[' + context.tagName + u']', Qt::CaseInsensitive))
+    if (!table->indexHolds(context.tagName))
         return;
     // The index ignores letter case, the rows do not.
     const auto rows = table->rowsByTag.constFind(context.tagName);
@@ -547,12 +619,12 @@ void TEXTVALIDITY(RunState& state)
     // A failing row (a pattern the engine rejects or gives up on) ends the
     // check of this element; what was written stays.
     try {
-        std::optional<QString> content;
+        std::optional<ElementContent> content;
         for (const int index : *rows) {
             if (!conditionHolds(state, *table, index))
                 continue;
             if (!content)
-                content = CurrentElementContent(state);
+                content.emplace(CurrentElementContent(state), filePairs(state));
             ApplyTextValidityRow(state, table->rows[index], *content);
         }
     } catch (const RunAborted&) {

@@ -28,10 +28,10 @@ void literalTEXTVALIDITY(RunState& state)
             if (!row.condition.isEmpty() && !RegExp(row.condition, true, true).test(state.wholeText))
                 continue;
             std::int32_t position = context.filePosition;
-            const QString content
-                = xmlClass(state.toolkit)
-                      .GetPCDATA(state.wholeText, context.tagText, "</" + context.tagName + ">", position);
-            ApplyTextValidityRow(state, row, content);
+            ElementContent content(
+                xmlClass(state.toolkit)
+                    .GetPCDATA(state.wholeText, context.tagText, "</" + context.tagName + ">", position));
+            ApplyTextValidityRow(state, row, content); // a fresh content per row, indexed on its own
         }
     } catch (const RunAborted&) {
         throw;
@@ -58,7 +58,7 @@ QByteArray randomTable(std::mt19937& random)
 {
     const char* conditions[] = { "", "", "alpha", "ALPHA", "zzz", "be<space>ta", "(?<=a)b" };
     const char* patterns[] = { "(\\d+)", "(alpha)", "(\\w+)", "b", "<b>(\\d)", "(\\d)<hrt>", "x" };
-    const char* tags[] = { "p", "<p>", "P", "b", "sec", "<sec id=\"1\">" };
+    const char* tags[] = { "p", "<p>", "P", "b", "sec", "<sec id=\"1\">", "b][p", "B" };
     const char* splits[] = { "Y", "N", "y" };
     const char* excluded[] = { "", "", "b", "sec", "i, b" };
     const char* operators[] = { "=", ">", "<", "!=", "=>", "=<", "!dup", "dup", "+1", "-1", "@eval(=)$+1",
@@ -80,8 +80,8 @@ QByteArray randomTable(std::mt19937& random)
 QByteArray randomText(std::mt19937& random)
 {
     const char* pieces[] = { "<p>", "</p>", "<P>", "</P>", "<b>", "</b>", "<i>", "</i>", "<sec id=\"1\">",
-        "</sec>", "<br/>", "alpha", "Beta", "be ta", "1", "2", "3", "12", " ", " ", "\r\n", "x",
-        "<p a=\"1\">", "<!-- c -->" };
+        "</sec>", "<br/>", "<b][p>", "</b][p>", "alpha", "Beta", "be ta", "1", "2", "3", "12", " ", " ",
+        "\r\n", "x", "<p a=\"1\">", "<!-- c -->" };
     QByteArray text;
     const int count = std::uniform_int_distribution<int>(0, 60)(random);
     for (int i = 0; i < count; ++i)

@@ -75,6 +75,32 @@ TEST(TextValidityTable, ReadsEveryColumn)
     EXPECT_EQ(table.rowsByTag.value("p"), (QList<int> { 1, 2 }));
 }
 
+TEST(TextValidityTable, TheIndexIgnoresCaseAndReadsBracketsAsText)
+{
+    struct Row {
+        QStringList tags;
+        QString name;
+        bool holds;
+    };
+    const Row rows[] = {
+        { { "p", "sec" }, "SEC", true },
+        { { "p", "sec" }, "se", false },
+        { { "p", "sec" }, "p][sec", true }, // the index is text: "[p][sec]" holds "[p][sec]"
+        { { "p]x" }, "P", true },
+        { { "p]x" }, "p]X", true },
+        { { "" }, "", true },
+        { {}, "p", false },
+    };
+    for (const Row& row : rows) {
+        TextValidityTable table;
+        for (const QString& tag : row.tags)
+            table.addToIndex(tag);
+        EXPECT_EQ(table.indexHolds(row.name), row.holds) << row.name.toStdString();
+        EXPECT_EQ(
+            table.indexHolds(row.name), table.indexText.contains("[" + row.name + "]", Qt::CaseInsensitive));
+    }
+}
+
 TEST(TextValidityTable, AMissingFileFailsTheLoading)
 {
     RuleFixture fixture("<p> | TEXTVALIDITY | N/A\r\n");

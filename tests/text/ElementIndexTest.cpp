@@ -11,8 +11,8 @@
 // nested and look-alike tags.
 TEST(ElementIndex, AgreesWithGetPCDATA)
 {
-    const char* pieces[] = { "<p>", "</p>", "<p id=\"1\">", "</p >", "<pp>", "</pp>", "<P>", "</P>", "<p/>", "<b>",
-        "</b>", "<p", "p>", "<", ">", "x", " ", "\r\n", "<p;x>", "</>" };
+    const char* pieces[] = { "<p>", "</p>", "<p id=\"1\">", "</p >", "<pp>", "</pp>", "<P>", "</P>", "<p/>",
+        "<b>", "</b>", "<p", "p>", "<", ">", "x", " ", "\r\n", "<p;x>", "</>" };
     std::mt19937 random(1123);
     ToolkitState toolkit;
     const xmlClass xml(toolkit);
@@ -20,7 +20,8 @@ TEST(ElementIndex, AgreesWithGetPCDATA)
         QString text;
         const int count = std::uniform_int_distribution<int>(0, 40)(random);
         for (int i = 0; i < count; ++i)
-            text += QString::fromUtf8(pieces[std::uniform_int_distribution<int>(0, std::size(pieces) - 1)(random)]);
+            text += QString::fromUtf8(
+                pieces[std::uniform_int_distribution<int>(0, std::size(pieces) - 1)(random)]);
         const ElementIndex index(text);
         for (qsizetype lt = text.indexOf(u'<'); lt >= 0; lt = text.indexOf(u'<', lt + 1)) {
             const qsizetype gt = text.indexOf(u'>', lt);
