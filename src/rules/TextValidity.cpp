@@ -540,25 +540,31 @@ void ApplyTextValidityRow(RunState& state, const TextValidityRow& row, ElementCo
     }
     const PlacedContent& placed = content.preparedFor(row, xmlClass(state.toolkit));
 
-    const PatternSearchResult found = SearchPattern(row.valueExpression, placed.text);
+    // Counts and the forbidden pattern need no value lists, and "@eval" searches for itself.
+    const RegExp& values = row.valueExpression;
+    const auto found = [&] { return SearchPattern(values, placed.text); };
     const QString& op = row.operatorText;
     if (isCountOperator(op)) {
-        if (!CompareBy(op, found.count, row.number).value())
+        if (!CompareBy(op, double(SearchMatches(values, placed.text).size()), row.number).value())
             reportAtTag(state, row, state.context.linePosition);
     } else if (op == u"!dup") {
-        reportValue(state, row, placed, found, repeatedValue(SplitValueList(found.captureList)));
+        const PatternSearchResult result = found();
+        reportValue(state, row, placed, result, repeatedValue(SplitValueList(result.captureList)));
     } else if (op == u"dup") {
-        reportValue(state, row, placed, found, unlikeValue(SplitValueList(found.captureList)));
+        const PatternSearchResult result = found();
+        reportValue(state, row, placed, result, unlikeValue(SplitValueList(result.captureList)));
     } else if (op.startsWith(u'+') || op.startsWith(u'-')) {
-        reportValue(state, row, placed, found, outOfSequence(state, row, SplitValueList(found.captureList)));
+        const PatternSearchResult result = found();
+        reportValue(
+            state, row, placed, result, outOfSequence(state, row, SplitValueList(result.captureList)));
     } else if (op.contains(QStringLiteral("@eval"), Qt::CaseInsensitive)) {
         // Always column 1, wherever the element stands.
-        if (!EvaluateArithmetic(op, row.number, row.valueExpression, placed.text))
+        if (!EvaluateArithmetic(op, row.number, values, placed.text))
             reportAtTag(state, row, 1);
     } else if (op.contains(QStringLiteral("@now"), Qt::CaseInsensitive)) {
-        if (!dateHolds(state, row, found.captureList))
+        if (!dateHolds(state, row, found().captureList))
             reportAtTag(state, row, state.context.linePosition);
-    } else if (found.count != 0) {
+    } else if (values.test(placed.text)) {
         reportAtTag(state, row, state.context.linePosition);
     }
 }
