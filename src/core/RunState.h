@@ -8,14 +8,12 @@
 #include "core/ToolkitState.h"
 #include "core/ValidationContext.h"
 
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QStringView>
 #include <cstdint>
-#include <memory>
 #include <vector>
-
-class ElementIndex;
 
 // The one process-wide run state, made in main() and handed by reference to
 // every procedure. Nothing else holds state between calls.
@@ -49,15 +47,14 @@ struct RunState {
     QStringView line(int index) const;
 
     ToolkitState toolkit; // the values every xmlClass view of this run shares
-    // Where the elements of the whole text lie: built on first use, dropped
-    // with the file.
-    std::shared_ptr<const ElementIndex> elementIndex;
 
     // Validation state of the driver.
     ValidationContext context;
     ValidationContext previousTag;
     ValidationContext previousStartTag;
     QList<ValidationContext> openTags; // oldest first; kept from one file to the next
+    QHash<QString, int>
+        openTagNames; // how many of openTags carry each name: an end tag of none scans nothing
     QList<std::int32_t> rowStack { 0 }; // element 0 is the base entry
     std::int32_t currentRow = 0;
     QString contextElement;
@@ -66,6 +63,9 @@ struct RunState {
     TextValidityState textValidity;
 
     ReportState report;
+    // Checks of this run that ended early on a failure. A run with any cannot
+    // pass for checked, whatever its reports say.
+    int checkFailures = 0;
     FindingSinks findingSinks; // outputs beside the fixed reports
 };
 

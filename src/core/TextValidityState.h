@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QHash>
+#include <QSet>
+#include <QString>
 #include <cstdint>
 #include <vector>
 
@@ -16,9 +18,13 @@ struct TextValidityState {
     // last element it checked, by row. Never cleared between files.
     QHash<const void*, std::int32_t> stepNumbers;
 
+    // Per file: the failures already told, so that a failing row is told once.
+    QSet<QString> notedFailures;
+
     void resetPerFile()
     {
         conditionTable = nullptr;
         conditionHolds.clear();
+        notedFailures.clear();
     }
 };

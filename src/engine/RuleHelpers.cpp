@@ -3,8 +3,6 @@
 #include "core/RunState.h"
 #include "engine/RegExp.h"
 #include "report/Reports.h"
-#include "text/ElementIndex.h"
-#include "text/xmlClass.h"
 
 #include <algorithm>
 
@@ -79,6 +77,15 @@ std::int32_t LineColumnCursor::lineColumnAt(std::int32_t offset, std::int32_t& c
     return breaks_ + 1;
 }
 
+void NoteCheckFailure(RunState& state, const std::exception& failure)
+{
+    ++state.checkFailures;
+    const QString routine = state.currentRoutine.isEmpty() ? QStringLiteral("a check") : state.currentRoutine;
+    state.ui.diagnostic(QStringLiteral("%1: %2 ended early: %3")
+                            .arg(state.inputFileName.isEmpty() ? state.inputPath : state.inputFileName,
+                                routine, QString::fromUtf8(failure.what())));
+}
+
 QString EnclosingOpenTag(const RunState& state)
 {
     return OpenTagAbove(state, 0);
@@ -104,25 +111,4 @@ bool IsTagOpen(const RunState& state, const QString& tagName)
 {
     return std::any_of(state.openTags.crbegin(), state.openTags.crend(),
         [&](const ValidationContext& tag) { return tag.tagName == tagName; });
-}
-
-QString CurrentElementContent(RunState& state)
-{
-    const ValidationContext& context = state.context;
-    const qsizetype tagStart = qsizetype(context.filePosition) - 1;
-    const bool tagInPlace = tagStart >= 0 && tagStart < state.wholeText.size()
-        && QStringView(state.wholeText).sliced(tagStart).startsWith(context.tagText);
-    if (!tagInPlace || context.tagName.isEmpty()) {
-        // A context that does not point at its tag (never the driver's):
-        // let the toolkit search as it would.
-        std::int32_t position = context.filePosition;
-        return xmlClass(state.toolkit)
-            .GetPCDATA(
-                state.wholeText, context.tagText, QStringLiteral("</") + context.tagName + u'>', position);
-    }
-    if (!state.elementIndex)
-        state.elementIndex = std::make_shared<const ElementIndex>(state.wholeText);
-    const auto content
-        = state.elementIndex->elementContent(tagStart, context.tagText.size(), context.tagName);
-    return content ? content->toString() : QString();
 }

@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringView>
 #include <cstdint>
+#include <exception>
 
 struct RunState;
 
@@ -47,14 +48,15 @@ private:
     qsizetype lastLineStart_ = 0; // offset just after the last of them
 };
 
+// A check that meets a failure (a pattern the engine rejects, a search past
+// the engine's limits) ends for this file and keeps what it wrote. The
+// failure is told, naming the file, the routine and the reason, and counted,
+// so that the run ends with status 2 instead of looking clean. Running out of
+// memory is no check's failure: callers let std::bad_alloc through.
+void NoteCheckFailure(RunState& state, const std::exception& failure);
+
 // Queries of the open start tags (oldest first).
 QString EnclosingOpenTag(const RunState& state);
 QString OpenTagAbove(const RunState& state, std::int32_t levels);
 std::int32_t EnclosingOpenTagPosition(const RunState& state);
 bool IsTagOpen(const RunState& state, const QString& tagName);
-
-// The content of the current start tag's element up to its end tag "</" +
-// name + ">", as GetPCDATA gives it from the tag's file position (empty when
-// the element is not closed). Read from the file's element index, which is
-// built on the first call, so no element costs a search of the file.
-QString CurrentElementContent(RunState& state);

@@ -1,11 +1,11 @@
 #include "rules/TextValidity.h"
 
 #include "config/TableReading.h"
+#include "core/ElementIndex.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 #include "engine/PatternSearch.h"
 #include "engine/RuleHelpers.h"
-#include "text/ElementIndex.h"
 #include "text/TagSearch.h"
 #include "text/xmlClass.h"
 
@@ -14,6 +14,7 @@
 #include <QSet>
 #include <algorithm>
 #include <limits>
+#include <new>
 
 namespace {
 
@@ -596,16 +597,38 @@ bool conditionHolds(RunState& state, const TextValidityTable& table, int index)
     return answer == kPresent;
 }
 
-// The file's element index for the current element's content, when the
-// content was read from it.
-std::optional<TagPairs> filePairs(const RunState& state)
+// The content of the current start tag's element up to its end tag.
+QString currentContent(RunState& state)
 {
     const ValidationContext& context = state.context;
-    const qsizetype contentStart = qsizetype(context.filePosition) - 1 + context.tagText.size();
-    if (!state.elementIndex || context.filePosition < 1 || contentStart > state.wholeText.size()
-        || !QStringView(state.wholeText).sliced(context.filePosition - 1).startsWith(context.tagText))
+    std::int32_t position = context.filePosition;
+    return xmlClass(state.toolkit)
+        .GetPCDATA(state.wholeText, context.tagText, QStringLiteral("</") + context.tagName + u'>', position);
+}
+
+// The file's element index for the current element's content, when the
+// content was read from the file at the tag's place.
+std::optional<TagPairs> filePairs(RunState& state)
+{
+    const ValidationContext& context = state.context;
+    const qsizetype tagStart = qsizetype(context.filePosition) - 1;
+    if (tagStart < 0 || tagStart >= state.wholeText.size()
+        || !QStringView(state.wholeText).sliced(tagStart).startsWith(context.tagText))
         return std::nullopt;
-    return TagPairs { state.elementIndex.get(), state.wholeText, contentStart };
+    const ElementIndex* index = state.toolkit.indexFor(state.wholeText);
+    if (!index)
+        return std::nullopt;
+    return TagPairs { index, index->text(), tagStart + context.tagText.size() };
+}
+
+// A failing row ends the check of the element. The failure is told once per
+// file and reason, however many elements meet it.
+void noteFailure(RunState& state, const std::exception& failure)
+{
+    if (state.textValidity.notedFailures.contains(QString::fromUtf8(failure.what())))
+        return;
+    state.textValidity.notedFailures.insert(QString::fromUtf8(failure.what()));
+    NoteCheckFailure(state, failure);
 }
 
 } // namespace
@@ -630,11 +653,14 @@ void TEXTVALIDITY(RunState& state)
             if (!conditionHolds(state, *table, index))
                 continue;
             if (!content)
-                content.emplace(CurrentElementContent(state), filePairs(state));
+                content.emplace(currentContent(state), filePairs(state));
             ApplyTextValidityRow(state, table->rows[index], *content);
         }
     } catch (const RunAborted&) {
         throw;
-    } catch (const std::exception&) {
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::exception& failure) {
+        noteFailure(state, failure);
     }
 }

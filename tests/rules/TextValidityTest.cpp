@@ -179,6 +179,20 @@ TEST(TEXTVALIDITY, RowsApplyByTagConditionAndPatternCase)
         });
 }
 
+TEST(TEXTVALIDITY, AFailingRowIsToldOncePerFile)
+{
+    const auto fixture = fixtureWith("<p> | TEXTVALIDITY | N/A\r\n",
+        " | a | p | N | | x | 0 | E | Has a\r\n | (?<=a)b | p | N | | x | 0 | E | Bad\r\n");
+    EXPECT_EQ(fixture->run("<p>a</p>\r\n<p>a</p>"),
+        (QStringList { "1:1 E Has a | <p>a</p>", "2:1 E Has a | <p>a</p>" }));
+    ASSERT_EQ(fixture->op.diagnostics.size(), 1);
+    EXPECT_TRUE(fixture->op.diagnostics[0].contains("TEXTVALIDITY ended early"))
+        << fixture->op.diagnostics[0].toStdString();
+    EXPECT_EQ(fixture->state.checkFailures, 1);
+    fixture->run("<p>a</p>");
+    EXPECT_EQ(fixture->op.diagnostics.size(), 2); // a new file tells it again
+}
+
 TEST(TEXTVALIDITY, SplitFlagAndExcludedElements)
 {
     expectCases("<p> | TEXTVALIDITY | N/A\r\n",

@@ -7,12 +7,18 @@
 #include <vector>
 
 // Where every "<name>", "<name " and "</name>" of one text lies, found in one
-// pass. Removing whole elements asks for the content of every start tag;
-// searching the text afresh each time would cost a pass per tag (a document
-// full of unclosed "<p>" would then be quadratic).
+// pass, and for each element name which end tag closes which start tag.
+// Element content is asked for start tag after start tag; searching the text
+// afresh each time would cost a pass per tag, and walking end tag after end
+// tag would make deep nesting quadratic.
+//
+// The index looks at the text it was built on; that text must outlive it and
+// stay unchanged.
 class ElementIndex {
 public:
     explicit ElementIndex(QStringView text);
+
+    QStringView text() const { return text_; }
 
     // The element content that GetPCDATA gives for the start tag at `tagStart`
     // (zero-based) whose end tag is "</" + name + ">": nothing when that
@@ -23,22 +29,19 @@ public:
 private:
     using Positions = std::vector<qsizetype>;
 
-    // The start and end tags of one name in text order, with every end tag
-    // filed under the balance (start tags less end tags) in front of it. An
-    // element ends at the first end tag after its content start whose
-    // balance equals the balance there, so each query is two look-ups
-    // however many unmatched tags of the name the text holds.
-    struct Pairing {
-        Positions opens; // "<name>" and "<name ", ascending
-        QHash<qsizetype, Positions> endsByBalance;
+    // The start and end tags of one name in text order, with what closes what.
+    struct Matching {
+        Positions positions; // every "<name>", "<name " and "</name>"
+        std::vector<qsizetype> closer; // per position: the index of the end tag that brings the
+                                       // nesting below its level, -1 for none
     };
 
     const Positions& positionsOf(const QHash<QStringView, Positions>& map, QStringView key) const;
-    const Pairing& pairingOf(const QString& name) const;
+    const Matching& matchingOf(const QString& name) const;
 
     QStringView text_;
     QHash<QStringView, Positions> closedByGt_; // key: text between "<" and ">"
     QHash<QStringView, Positions> closedByBlank_; // key: text between "<" and the blank
     Positions none_;
-    mutable QHash<QString, Pairing> pairings_; // by name, made on the first query of the name
+    mutable QHash<QString, Matching> matchings_; // built on first use of a name
 };

@@ -1,4 +1,4 @@
-#include "text/ElementIndex.h"
+#include "core/ElementIndex.h"
 
 #include "support/RecordingOperator.h"
 #include "text/xmlClass.h"
