@@ -4,6 +4,7 @@
 #include "core/Finding.h"
 #include "core/OperatorInterface.h"
 #include "core/ReportState.h"
+#include "core/TextValidityState.h"
 #include "core/ToolkitState.h"
 #include "core/ValidationContext.h"
 
@@ -61,6 +62,7 @@ struct RunState {
     QString contextElement;
     QString routineParameter; // upper-cased by the dispatcher
     QString currentRoutine; // the routine or check running now; names its findings
+    TextValidityState textValidity;
 
     ReportState report;
     // Checks of this run that ended early on a failure. A run with any cannot
