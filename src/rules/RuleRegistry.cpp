@@ -3,6 +3,7 @@
 #include "config/RoutineDeclTable.h"
 #include "rules/CharacterPatterns.h"
 #include "rules/Footnotes.h"
+#include "rules/HyphenatedWords.h"
 #include "rules/PendingRoutines.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -12,8 +13,7 @@ namespace {
 
 // Tables of rules that are not written yet are read as plain lines, so that
 // an unreadable file still stops the run at start-up.
-template <SupportFile Which>
-constexpr RuleEntry pending(QLatin1StringView name, Routine run)
+template <SupportFile Which> constexpr RuleEntry pending(QLatin1StringView name, Routine run)
 {
     return { name, run, Which, LoadLinesTable<Which> };
 }
@@ -28,8 +28,8 @@ RuleBook makeRules()
         pending<ImageValidationTbl>("IMGNAMELENGTHEQUALITY"_L1, IMGNAMELENGTHEQUALITY),
         pending<NoHRTDeclTbl>("NOHRT"_L1, NOHRT),
         pending<WithHRTDeclTbl>("WITHHRT"_L1, WITHHRT),
-        pending<HyphenatedTbl>("HYPHENATEDWORDCHECK"_L1, HYPHENATEDWORDCHECK),
-        pending<HyphenatedTbl>("COMPOUNDWORDCHECK"_L1, COMPOUNDWORDCHECK),
+        { "HYPHENATEDWORDCHECK"_L1, HYPHENATEDWORDCHECK, HyphenatedTbl, LoadHyphenatedTable },
+        { "COMPOUNDWORDCHECK"_L1, COMPOUNDWORDCHECK, HyphenatedTbl, LoadHyphenatedTable },
         pending<UnConEntitiesTbl>("UNCONENTITIES"_L1, UNCONENTITIES),
         pending<Convert2TagTbl>("CONVERT2TAG"_L1, CONVERT2TAG),
         pending<NoLeadZeroTbl>("NOLEADZERO"_L1, NOLEADZERO),
@@ -84,7 +84,8 @@ const RuleBook& Rules()
 bool IsRoutineName(const QString& upperName)
 {
     const QList<RuleEntry>& routines = Rules().routines;
-    return std::any_of(routines.begin(), routines.end(), [&](const RuleEntry& rule) { return rule.name == upperName; });
+    return std::any_of(
+        routines.begin(), routines.end(), [&](const RuleEntry& rule) { return rule.name == upperName; });
 }
 
 QList<TableLoaderEntry> SupportTableLoaders()

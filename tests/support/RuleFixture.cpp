@@ -29,3 +29,10 @@ QStringList RuleFixture::run(const QByteArray& input)
     ValidateFile(state, Rules());
     return sink.entries();
 }
+
+void RuleFixture::loadTable(SupportFile file, const QByteArray& text, TableLoader load)
+{
+    TableSet& set = state.config.ActiveTableSet;
+    set.file(file) = dir.write(QStringLiteral("table%1.tbl").arg(static_cast<int>(file)), text);
+    load(state, set);
+}

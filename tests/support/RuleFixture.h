@@ -1,5 +1,6 @@
 #pragma once
 
+#include "config/SupportTables.h"
 #include "core/RunState.h"
 #include "support/RecordingOperator.h"
 #include "support/RecordingSink.h"
@@ -16,6 +17,9 @@ public:
     explicit RuleFixture(const QByteArray& routineRows, const QByteArray& specialCharRows = {});
 
     QStringList run(const QByteArray& input);
+
+    // Writes a support table of the active set and loads it with its loader.
+    void loadTable(SupportFile file, const QByteArray& text, TableLoader load);
 
     RecordingOperator op;
     RunState state { op };
