@@ -181,8 +181,9 @@ void HYPHENATEDWORDCHECK(RunState& state)
     QString& suggestions = state.spelling.suggestions;
     const QString foundIn = QStringLiteral(" found in ") + context.tagText;
     for (qsizetype hit = text.indexOf(QStringLiteral("-\r\n")); hit >= 0;
-        hit = text.indexOf(QStringLiteral("-\r\n"), hit + 1)) {
-        const QString word = ExtractHyphenatedWord(text, static_cast<std::int32_t>(hit + 1), HyphenAt::LineEnd);
+         hit = text.indexOf(QStringLiteral("-\r\n"), hit + 1)) {
+        const QString word
+            = ExtractHyphenatedWord(text, static_cast<std::int32_t>(hit + 1), HyphenAt::LineEnd);
         bool open = true;
         suggestions.clear();
         // A joined form the engine knows means the hyphen should have gone.
@@ -218,7 +219,8 @@ void COMPOUNDWORDCHECK(RunState& state)
     const QString foundIn = QStringLiteral(" found in ") + context.tagText;
     qsizetype hit = text.indexOf(QLatin1Char('-'));
     while (hit >= 0) {
-        const QString word = ExtractHyphenatedWord(text, static_cast<std::int32_t>(hit + 1), HyphenAt::InLine);
+        const QString word
+            = ExtractHyphenatedWord(text, static_cast<std::int32_t>(hit + 1), HyphenAt::InLine);
         if (word.isEmpty()) {
             hit = text.indexOf(QLatin1Char('-'), hit + 1);
             continue;
@@ -231,11 +233,11 @@ void COMPOUNDWORDCHECK(RunState& state)
             open = false;
         }
         if (open) {
-            const QString message = suggestions.isEmpty()
-                ? QStringLiteral("Compound Word: ") + word + foundIn
-                : QStringLiteral("Compound Word: ") + word + QStringLiteral(" Suggested Words: ") + suggestions;
-            ReportBySeverity(state, state.routineParameter, context.lineNumber, message, DataContentAt(state, 0),
-                context.linePosition);
+            const QString message = suggestions.isEmpty() ? QStringLiteral("Compound Word: ") + word + foundIn
+                                                          : QStringLiteral("Compound Word: ") + word
+                    + QStringLiteral(" Suggested Words: ") + suggestions;
+            ReportBySeverity(state, state.routineParameter, context.lineNumber, message,
+                DataContentAt(state, 0), context.linePosition);
         }
         // Resuming at the word's first hyphen is deliberate: in "a-b-c" the
         // search goes on at the second hyphen and examines "b-c" as well.

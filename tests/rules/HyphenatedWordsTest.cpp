@@ -10,7 +10,8 @@ namespace {
 
 const QByteArray kAcceptedWords = "Accepted hyphenated words\r\nMid-Year\r\nlong-term  \r\n";
 
-FakeSpellingEngine& useEngine(RuleFixture& fixture, QSet<QString> known, QHash<QString, QStringList> suggestions = {})
+FakeSpellingEngine& useEngine(
+    RuleFixture& fixture, QSet<QString> known, QHash<QString, QStringList> suggestions = {})
 {
     auto engine = std::make_unique<FakeSpellingEngine>(std::move(known), std::move(suggestions));
     FakeSpellingEngine& kept = *engine;
@@ -82,8 +83,10 @@ TEST(LoadHyphenatedTable, KeepsEntriesAsReadAndWarnsAboutEntriesWithoutHyphen)
 {
     RuleFixture fixture("");
     fixture.loadTable(SupportFile::HyphenatedTbl,
-        "Accepted hyphenated words\r\nwell-known\r\n   \r\nlong-term  \r\nnohyphen\r\n\r\n", LoadHyphenatedTable);
-    const auto* table = fixture.state.config.ActiveTableSet.loaded<HyphenatedTable>(SupportFile::HyphenatedTbl);
+        "Accepted hyphenated words\r\nwell-known\r\n   \r\nlong-term  \r\nnohyphen\r\n\r\n",
+        LoadHyphenatedTable);
+    const auto* table
+        = fixture.state.config.ActiveTableSet.loaded<HyphenatedTable>(SupportFile::HyphenatedTbl);
     ASSERT_NE(table, nullptr);
     EXPECT_EQ(table->entries, (QStringList { "well-known", "long-term  " }));
     const QString path = fixture.state.config.ActiveTableSet.file(SupportFile::HyphenatedTbl);
@@ -104,7 +107,8 @@ TEST(LoadHyphenatedTable, AHeaderAloneIsAnEmptyListAndAReadFailureFails)
     set.file(SupportFile::HyphenatedTbl) = fixture.dir.path() + "none/h.tbl";
     EXPECT_FALSE(LoadHyphenatedTable(fixture.state, set));
     ASSERT_EQ(fixture.op.messages.size(), 1);
-    EXPECT_TRUE(fixture.op.messages[0].text.startsWith("Error while reading " + fixture.dir.path() + "none/h.tbl!"));
+    EXPECT_TRUE(
+        fixture.op.messages[0].text.startsWith("Error while reading " + fixture.dir.path() + "none/h.tbl!"));
 }
 
 TEST(SpellCheckWord, AppendsAtMostTwoNonEmptySuggestionsCutAtTheirNul)
@@ -135,7 +139,8 @@ TEST(HYPHENATEDWORDCHECK, ReportsLineEndHyphenationsByWhatTheEngineSays)
         // The joined form is a word: the hyphen should have gone (by severity).
         { "<p>inter-\r\nnational trade</p>",
             { "1:1 E Hyphenated word: inter-national found in <p> | <p>inter-" } },
-        { "x <p>a\r\nb inter-\r\nnational</p>", { "1:3 E Hyphenated word: inter-national found in <p> | <p>a" } },
+        { "x <p>a\r\nb inter-\r\nnational</p>",
+            { "1:3 E Hyphenated word: inter-national found in <p> | <p>a" } },
         // A split number joins to an empty text, which the engine accepts.
         { "<p>pages 10-\r\n20</p>", { "1:1 E Hyphenated word:  found in <p> | <p>pages 10-" } },
         // The hyphenated form is a word: nothing to say.
@@ -174,14 +179,16 @@ TEST(HYPHENATEDWORDCHECK, TheSeverityOnlyGovernsJoinedWords)
 TEST(COMPOUNDWORDCHECK, ReportsInLineCompoundsByWhatTheEngineSays)
 {
     const QSet<QString> known = { "well-known" };
-    const QHash<QString, QStringList> suggestions = { { "wel-known", { "well-known", "weld-known", "we-known" } } };
+    const QHash<QString, QStringList> suggestions
+        = { { "wel-known", { "well-known", "weld-known", "we-known" } } };
     const QList<RuleRow> rows = {
         // A compound the engine knows is always a warning.
         { "<p>a well-known fact</p>",
             { "1:1 W Compound Word: well-known found in <p> | <p>a well-known fact</p>" } },
         // One it rejects is reported by severity, with suggestions when there are any.
         { "<p>a wel-known fact</p>",
-            { "1:1 E Compound Word: wel-known Suggested Words: well-known, weld-known | <p>a wel-known fact</p>" } },
+            { "1:1 E Compound Word: wel-known Suggested Words: well-known, weld-known | <p>a wel-known "
+              "fact</p>" } },
         { "<p>qzx-vbn</p>", { "1:1 E Compound Word: qzx-vbn found in <p> | <p>qzx-vbn</p>" } },
         { "<p>Mid-year and long-term</p>",
             { "1:1 E Compound Word: long-term found in <p> | <p>Mid-year and long-term</p>" } },
@@ -221,9 +228,10 @@ TEST(SpellingCache, TheEngineIsAskedOnceAboutEachText)
 {
     RuleFixture fixture("<p> | HYPHENATEDWORDCHECK | E\r\n | COMPOUNDWORDCHECK | E\r\n");
     fixture.loadTable(SupportFile::HyphenatedTbl, kAcceptedWords, LoadHyphenatedTable);
-    FakeSpellingEngine& engine = useEngine(
-        fixture, { "international", "well-known" }, { { "wel-known", { "well-known" } }, { "qzx-vbn", { "q" } } });
-    const QByteArray paragraph = "<p>wel-known, well-known, wel-known; inter-\r\nnational qzx-\r\nvbn</p>\r\n";
+    FakeSpellingEngine& engine = useEngine(fixture, { "international", "well-known" },
+        { { "wel-known", { "well-known" } }, { "qzx-vbn", { "q" } } });
+    const QByteArray paragraph
+        = "<p>wel-known, well-known, wel-known; inter-\r\nnational qzx-\r\nvbn</p>\r\n";
     const QStringList findings = fixture.run(paragraph + paragraph + paragraph);
 
     // Every paragraph still gets all its findings, suggestions included.
@@ -231,7 +239,8 @@ TEST(SpellingCache, TheEngineIsAskedOnceAboutEachText)
     EXPECT_EQ(findings.filter("E Compound Word: wel-known Suggested Words: well-known |").size(), 6);
     EXPECT_EQ(findings.filter("W Hyphenated word: qzx-vbn Suggested Words: q |").size(), 3);
     EXPECT_EQ(findings.filter("E Hyphenated word: inter-national found in <p> |").size(), 3);
-    EXPECT_EQ(engine.checked, (QStringList { "international", "qzxvbn", "qzx-vbn", "wel-known", "well-known" }));
+    EXPECT_EQ(
+        engine.checked, (QStringList { "international", "qzxvbn", "qzx-vbn", "wel-known", "well-known" }));
     // The joined "qzxvbn" is misspelt too, but nobody reads its suggestions.
     EXPECT_EQ(engine.suggested, (QStringList { "qzx-vbn", "wel-known" }));
 }

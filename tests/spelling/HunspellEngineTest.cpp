@@ -37,7 +37,8 @@ protected:
     {
         dir.mkdir("main");
         dir.mkdir("user");
-        writeDictionary(dir, "main/en", "UTF-8", { "international", "national", "well", "known", "cat", "cap" });
+        writeDictionary(
+            dir, "main/en", "UTF-8", { "international", "national", "well", "known", "cat", "cap" });
     }
     TempDir dir;
 };
@@ -52,13 +53,9 @@ TEST_F(HunspellEngineTest, ChecksTextsWithTheDictionary)
         int expected;
     };
     const QList<Row> rows = {
-        { "international", kClean },
-        { "internationl", 1 },
-        { "", kClean },
+        { "international", kClean }, { "internationl", 1 }, { "", kClean },
         { "well-known", kClean }, // split at the hyphen by Hunspell's own break rules
-        { "well-knwn", 1 },
-        { "Quorvane", 1 },
-        { u"caf\u00e9"_qs, 1 },
+        { "well-knwn", 1 }, { "Quorvane", 1 }, { u"caf\u00e9"_qs, 1 },
         { QString(QChar(0xD800)), 1 }, // a lone surrogate cannot be encoded
     };
     for (const Row& row : rows)
@@ -85,8 +82,8 @@ TEST_F(HunspellEngineTest, AddsWordListsAndFurtherDictionaries)
     // A ".dic" without its ".aff" is a word list like any other file.
     dir.write("main/names.dic", "Okafor\n");
     Engine e(dir, "project.txt, en.dic, extra.dic,names.dic,");
-    for (const QString& word : QStringList { "international", "Quorvane", "hydrotest", u"t\u00e9l\u00e9metry"_qs, "bentonite",
-             "Okafor" })
+    for (const QString& word : QStringList {
+             "international", "Quorvane", "hydrotest", u"t\u00e9l\u00e9metry"_qs, "bentonite", "Okafor" })
         EXPECT_EQ(e.engine.CheckString(word), kClean) << word.toStdString();
 }
 
@@ -119,7 +116,9 @@ TEST_F(HunspellEngineTest, SpeaksTheDictionarysOwnEncoding)
 
 TEST_F(HunspellEngineTest, OtherEncodingsGoThroughIconv)
 {
-    writeDictionary(dir, "main/pl", "ISO8859-2", { "\xB3\xF3" "d\xBC" });
+    writeDictionary(dir, "main/pl", "ISO8859-2",
+        { "\xB3\xF3"
+          "d\xBC" });
     Engine e(dir, "pl.dic");
     EXPECT_EQ(e.engine.CheckString(u"\u0142\u00f3d\u017a"_qs), kClean);
     EXPECT_EQ(e.engine.Suggest(u"\u0142\u00f3dz"_qs, 35, 2).value(0), u"\u0142\u00f3d\u017a"_qs);
