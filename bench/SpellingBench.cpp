@@ -60,15 +60,15 @@ private:
 // every tenth has a typo in its second part.
 QList<QByteArray> Compounds()
 {
-    const QList<QByteArray> first = { "water", "clay", "sand", "field", "time", "cross", "long", "high", "low",
-        "self", "heat", "rain", "frost", "salt", "stone", "iron", "steel", "glass", "wood", "paper", "cell",
-        "probe", "liner", "soil", "rock", "gas", "oil", "air", "sun", "wind", "snow", "ice", "mud", "peat", "lime",
-        "road", "rail", "farm", "town", "city", "lake", "river", "sea", "hill", "tree", "root", "leaf", "seed",
-        "crop", "dust" };
+    const QList<QByteArray> first = { "water", "clay", "sand", "field", "time", "cross", "long", "high",
+        "low", "self", "heat", "rain", "frost", "salt", "stone", "iron", "steel", "glass", "wood", "paper",
+        "cell", "probe", "liner", "soil", "rock", "gas", "oil", "air", "sun", "wind", "snow", "ice", "mud",
+        "peat", "lime", "road", "rail", "farm", "town", "city", "lake", "river", "sea", "hill", "tree",
+        "root", "leaf", "seed", "crop", "dust" };
     const QList<QByteArray> second = { "based", "driven", "filled", "borne", "free", "rich", "poor", "proof",
-        "tight", "like", "bound", "wide", "scale", "level", "side", "line", "flow", "rate", "test", "zone", "cover",
-        "layer", "front", "path", "point", "cycle", "period", "phase", "range", "limit", "ratio", "table",
-        "sample", "model", "grade", "class", "group", "series", "system", "method" };
+        "tight", "like", "bound", "wide", "scale", "level", "side", "line", "flow", "rate", "test", "zone",
+        "cover", "layer", "front", "path", "point", "cycle", "period", "phase", "range", "limit", "ratio",
+        "table", "sample", "model", "grade", "class", "group", "series", "system", "method" };
     QList<QByteArray> compounds;
     for (const QByteArray& a : first) {
         for (const QByteArray& b : second) {
@@ -124,7 +124,8 @@ void ValidateHyphenatedBook(benchmark::State& bench)
     const QString root = dir.path() + '/';
     WriteFile(root + "routine.tbl",
         "Tag | Routine | Parameter\r\n<p> | HYPHENATEDWORDCHECK | E\r\n | COMPOUNDWORDCHECK | W\r\n");
-    WriteFile(root + "hyphenated.tbl", "Accepted hyphenated words\r\nwater-based\r\nlong-term\r\nself-free\r\n");
+    WriteFile(
+        root + "hyphenated.tbl", "Accepted hyphenated words\r\nwater-based\r\nlong-term\r\nself-free\r\n");
     WriteFile(root + "book.xml", MakeHyphenatedBook(bench.range(0) * 1000 * 1000));
 
     HeadlessOperator ui;
