@@ -122,6 +122,7 @@ void ResetPerFileState(RunState& state)
     state.routineParameter.clear();
     state.toolkit.QuotedMarkupNote.clear();
     state.toolkit.RemovedContentLengths.clear();
+    state.toolkit.elementIndex.reset();
     state.currentRow = 0;
     state.rowStack = { 0 };
 }

@@ -2,8 +2,8 @@
 // character extraction, the accepted list compared entry by entry in order,
 // and the engine asked every time (suggestions included), with no cache.
 #include "rules/HyphenatedWords.h"
-
 #include "support/RuleFixture.h"
+#include "text/LiteralToolkit.h"
 
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -101,7 +101,7 @@ struct Literal {
     void hyphenated(const QString& text, const QString& tag, const QString& severity)
     {
         for (int hit = text.indexOf(QStringLiteral("-\r\n")) + 1; hit > 0;
-            hit = text.indexOf(QStringLiteral("-\r\n"), hit) + 1) {
+             hit = text.indexOf(QStringLiteral("-\r\n"), hit) + 1) {
             const QString word = extract(text, hit, 1);
             bool open = true;
             suggestions.clear();
@@ -139,8 +139,9 @@ struct Literal {
             }
             if (open) {
                 findings << severity
-                        + (suggestions.isEmpty() ? " Compound Word: " + word + " found in " + tag
-                                                 : " Compound Word: " + word + " Suggested Words: " + suggestions);
+                        + (suggestions.isEmpty()
+                                ? " Compound Word: " + word + " found in " + tag
+                                : " Compound Word: " + word + " Suggested Words: " + suggestions);
             }
             hit = text.indexOf(u'-', hit - 1 + word.indexOf(u'-') + 1) + 1;
         }
@@ -149,8 +150,8 @@ struct Literal {
 
 QString randomContent(QRandomGenerator& random)
 {
-    static const QStringList pieces = { "a", "b", "ab", "x9", "1", "22", "e", "-", "-", "-", "\r\n", "-\r\n", " ",
-        u"\u00e9"_qs, "<i>c-d</i>", "<?>" };
+    static const QStringList pieces = { "a", "b", "ab", "x9", "1", "22", "e", "-", "-", "-", "\r\n", "-\r\n",
+        " ", u"\u00e9"_qs, "<i>c-d</i>", "<?>", "<p>", "</p>", "<i>", "</i>", "<p a=\"-x\">" };
     QString content;
     const int count = random.bounded(1, 30);
     for (int i = 0; i < count; ++i)
@@ -191,8 +192,15 @@ TEST(HyphenatedWordsDifferential, MatchesTheLiteralVersion)
 
         Literal literal;
         literal.accepted = { "ab-b", "A-", "x9-a  ", "-ab" };
-        QString elementText = tag + content + "</p>";
-        elementText.replace(QStringLiteral("<i>c-d</i>"), QStringLiteral("<?>"));
+        // The element text the plain way: GetPCDATA searching from the tag,
+        // RemoveTags restarting from position 1.
+        ToolkitState toolkit;
+        LiteralToolkit xml(toolkit);
+        std::int32_t position = 1;
+        QString elementContent = xml.GetPCDATA(tag + content + "</p>", tag, "</p>", position);
+        xml.RemoveTags(elementContent, true);
+        const QString elementText
+            = tag + elementContent.replace(QStringLiteral("teMpSEparAtor"), QStringLiteral("<?>")) + "</p>";
         literal.hyphenated(elementText, tag, severities[which]);
         literal.compound(elementText, tag, severities[which]);
         ASSERT_EQ(fast, literal.findings) << content.toStdString();
