@@ -4,7 +4,6 @@
 #include "core/RunState.h"
 #include "engine/RuleHelpers.h"
 #include "report/Reports.h"
-#include "text/ElementIndex.h"
 #include "text/xmlClass.h"
 
 namespace {
@@ -69,44 +68,15 @@ bool isWordKnown(RunState& state, const QString& text)
     return !answerFor(state, text).misspelt;
 }
 
-// Where every element of the file's text ends. Asking GetPCDATA afresh for
-// each start tag would search to the end of the text for every unclosed one,
-// so a file full of unclosed paragraphs would take quadratic time.
-struct ElementEnds : WholeTextIndex {
-    explicit ElementEnds(const QString& text)
-        : data(text.constData())
-        , size(text.size())
-        , index(text)
-    {
-    }
-    const QChar* data;
-    qsizetype size;
-    ElementIndex index;
-};
-
-const ElementIndex& elementEndsOf(RunState& state)
-{
-    const QString& text = state.wholeText;
-    auto* ends = dynamic_cast<const ElementEnds*>(state.toolkit.elementIndex.get());
-    if (!ends || ends->data != text.constData() || ends->size != text.size()) {
-        auto fresh = std::make_shared<const ElementEnds>(text);
-        ends = fresh.get();
-        state.toolkit.elementIndex = std::move(fresh);
-    }
-    return ends->index;
-}
-
 // The element's text that both checks search: the start tag, its content with
-// every nested element replaced by "<?>", and the end tag. The content is the
-// one GetPCDATA gives for the current tag at its file position.
+// every nested element replaced by "<?>", and the end tag.
 QString elementText(RunState& state)
 {
     xmlClass xml(state.toolkit);
     const ValidationContext& context = state.context;
     const QString endTag = QStringLiteral("</") + context.tagName + QLatin1Char('>');
-    const std::optional<QStringView> found = elementEndsOf(state).elementContent(
-        context.filePosition - 1, context.tagText.size(), context.tagName);
-    QString content = found.value_or(QStringView()).toString();
+    std::int32_t position = context.filePosition;
+    QString content = xml.GetPCDATA(state.wholeText, context.tagText, endTag, position);
     xml.RemoveTags(content, true);
     content.replace(QStringLiteral("teMpSEparAtor"), QStringLiteral("<?>"));
     return context.tagText + content + endTag;
