@@ -11,7 +11,7 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <benchmark/benchmark.h>
-#include <chrono>
+#include <ctime>
 #include <type_traits>
 
 namespace {
@@ -45,11 +45,12 @@ public:
     std::int64_t suggests = 0;
 
 private:
+    // Processor time, like the benchmark's CPU column: the machine may be shared.
     template <typename Call> std::invoke_result_t<Call> timed(Call call)
     {
-        const auto start = std::chrono::steady_clock::now();
+        const std::clock_t start = std::clock();
         auto result = call();
-        seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        seconds += static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
         return result;
     }
 
@@ -159,7 +160,7 @@ void ValidateHyphenatedBook(benchmark::State& bench)
         checks += engine.checks;
     }
     const auto perRun = [&](double value) { return benchmark::Counter(value / bench.iterations()); };
-    bench.counters["engine_s"] = perRun(engineSeconds);
+    bench.counters["engine_cpu_s"] = perRun(engineSeconds);
     bench.counters["suggests"] = perRun(static_cast<double>(suggests));
     bench.counters["checks"] = perRun(static_cast<double>(checks));
     bench.counters["findings"] = static_cast<double>(state.report.errorCount + state.report.warningCount);

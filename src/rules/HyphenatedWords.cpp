@@ -21,14 +21,13 @@ bool isWordCharacter(QChar c)
 // exponent when "E" and more digits follow. Words like "inf" stay words.
 bool isNumber(const QString& text)
 {
-    qsizetype i = 0;
     const auto digitsFrom = [&](qsizetype from) {
         qsizetype end = from;
         while (end < text.size() && text[end] >= u'0' && text[end] <= u'9')
             ++end;
         return end;
     };
-    i = digitsFrom(0);
+    qsizetype i = digitsFrom(0);
     if (i == 0)
         return false;
     if (i < text.size() && (text[i] == u'e' || text[i] == u'E')) {
