@@ -64,6 +64,9 @@ struct RunState {
     SpellingState spelling; // the engine lives for the whole process
 
     ReportState report;
+    // Checks of this run that ended early on a failure. A run with any cannot
+    // pass for checked, whatever its reports say.
+    int checkFailures = 0;
     FindingSinks findingSinks; // outputs beside the fixed reports
 };
 
