@@ -58,6 +58,12 @@ bool checkLexicon(RunState& state)
         const QString name = rawName.trimmed();
         if (name.isEmpty())
             continue;
+        // The engine looks for each file in the user lexicon folder before
+        // the main one (a project word list lives beside the project), so a
+        // file found there is as good as one in the main folder.
+        QString userPath = config.UserLexPath + name;
+        if (modMoveFiles::CheckPath(state, userPath, modMoveFiles::File))
+            continue;
         QString path = config.MainLexPath + name;
         if (!modMoveFiles::CheckPath(state, path, modMoveFiles::File)) {
             state.ui.messageBox(modMoveFiles::PathNotFoundText(path), kProgramTitle, MessageIcon::Warning);

@@ -4,6 +4,7 @@
 #include "core/Finding.h"
 #include "core/OperatorInterface.h"
 #include "core/ReportState.h"
+#include "core/SpellingEngine.h"
 #include "core/TextValidityState.h"
 #include "core/ToolkitState.h"
 #include "core/ValidationContext.h"
@@ -63,6 +64,8 @@ struct RunState {
     QString routineParameter; // upper-cased by the dispatcher
     QString currentRoutine; // the routine or check running now; names its findings
     TextValidityState textValidity;
+
+    SpellingState spelling; // the engine lives for the whole process
 
     ReportState report;
     // Checks of this run that ended early on a failure. A run with any cannot

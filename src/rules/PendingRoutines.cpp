@@ -4,9 +4,6 @@ void NOHRT(RunState&) { }
 void WITHHRT(RunState&) { }
 void CheckMultipleHardReturns(RunState&) { }
 
-void HYPHENATEDWORDCHECK(RunState&) { }
-void COMPOUNDWORDCHECK(RunState&) { }
-
 void UNCONENTITIES(RunState&) { }
 
 void NOLEADZERO(RunState&) { }

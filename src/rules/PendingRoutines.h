@@ -11,10 +11,6 @@ void NOHRT(RunState& state);
 void WITHHRT(RunState& state);
 void CheckMultipleHardReturns(RunState& state); // whole-file
 
-// Hyphenated and compound words.
-void HYPHENATEDWORDCHECK(RunState& state);
-void COMPOUNDWORDCHECK(RunState& state);
-
 // Unconverted entities.
 void UNCONENTITIES(RunState& state);
 

@@ -3,6 +3,7 @@
 #include "config/RoutineDeclTable.h"
 #include "rules/CharacterPatterns.h"
 #include "rules/Footnotes.h"
+#include "rules/HyphenatedWords.h"
 #include "rules/PendingRoutines.h"
 #include "rules/TextValidity.h"
 
@@ -28,8 +29,8 @@ RuleBook makeRules()
         pending<ImageValidationTbl>("IMGNAMELENGTHEQUALITY"_L1, IMGNAMELENGTHEQUALITY),
         pending<NoHRTDeclTbl>("NOHRT"_L1, NOHRT),
         pending<WithHRTDeclTbl>("WITHHRT"_L1, WITHHRT),
-        pending<HyphenatedTbl>("HYPHENATEDWORDCHECK"_L1, HYPHENATEDWORDCHECK),
-        pending<HyphenatedTbl>("COMPOUNDWORDCHECK"_L1, COMPOUNDWORDCHECK),
+        { "HYPHENATEDWORDCHECK"_L1, HYPHENATEDWORDCHECK, HyphenatedTbl, LoadHyphenatedTable },
+        { "COMPOUNDWORDCHECK"_L1, COMPOUNDWORDCHECK, HyphenatedTbl, LoadHyphenatedTable },
         pending<UnConEntitiesTbl>("UNCONENTITIES"_L1, UNCONENTITIES),
         pending<Convert2TagTbl>("CONVERT2TAG"_L1, CONVERT2TAG),
         pending<NoLeadZeroTbl>("NOLEADZERO"_L1, NOLEADZERO),

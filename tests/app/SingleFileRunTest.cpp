@@ -132,6 +132,39 @@ TEST(SingleFileRun, WithoutBeforeProgramsTheInputIsValidatedInPlace)
     EXPECT_EQ(QString::fromUtf8(Installation::read(log)), input + "\n");
 }
 
+TEST(SingleFileRun, WordChecksAskTheConfiguredLexicon)
+{
+    Installation inst;
+    const auto put = [&](const QString& relativePath, const QByteArray& bytes) {
+        QDir().mkpath(QFileInfo(inst.root() + relativePath).absolutePath());
+        QFile file(inst.root() + relativePath);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+    };
+    put("lex/en.aff", "SET UTF-8\nTRY esianrtolcdugmfphbyvkw\n");
+    put("lex/en.dic", "5\ninternational\nnational\nwell\nknown\nbased\n");
+    put("userlex/project.txt", "Quorvane\n");
+    inst.set("USERLEXPATH", inst.root() + "userlex");
+    inst.set("MAINLEXFILES", "en.dic, project.txt");
+    inst.writeTable("routinedecltbl.tbl",
+        "Tag | Routine | Parameter\r\n<p> | HYPHENATEDWORDCHECK | E\r\n | COMPOUNDWORDCHECK | W\r\n");
+    const QString accepted = inst.writeTable("hyphenatedtbl.tbl", "Accepted\r\nmid-year\r\nnohyphen\r\n");
+    const QString input
+        = inst.writeInput("h.xml", "<p>inter-\r\nnational Quorvane-based mid-year wel-known</p>\r\n");
+
+    const auto result = inst.run({ input });
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.standardError,
+        "[warning] Quorvane: Hyphen (-) not found in some of the entries in " + accepted + "\n");
+    const QByteArray errors = Installation::read(inst.workPath() + "h.ERR");
+    const QByteArray warnings = Installation::read(inst.workPath() + "h.WRN");
+    EXPECT_TRUE(errors.contains("E / Hyphenated word: inter-national found in <p>")) << errors.constData();
+    EXPECT_TRUE(errors.contains("Total No. of Errors: 1"));
+    EXPECT_TRUE(warnings.contains("W / Compound Word: Quorvane-based found in <p>")) << warnings.constData();
+    EXPECT_TRUE(warnings.contains("W / Compound Word: wel-known Suggested Words: well-known"));
+    EXPECT_TRUE(warnings.contains("Total No. of Warnings: 2"));
+}
+
 // Runs that cannot check their input end with status 2 and lose nothing: the
 // reports of an earlier run stay whole and the working folder goes.
 TEST(SingleFileRun, UnreadableOrMisplacedInputEndsWithStatusTwoAndLosesNothing)
