@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <optional>
 
 // The executable's own options; everything else is the program's
 // command-line string (input path, "|", task code).
@@ -12,6 +13,13 @@ struct CommandLineOptions {
     bool showVersion = false;
     QString commandLine; // the remaining arguments joined with single blanks
     QString error; // not empty when the options could not be read
+
+    // The headless batch: --batch FOLDER, the remaining arguments its ENTRYs.
+    std::optional<QString> batchFolder;
+    std::optional<QString> taskCode; // --task: the batch's task-code box
+    std::optional<QString> workPath; // --work: the working-path box
+    std::optional<QString> outputPath; // --output: the output-path box
+    QStringList entries;
 };
 
 CommandLineOptions ParseCommandLineOptions(const QStringList& arguments);

@@ -36,20 +36,30 @@ int ExitStatusOf(const RunState& state)
     return state.report.runErrorEntries > 0 ? ExitStatus::ErrorsFound : ExitStatus::Clean;
 }
 
+void RunBeforePrograms(RunState& state)
+{
+    const TableSet& active = state.config.ActiveTableSet;
+    if (active.InputPlugins.isEmpty())
+        return;
+    StageInputInTempFolder(state);
+    for (const QString& program : active.InputPlugins)
+        RunOutsideProgram(program, state.inputPath);
+}
+
+void RunAfterPrograms(RunState& state)
+{
+    for (const QString& program : state.config.ActiveTableSet.OutputPlugins)
+        RunOutsideProgram(program, state.inputPath);
+}
+
 int RunSingleFile(RunState& state)
 {
     SelectTaskTableSet(state, state.taskCode);
-    const TableSet& active = state.config.ActiveTableSet;
-    if (!active.InputPlugins.isEmpty()) {
-        StageInputInTempFolder(state);
-        for (const QString& program : active.InputPlugins)
-            RunOutsideProgram(program, state.inputPath);
-    }
+    RunBeforePrograms(state);
     OpenReports(state);
     ValidateFile(state, Rules());
     CloseReports(state);
-    for (const QString& program : active.OutputPlugins)
-        RunOutsideProgram(program, state.inputPath);
+    RunAfterPrograms(state);
 
     OpenProgramLogs(state);
     // The run's image list was filled while the file was validated.

@@ -19,5 +19,11 @@ void RunOutsideProgram(const QString& program, const QString& inputPath);
 // original.
 void StageInputInTempFolder(RunState& state);
 
+// The outside programs around the validation of one file, as both runs use
+// them: with before-programs the input is staged first, and every program
+// gets the input path as its argument.
+void RunBeforePrograms(RunState& state);
+void RunAfterPrograms(RunState& state);
+
 // The exit status for what the run has written so far.
 int ExitStatusOf(const RunState& state);
