@@ -166,7 +166,8 @@ bool ListsFiles(const Configuration& config)
 
 QString NoSelectionText(const Configuration& config)
 {
-    return ListsFiles(config) ? QStringLiteral("No file(s) selected !") : QStringLiteral("No folder(s) selected !");
+    return ListsFiles(config) ? QStringLiteral("No file(s) selected !")
+                              : QStringLiteral("No folder(s) selected !");
 }
 
 QStringList BatchListEntries(const Configuration& config, const QString& folder)
@@ -254,7 +255,8 @@ int RunBatchCommand(RunState& state, const BatchCommand& command, BatchObserver&
 {
     const Configuration& config = state.config;
     if (!QFileInfo(command.folder).isDir()) {
-        state.ui.messageBox(command.folder + QStringLiteral(" not found!"), kProgramTitle, MessageIcon::Critical);
+        state.ui.messageBox(
+            command.folder + QStringLiteral(" not found!"), kProgramTitle, MessageIcon::Critical);
         return ExitStatus::Refused;
     }
     const QStringList listed = BatchListEntries(config, command.folder);

@@ -86,35 +86,40 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
     return options;
 }
 
+// The headless batch, kept in its own block of the help text.
+QString batchHelpText()
+{
+    return QStringLiteral("\n"
+                          "Batch (what the batch window's PROCESS does, without a window):\n"
+                          "  quorvane [--app-dir DIR] --batch FOLDER [--task CODE] [--work DIR]\n"
+                          "           [--output DIR] [ENTRY...]\n"
+                          "  --batch FOLDER  validate the ENTRYs of FOLDER: its files when INPUTTYPE is\n"
+                          "                  FILES, else its subfolders with everything below them;\n"
+                          "                  no ENTRY takes every entry; implies --headless\n"
+                          "  --task CODE     task code of the batch (default: none)\n"
+                          "  --work DIR      working path, where the reports go (default: WORKPATH)\n"
+                          "  --output DIR    output path (default: OUTPUTPATH)\n"
+                          "  Example, from the repository:\n"
+                          "    quorvane --app-dir examples --batch examples input\n");
+}
+
 QString CommandLineHelpText()
 {
-    return QStringLiteral(
-        "Usage: quorvane [--app-dir DIR] [--headless] [--] [INPUT|TASK]\n"
-        "\n"
-        "Validates tagged text against the rules configured in Quorvane.INI.\n"
-        "\n"
-        "With an argument, validates that one file with the task's table set and\n"
-        "writes its .ERR and .WRN reports; without one, opens the batch window.\n"
-        "\n"
-        "  --app-dir DIR  folder holding Quorvane.INI (default: the executable's folder)\n"
-        "  --headless     no window; messages go to standard error\n"
-        "                 (implied when neither DISPLAY nor WAYLAND_DISPLAY is set)\n"
-        "  --help         show this text\n"
-        "  --version      show the version\n"
-        "\n"
-        "\n"
-        "Batch (what the batch window's PROCESS does, without a window):\n"
-        "  quorvane [--app-dir DIR] --batch FOLDER [--task CODE] [--work DIR]\n"
-        "           [--output DIR] [ENTRY...]\n"
-        "  --batch FOLDER  validate the ENTRYs of FOLDER: its files when INPUTTYPE is\n"
-        "                  FILES, else its subfolders with everything below them;\n"
-        "                  no ENTRY takes every entry; implies --headless\n"
-        "  --task CODE     task code of the batch (default: none)\n"
-        "  --work DIR      working path, where the reports go (default: WORKPATH)\n"
-        "  --output DIR    output path (default: OUTPUTPATH)\n"
-        "  Example, from the repository: quorvane --app-dir examples --batch examples input\n"
-        "\n"
-        "Exit status: 0 no error found, 1 errors reported, 2 run refused or failed.\n");
+    return QStringLiteral("Usage: quorvane [--app-dir DIR] [--headless] [--] [INPUT|TASK]\n"
+                          "\n"
+                          "Validates tagged text against the rules configured in Quorvane.INI.\n"
+                          "\n"
+                          "With an argument, validates that one file with the task's table set and\n"
+                          "writes its .ERR and .WRN reports; without one, opens the batch window.\n"
+                          "\n"
+                          "  --app-dir DIR  folder holding Quorvane.INI (default: the executable's folder)\n"
+                          "  --headless     no window; messages go to standard error\n"
+                          "                 (implied when neither DISPLAY nor WAYLAND_DISPLAY is set)\n"
+                          "  --help         show this text\n"
+                          "  --version      show the version\n"
+                          "\n"
+                          "Exit status: 0 no error found, 1 errors reported, 2 run refused or failed.\n")
+        + batchHelpText();
 }
 
 InputRequest SplitCommandLine(const QString& commandLine)

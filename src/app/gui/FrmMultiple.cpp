@@ -127,8 +127,9 @@ void FrmMultiple::buildLayout()
     listLayout->addWidget(listLabel_);
     listLayout->addWidget(lstFiles_, 1);
     listBox->setTitle(ListsFiles(state_.config) ? QStringLiteral("Files") : QStringLiteral("Folders"));
-    listLabel_->setText(ListsFiles(state_.config) ? QStringLiteral("F&iles to validate:")
-                                                  : QStringLiteral("Fo&lders to validate (with everything below):"));
+    listLabel_->setText(ListsFiles(state_.config)
+            ? QStringLiteral("F&iles to validate:")
+            : QStringLiteral("Fo&lders to validate (with everything below):"));
 
     auto* settings = new QFormLayout;
     settings->addRow(QStringLiteral("&Task code:"), TxtTaskCode_);
@@ -165,7 +166,8 @@ void FrmMultiple::connectControls()
 {
     connect(drvInput_, &QComboBox::activated, this, [this](int index) { driveChosen(index); });
     // Enter and a double click both activate the highlighted folder.
-    connect(dirInput_, &QListWidget::itemActivated, this, [this](QListWidgetItem* item) { openFolder(item); });
+    connect(
+        dirInput_, &QListWidget::itemActivated, this, [this](QListWidgetItem* item) { openFolder(item); });
     // clicked, not toggled: setting the box from the list must not select anything.
     connect(chkAll_, &QCheckBox::clicked, this, [this](bool checked) { selectAll(checked); });
     connect(lstFiles_, &QListWidget::itemSelectionChanged, this, [this] { refreshSelectionState(); });
