@@ -4,6 +4,7 @@
 #include "engine/Validator.h"
 #include "report/Reports.h"
 #include "rules/CharacterPatterns.h"
+#include "rules/RuleRegistry.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -53,7 +54,7 @@ void ValidateBook(benchmark::State& bench)
     for (auto _ : bench) {
         state.inputPath = root + "book.xml";
         OpenReports(state);
-        ValidateFile(state);
+        ValidateFile(state, Rules());
         CloseReports(state);
     }
     bench.counters["lines"] = state.lineCount();
