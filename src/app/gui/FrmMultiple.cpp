@@ -36,7 +36,8 @@ QStringList driveRoots()
     QStringList roots;
     for (const QStorageInfo& volume : QStorageInfo::mountedVolumes()) {
         const QString root = modMoveFiles::WithTrailingSlash(volume.rootPath());
-        if (volume.isValid() && volume.isReady() && !roots.contains(root))
+        // Containers mount single files too (/etc/hosts); only folders are drives.
+        if (volume.isValid() && volume.isReady() && QFileInfo(root).isDir() && !roots.contains(root))
             roots.append(root);
     }
     roots.removeAll(QStringLiteral("/"));
