@@ -285,7 +285,7 @@ int RunBatchCommand(RunState& state, const BatchCommand& command, BatchObserver&
     BatchRequest request;
     request.inputFolder = command.folder;
     request.selected = selected;
-    request.taskCode = command.taskCode.value_or(QString());
+    request.taskCode = command.taskCode;
     request.workPath = command.workPath.value_or(config.SavedWorkPath);
     request.outputPath = command.outputPath.value_or(config.SavedOutputPath);
     return RunBatch(state, request, observer);

@@ -57,7 +57,7 @@ AllocatedFolder NextAllocatedFolder(const Configuration& config, const QString& 
 struct BatchCommand {
     QString folder;
     QStringList entries; // empty: every entry of the list
-    std::optional<QString> taskCode; // none: the window's first (empty) task code
+    QString taskCode; // the window's task-code box starts empty
     std::optional<QString> workPath; // none: the configured working path
     std::optional<QString> outputPath; // none: the configured output path
 };

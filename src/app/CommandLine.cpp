@@ -12,7 +12,6 @@ bool readBatchOption(const QStringList& arguments, qsizetype& i, CommandLineOpti
         const char* needs;
     } batchOptions[] = {
         { QLatin1StringView("--batch"), &CommandLineOptions::batchFolder, "a folder" },
-        { QLatin1StringView("--task"), &CommandLineOptions::taskCode, "a task code" },
         { QLatin1StringView("--work"), &CommandLineOptions::workPath, "a folder" },
         { QLatin1StringView("--output"), &CommandLineOptions::outputPath, "a folder" },
     };
@@ -41,8 +40,8 @@ void finishBatchOptions(CommandLineOptions& options, const QStringList& rest)
     if (options.batchFolder) {
         options.entries = rest;
         options.commandLine.clear();
-    } else if (options.taskCode || options.workPath || options.outputPath) {
-        options.error = QStringLiteral("--task, --work and --output go with --batch");
+    } else if (options.workPath || options.outputPath) {
+        options.error = QStringLiteral("--work and --output go with --batch");
     }
 }
 
@@ -73,6 +72,14 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
             options.appDir = arguments[i];
         } else if (argument.startsWith(QLatin1String("--app-dir="))) {
             options.appDir = argument.mid(10);
+        } else if (argument == QLatin1String("--task")) {
+            if (++i >= arguments.size()) {
+                options.error = QStringLiteral("--task needs a task code");
+                return options;
+            }
+            options.task = arguments[i];
+        } else if (argument.startsWith(QLatin1String("--task="))) {
+            options.task = argument.mid(7);
         } else if (readBatchOption(arguments, i, options)) {
             if (!options.error.isEmpty())
                 return options;
@@ -83,6 +90,14 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
     }
     options.commandLine = rest.join(QLatin1Char(' '));
     finishBatchOptions(options, rest);
+    if (!options.task.isEmpty() && !options.commandLine.isEmpty()) {
+        // Two task codes for one file would leave the user guessing which one ran.
+        if (options.commandLine.contains(QLatin1Char('|'))) {
+            options.error = QStringLiteral("give the task code either with --task or after \"|\", not both");
+            return options;
+        }
+        options.commandLine += QLatin1Char('|') + options.task;
+    }
     return options;
 }
 
@@ -96,7 +111,7 @@ QString batchHelpText()
                           "  --batch FOLDER  validate the ENTRYs of FOLDER: its files when INPUTTYPE is\n"
                           "                  FILES, else its subfolders with everything below them;\n"
                           "                  no ENTRY takes every entry; implies --headless\n"
-                          "  --task CODE     task code of the batch (default: none)\n"
+                          "  --task CODE     the batch's task code (default: none)\n"
                           "  --work DIR      working path, where the reports go (default: WORKPATH)\n"
                           "  --output DIR    output path (default: OUTPUTPATH)\n"
                           "  Example, from the repository:\n"
@@ -105,14 +120,18 @@ QString batchHelpText()
 
 QString CommandLineHelpText()
 {
-    return QStringLiteral("Usage: quorvane [--app-dir DIR] [--headless] [--] [INPUT|TASK]\n"
+    return QStringLiteral("Usage: quorvane [--app-dir DIR] [--headless] [--task CODE] [--] [INPUT[|TASK]]\n"
                           "\n"
                           "Validates tagged text against the rules configured in Quorvane.INI.\n"
                           "\n"
                           "With an argument, validates that one file with the task's table set and\n"
                           "writes its .ERR and .WRN reports; without one, opens the batch window.\n"
+                          "Quote \"INPUT|TASK\" in a shell, or give the task with --task:\n"
+                          "  quorvane --headless \"examples/input/article.xml|JRNL\"\n"
+                          "  quorvane --headless --task JRNL examples/input/article.xml\n"
                           "\n"
                           "  --app-dir DIR  folder holding Quorvane.INI (default: the executable's folder)\n"
+                          "  --task CODE    the task code, as after \"|\" in INPUT|TASK\n"
                           "  --headless     no window; messages go to standard error\n"
                           "                 (implied when neither DISPLAY nor WAYLAND_DISPLAY is set)\n"
                           "  --help         show this text\n"

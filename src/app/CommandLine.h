@@ -11,12 +11,13 @@ struct CommandLineOptions {
     bool headless = false;
     bool showHelp = false;
     bool showVersion = false;
-    QString commandLine; // the remaining arguments joined with single blanks
+    QString task; // --task CODE; for a single file it is joined into commandLine
+    QString commandLine; // the remaining arguments joined with single blanks (+ "|" + task)
     QString error; // not empty when the options could not be read
 
-    // The headless batch: --batch FOLDER, the remaining arguments its ENTRYs.
+    // The headless batch: --batch FOLDER, the remaining arguments its ENTRYs;
+    // --task fills its task-code box.
     std::optional<QString> batchFolder;
-    std::optional<QString> taskCode; // --task: the batch's task-code box
     std::optional<QString> workPath; // --work: the working-path box
     std::optional<QString> outputPath; // --output: the output-path box
     QStringList entries;

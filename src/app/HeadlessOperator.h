@@ -16,6 +16,8 @@ public:
     void setProgressRange(int minimum, int maximum) override;
     void setProgressValue(int value) override;
     void processEvents() override { }
+    // "quorvane: " + line on the stream.
+    void diagnostic(const QString& line) override;
     // Shown before the percentage, such as the file of a batch; empty: none.
     void setProgressLabel(const QString& label);
 

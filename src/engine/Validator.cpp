@@ -120,7 +120,7 @@ void ResetPerFileState(RunState& state)
     state.report.warningCount = 0;
     state.contextElement.clear();
     state.routineParameter.clear();
-    state.toolkit.QuotedMarkupNote.clear();
+    state.toolkit.clearQuotedMarkupNote();
     state.toolkit.RemovedContentLengths.clear();
     state.currentRow = 0;
     state.rowStack = { 0 };
@@ -165,6 +165,7 @@ void ValidateFile(RunState& state, const RuleBook& rules)
 {
     try {
         state.wholeText = LoadInputText(state.ui, state.inputPath, state.config.Utf8Input);
+        state.toolkit.indexText(state.wholeText);
         validateLoadedFile(state, rules);
     } catch (const RunAborted&) {
         throw;

@@ -12,8 +12,7 @@ namespace {
 
 // Tables of rules that are not written yet are read as plain lines, so that
 // an unreadable file still stops the run at start-up.
-template <SupportFile Which>
-constexpr RuleEntry pending(QLatin1StringView name, Routine run)
+template <SupportFile Which> constexpr RuleEntry pending(QLatin1StringView name, Routine run)
 {
     return { name, run, Which, LoadLinesTable<Which> };
 }
@@ -84,7 +83,8 @@ const RuleBook& Rules()
 bool IsRoutineName(const QString& upperName)
 {
     const QList<RuleEntry>& routines = Rules().routines;
-    return std::any_of(routines.begin(), routines.end(), [&](const RuleEntry& rule) { return rule.name == upperName; });
+    return std::any_of(
+        routines.begin(), routines.end(), [&](const RuleEntry& rule) { return rule.name == upperName; });
 }
 
 QList<TableLoaderEntry> SupportTableLoaders()
