@@ -47,12 +47,12 @@ FolderEntries listFolder(const QString& folder)
 }
 
 // The name of the input folder itself ("batch7" for "/jobs/batch7/"); empty
-// for the root, and for a piece holding ":", which names a drive.
+// for the root, and for a piece holding ":", which names a drive. Taken from
+// the absolute path, so that a folder given as "." or "jobs/.." still names
+// the folder it is.
 QString batchParentFolderPart(const QString& inputFolder)
 {
-    QString path = inputFolder;
-    while (path.endsWith(QLatin1Char('/')))
-        path.chop(1);
+    const QString path = QDir(inputFolder).absolutePath();
     const QString part = path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
     return part.contains(QLatin1Char(':')) ? QString() : part;
 }

@@ -114,6 +114,11 @@ TEST_F(BatchRunTest, FilesModeListsEveryVisibleFileByNameAndJoinsOutputWithTheFo
     EXPECT_EQ(Installation::read(inst.outputPath() + "batch7b.XML"), kClean);
     EXPECT_FALSE(exists(inst.outputPath() + "batch7a.xml"));
     EXPECT_FALSE(exists(inst.workPath() + "README.ERR"));
+
+    // A folder given as a relative path names the folder it leads to.
+    ASSERT_TRUE(QFile::remove(inst.outputPath() + "batch7c.txt"));
+    ASSERT_EQ(RunBatch(state, request(folder + "sub/..", { "c.txt" }), observer), ExitStatus::Clean);
+    EXPECT_EQ(Installation::read(inst.outputPath() + "batch7c.txt"), kClean);
 }
 
 TEST_F(BatchRunTest, FoldersModeWalksNestedFoldersIntoMirroredTreesWithTheirLogFolders)
