@@ -139,18 +139,21 @@ void validateBatchFile(RunState& state, const PlannedFile& file, bool walked)
     state.inputFileName = InputFileNameOf(file.path);
     state.reportFolder = file.reportFolder;
     state.outputFolder = file.outputFolder;
-    if (walked) {
-        OpenReports(state);
-        RunBeforePrograms(state);
-    } else {
-        RunBeforePrograms(state);
-        OpenReports(state);
-    }
+    RefuseInputThatIsItsOwnReport(state);
     try {
+        if (walked) {
+            OpenReports(state);
+            RunBeforePrograms(state);
+        } else {
+            RunBeforePrograms(state);
+            OpenReports(state);
+        }
         ValidateFile(state, Rules());
     } catch (const RunAborted&) {
-        // The failing file keeps what it found so far, like the files before it.
-        CloseReports(state);
+        // Closed, the failing file's reports would look clean and its input
+        // would pass on to the output folder as validated; they are dropped,
+        // while the files before it keep theirs.
+        DiscardReports(state);
         throw;
     }
     CloseReports(state);
@@ -201,7 +204,9 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     }
 
     state.batchMode = true;
+    // The exit status is the batch's own: the window runs one batch after another.
     state.report.runErrorEntries = 0;
+    state.checkFailures = 0;
     observer.batchStarted();
     OpenProgramLogs(state);
     const QString inputFolder = WithTrailingSlash(request.inputFolder);
@@ -293,5 +298,5 @@ int RunBatchCommand(RunState& state, const BatchCommand& command, BatchObserver&
 
 void EndBatchSession(RunState& state)
 {
-    modMoveFiles::RemoveFolderTree(state.ui, state.config.TempPath);
+    RemoveRunTempFolder(state);
 }

@@ -42,7 +42,7 @@ bool PassesFileMask(const QString& fileMask, const QString& fileName);
 // PROCESS: validates every selected file, or every file under every selected
 // folder, into report and output trees that mirror the input. Returns the
 // exit status of the batch; an unexpected failure throws RunAborted after the
-// reports of the failing file and the program logs are closed.
+// failing file's partial reports are dropped and the program logs closed.
 int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observer);
 
 // The job folder that "Get next allocated" moves to, or the text of the

@@ -9,6 +9,8 @@ struct RunState;
 // the temporary folder, reports, validation, after-programs, program logs,
 // removal of the temporary folder. Returns the exit status of the run.
 int RunSingleFile(RunState& state);
+// The job itself; RunSingleFile adds the clean-up when it ends early.
+int ValidateSingleFile(RunState& state);
 
 // Starts a program with the input path as its one argument and waits for it
 // without a time limit. A program that cannot be started is not reported.
@@ -19,11 +21,19 @@ void RunOutsideProgram(const QString& program, const QString& inputPath);
 // original.
 void StageInputInTempFolder(RunState& state);
 
+// Refuses (RunAborted) an input that lies where one of its own reports would
+// be written: the report would empty it before it is read.
+void RefuseInputThatIsItsOwnReport(RunState& state);
+
 // The outside programs around the validation of one file, as both runs use
 // them: with before-programs the input is staged first, and every program
 // gets the input path as its argument.
 void RunBeforePrograms(RunState& state);
 void RunAfterPrograms(RunState& state);
+
+// Removes the working folder that start-up made (TempPath + "Quorvane_Temp/"),
+// whichever way the run ends; nothing when start-up did not get that far.
+void RemoveRunTempFolder(RunState& state);
 
 // The exit status for what the run has written so far.
 int ExitStatusOf(const RunState& state);

@@ -209,9 +209,11 @@ int main(int argc, char** argv)
         return headless ? runHeadless(state, mode, options, headlessOperator)
                         : runWindowed(state, mode, windowOperator);
     } catch (const RunAborted& aborted) {
+        RemoveRunTempFolder(state);
         return aborted.exitStatus();
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "quorvane: unexpected failure: %s\n", failure.what());
+        RemoveRunTempFolder(state);
         return ExitStatus::Refused;
     }
 }

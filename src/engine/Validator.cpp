@@ -55,13 +55,19 @@ void updateOpenTags(RunState& state)
 {
     if (state.context.tagType == TagKind::Start) {
         state.openTags.append(state.context);
+        ++state.openTagNames[state.context.tagName];
         return;
     }
     if (state.context.tagType != TagKind::End)
         return;
+    const auto open = state.openTagNames.find(state.context.tagName);
+    if (open == state.openTagNames.end())
+        return;
     for (qsizetype i = state.openTags.size() - 1; i >= 0; --i) {
         if (state.openTags[i].tagName == state.context.tagName) {
             state.openTags.removeAt(i);
+            if (--*open == 0)
+                state.openTagNames.erase(open);
             return;
         }
     }
