@@ -59,6 +59,22 @@ int ExitStatusOf(const RunState& state)
     return state.report.runErrorEntries > 0 ? ExitStatus::ErrorsFound : ExitStatus::Clean;
 }
 
+void RunBeforePrograms(RunState& state)
+{
+    const TableSet& active = state.config.ActiveTableSet;
+    if (active.InputPlugins.isEmpty())
+        return;
+    StageInputInTempFolder(state);
+    for (const QString& program : active.InputPlugins)
+        RunOutsideProgram(state, program, state.inputPath);
+}
+
+void RunAfterPrograms(RunState& state)
+{
+    for (const QString& program : state.config.ActiveTableSet.OutputPlugins)
+        RunOutsideProgram(state, program, state.inputPath);
+}
+
 // An input named like one of its own reports, in the working folder, would be
 // emptied by the report before it is read.
 void RefuseInputThatIsItsOwnReport(RunState& state)
@@ -67,6 +83,10 @@ void RefuseInputThatIsItsOwnReport(RunState& state)
     const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
     const QString base = state.reportFolder + (dot < 0 ? name : name.left(dot));
     const QString input = QFileInfo(state.inputPath).canonicalFilePath();
+    // A missing input has no canonical path, nor has a report not yet written:
+    // that is no match, and the reading of the input reports what is missing.
+    if (input.isEmpty())
+        return;
     for (const QString& report : { base + QStringLiteral(".ERR"), base + QStringLiteral(".WRN") }) {
         if (QFileInfo(report).canonicalFilePath() != input)
             continue;
@@ -92,17 +112,11 @@ int ValidateSingleFile(RunState& state)
 {
     SelectTaskTableSet(state, state.taskCode);
     RefuseInputThatIsItsOwnReport(state);
-    const TableSet& active = state.config.ActiveTableSet;
-    if (!active.InputPlugins.isEmpty()) {
-        StageInputInTempFolder(state);
-        for (const QString& program : active.InputPlugins)
-            RunOutsideProgram(state, program, state.inputPath);
-    }
+    RunBeforePrograms(state);
     OpenReports(state);
     ValidateFile(state, Rules());
     CloseReports(state);
-    for (const QString& program : active.OutputPlugins)
-        RunOutsideProgram(state, program, state.inputPath);
+    RunAfterPrograms(state);
 
     OpenProgramLogs(state);
     // The run's image list was filled while the file was validated.

@@ -23,6 +23,16 @@ void RunOutsideProgram(RunState& state, const QString& program, const QString& i
 // original.
 void StageInputInTempFolder(RunState& state);
 
+// Refuses (RunAborted) an input that lies where one of its own reports would
+// be written: the report would empty it before it is read.
+void RefuseInputThatIsItsOwnReport(RunState& state);
+
+// The outside programs around the validation of one file, as both runs use
+// them: with before-programs the input is staged first, and every program
+// gets the input path as its argument.
+void RunBeforePrograms(RunState& state);
+void RunAfterPrograms(RunState& state);
+
 // Removes the working folder that start-up made (TempPath + "Quorvane_Temp/"),
 // whichever way the run ends; nothing when start-up did not get that far.
 void RemoveRunTempFolder(RunState& state);

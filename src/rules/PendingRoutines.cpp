@@ -17,6 +17,7 @@ void CONVERT2ATTRIB(RunState&) { }
 void IMGNAMEARTIDEQUALITY(RunState&) { }
 void IMGNAMELENGTHEQUALITY(RunState&) { }
 void CheckImageValidation(RunState&) { }
+void StartImageCrossCheck(RunState&) { }
 void ReportImagesWithoutCallout(RunState&) { }
 void CheckFileName(RunState&) { }
 void CITATIONVALIDITY(RunState&) { }

@@ -28,6 +28,7 @@ void CONVERT2ATTRIB(RunState& state);
 void IMGNAMEARTIDEQUALITY(RunState& state);
 void IMGNAMELENGTHEQUALITY(RunState& state);
 void CheckImageValidation(RunState& state); // whole-file
+void StartImageCrossCheck(RunState& state); // before the first file of a batch
 void ReportImagesWithoutCallout(RunState& state); // after the last file of a run
 void CheckFileName(RunState& state); // whole-file
 void CITATIONVALIDITY(RunState& state);
