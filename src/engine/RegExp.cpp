@@ -694,6 +694,11 @@ bool RegExp::test(QStringView text) const
     return found;
 }
 
+void RegExp::visitMatches(QStringView text, const std::function<void(const RegExpMatch&)>& visit) const
+{
+    forEachMatch(text, global_, [&](RegExpMatch&& match) { visit(match); });
+}
+
 QList<RegExpMatch> RegExp::execute(QStringView text) const
 {
     QList<RegExpMatch> matches;

@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 #include <QStringView>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 
@@ -51,6 +52,9 @@ public:
     QString replace(QStringView text, QStringView replacement) const;
     // Number of capturing groups of the pattern.
     int captureCount() const;
+    // Every match in text order, handed over as it is found, so a search with
+    // millions of matches never holds them all.
+    void visitMatches(QStringView text, const std::function<void(const RegExpMatch&)>& visit) const;
 
 private:
     template <typename Visitor> void forEachMatch(QStringView text, bool all, Visitor&& visit) const;

@@ -138,8 +138,15 @@ ReportFormat::EntryTexts addEntry(RunState& state, EntryKind kind, std::int64_t 
         kind, lineNumber, message, dataContent, column, state.config.XYCoordinates);
     QFile* target = kind == EntryKind::Error ? report.errorReport.get() : report.warningReport.get();
     writeLine(target, texts.reportLine);
-    report.plainEntryText += texts.plainLine;
-    report.columnEntryText += texts.columnLine;
+    // Only what this run's editor files and error-view log will write is
+    // kept: a file with millions of findings must not hold every entry twice
+    // in memory for nothing.
+    const bool columns = state.config.XYCoordinates;
+    const bool kv7 = state.config.EditorProgram.toUpper() == u"KV7";
+    if (!columns && (state.batchMode || kv7))
+        report.plainEntryText += texts.plainLine;
+    if (columns && (state.batchMode || kv7))
+        report.columnEntryText += texts.columnLine;
     return texts;
 }
 
@@ -291,7 +298,7 @@ void writeErrorViewBlock(RunState& state)
     for (const QString& line :
         ReportFormat::errorViewHeader(headerInputPath(state), state.config.XYCoordinates))
         writeLine(log, line);
-    if (report.plainEntryText.isEmpty())
+    if (report.errorCount == 0 && report.warningCount == 0)
         writeLine(log, QStringLiteral("No Errors Found!"));
     else
         writeText(log, state.config.XYCoordinates ? report.columnEntryText : report.plainEntryText);
@@ -337,10 +344,9 @@ void ReportFinding(RunState& state, const Finding& finding)
         ++report.runErrorEntries;
     } else {
         ++report.warningCount;
-        // Sized by the count, not appended, so the list stays in step with the count.
-        report.warningList.resize(std::max(report.warningCount, 0));
-        if (report.warningCount > 0)
-            report.warningList[report.warningCount - 1] = texts.record;
+        // Only the batch editor file of the plain layout lists the warnings again.
+        if (state.batchMode && !state.config.XYCoordinates && state.config.EditorProgram.toUpper() == u"ZEPH")
+            report.warningList.append(texts.record);
     }
     state.findingSinks.publish(finding);
 }

@@ -69,7 +69,7 @@ void reportMatches(RunState& state, const SpecialCharRow& row)
     RegExp search(PrepareSpecialCharPattern(row.pattern), true, row.caseFlag.toUpper() != QLatin1String("C"));
     const bool isError = row.severity.toUpper() == QLatin1String("ERROR");
     LineColumnCursor cursor(state.wholeText);
-    for (const RegExpMatch& match : search.execute(state.wholeText)) {
+    search.visitMatches(state.wholeText, [&](const RegExpMatch& match) {
         std::int32_t column = 1;
         const std::int32_t line = cursor.lineColumnAt(static_cast<std::int32_t>(match.index), column);
         QString shown = match.value;
@@ -78,7 +78,7 @@ void reportMatches(RunState& state, const SpecialCharRow& row)
             WriteErrorEntry(state, line, row.message, shown, column);
         else
             WriteWarningEntry(state, line, row.message, shown, column);
-    }
+    });
 }
 
 } // namespace
