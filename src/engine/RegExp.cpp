@@ -1,5 +1,7 @@
 #include "engine/RegExp.h"
 
+#include <QElapsedTimer>
+
 #define PCRE2_CODE_UNIT_WIDTH 16
 #include <algorithm>
 #include <cstdint>
@@ -669,7 +671,21 @@ template <typename Visitor> void RegExp::forEachMatch(QStringView text, bool all
     static const char16_t empty[1] = {};
     const auto* subject = reinterpret_cast<PCRE2_SPTR>(text.utf16() ? text.utf16() : empty);
     PCRE2_SIZE start = 0;
+    // The match limit bounds one call; a search is many calls, each of which
+    // may stay just under it. The whole search gets a time budget that grows
+    // with the text, far above what any sound pattern needs.
+    QElapsedTimer searching;
+    searching.start();
+    const qint64 budgetMs = searchBudgetMs_ + text.size() / 1000; // + 1 s per million code units
     while (start <= PCRE2_SIZE(text.size())) {
+        if (searching.elapsed() > budgetMs) {
+            const QString reason
+                = QStringLiteral("Regular expression \"%1\" failed: the search took longer than "
+                                 "%2 ms")
+                      .arg(pattern_)
+                      .arg(budgetMs);
+            throw PatternError(reason.toStdString());
+        }
         const int rc = pcre2_match(pattern.code, subject, text.size(), start, 0, data.get(), context);
         if (rc == PCRE2_ERROR_NOMATCH)
             return;

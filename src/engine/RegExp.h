@@ -52,6 +52,10 @@ public:
     QString replace(QStringView text, QStringView replacement) const;
     // Number of capturing groups of the pattern.
     int captureCount() const;
+    // The time a whole search of a text may take before it fails, on top of
+    // one second per million code units of the text. Tests shorten it.
+    void setSearchBudgetMs(qint64 milliseconds) { searchBudgetMs_ = milliseconds; }
+
     // Every match in text order, handed over as it is found, so a search with
     // millions of matches never holds them all.
     void visitMatches(QStringView text, const std::function<void(const RegExpMatch&)>& visit) const;
@@ -61,6 +65,7 @@ private:
     const CompiledPattern& compiled() const;
 
     QString pattern_;
+    qint64 searchBudgetMs_ = 10'000;
     bool global_ = false;
     bool ignoreCase_ = false;
     mutable std::shared_ptr<const CompiledPattern> compiled_;

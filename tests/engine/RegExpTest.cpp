@@ -235,4 +235,26 @@ TEST(RegExpTest, RunawayBacktrackingFailsInsteadOfHanging)
         PatternError);
 }
 
+// Each call stays under the match limit, but the search as a whole must not
+// run on for minutes: it fails once its budget is spent.
+TEST(RegExpTest, ManyCallsUnderTheLimitShareOneBudget)
+{
+    QString text;
+    for (int line = 0; line < 200; ++line)
+        text += QString(24, u'a') + "b ac\r\n";
+    RegExp expression("(a+)+c", true, false);
+    expression.setSearchBudgetMs(200);
+    EXPECT_THROW(
+        try { expression.execute(text); } catch (const PatternError& error) {
+            EXPECT_TRUE(QString::fromStdString(error.what()).contains(u"the search took longer than"))
+                << error.what();
+            throw;
+        },
+        PatternError);
+    // A sound pattern over the same text stays well inside the same budget.
+    RegExp sound("b ac", true, false);
+    sound.setSearchBudgetMs(200);
+    EXPECT_EQ(sound.execute(text).size(), 200);
+}
+
 } // namespace
