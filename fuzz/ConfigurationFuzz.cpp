@@ -1,0 +1,28 @@
+#include "FuzzSupport.h"
+#include "config/ConfigurationFile.h"
+#include "core/RunAborted.h"
+#include "core/RunState.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+// The configuration reader over any bytes: it accepts, or refuses with its
+// messages; it never crashes.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static QTemporaryDir dir;
+    QFile file(dir.path() + "/Quorvane.INI");
+    file.open(QIODevice::WriteOnly | QIODevice::Truncate);
+    file.write(FuzzBytes(data, size));
+    file.close();
+
+    SilentOperator ui;
+    RunState state(ui);
+    state.config.ApplicationPath = dir.path() + '/';
+    try {
+        if (ReadConfigurationFile(state))
+            SelectTaskTableSet(state, QStringLiteral("JRNL"));
+    } catch (const RunAborted&) {
+    }
+    return 0;
+}
