@@ -4,6 +4,7 @@
 #include "core/Finding.h"
 #include "core/OperatorInterface.h"
 #include "core/ReportState.h"
+#include "core/RuleFileCache.h"
 #include "core/ToolkitState.h"
 #include "core/ValidationContext.h"
 
@@ -56,6 +57,7 @@ struct RunState {
     QString contextElement;
     QString routineParameter; // upper-cased by the dispatcher
     QString currentRoutine; // the routine or check running now; names its findings
+    RuleFileCaches ruleCaches; // per file; cleared with the other per-file state
 
     ReportState report;
     FindingSinks findingSinks; // outputs beside the fixed reports

@@ -2,14 +2,8 @@
 
 void TEXTVALIDITY(RunState&) { }
 
-void NOHRT(RunState&) { }
-void WITHHRT(RunState&) { }
-void CheckMultipleHardReturns(RunState&) { }
-
 void HYPHENATEDWORDCHECK(RunState&) { }
 void COMPOUNDWORDCHECK(RunState&) { }
-
-void UNCONENTITIES(RunState&) { }
 
 void NOLEADZERO(RunState&) { }
 void ATTRIBUNCONENTITY(RunState&) { }

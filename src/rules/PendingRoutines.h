@@ -9,17 +9,9 @@ struct RunState;
 // Text validity expressions.
 void TEXTVALIDITY(RunState& state);
 
-// Hard returns.
-void NOHRT(RunState& state);
-void WITHHRT(RunState& state);
-void CheckMultipleHardReturns(RunState& state); // whole-file
-
 // Hyphenated and compound words.
 void HYPHENATEDWORDCHECK(RunState& state);
 void COMPOUNDWORDCHECK(RunState& state);
-
-// Unconverted entities.
-void UNCONENTITIES(RunState& state);
 
 // Attribute values.
 void NOLEADZERO(RunState& state);

@@ -3,7 +3,9 @@
 #include "config/RoutineDeclTable.h"
 #include "rules/CharacterPatterns.h"
 #include "rules/Footnotes.h"
+#include "rules/HardReturns.h"
 #include "rules/PendingRoutines.h"
+#include "rules/UnconvertedEntities.h"
 
 using namespace Qt::Literals::StringLiterals;
 using enum SupportFile;
@@ -12,8 +14,7 @@ namespace {
 
 // Tables of rules that are not written yet are read as plain lines, so that
 // an unreadable file still stops the run at start-up.
-template <SupportFile Which>
-constexpr RuleEntry pending(QLatin1StringView name, Routine run)
+template <SupportFile Which> constexpr RuleEntry pending(QLatin1StringView name, Routine run)
 {
     return { name, run, Which, LoadLinesTable<Which> };
 }
@@ -26,11 +27,11 @@ RuleBook makeRules()
         pending<TextValidityTbl>("TEXTVALIDITY"_L1, TEXTVALIDITY),
         pending<ImageValidationTbl>("IMGNAMEARTIDEQUALITY"_L1, IMGNAMEARTIDEQUALITY),
         pending<ImageValidationTbl>("IMGNAMELENGTHEQUALITY"_L1, IMGNAMELENGTHEQUALITY),
-        pending<NoHRTDeclTbl>("NOHRT"_L1, NOHRT),
-        pending<WithHRTDeclTbl>("WITHHRT"_L1, WITHHRT),
+        { "NOHRT"_L1, NOHRT, NoHRTDeclTbl, LoadNoHrtTable },
+        { "WITHHRT"_L1, WITHHRT, WithHRTDeclTbl, LoadWithHrtTable },
         pending<HyphenatedTbl>("HYPHENATEDWORDCHECK"_L1, HYPHENATEDWORDCHECK),
         pending<HyphenatedTbl>("COMPOUNDWORDCHECK"_L1, COMPOUNDWORDCHECK),
-        pending<UnConEntitiesTbl>("UNCONENTITIES"_L1, UNCONENTITIES),
+        { "UNCONENTITIES"_L1, UNCONENTITIES, UnConEntitiesTbl, LoadUnconEntitiesTable },
         pending<Convert2TagTbl>("CONVERT2TAG"_L1, CONVERT2TAG),
         pending<NoLeadZeroTbl>("NOLEADZERO"_L1, NOLEADZERO),
         pending<AttribUnconTbl>("ATTRIBUNCONENTITY"_L1, ATTRIBUNCONENTITY),
@@ -84,7 +85,8 @@ const RuleBook& Rules()
 bool IsRoutineName(const QString& upperName)
 {
     const QList<RuleEntry>& routines = Rules().routines;
-    return std::any_of(routines.begin(), routines.end(), [&](const RuleEntry& rule) { return rule.name == upperName; });
+    return std::any_of(
+        routines.begin(), routines.end(), [&](const RuleEntry& rule) { return rule.name == upperName; });
 }
 
 QList<TableLoaderEntry> SupportTableLoaders()

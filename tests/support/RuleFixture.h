@@ -17,6 +17,10 @@ public:
 
     QStringList run(const QByteArray& input);
 
+    // Writes a support table with the given text (header line included, if
+    // the table has one) and loads it with its rule's own loader.
+    bool loadTable(SupportFile which, const QByteArray& text);
+
     RecordingOperator op;
     RunState state { op };
     RecordingSink sink;
