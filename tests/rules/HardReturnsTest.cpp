@@ -1,4 +1,5 @@
 #include "rules/HardReturns.h"
+
 #include "support/RuleFixture.h"
 
 #include <gtest/gtest.h>
@@ -25,7 +26,8 @@ const QByteArray kWithHrtTable = "Tag | Position | Severity\r\n"
                                  "<br/> | S | W\r\n"
                                  "<hr/> | X | E\r\n";
 
-QStringList runMultiHrt(const QString& checkSwitch, const QString& option, int maxCount, const QByteArray& input)
+QStringList runMultiHrt(
+    const QString& checkSwitch, const QString& option, int maxCount, const QByteArray& input)
 {
     RuleFixture fixture("");
     TableSet& set = fixture.state.config.ActiveTableSet;
@@ -59,7 +61,8 @@ TEST(HardReturnTables, NoHrtGroupsOnlyNeighbouringLines)
             entries << entry.elementName + '/' + entry.severity;
         groups << group.enclosingName + ": " + entries.join(", ");
     }
-    EXPECT_EQ(groups, QStringList({ "sec: title/E, p/W", "fig: caption/E", "sec: label/E", "title: title/e" }));
+    EXPECT_EQ(
+        groups, QStringList({ "sec: title/E, p/W", "fig: caption/E", "sec: label/E", "title: title/e" }));
 }
 
 TEST(HardReturnTables, WithHrtKeepsTagNameAndKind)
@@ -83,12 +86,8 @@ TEST(CheckMultipleHardReturns, AtTheLimitAndOnePast)
 {
     const QString w = "0:1 W Consecutive hard returns exceed allowable count | Max. Count: 2";
     const QList<Case> cases = {
-        { "a\r\n\r\nb", {} },
-        { "a\r\n\r\n\r\nb", { w } },
-        { "a<HRT/>\r\n<hrt />b", { w } },
-        { "a<Hrt/><hRt />\r\nb", { w } },
-        { "a<Hrt/><hRt />b\r\n", {} },
-        { "a\r\n\r\nx\r\n\r\nb", {} },
+        { "a\r\n\r\nb", {} }, { "a\r\n\r\n\r\nb", { w } }, { "a<HRT/>\r\n<hrt />b", { w } },
+        { "a<Hrt/><hRt />\r\nb", { w } }, { "a<Hrt/><hRt />b\r\n", {} }, { "a\r\n\r\nx\r\n\r\nb", {} },
         { "a\r\n\r\r\n\r\nb", {} }, // a lone CR breaks the run
         { "a<HRT>\r\n<HRT/ >\r\nb", {} }, // neither is a marker
         { "\r\n\r\n\r\n\r\n\r\n\r\n\r\n", { w } }, // one finding per file
@@ -153,9 +152,13 @@ TEST(WITHHRT, ReportsMissingHardReturnsAroundTags)
             { "1:2 E Hard Return not found before & after <br/> | <br/>b",
                 "1:2 W Hard Return not found before <br/> | <br/>b" } },
         { "<br/>b", { "1:1 E Hard Return not found after <br/> | <br/>b" } },
-        { "a<br/>", { "1:2 E Hard Return not found before <br/> | <br/>", "1:2 W Hard Return not found before <br/> | <br/>" } },
+        { "a<br/>",
+            { "1:2 E Hard Return not found before <br/> | <br/>",
+                "1:2 W Hard Return not found before <br/> | <br/>" } },
         { "a<hr/>b", {} }, // an unknown position code asks for nothing
-        { "line one\r\nxy <br/><HRT/>", { "2:4 E Hard Return not found before <br/> | <br/><HRT/>", "2:4 W Hard Return not found before <br/> | <br/><HRT/>" } },
+        { "line one\r\nxy <br/><HRT/>",
+            { "2:4 E Hard Return not found before <br/> | <br/><HRT/>",
+                "2:4 W Hard Return not found before <br/> | <br/><HRT/>" } },
     };
     for (const Case& c : cases) {
         RuleFixture fixture("N/A | WITHHRT | N/A\r\n");
@@ -170,7 +173,8 @@ TEST(NOHRT, LineBreaksAndMarkersInsideListedElements)
         { "<sec id=\"s\"><title>A\r\nB</title></sec>", { "1:13 E Hard Return within <title> | <title>A" } },
         { "<sec id=\"s\"><title>AB</title>\r\n</sec>", {} },
         { "<sec id=\"s\"><p>A\r\n</p></sec>", { "1:13 W Hard Return within <p> | <p>A" } },
-        { "<sec id=\"s\">\r\n  <title><i>A\r\n</i></title></sec>", { "2:3 E Hard Return within <title> | <title><i>A" } },
+        { "<sec id=\"s\">\r\n  <title><i>A\r\n</i></title></sec>",
+            { "2:3 E Hard Return within <title> | <title><i>A" } },
         // Only the first group of an enclosing element counts.
         { "<sec id=\"s\"><label>A\r\nB</label></sec>", {} },
         { "<fig><title>A\r\nB</title></fig>", {} },
@@ -196,7 +200,8 @@ TEST(NOHRT, LineBreaksAndMarkersInsideListedElements)
 TEST(NOHRT, MarkerStepNeedsTheParameterElementOpen)
 {
     const QList<Case> cases = {
-        { "<sec id=\"s\"><title>A<HRT/></title></sec>", { "1:21 E <HRT/> within <title> | <HRT/></title></sec>" } },
+        { "<sec id=\"s\"><title>A<HRT/></title></sec>",
+            { "1:21 E <HRT/> within <title> | <HRT/></title></sec>" } },
         { "<title>A<HRT/></title>", {} },
         { "<SEC><title>A<HRT/></title></SEC>", { "1:14 E <HRT/> within <title> | <HRT/></title></SEC>" } },
     };
