@@ -56,40 +56,32 @@ bool LoadUnconEntitiesTable(RunState& state, TableSet& set)
 
 namespace {
 
-// Whether removing the tags of any element's content gives exactly the
-// matching stretch of the whole text with its tags removed. That holds when
-// every "<" that has a ">" somewhere after it meets that ">" before the next
-// "<": then every tag stands alone, and deleting one can never join the text
-// around it into a new tag.
-bool tagsStandAlone(QStringView text)
-{
-    const qsizetype lastClose = text.lastIndexOf(u'>');
-    qsizetype unclosedOpen = -1;
-    for (qsizetype at = 0; at < lastClose; ++at) {
-        if (text[at] == u'>') {
-            unclosedOpen = -1;
-        } else if (text[at] == u'<') {
-            if (unclosedOpen >= 0)
-                return false;
-            unclosedOpen = at;
-        }
-    }
-    return true;
-}
-
 // A stretch of the plain text that was one unbroken stretch of the file.
 struct KeptRun {
     qsizetype fileStart;
     qsizetype plainStart;
 };
 
-// The whole text with its tags removed, searched once for every row. Only
-// built for a text whose tags stand alone.
+// The whole text with its stand-alone tags removed, searched once for every
+// row. A "<" stands alone when the first ">" after it comes before the next
+// "<". In a stretch of the file where every "<" stands alone, removing the
+// tags of that stretch alone gives exactly the same characters: every tag is
+// one of those stand-alone stretches (all but "<>" and those that begin with
+// "< "), and deleting one can never join the text around it into a new tag.
+// So an element whose content holds no stray "<" is answered from this index,
+// and only an element with a stray "<" inside is read on its own.
 struct EntityIndex : RuleFileCache {
     const UnconEntitiesTable* table = nullptr;
     std::vector<KeptRun> runs; // by plainStart (and fileStart) ascending
     qsizetype plainSize = 0;
+    std::vector<qsizetype> strayOpens; // file offsets of every "<" that does not stand alone
     std::vector<std::vector<qsizetype>> occurrences; // per row, plain starts ascending
+
+    bool holdsStrayOpen(const ContentRange& content) const
+    {
+        const auto stray = std::lower_bound(strayOpens.begin(), strayOpens.end(), content.start);
+        return stray != strayOpens.end() && *stray < content.end;
+    }
 
     qsizetype fileOffsetOf(qsizetype plain) const
     {
@@ -111,54 +103,54 @@ struct EntityIndex : RuleFileCache {
     }
 };
 
-// Removes every tag that the toolkit's tag removal would take: in a text
-// whose tags stand alone that is every "<" to ">" stretch except "<>" and
-// those that begin with "< ".
-QString plainTextOf(QStringView text, std::vector<KeptRun>& runs)
+// Removes the stand-alone tags, keeping every other character, and notes
+// where the stray "<" are.
+QString plainTextOf(QStringView text, EntityIndex& index)
 {
     QString plain;
     plain.reserve(text.size());
-    const qsizetype lastClose = text.lastIndexOf(u'>');
     qsizetype copiedFrom = 0;
     auto keep = [&](qsizetype upTo) {
         if (upTo > copiedFrom) {
-            runs.push_back({ copiedFrom, plain.size() });
+            index.runs.push_back({ copiedFrom, plain.size() });
             plain += text.sliced(copiedFrom, upTo - copiedFrom);
         }
     };
-    for (qsizetype open = text.indexOf(u'<'); open >= 0 && open < lastClose;) {
-        const qsizetype close = text.indexOf(u'>', open + 1);
-        const bool removed = close > open + 1 && text[open + 1] != u' ';
-        if (removed) {
+    qsizetype open = text.indexOf(u'<');
+    qsizetype close = text.indexOf(u'>');
+    while (open >= 0) {
+        // The first ">" found so far stays the first after this "<" unless it
+        // lies before it: a run of "<" costs one search, not one each.
+        if (close >= 0 && close < open)
+            close = text.indexOf(u'>', open + 1);
+        const qsizetype nextOpen = text.indexOf(u'<', open + 1);
+        if (close < 0 || (nextOpen >= 0 && nextOpen < close)) {
+            index.strayOpens.push_back(open);
+            open = nextOpen;
+            continue;
+        }
+        if (close > open + 1 && text[open + 1] != u' ') {
             keep(open);
             copiedFrom = close + 1;
         }
-        open = text.indexOf(u'<', removed ? close + 1 : open + 1);
+        open = nextOpen;
     }
     keep(text.size());
     return plain;
 }
 
-const EntityIndex* entityIndexOf(RunState& state, const UnconEntitiesTable& table)
+const EntityIndex& entityIndexOf(RunState& state, const UnconEntitiesTable& table)
 {
     auto& slot = state.ruleCaches.unconvertedEntities;
-    if (slot) {
-        const auto* index = static_cast<const EntityIndex*>(slot.get());
-        if (index->table == &table)
-            return index->runs.empty() && index->plainSize < 0 ? nullptr : index;
-    }
-    auto index = std::make_unique<EntityIndex>();
-    index->table = &table;
-    if (!tagsStandAlone(state.wholeText)) {
-        index->plainSize = -1; // remembered: every element is read on its own
+    if (!slot || static_cast<const EntityIndex&>(*slot).table != &table) {
+        auto index = std::make_unique<EntityIndex>();
+        index->table = &table;
+        const QString plain = plainTextOf(state.wholeText, *index);
+        index->plainSize = plain.size();
+        index->occurrences = table.search->allOccurrences(plain);
         slot = std::move(index);
-        return nullptr;
     }
-    const QString plain = plainTextOf(state.wholeText, index->runs);
-    index->plainSize = plain.size();
-    index->occurrences = table.search->allOccurrences(plain);
-    slot = std::move(index);
-    return static_cast<const EntityIndex*>(slot.get());
+    return static_cast<const EntityIndex&>(*slot);
 }
 
 // The file offset of the first occurrence of every row inside the content,
@@ -167,14 +159,15 @@ std::vector<qsizetype> firstHits(
     RunState& state, const UnconEntitiesTable& table, const ContentRange& content)
 {
     std::vector<qsizetype> hits(table.rows.size(), -1);
-    if (const EntityIndex* index = entityIndexOf(state, table)) {
-        const qsizetype from = index->plainIndexAtOrAfter(content.start);
-        const qsizetype to = index->plainIndexAtOrAfter(content.end);
+    const EntityIndex& index = entityIndexOf(state, table);
+    if (!index.holdsStrayOpen(content)) {
+        const qsizetype from = index.plainIndexAtOrAfter(content.start);
+        const qsizetype to = index.plainIndexAtOrAfter(content.end);
         for (qsizetype row = 0; row < table.rows.size(); ++row) {
-            const std::vector<qsizetype>& starts = index->occurrences[row];
+            const std::vector<qsizetype>& starts = index.occurrences[row];
             const auto first = std::lower_bound(starts.begin(), starts.end(), from);
             if (first != starts.end() && *first + table.rows[row].searchString.size() <= to)
-                hits[row] = index->fileOffsetOf(*first);
+                hits[row] = index.fileOffsetOf(*first);
         }
         return hits;
     }

@@ -1,4 +1,5 @@
 #include "rules/UnconvertedEntities.h"
+
 #include "support/RuleFixture.h"
 #include "text/LiteralToolkit.h"
 #include "text/xmlClass.h"
@@ -49,7 +50,8 @@ QString literalPlainText(ToolkitState& shared, const QString& content, QList<int
     for (int i = 0; i < content.size(); ++i)
         positions.append(i);
     std::int32_t tagPos = 1;
-    for (QString tag = literal.RetrieveTags(text, tagPos); tagPos != -1; tag = literal.RetrieveTags(text, tagPos)) {
+    for (QString tag = literal.RetrieveTags(text, tagPos); tagPos != -1;
+         tag = literal.RetrieveTags(text, tagPos)) {
         removeEvery(text, positions, tag);
         if (!tag.contains("/>"))
             removeEvery(text, positions, "</" + xml.GetTagName(tag) + ">");
@@ -93,7 +95,8 @@ QStringList literalEntities(const QString& text, const QStringList& searches, co
                 const qsizetype offset = contentStart + positions[hit];
                 const qsizetype hitLineStart = text.lastIndexOf("\r\n", offset - 1) + (offset == 0 ? 0 : 2);
                 const qsizetype lineStartOfHit = text.left(offset).lastIndexOf("\r\n") < 0 ? 0 : hitLineStart;
-                const qsizetype lineEnd = text.indexOf("\r\n", offset) < 0 ? text.size() : text.indexOf("\r\n", offset);
+                const qsizetype lineEnd
+                    = text.indexOf("\r\n", offset) < 0 ? text.size() : text.indexOf("\r\n", offset);
                 found << QStringLiteral("%1:%2 W %3 in %4 | %5")
                              .arg(text.left(offset).count("\r\n") + 1)
                              .arg(offset - lineStartOfHit + 1)
@@ -139,13 +142,13 @@ TEST(UnconEntityTable, OverLongMessageIsShownAndKept)
 {
     const QByteArray sixty = "E / " + QByteArray(56, 'm');
     RuleFixture fixture("");
-    ASSERT_TRUE(fixture.loadTable(SupportFile::UnConEntitiesTbl,
-        "&a; " + sixty + "\r\n&b; " + sixty + "n\r\n&c; W / short\r\n"));
+    ASSERT_TRUE(fixture.loadTable(
+        SupportFile::UnConEntitiesTbl, "&a; " + sixty + "\r\n&b; " + sixty + "n\r\n&c; W / short\r\n"));
     const QString path = fixture.state.config.ActiveTableSet.file(SupportFile::UnConEntitiesTbl);
     EXPECT_EQ(fixture.op.messages,
-        QList<RecordedMessage>({ { "Please check " + path
-                + "\r\nLength of Error Message should not be greater than 60.",
-            "Quorvane", MessageIcon::Critical } }));
+        QList<RecordedMessage>(
+            { { "Please check " + path + "\r\nLength of Error Message should not be greater than 60.",
+                "Quorvane", MessageIcon::Critical } }));
     const auto* table
         = fixture.state.config.ActiveTableSet.loaded<UnconEntitiesTable>(SupportFile::UnConEntitiesTbl);
     ASSERT_NE(table, nullptr);
@@ -161,12 +164,15 @@ TEST(UNCONENTITIES, FindsStringsInThePlainTextOfTheElement)
         { "<p><x a=\"&amp;amp;\"/>b</p>", {} },
         { "<p id=\"&amp;amp;\">b</p>", {} },
         // A hit across removed tags is shown where its first character stands.
-        { "<p>a &amp;<i>amp;</i> b</p>", { "1:6 E Double-escaped ampersand in <p> | &amp;<i>amp;</i> b</p>" } },
+        { "<p>a &amp;<i>amp;</i> b</p>",
+            { "1:6 E Double-escaped ampersand in <p> | &amp;<i>amp;</i> b</p>" } },
         { "<p>x\r\nyy &amp;amp;</p>", { "2:4 E Double-escaped ampersand in <p> | &amp;amp;</p>" } },
-        { "<p>x<b>\r\n</b>\r\n&amp;amp; &amp;amp;</p>", { "3:1 E Double-escaped ampersand in <p> | &amp;amp; &amp;amp;</p>" } },
+        { "<p>x<b>\r\n</b>\r\n&amp;amp; &amp;amp;</p>",
+            { "3:1 E Double-escaped ampersand in <p> | &amp;amp; &amp;amp;</p>" } },
         // One finding per row, in table order.
         { "<p>a~b &amp;amp; ~</p>",
-            { "1:8 E Double-escaped ampersand in <p> | &amp;amp; ~</p>", "1:5 E Tilde left in text in <p> | ~b &amp;amp; ~</p>" } },
+            { "1:8 E Double-escaped ampersand in <p> | &amp;amp; ~</p>",
+                "1:5 E Tilde left in text in <p> | ~b &amp;amp; ~</p>" } },
         { "<p>&lt;\r\nx</p>", { "1:4 W Escaped bracket before a line break in <p> | &lt;" } },
         { "<p>ax &amp;</p>", { "1:5 W Ampersand after x in <p> | x &amp;</p>" } },
         { "<p>&nbsp;</p>", {} },
@@ -181,7 +187,8 @@ TEST(UNCONENTITIES, FindsStringsInThePlainTextOfTheElement)
         { "<p>a < b &amp;amp;</p>", { "1:10 E Double-escaped ampersand in <p> | &amp;amp;</p>" } },
         // Removing <i> and <b> joins "<&amp;amp;>" into a tag of the paragraph's
         // text, which goes too; inside <i> the ">" stays alone.
-        { "<p>a <<i>&amp;<b>amp;</b>></i></p>", { "1:10 E Double-escaped ampersand in <i> | &amp;<b>amp;</b>></i></p>" } },
+        { "<p>a <<i>&amp;<b>amp;</b>></i></p>",
+            { "1:10 E Double-escaped ampersand in <i> | &amp;<b>amp;</b>></i></p>" } },
     };
     for (const Case& c : cases)
         EXPECT_EQ(runEntities("<p> | UNCONENTITIES | N/A\r\n", c.input), c.expected) << c.input.constData();
@@ -203,8 +210,8 @@ TEST(UNCONENTITIES, AgreesWithAPlainReadingOnRandomTexts)
     const QStringList pieces = { "<", ">", " ", "\r\n", "&", "a", "b", "~", ";", "<a>", "</a>", "<b x=\"1\">",
         "</b>", "<a/>", "<D>", "</D>", "<a", "/>", "&amp;", "<!c>", "\"" };
     // Without stray brackets every tag stands alone, which the rule reads another way.
-    const QStringList alonePieces = { " ", "\r\n", "&", "a", "b", "~", ";", "<a>", "</a>", "<b x=\"1\">", "</b>",
-        "<a/>", "<D>", "</D>", "&amp;", "<!c>", "<>", "< a>" };
+    const QStringList alonePieces = { " ", "\r\n", "&", "a", "b", "~", ";", "<a>", "</a>", "<b x=\"1\">",
+        "</b>", "<a/>", "<D>", "</D>", "&amp;", "<!c>", "<>", "< a>" };
     const QStringList searches = { "&", "a&", "b a", "&amp;", "~;", ";\r\n", "a" };
     std::mt19937 rng(2026);
     QByteArray table;
