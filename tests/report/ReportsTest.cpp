@@ -315,18 +315,4 @@ TEST_F(ReportRun, BatchInColumnModeCollectsColumnEntries)
     EXPECT_EQ(state.report.runErrorEntries, 2);
 }
 
-TEST_F(ReportRun, ManyEntriesStayFast)
-{
-    input("big.xml");
-    OpenReports(state);
-    for (int i = 1; i <= 200000; ++i) {
-        WriteErrorEntry(state, i, "Message", "data", i);
-        WriteWarningEntry(state, i, "Message", "data", i);
-    }
-    CloseReports(state);
-    EXPECT_EQ(state.report.errorCount, 200000);
-    EXPECT_EQ(state.report.warningList.size(), 200000);
-    EXPECT_TRUE(report("big.ERR").endsWith("Total No. of Errors: 200000\r\n"));
-}
-
 } // namespace

@@ -36,7 +36,6 @@ void FrmMain::showEvent(QShowEvent* event)
 
 void FrmMain::runJob()
 {
-    setWindowTitle(kProgramTitle);
     int status = ExitStatus::Refused;
     try {
         status = RunSingleFile(state_);
