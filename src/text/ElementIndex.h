@@ -22,11 +22,21 @@ public:
 
 private:
     using Positions = std::vector<qsizetype>;
+
+    // Every "<name>", "<name " and "</name>" of one name in text order, with
+    // the answer for each: where the content that begins there ends.
+    struct Matching {
+        Positions positions; // of every open and end, ascending
+        std::vector<qsizetype>
+            contentEnd; // per event: the "</name>" that closes content starting there, or -1
+    };
+
     const Positions& positionsOf(const QHash<QStringView, Positions>& map, QStringView key) const;
-    static qsizetype countWithin(const Positions& positions, qsizetype from, qsizetype lastStart);
+    const Matching& matchingOf(const QString& name) const;
 
     QStringView text_;
     QHash<QStringView, Positions> closedByGt_; // key: text between "<" and ">"
     QHash<QStringView, Positions> closedByBlank_; // key: text between "<" and the blank
     Positions none_;
+    mutable QHash<QString, Matching> matchings_; // built on first use of a name
 };
