@@ -62,32 +62,51 @@ struct KeptRun {
     qsizetype plainStart;
 };
 
-// The whole text with its stand-alone tags removed, searched once for every
-// row. A "<" stands alone when the first ">" after it comes before the next
-// "<". In a stretch of the file where every "<" stands alone, removing the
-// tags of that stretch alone gives exactly the same characters: every tag is
-// one of those stand-alone stretches (all but "<>" and those that begin with
-// "< "), and deleting one can never join the text around it into a new tag.
-// So an element whose content holds no stray "<" is answered from this index,
-// and only an element with a stray "<" inside is read on its own.
+// A removed tag that swallowed other brackets: a stray "<" joined with a later
+// ">" once the tags between them were gone.
+struct JoinedSpan {
+    qsizetype open;
+    qsizetype close;
+};
+
+// The whole text with its tags removed exactly as the toolkit removes them,
+// searched once for every row.
+//
+// The toolkit's removal (delete a tag, then look again from the start) ends
+// in the same text as one pass from left to right that keeps the "<" not yet
+// closed on a stack: a ">" closes the newest one; the stretch is a tag unless
+// what is left between them is empty or begins with a blank, and then it goes
+// with everything left inside it; otherwise both brackets stay and every older
+// "<" is blocked for good. In that pass the tags removed inside an element's
+// content are exactly the tags of the whole text that lie inside it, unless a
+// joined tag crosses one of the content's two ends. So every element that no
+// joined tag crosses is answered from this index, and only the others are
+// read on their own.
 struct EntityIndex : RuleFileCache {
     const UnconEntitiesTable* table = nullptr;
-    std::vector<KeptRun> runs; // by plainStart (and fileStart) ascending
+    QString plain; // only while the index is built
     qsizetype plainSize = 0;
-    std::vector<qsizetype> strayOpens; // file offsets of every "<" that does not stand alone
+    std::vector<KeptRun> runs; // by plainStart (and fileStart) ascending
+    std::vector<JoinedSpan> outermostJoins; // disjoint, ascending
     std::vector<std::vector<qsizetype>> occurrences; // per row, plain starts ascending
 
-    bool holdsStrayOpen(const ContentRange& content) const
+    bool joinCrosses(qsizetype boundary) const
     {
-        const auto stray = std::lower_bound(strayOpens.begin(), strayOpens.end(), content.start);
-        return stray != strayOpens.end() && *stray < content.end;
+        const auto after = std::upper_bound(outermostJoins.begin(), outermostJoins.end(), boundary,
+            [](qsizetype b, const JoinedSpan& span) { return b <= span.open; });
+        return after != outermostJoins.begin() && boundary <= std::prev(after)->close;
     }
 
-    qsizetype fileOffsetOf(qsizetype plain) const
+    bool readsAsInTheWholeText(const ContentRange& content) const
     {
-        const auto run = std::prev(std::upper_bound(
-            runs.begin(), runs.end(), plain, [](qsizetype p, const KeptRun& r) { return p < r.plainStart; }));
-        return run->fileStart + (plain - run->plainStart);
+        return !joinCrosses(content.start) && !joinCrosses(content.end);
+    }
+
+    qsizetype fileOffsetOf(qsizetype plainIndex) const
+    {
+        const auto run = std::prev(std::upper_bound(runs.begin(), runs.end(), plainIndex,
+            [](qsizetype p, const KeptRun& r) { return p < r.plainStart; }));
+        return run->fileStart + (plainIndex - run->plainStart);
     }
 
     // The plain index of the first kept character at or after a file offset.
@@ -101,43 +120,64 @@ struct EntityIndex : RuleFileCache {
         const qsizetype runEnd = next == runs.end() ? plainSize : next->plainStart;
         return std::min(run.plainStart + (file - run.fileStart), runEnd);
     }
-};
 
-// Removes the stand-alone tags, keeping every other character, and notes
-// where the stray "<" are.
-QString plainTextOf(QStringView text, EntityIndex& index)
-{
-    QString plain;
-    plain.reserve(text.size());
-    qsizetype copiedFrom = 0;
-    auto keep = [&](qsizetype upTo) {
-        if (upTo > copiedFrom) {
-            index.runs.push_back({ copiedFrom, plain.size() });
-            plain += text.sliced(copiedFrom, upTo - copiedFrom);
-        }
-    };
-    qsizetype open = text.indexOf(u'<');
-    qsizetype close = text.indexOf(u'>');
-    while (open >= 0) {
-        // The first ">" found so far stays the first after this "<" unless it
-        // lies before it: a run of "<" costs one search, not one each.
-        if (close >= 0 && close < open)
-            close = text.indexOf(u'>', open + 1);
-        const qsizetype nextOpen = text.indexOf(u'<', open + 1);
-        if (close < 0 || (nextOpen >= 0 && nextOpen < close)) {
-            index.strayOpens.push_back(open);
-            open = nextOpen;
-            continue;
-        }
-        if (close > open + 1 && text[open + 1] != u' ') {
-            keep(open);
-            copiedFrom = close + 1;
-        }
-        open = nextOpen;
+    void keep(QStringView text, qsizetype from, qsizetype to)
+    {
+        if (to <= from)
+            return;
+        const bool continues
+            = !runs.empty() && runs.back().fileStart + (plain.size() - runs.back().plainStart) == from;
+        if (!continues)
+            runs.push_back({ from, plain.size() });
+        plain += text.sliced(from, to - from);
     }
-    keep(text.size());
-    return plain;
-}
+
+    void cutBackTo(qsizetype plainSize)
+    {
+        while (!runs.empty() && runs.back().plainStart >= plainSize)
+            runs.pop_back();
+        plain.truncate(plainSize);
+    }
+
+    void removeTags(QStringView text)
+    {
+        struct Open {
+            qsizetype at;
+            qsizetype plainAt;
+        };
+        std::vector<Open> opens;
+        plain.reserve(text.size());
+        qsizetype from = 0;
+        for (qsizetype at = 0; at < text.size(); ++at) {
+            const QChar c = text[at];
+            if (c != u'<' && c != u'>')
+                continue;
+            keep(text, from, at);
+            from = at;
+            if (c == u'<') {
+                opens.push_back({ at, plain.size() });
+                continue;
+            }
+            if (opens.empty())
+                continue;
+            const Open open = opens.back();
+            const qsizetype inside = plain.size() - open.plainAt - 1;
+            if (inside == 0 || plain[open.plainAt + 1] == u' ') {
+                opens.clear();
+                continue;
+            }
+            opens.pop_back();
+            cutBackTo(open.plainAt);
+            from = at + 1;
+            if (inside < at - open.at - 1) {
+                while (!outermostJoins.empty() && outermostJoins.back().open > open.at)
+                    outermostJoins.pop_back();
+                outermostJoins.push_back({ open.at, at });
+            }
+        }
+        keep(text, from, text.size());
+    }
+};
 
 const EntityIndex& entityIndexOf(RunState& state, const UnconEntitiesTable& table)
 {
@@ -145,9 +185,10 @@ const EntityIndex& entityIndexOf(RunState& state, const UnconEntitiesTable& tabl
     if (!slot || static_cast<const EntityIndex&>(*slot).table != &table) {
         auto index = std::make_unique<EntityIndex>();
         index->table = &table;
-        const QString plain = plainTextOf(state.wholeText, *index);
-        index->plainSize = plain.size();
-        index->occurrences = table.search->allOccurrences(plain);
+        index->removeTags(state.wholeText);
+        index->occurrences = table.search->allOccurrences(index->plain);
+        index->plainSize = index->plain.size();
+        index->plain = QString(); // only the occurrences are asked for later
         slot = std::move(index);
     }
     return static_cast<const EntityIndex&>(*slot);
@@ -160,7 +201,7 @@ std::vector<qsizetype> firstHits(
 {
     std::vector<qsizetype> hits(table.rows.size(), -1);
     const EntityIndex& index = entityIndexOf(state, table);
-    if (!index.holdsStrayOpen(content)) {
+    if (index.readsAsInTheWholeText(content)) {
         const qsizetype from = index.plainIndexAtOrAfter(content.start);
         const qsizetype to = index.plainIndexAtOrAfter(content.end);
         for (qsizetype row = 0; row < table.rows.size(); ++row) {
