@@ -4,7 +4,6 @@
 #include "core/RunState.h"
 #include "report/Reports.h"
 #include "rules/ElementContents.h"
-#include "text/xmlClass.h"
 
 #include <algorithm>
 
@@ -69,8 +68,8 @@ struct JoinedSpan {
     qsizetype close;
 };
 
-// The whole text with its tags removed exactly as the toolkit removes them,
-// searched once for every row.
+// A text with its tags removed exactly as the toolkit removes them, with a
+// map from the plain text back to the text.
 //
 // The toolkit's removal (delete a tag, then look again from the start) ends
 // in the same text as one pass from left to right that keeps the "<" not yet
@@ -80,15 +79,16 @@ struct JoinedSpan {
 // "<" is blocked for good. In that pass the tags removed inside an element's
 // content are exactly the tags of the whole text that lie inside it, unless a
 // joined tag crosses one of the content's two ends. So every element that no
-// joined tag crosses is answered from this index, and only the others are
-// read on their own.
-struct EntityIndex : RuleFileCache {
-    const UnconEntitiesTable* table = nullptr;
-    QString plain; // only while the index is built
-    qsizetype plainSize = 0;
+// joined tag crosses is answered from the whole text's removal, and only the
+// others are read on their own.
+//
+// The pass is also quicker than the toolkit's general removal, which keeps
+// the quoted-markup note besides; that note is not read for this rule.
+struct TagRemoval {
+    QString plain;
+    qsizetype plainSize = 0; // kept when the plain text is let go
     std::vector<KeptRun> runs; // by plainStart (and fileStart) ascending
     std::vector<JoinedSpan> outermostJoins; // disjoint, ascending
-    std::vector<std::vector<qsizetype>> occurrences; // per row, plain starts ascending
 
     bool joinCrosses(qsizetype boundary) const
     {
@@ -176,7 +176,15 @@ struct EntityIndex : RuleFileCache {
             }
         }
         keep(text, from, text.size());
+        plainSize = plain.size();
     }
+};
+
+// The whole text's removal, searched once for every row.
+struct EntityIndex : RuleFileCache {
+    const UnconEntitiesTable* table = nullptr;
+    TagRemoval removal;
+    std::vector<std::vector<qsizetype>> occurrences; // per row, plain starts ascending
 };
 
 const EntityIndex& entityIndexOf(RunState& state, const UnconEntitiesTable& table)
@@ -185,10 +193,9 @@ const EntityIndex& entityIndexOf(RunState& state, const UnconEntitiesTable& tabl
     if (!slot || static_cast<const EntityIndex&>(*slot).table != &table) {
         auto index = std::make_unique<EntityIndex>();
         index->table = &table;
-        index->removeTags(state.wholeText);
-        index->occurrences = table.search->allOccurrences(index->plain);
-        index->plainSize = index->plain.size();
-        index->plain = QString(); // only the occurrences are asked for later
+        index->removal.removeTags(state.wholeText);
+        index->occurrences = table.search->allOccurrences(index->removal.plain);
+        index->removal.plain = QString(); // only the occurrences are asked for later
         slot = std::move(index);
     }
     return static_cast<const EntityIndex&>(*slot);
@@ -201,25 +208,24 @@ std::vector<qsizetype> firstHits(
 {
     std::vector<qsizetype> hits(table.rows.size(), -1);
     const EntityIndex& index = entityIndexOf(state, table);
-    if (index.readsAsInTheWholeText(content)) {
-        const qsizetype from = index.plainIndexAtOrAfter(content.start);
-        const qsizetype to = index.plainIndexAtOrAfter(content.end);
+    const TagRemoval& whole = index.removal;
+    if (whole.readsAsInTheWholeText(content)) {
+        const qsizetype from = whole.plainIndexAtOrAfter(content.start);
+        const qsizetype to = whole.plainIndexAtOrAfter(content.end);
         for (qsizetype row = 0; row < table.rows.size(); ++row) {
             const std::vector<qsizetype>& starts = index.occurrences[row];
             const auto first = std::lower_bound(starts.begin(), starts.end(), from);
             if (first != starts.end() && *first + table.rows[row].searchString.size() <= to)
-                hits[row] = index.fileOffsetOf(*first);
+                hits[row] = whole.fileOffsetOf(*first);
         }
         return hits;
     }
-    xmlClass xml(state.toolkit);
-    QString plain = state.wholeText.sliced(content.start, content.end - content.start);
-    std::vector<qsizetype> kept;
-    xml.RemoveTagsKeepingPositions(plain, kept);
-    const std::vector<qsizetype> first = table.search->firstOccurrences(plain);
+    TagRemoval own;
+    own.removeTags(QStringView(state.wholeText).sliced(content.start, content.end - content.start));
+    const std::vector<qsizetype> first = table.search->firstOccurrences(own.plain);
     for (std::size_t row = 0; row < first.size(); ++row) {
         if (first[row] >= 0)
-            hits[row] = content.start + kept[first[row]];
+            hits[row] = content.start + own.fileOffsetOf(first[row]);
     }
     return hits;
 }

@@ -123,14 +123,6 @@ QString TagStripper::run()
     return result;
 }
 
-std::vector<qsizetype> TagStripper::keptPositions()
-{
-    std::vector<qsizetype> kept;
-    for (qsizetype c = nextAliveChar(0); c < text_.size(); c = nextAliveChar(c + 1))
-        kept.push_back(c);
-    return kept;
-}
-
 void TagStripper::registerIfClean(qsizetype ltIndex)
 {
     if (registered_[ltIndex] || lt_.nextAlive(ltIndex) != ltIndex)

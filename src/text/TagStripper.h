@@ -30,9 +30,6 @@ public:
     TagStripper(QStringView text, std::function<void(const QString&)> recordQuotedMarkup);
 
     QString run();
-    // After run(): the position in the input of every character the result
-    // kept, in order (deleting never moves the characters that stay).
-    std::vector<qsizetype> keptPositions();
 
 private:
     // Sorted positions of one marker character with "still in the text" links.

@@ -178,14 +178,6 @@ QString xmlClass::RemoveTags(QString& str, bool include_PCDATA)
     return str;
 }
 
-QString xmlClass::RemoveTagsKeepingPositions(QString& str, std::vector<qsizetype>& keptPositions)
-{
-    TagStripper stripper(str, [this](const QString& candidate) { AppendQuotedMarkupRecord(candidate); });
-    str = stripper.run();
-    keptPositions = stripper.keptPositions();
-    return str;
-}
-
 QString xmlClass::RetrieveTags(const QString& str, std::int32_t& tag_pos)
 {
     const auto candidate

@@ -5,7 +5,6 @@
 
 #include <QString>
 #include <cstdint>
-#include <vector>
 
 // The tag and text toolkit every rule reads tagged text through. Tags are
 // found by plain text search for "<" and ">", not by a parser; the exact
@@ -40,11 +39,6 @@ public:
     QString ReplaceCharacters(const QString& source, const QString& replaceStr, const QString& newStr,
         const QString& delimeter, bool matchcase) const;
     std::int32_t GetCount(const QString& sStr, const QString& sStrCom, std::int32_t& l_col) const;
-
-    // RemoveTags(str, false), also giving the zero-based position in the
-    // original text of every character that stays, so that a place found in
-    // the plain text can be shown where it stands in the file.
-    QString RemoveTagsKeepingPositions(QString& str, std::vector<qsizetype>& keptPositions);
 
 private:
     void NoteQuotedMarkup(const QString& tag, std::int32_t position, const QString& text);
