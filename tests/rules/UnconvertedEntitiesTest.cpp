@@ -185,6 +185,10 @@ TEST(UNCONENTITIES, FindsStringsInThePlainTextOfTheElement)
                 "1:8 E Double-escaped ampersand in <p> | &amp;amp;</p></p>" } },
         // A stray bracket: the element's content is read on its own.
         { "<p>a < b &amp;amp;</p>", { "1:10 E Double-escaped ampersand in <p> | &amp;amp;</p>" } },
+        // A stray "<" before the paragraph and a stray ">" after it join into one
+        // tag of the whole text, but not of the paragraph's content.
+        { "<q>p<0.05</q><p>&amp;amp;</p><q>n>3</q>",
+            { "1:17 E Double-escaped ampersand in <p> | &amp;amp;</p><q>n>3</q>" } },
         // Removing <i> and <b> joins "<&amp;amp;>" into a tag of the paragraph's
         // text, which goes too; inside <i> the ">" stays alone.
         { "<p>a <<i>&amp;<b>amp;</b>></i></p>",
