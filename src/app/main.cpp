@@ -168,9 +168,11 @@ int main(int argc, char** argv)
         const RunMode mode = Main(state, options.commandLine);
         return headless ? runHeadless(state, mode) : runWindowed(state, mode, windowOperator);
     } catch (const RunAborted& aborted) {
+        RemoveRunTempFolder(state);
         return aborted.exitStatus();
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "quorvane: unexpected failure: %s\n", failure.what());
+        RemoveRunTempFolder(state);
         return ExitStatus::Refused;
     }
 }

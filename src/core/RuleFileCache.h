@@ -12,12 +12,7 @@ struct RuleFileCache {
 
 // The caches of the rules that keep one, one slot each.
 struct RuleFileCaches {
-    std::unique_ptr<RuleFileCache> elementContents; // where each element's content ends
     std::unique_ptr<RuleFileCache> unconvertedEntities; // the entity search over the whole text
 
-    void clear()
-    {
-        elementContents.reset();
-        unconvertedEntities.reset();
-    }
+    void clear() { unconvertedEntities.reset(); }
 };

@@ -15,6 +15,6 @@ struct ContentRange {
 };
 
 // The content range of the current start tag's element; nothing when the
-// element is not closed. Answers from an index of the file built on first
-// use, so asking for every element of a deeply nested file stays cheap.
+// element is not closed. Answers from the toolkit's index of the file, so
+// asking for every element of a deeply nested file stays cheap.
 std::optional<ContentRange> CurrentElementContent(RunState& state, const ValidationContext& context);

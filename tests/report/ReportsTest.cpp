@@ -160,7 +160,9 @@ TEST_F(ReportRun, CleanFileLeavesEmptyReportsAndNoEditorLogForOtherEditors)
     tmp.write("out/c.ERR", "old copy");
     input("c");
     OpenReports(state);
-    EXPECT_EQ(report("c.ERR"), crlf(errorHeader("c", false))) << "headers are written when the reports open";
+    EXPECT_EQ(report("c.ERR.part"), crlf(errorHeader("c", false)))
+        << "headers are written when the reports open";
+    EXPECT_FALSE(exists(state.reportFolder + "c.ERR")) << "a report is in place only when complete";
     CloseReports(state);
 
     for (const QString name : { "c.ERR", "c.WRN" }) {
@@ -170,6 +172,8 @@ TEST_F(ReportRun, CleanFileLeavesEmptyReportsAndNoEditorLogForOtherEditors)
         EXPECT_EQ(output(name), QByteArray()) << name.toStdString() << " copies overwrite older ones";
     }
     EXPECT_FALSE(exists(state.reportFolder + "c.LOG"));
+    EXPECT_FALSE(exists(state.reportFolder + "c.ERR.part"));
+    EXPECT_FALSE(exists(state.reportFolder + "c.WRN.part"));
     EXPECT_TRUE(exists(state.outputFolder + "c"));
 }
 

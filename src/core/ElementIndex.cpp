@@ -1,6 +1,7 @@
-#include "text/ElementIndex.h"
+#include "core/ElementIndex.h"
 
 #include <algorithm>
+#include <iterator>
 
 ElementIndex::ElementIndex(QStringView text)
     : text_(text)
@@ -25,15 +26,15 @@ const ElementIndex::Positions& ElementIndex::positionsOf(
     return it == map.cend() ? none_ : *it;
 }
 
-// The content that starts at some place ends at the first "</name>" where as
-// many opens as ends lie between the two. Numbering the events in text order
-// with a running level (+1 an open, -1 an end), that is the end whose step
-// first takes the level below the one at the start. One pass from the back,
-// remembering the nearest event seen at every level, answers every start at
-// once, however deep the nesting.
+// An element's content ends at the first end tag after it where the nesting
+// level falls below the level at the content's start: the start tags and end
+// tags in between balance out. With level[k] the nesting before event k (+1
+// per start tag, -1 per end tag), that end tag is the event just before the
+// first later k whose level is lower: "next lower level", one stack pass.
 const ElementIndex::Matching& ElementIndex::matchingOf(const QString& name) const
 {
-    if (const auto found = matchings_.constFind(name); found != matchings_.cend())
+    const auto found = matchings_.constFind(name);
+    if (found != matchings_.cend())
         return *found;
     const Positions& ends = positionsOf(closedByGt_, u'/' + name);
     Positions opens = positionsOf(closedByGt_, name);
@@ -42,27 +43,26 @@ const ElementIndex::Matching& ElementIndex::matchingOf(const QString& name) cons
     std::sort(opens.begin(), opens.end());
 
     Matching matching;
-    std::vector<int> step;
+    std::vector<bool> isEnd;
     std::merge(opens.begin(), opens.end(), ends.begin(), ends.end(), std::back_inserter(matching.positions));
-    step.reserve(matching.positions.size());
-    for (qsizetype i = 0, o = 0; i < qsizetype(matching.positions.size()); ++i) {
-        const bool isOpen = o < qsizetype(opens.size()) && opens[o] == matching.positions[i];
-        o += isOpen ? 1 : 0;
-        step.push_back(isOpen ? 1 : -1);
+    isEnd.reserve(matching.positions.size());
+    for (auto o = opens.cbegin(), e = ends.cbegin(); o != opens.cend() || e != ends.cend();) {
+        const bool takeEnd = o == opens.cend() || (e != ends.cend() && *e < *o);
+        isEnd.push_back(takeEnd);
+        takeEnd ? ++e : ++o;
     }
-    const qsizetype count = matching.positions.size();
-    std::vector<qsizetype> level(count + 1, 0); // level before event i, offset to stay >= 0
-    level[0] = count;
-    for (qsizetype i = 0; i < count; ++i)
-        level[i + 1] = level[i] + step[i];
-    std::vector<qsizetype> nearestAtLevel(2 * count + 2, -1);
-    matching.contentEnd.assign(count, -1);
-    nearestAtLevel[level[count]] = count;
-    for (qsizetype i = count - 1; i >= 0; --i) {
-        const qsizetype drop = nearestAtLevel[level[i] - 1];
-        if (drop > 0)
-            matching.contentEnd[i] = matching.positions[drop - 1];
-        nearestAtLevel[level[i]] = i;
+    const qsizetype count = static_cast<qsizetype>(matching.positions.size());
+    std::vector<qsizetype> level(count + 1, 0);
+    for (qsizetype k = 0; k < count; ++k)
+        level[k + 1] = level[k] + (isEnd[k] ? -1 : 1);
+    matching.closer.assign(count + 1, -1);
+    std::vector<qsizetype> waiting; // indexes whose next lower level is not found yet
+    for (qsizetype k = 0; k <= count; ++k) {
+        while (!waiting.empty() && level[k] < level[waiting.back()]) {
+            matching.closer[waiting.back()] = k - 1;
+            waiting.pop_back();
+        }
+        waiting.push_back(k);
     }
     return *matchings_.insert(name, std::move(matching));
 }
@@ -73,10 +73,8 @@ std::optional<QStringView> ElementIndex::elementContent(
     const Matching& matching = matchingOf(name);
     const qsizetype contentStart = tagStart + tagLength;
     const auto first = std::lower_bound(matching.positions.begin(), matching.positions.end(), contentStart);
-    if (first == matching.positions.end())
+    const qsizetype closer = matching.closer[first - matching.positions.begin()];
+    if (closer < 0)
         return std::nullopt;
-    const qsizetype end = matching.contentEnd[first - matching.positions.begin()];
-    if (end < 0)
-        return std::nullopt;
-    return text_.sliced(contentStart, end - contentStart);
+    return text_.sliced(contentStart, matching.positions[closer] - contentStart);
 }
