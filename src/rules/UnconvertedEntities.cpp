@@ -55,6 +55,23 @@ bool LoadUnconEntitiesTable(RunState& state, TableSet& set)
 
 namespace {
 
+// The first element from `from` on for which the test holds, the test being
+// false up to some point and true after it: steps of growing length, then a
+// search in the last step, so the cost grows with the distance walked, not
+// with the length of the list.
+template <typename It, typename Test> It FirstWhere(It from, It last, Test holds)
+{
+    const auto fails = [&](const auto& element) { return !holds(element); };
+    for (qsizetype step = 1;; step *= 2) {
+        if (last - from <= step)
+            return std::partition_point(from, last, fails);
+        const It probe = from + step;
+        if (holds(*probe))
+            return std::partition_point(from, probe, fails);
+        from = probe;
+    }
+}
+
 // A stretch of the plain text that was one unbroken stretch of the file.
 struct KeptRun {
     qsizetype fileStart;
@@ -110,10 +127,14 @@ struct TagRemoval {
     }
 
     // The plain index of the first kept character at or after a file offset.
-    qsizetype plainIndexAtOrAfter(qsizetype file) const
+    // `hint` is the answer's run position from an earlier call for an offset
+    // no greater; it is moved on, so that offsets asked in ascending order
+    // cost a short walk each instead of a search of every run.
+    qsizetype plainIndexAtOrAfter(qsizetype file, std::size_t& hint) const
     {
-        const auto next = std::upper_bound(
-            runs.begin(), runs.end(), file, [](qsizetype f, const KeptRun& r) { return f < r.fileStart; });
+        const auto next = FirstWhere(runs.begin() + qsizetype(hint), runs.end(),
+            [file](const KeptRun& r) { return r.fileStart > file; });
+        hint = std::size_t(next - runs.begin());
         if (next == runs.begin())
             return 0;
         const KeptRun& run = *std::prev(next);
@@ -185,9 +206,13 @@ struct EntityIndex : RuleFileCache {
     const UnconEntitiesTable* table = nullptr;
     TagRemoval removal;
     std::vector<std::vector<qsizetype>> occurrences; // per row, plain starts ascending
+    // Where the last element's answers were found. Start tags come in file
+    // order, so every later element starts its searches from there.
+    std::size_t startRun = 0;
+    std::vector<std::size_t> rowCursors;
 };
 
-const EntityIndex& entityIndexOf(RunState& state, const UnconEntitiesTable& table)
+EntityIndex& entityIndexOf(RunState& state, const UnconEntitiesTable& table)
 {
     auto& slot = state.ruleCaches.unconvertedEntities;
     if (!slot || static_cast<const EntityIndex&>(*slot).table != &table) {
@@ -196,9 +221,10 @@ const EntityIndex& entityIndexOf(RunState& state, const UnconEntitiesTable& tabl
         index->removal.removeTags(state.wholeText);
         index->occurrences = table.search->allOccurrences(index->removal.plain);
         index->removal.plain = QString(); // only the occurrences are asked for later
+        index->rowCursors.assign(index->occurrences.size(), 0);
         slot = std::move(index);
     }
-    return static_cast<const EntityIndex&>(*slot);
+    return static_cast<EntityIndex&>(*slot);
 }
 
 // The file offset of the first occurrence of every row inside the content,
@@ -207,14 +233,18 @@ std::vector<qsizetype> firstHits(
     RunState& state, const UnconEntitiesTable& table, const ContentRange& content)
 {
     std::vector<qsizetype> hits(table.rows.size(), -1);
-    const EntityIndex& index = entityIndexOf(state, table);
+    EntityIndex& index = entityIndexOf(state, table);
     const TagRemoval& whole = index.removal;
     if (whole.readsAsInTheWholeText(content)) {
-        const qsizetype from = whole.plainIndexAtOrAfter(content.start);
-        const qsizetype to = whole.plainIndexAtOrAfter(content.end);
+        const qsizetype from = whole.plainIndexAtOrAfter(content.start, index.startRun);
+        std::size_t endRun = index.startRun;
+        const qsizetype to = whole.plainIndexAtOrAfter(content.end, endRun);
         for (qsizetype row = 0; row < table.rows.size(); ++row) {
             const std::vector<qsizetype>& starts = index.occurrences[row];
-            const auto first = std::lower_bound(starts.begin(), starts.end(), from);
+            std::size_t& cursor = index.rowCursors[row];
+            const auto first = FirstWhere(starts.begin() + qsizetype(cursor), starts.end(),
+                [from](qsizetype at) { return at >= from; });
+            cursor = std::size_t(first - starts.begin());
             if (first != starts.end() && *first + table.rows[row].searchString.size() <= to)
                 hits[row] = whole.fileOffsetOf(*first);
         }
