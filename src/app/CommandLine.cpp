@@ -1,5 +1,52 @@
 #include "app/CommandLine.h"
 
+namespace {
+
+// The options of the headless batch, as "--name VALUE" or "--name=VALUE".
+// Returns false when the argument is none of them.
+bool readBatchOption(const QStringList& arguments, qsizetype& i, CommandLineOptions& options)
+{
+    const struct {
+        QLatin1StringView name;
+        std::optional<QString> CommandLineOptions::*field;
+        const char* needs;
+    } batchOptions[] = {
+        { QLatin1StringView("--batch"), &CommandLineOptions::batchFolder, "a folder" },
+        { QLatin1StringView("--work"), &CommandLineOptions::workPath, "a folder" },
+        { QLatin1StringView("--output"), &CommandLineOptions::outputPath, "a folder" },
+    };
+    const QString& argument = arguments[i];
+    for (const auto& option : batchOptions) {
+        if (argument == option.name) {
+            if (++i >= arguments.size()) {
+                options.error = QStringLiteral("%1 needs %2").arg(option.name, QLatin1String(option.needs));
+                return true;
+            }
+            options.*option.field = arguments[i];
+            return true;
+        }
+        if (argument.startsWith(option.name + QLatin1Char('='))) {
+            options.*option.field = argument.mid(option.name.size() + 1);
+            return true;
+        }
+    }
+    return false;
+}
+
+// With --batch the remaining arguments are entries of the folder; the
+// batch's boxes mean nothing to a single-file run.
+void finishBatchOptions(CommandLineOptions& options, const QStringList& rest)
+{
+    if (options.batchFolder) {
+        options.entries = rest;
+        options.commandLine.clear();
+    } else if (options.workPath || options.outputPath) {
+        options.error = QStringLiteral("--work and --output go with --batch");
+    }
+}
+
+} // namespace
+
 CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
 {
     CommandLineOptions options;
@@ -25,6 +72,13 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
             options.appDir = arguments[i];
         } else if (argument.startsWith(QLatin1String("--app-dir="))) {
             options.appDir = argument.mid(10);
+        } else if (argument == QLatin1String("--plugin-timeout")) {
+            bool number = false;
+            options.pluginTimeoutSeconds = ++i < arguments.size() ? arguments[i].toInt(&number) : 0;
+            if (!number || options.pluginTimeoutSeconds < 1) {
+                options.error = QStringLiteral("--plugin-timeout needs a number of seconds above 0");
+                return options;
+            }
         } else if (argument == QLatin1String("--task")) {
             if (++i >= arguments.size()) {
                 options.error = QStringLiteral("--task needs a task code");
@@ -33,12 +87,16 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
             options.task = arguments[i];
         } else if (argument.startsWith(QLatin1String("--task="))) {
             options.task = argument.mid(7);
+        } else if (readBatchOption(arguments, i, options)) {
+            if (!options.error.isEmpty())
+                return options;
         } else {
             options.error = QStringLiteral("unknown option %1").arg(argument);
             return options;
         }
     }
     options.commandLine = rest.join(QLatin1Char(' '));
+    finishBatchOptions(options, rest);
     if (!options.task.isEmpty() && !options.commandLine.isEmpty()) {
         // Two task codes for one file would leave the user guessing which one ran.
         if (options.commandLine.contains(QLatin1Char('|'))) {
@@ -50,26 +108,48 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
     return options;
 }
 
+// The headless batch, kept in its own block of the help text.
+QString batchHelpText()
+{
+    return QStringLiteral("\n"
+                          "Batch (what the batch window's PROCESS does, without a window):\n"
+                          "  quorvane [--app-dir DIR] --batch FOLDER [--task CODE] [--work DIR]\n"
+                          "           [--output DIR] [ENTRY...]\n"
+                          "  --batch FOLDER  validate the ENTRYs of FOLDER: its files when INPUTTYPE is\n"
+                          "                  FILES, else its subfolders with everything below them;\n"
+                          "                  no ENTRY takes every entry; implies --headless\n"
+                          "  --task CODE     the batch's task code (default: none)\n"
+                          "  --work DIR      working path, where the reports go (default: WORKPATH)\n"
+                          "  --output DIR    output path (default: OUTPUTPATH)\n"
+                          "  Example, from the repository:\n"
+                          "    quorvane --app-dir examples --batch examples input\n");
+}
+
 QString CommandLineHelpText()
 {
-    return QStringLiteral("Usage: quorvane [--app-dir DIR] [--headless] [--task CODE] [--] [INPUT[|TASK]]\n"
-                          "\n"
-                          "Validates tagged text against the rules configured in Quorvane.INI.\n"
-                          "\n"
-                          "With an argument, validates that one file with the task's table set and\n"
-                          "writes its .ERR and .WRN reports; without one, opens the batch window.\n"
-                          "Quote \"INPUT|TASK\" in a shell, or give the task with --task:\n"
-                          "  quorvane --headless \"examples/input/article.xml|JRNL\"\n"
-                          "  quorvane --headless --task JRNL examples/input/article.xml\n"
-                          "\n"
-                          "  --app-dir DIR  folder holding Quorvane.INI (default: the executable's folder)\n"
-                          "  --task CODE    the task code, as after \"|\" in INPUT|TASK\n"
-                          "  --headless     no window; messages go to standard error\n"
-                          "                 (implied when neither DISPLAY nor WAYLAND_DISPLAY is set)\n"
-                          "  --help         show this text\n"
-                          "  --version      show the version\n"
-                          "\n"
-                          "Exit status: 0 no error found, 1 errors reported, 2 run refused or failed.\n");
+    return QStringLiteral(
+               "Usage: quorvane [--app-dir DIR] [--headless] [--task CODE] [--plugin-timeout SECONDS]\n"
+               "                [--] [INPUT[|TASK]]\n"
+               "\n"
+               "Validates tagged text against the rules configured in Quorvane.INI.\n"
+               "\n"
+               "With an argument, validates that one file with the task's table set and\n"
+               "writes its .ERR and .WRN reports; without one, opens the batch window.\n"
+               "Quote \"INPUT|TASK\" in a shell, or give the task with --task:\n"
+               "  quorvane --headless \"examples/input/article.xml|JRNL\"\n"
+               "  quorvane --headless --task JRNL examples/input/article.xml\n"
+               "\n"
+               "  --app-dir DIR  folder holding Quorvane.INI (default: the executable's folder)\n"
+               "  --task CODE    the task code, as after \"|\" in INPUT|TASK\n"
+               "  --plugin-timeout SECONDS\n"
+               "                 stop an outside program that runs longer (default: wait)\n"
+               "  --headless     no window; messages go to standard error\n"
+               "                 (implied when neither DISPLAY nor WAYLAND_DISPLAY is set)\n"
+               "  --help         show this text\n"
+               "  --version      show the version\n"
+               "\n"
+               "Exit status: 0 no error found, 1 errors reported, 2 run refused or failed.\n")
+        + batchHelpText();
 }
 
 InputRequest SplitCommandLine(const QString& commandLine)

@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <optional>
 
 // The executable's own options; everything else is the program's
 // command-line string (input path, "|", task code).
@@ -10,9 +11,17 @@ struct CommandLineOptions {
     bool headless = false;
     bool showHelp = false;
     bool showVersion = false;
+    int pluginTimeoutSeconds = 0; // --plugin-timeout SECONDS; 0 waits for ever
     QString task; // --task CODE; for a single file it is joined into commandLine
     QString commandLine; // the remaining arguments joined with single blanks (+ "|" + task)
     QString error; // not empty when the options could not be read
+
+    // The headless batch: --batch FOLDER, the remaining arguments its ENTRYs;
+    // --task fills its task-code box.
+    std::optional<QString> batchFolder;
+    std::optional<QString> workPath; // --work: the working-path box
+    std::optional<QString> outputPath; // --output: the output-path box
+    QStringList entries;
 };
 
 CommandLineOptions ParseCommandLineOptions(const QStringList& arguments);

@@ -8,6 +8,12 @@ HeadlessOperator::HeadlessOperator(std::FILE* stream)
 {
 }
 
+HeadlessOperator::HeadlessOperator(std::FILE* stream, bool showProgress)
+    : stream_(stream)
+    , showProgress_(showProgress)
+{
+}
+
 QString HeadlessOperator::iconName(MessageIcon icon)
 {
     switch (icon) {
@@ -35,6 +41,25 @@ void HeadlessOperator::messageBox(const QString& text, const QString& title, Mes
     std::fflush(stream_);
 }
 
+QString HeadlessOperator::progressLine(const QString& label, int percent)
+{
+    const QString number = QStringLiteral("%1%").arg(percent, 3);
+    if (label.isEmpty())
+        return number;
+    constexpr qsizetype kLabelWidth = 70;
+    const QString shown
+        = label.size() <= kLabelWidth ? label : QStringLiteral("...") + label.right(kLabelWidth - 3);
+    return shown + QStringLiteral("  ") + number;
+}
+
+void HeadlessOperator::setProgressLabel(const QString& label)
+{
+    clearProgressLine();
+    label_ = label;
+    if (!label_.isEmpty())
+        drawProgressLine(0);
+}
+
 void HeadlessOperator::setProgressRange(int minimum, int maximum)
 {
     minimum_ = minimum;
@@ -49,17 +74,29 @@ void HeadlessOperator::setProgressValue(int value)
     const int percent = static_cast<int>(100LL * (value - minimum_) / (maximum_ - minimum_));
     if (percent == lastPercent_)
         return;
-    lastPercent_ = percent;
-    std::fprintf(stream_, "\r%3d%%", percent);
-    if (percent >= 100)
+    drawProgressLine(percent);
+    // A single file's line goes at its end; a batch's stays until the next file.
+    if (percent >= 100 && label_.isEmpty())
         clearProgressLine();
+}
+
+void HeadlessOperator::drawProgressLine(int percent)
+{
+    if (!showProgress_)
+        return;
+    lastPercent_ = percent;
+    lineShown_ = true;
+    // "\033[K" clears what a longer line before left behind.
+    std::fprintf(stream_, "\r%s\033[K", progressLine(label_, percent).toUtf8().constData());
     std::fflush(stream_);
 }
 
 void HeadlessOperator::clearProgressLine()
 {
-    if (showProgress_ && lastPercent_ >= 0) {
-        std::fprintf(stream_, "\r    \r");
+    if (lineShown_) {
+        std::fprintf(stream_, "\r\033[K");
+        std::fflush(stream_);
+        lineShown_ = false;
         lastPercent_ = -1;
     }
 }

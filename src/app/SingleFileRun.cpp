@@ -14,13 +14,32 @@
 #include <QFileInfo>
 #include <QProcess>
 
-void RunOutsideProgram(const QString& program, const QString& inputPath)
+void RunOutsideProgram(RunState& state, const QString& program, const QString& inputPath)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedChannels);
     process.start(program, { inputPath });
-    if (process.waitForStarted(-1))
+    // The run goes on whatever the program did, but a program that did not do
+    // its work must not pass unnoticed.
+    if (!process.waitForStarted(-1)) {
+        state.ui.diagnostic(
+            QStringLiteral("outside program %1 could not start: %2").arg(program, process.errorString()));
+        return;
+    }
+    const int timeout = state.pluginTimeoutSeconds > 0 ? state.pluginTimeoutSeconds * 1000 : -1;
+    if (!process.waitForFinished(timeout)) {
+        process.kill();
         process.waitForFinished(-1);
+        state.ui.diagnostic(QStringLiteral("outside program %1 stopped after %2 s")
+                                .arg(program)
+                                .arg(state.pluginTimeoutSeconds));
+        return;
+    }
+    if (process.exitStatus() == QProcess::CrashExit)
+        state.ui.diagnostic(QStringLiteral("outside program %1 crashed").arg(program));
+    else if (process.exitCode() != 0)
+        state.ui.diagnostic(
+            QStringLiteral("outside program %1 ended with status %2").arg(program).arg(process.exitCode()));
 }
 
 void StageInputInTempFolder(RunState& state)
@@ -40,6 +59,22 @@ int ExitStatusOf(const RunState& state)
     return state.report.runErrorEntries > 0 ? ExitStatus::ErrorsFound : ExitStatus::Clean;
 }
 
+void RunBeforePrograms(RunState& state)
+{
+    const TableSet& active = state.config.ActiveTableSet;
+    if (active.InputPlugins.isEmpty())
+        return;
+    StageInputInTempFolder(state);
+    for (const QString& program : active.InputPlugins)
+        RunOutsideProgram(state, program, state.inputPath);
+}
+
+void RunAfterPrograms(RunState& state)
+{
+    for (const QString& program : state.config.ActiveTableSet.OutputPlugins)
+        RunOutsideProgram(state, program, state.inputPath);
+}
+
 // An input named like one of its own reports, in the working folder, would be
 // emptied by the report before it is read.
 void RefuseInputThatIsItsOwnReport(RunState& state)
@@ -48,6 +83,10 @@ void RefuseInputThatIsItsOwnReport(RunState& state)
     const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
     const QString base = state.reportFolder + (dot < 0 ? name : name.left(dot));
     const QString input = QFileInfo(state.inputPath).canonicalFilePath();
+    // A missing input has no canonical path, nor has a report not yet written:
+    // that is no match, and the reading of the input reports what is missing.
+    if (input.isEmpty())
+        return;
     for (const QString& report : { base + QStringLiteral(".ERR"), base + QStringLiteral(".WRN") }) {
         if (QFileInfo(report).canonicalFilePath() != input)
             continue;
@@ -73,17 +112,11 @@ int ValidateSingleFile(RunState& state)
 {
     SelectTaskTableSet(state, state.taskCode);
     RefuseInputThatIsItsOwnReport(state);
-    const TableSet& active = state.config.ActiveTableSet;
-    if (!active.InputPlugins.isEmpty()) {
-        StageInputInTempFolder(state);
-        for (const QString& program : active.InputPlugins)
-            RunOutsideProgram(program, state.inputPath);
-    }
+    RunBeforePrograms(state);
     OpenReports(state);
     ValidateFile(state, Rules());
     CloseReports(state);
-    for (const QString& program : active.OutputPlugins)
-        RunOutsideProgram(program, state.inputPath);
+    RunAfterPrograms(state);
 
     OpenProgramLogs(state);
     // The run's image list was filled while the file was validated.

@@ -12,14 +12,26 @@ int RunSingleFile(RunState& state);
 // The job itself; RunSingleFile adds the clean-up when it ends early.
 int ValidateSingleFile(RunState& state);
 
-// Starts a program with the input path as its one argument and waits for it
-// without a time limit. A program that cannot be started is not reported.
-void RunOutsideProgram(const QString& program, const QString& inputPath);
+// Starts a program with the input path as its one argument and waits for it,
+// without a time limit unless --plugin-timeout gave one. A program that cannot
+// start, crashes, ends with a status other than 0 or is stopped is named in a
+// diagnostic line; the run goes on.
+void RunOutsideProgram(RunState& state, const QString& program, const QString& inputPath);
 
 // Copies the input into the temporary folder (unless it already lies there)
 // and makes the copy the input path, so before-programs never touch the
 // original.
 void StageInputInTempFolder(RunState& state);
+
+// Refuses (RunAborted) an input that lies where one of its own reports would
+// be written: the report would empty it before it is read.
+void RefuseInputThatIsItsOwnReport(RunState& state);
+
+// The outside programs around the validation of one file, as both runs use
+// them: with before-programs the input is staged first, and every program
+// gets the input path as its argument.
+void RunBeforePrograms(RunState& state);
+void RunAfterPrograms(RunState& state);
 
 // Removes the working folder that start-up made (TempPath + "Quorvane_Temp/"),
 // whichever way the run ends; nothing when start-up did not get that far.

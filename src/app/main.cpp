@@ -1,7 +1,9 @@
+#include "app/BatchRun.h"
 #include "app/CommandLine.h"
 #include "app/HeadlessOperator.h"
 #include "app/SingleFileRun.h"
 #include "app/gui/FrmMain.h"
+#include "app/gui/FrmMultiple.h"
 #include "app/gui/WindowOperator.h"
 #include "app/modGlobal.h"
 #include "core/MoveFiles.h"
@@ -94,11 +96,49 @@ QString applicationFolder(const CommandLineOptions& options)
         options.appDir.isEmpty() ? QCoreApplication::applicationDirPath() : options.appDir);
 }
 
-int runHeadless(RunState& state, RunMode mode)
+// Files done out of files found, and the file being validated.
+class TerminalBatchProgress : public BatchObserver {
+public:
+    explicit TerminalBatchProgress(HeadlessOperator& ui)
+        : ui_(ui)
+    {
+    }
+    void fileStarted(int number, int total, const QString& inputPath) override
+    {
+        ui_.setProgressLabel(QStringLiteral("[%1/%2] %3").arg(number - 1).arg(total).arg(inputPath));
+    }
+    void batchFinished() override { ui_.setProgressLabel(QString()); }
+
+private:
+    HeadlessOperator& ui_;
+};
+
+int runHeadlessBatch(RunState& state, const CommandLineOptions& options, HeadlessOperator& ui)
 {
+    BatchCommand command;
+    command.folder = *options.batchFolder;
+    command.entries = options.entries;
+    command.taskCode = options.task;
+    command.workPath = options.workPath;
+    command.outputPath = options.outputPath;
+    TerminalBatchProgress progress(ui);
+    try {
+        const int status = RunBatchCommand(state, command, progress);
+        EndBatchSession(state);
+        return status;
+    } catch (const RunAborted&) {
+        EndBatchSession(state);
+        throw;
+    }
+}
+
+int runHeadless(RunState& state, RunMode mode, const CommandLineOptions& options, HeadlessOperator& ui)
+{
+    if (options.batchFolder)
+        return runHeadlessBatch(state, options, ui);
     if (mode == RunMode::Batch) {
         std::fputs("quorvane: no input file given, and the batch window needs a display.\n"
-                   "Give \"INPUT|TASK\" to validate one file; see quorvane --help.\n",
+                   "Give \"INPUT|TASK\" to validate one file, or --batch FOLDER; see quorvane --help.\n",
             stderr);
         return ExitStatus::Refused;
     }
@@ -110,10 +150,9 @@ int runHeadless(RunState& state, RunMode mode)
 int runWindowed(RunState& state, RunMode mode, WindowOperator& windowOperator)
 {
     if (mode == RunMode::Batch) {
-        state.ui.messageBox(QStringLiteral("The batch window is not available in this version.\r\n"
-                                           "Start Quorvane with \"INPUT|TASK\" to validate one file."),
-            kProgramTitle, MessageIcon::Information);
-        return ExitStatus::Refused;
+        FrmMultiple window(state, &windowOperator);
+        window.show();
+        return QApplication::exec();
     }
     FrmMain window(state, windowOperator);
     window.show();
@@ -147,7 +186,8 @@ int main(int argc, char** argv)
     }
 
     qInstallMessageHandler(quietQtMessages);
-    bool headless = options.headless || !displayAvailable();
+    // The command-line batch serves scripts and cron: it never opens a window.
+    bool headless = options.headless || options.batchFolder || !displayAvailable();
     if (!headless && !displayOpens()) {
         std::fputs("quorvane: the display cannot be opened; running headless\n", stderr);
         headless = true;
@@ -163,10 +203,12 @@ int main(int argc, char** argv)
     OperatorInterface& ui = headless ? static_cast<OperatorInterface&>(headlessOperator) : windowOperator;
     RunState state(ui);
     state.config.ApplicationPath = applicationFolder(options);
+    state.pluginTimeoutSeconds = options.pluginTimeoutSeconds;
 
     try {
         const RunMode mode = Main(state, options.commandLine);
-        return headless ? runHeadless(state, mode) : runWindowed(state, mode, windowOperator);
+        return headless ? runHeadless(state, mode, options, headlessOperator)
+                        : runWindowed(state, mode, windowOperator);
     } catch (const RunAborted& aborted) {
         RemoveRunTempFolder(state);
         return aborted.exitStatus();

@@ -8,6 +8,7 @@
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 #include "rules/RuleRegistry.h"
+#include "spelling/HunspellEngine.h"
 
 #include <QFileInfo>
 
@@ -18,9 +19,20 @@ void refuse()
     throw RunAborted(ExitStatus::Refused);
 }
 
-// The spelling engine arrives with the word checks; start-up keeps its turn
-// between the configuration and the support tables.
-void StartSpellingEngine(RunState&) { }
+// The engine's answers are not examined here: a lexicon that failed to load
+// shows up as the engine's answers during the run. The file list goes to the
+// user-lexicon call, which looks in the user folder before the main one.
+void StartSpellingEngine(RunState& state)
+{
+    constexpr std::uint32_t kEngineOption = 0x200000;
+    const Configuration& config = state.config;
+    auto engine = std::make_unique<HunspellEngine>();
+    engine->SetMainLexPath(config.MainLexPath);
+    engine->SetUserLexPath(config.UserLexPath);
+    engine->SetUserLexFiles(config.MainLexFiles);
+    engine->SetOption(kEngineOption, 1);
+    state.spelling.engine = std::move(engine);
+}
 
 // The run ends here without a box; a shell user still learns which folder and why.
 void makeRunFolder(RunState& state, const QString& folder)

@@ -4,6 +4,7 @@
 #include "core/MoveFiles.h"
 #include "core/RunState.h"
 
+#include <QLockFile>
 #include <utility>
 #include <vector>
 
@@ -57,6 +58,12 @@ bool checkLexicon(RunState& state)
         const QString name = rawName.trimmed();
         if (name.isEmpty())
             continue;
+        // The engine looks for each file in the user lexicon folder before
+        // the main one (a project word list lives beside the project), so a
+        // file found there is as good as one in the main folder.
+        QString userPath = config.UserLexPath + name;
+        if (modMoveFiles::CheckPath(state, userPath, modMoveFiles::File))
+            continue;
         QString path = config.MainLexPath + name;
         if (!modMoveFiles::CheckPath(state, path, modMoveFiles::File)) {
             state.ui.messageBox(modMoveFiles::PathNotFoundText(path), kProgramTitle, MessageIcon::Warning);
@@ -106,6 +113,15 @@ bool CheckConfiguredPaths(RunState& state)
     usable = checkFolderAccess(state) && usable;
     if (!modMoveFiles::CheckWriteAccess(state, config.TempPath))
         return false;
+    // Runs that share a temporary folder take turns: one run's clean-up would
+    // otherwise delete the input another run has staged there.
+    state.tempFolderLock
+        = std::make_unique<QLockFile>(config.TempPath + QStringLiteral("Quorvane_Temp.lock"));
+    state.tempFolderLock->setStaleLockTime(0); // only a lock whose process is gone is stale
+    if (!state.tempFolderLock->tryLock(0)) {
+        state.ui.diagnostic(QStringLiteral("waiting for another run that uses %1").arg(config.TempPath));
+        state.tempFolderLock->lock();
+    }
     config.TempPath += QStringLiteral("Quorvane_Temp/");
     if (!modMoveFiles::MakeFolder(config.TempPath)) {
         // Only possible when something else already holds that name.

@@ -1,10 +1,5 @@
 #include "rules/PendingRoutines.h"
 
-void TEXTVALIDITY(RunState&) { }
-
-void HYPHENATEDWORDCHECK(RunState&) { }
-void COMPOUNDWORDCHECK(RunState&) { }
-
 void NOLEADZERO(RunState&) { }
 void ATTRIBUNCONENTITY(RunState&) { }
 void ATTRIBRANGEVALIDITY(RunState&) { }
@@ -16,6 +11,7 @@ void CONVERT2ATTRIB(RunState&) { }
 void IMGNAMEARTIDEQUALITY(RunState&) { }
 void IMGNAMELENGTHEQUALITY(RunState&) { }
 void CheckImageValidation(RunState&) { }
+void StartImageCrossCheck(RunState&) { }
 void ReportImagesWithoutCallout(RunState&) { }
 void CheckFileName(RunState&) { }
 void CITATIONVALIDITY(RunState&) { }

@@ -6,13 +6,6 @@ struct RunState;
 // and runs, but that do nothing yet, grouped by rule family. Writing a rule
 // moves its names from here to the family's own file.
 
-// Text validity expressions.
-void TEXTVALIDITY(RunState& state);
-
-// Hyphenated and compound words.
-void HYPHENATEDWORDCHECK(RunState& state);
-void COMPOUNDWORDCHECK(RunState& state);
-
 // Attribute values.
 void NOLEADZERO(RunState& state);
 void ATTRIBUNCONENTITY(RunState& state);
@@ -27,6 +20,7 @@ void CONVERT2ATTRIB(RunState& state);
 void IMGNAMEARTIDEQUALITY(RunState& state);
 void IMGNAMELENGTHEQUALITY(RunState& state);
 void CheckImageValidation(RunState& state); // whole-file
+void StartImageCrossCheck(RunState& state); // before the first file of a batch
 void ReportImagesWithoutCallout(RunState& state); // after the last file of a run
 void CheckFileName(RunState& state); // whole-file
 void CITATIONVALIDITY(RunState& state);

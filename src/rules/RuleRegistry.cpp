@@ -4,7 +4,9 @@
 #include "rules/CharacterPatterns.h"
 #include "rules/Footnotes.h"
 #include "rules/HardReturns.h"
+#include "rules/HyphenatedWords.h"
 #include "rules/PendingRoutines.h"
+#include "rules/TextValidity.h"
 #include "rules/UnconvertedEntities.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -24,13 +26,13 @@ RuleBook makeRules()
     RuleBook book;
     // The order in which the dispatcher compares a declared name.
     book.routines = {
-        pending<TextValidityTbl>("TEXTVALIDITY"_L1, TEXTVALIDITY),
+        { "TEXTVALIDITY"_L1, TEXTVALIDITY, TextValidityTbl, LoadTextValidityTable },
         pending<ImageValidationTbl>("IMGNAMEARTIDEQUALITY"_L1, IMGNAMEARTIDEQUALITY),
         pending<ImageValidationTbl>("IMGNAMELENGTHEQUALITY"_L1, IMGNAMELENGTHEQUALITY),
         { "NOHRT"_L1, NOHRT, NoHRTDeclTbl, LoadNoHrtTable },
         { "WITHHRT"_L1, WITHHRT, WithHRTDeclTbl, LoadWithHrtTable },
-        pending<HyphenatedTbl>("HYPHENATEDWORDCHECK"_L1, HYPHENATEDWORDCHECK),
-        pending<HyphenatedTbl>("COMPOUNDWORDCHECK"_L1, COMPOUNDWORDCHECK),
+        { "HYPHENATEDWORDCHECK"_L1, HYPHENATEDWORDCHECK, HyphenatedTbl, LoadHyphenatedTable },
+        { "COMPOUNDWORDCHECK"_L1, COMPOUNDWORDCHECK, HyphenatedTbl, LoadHyphenatedTable },
         { "UNCONENTITIES"_L1, UNCONENTITIES, UnConEntitiesTbl, LoadUnconEntitiesTable },
         pending<Convert2TagTbl>("CONVERT2TAG"_L1, CONVERT2TAG),
         pending<NoLeadZeroTbl>("NOLEADZERO"_L1, NOLEADZERO),

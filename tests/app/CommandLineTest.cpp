@@ -70,3 +70,41 @@ TEST(CommandLine, TakesFileNameAndParentFolderPartFromThePath)
         EXPECT_EQ(ParentFolderPartOf(row.path), row.parent) << row.path.toStdString();
     }
 }
+
+TEST(CommandLine, ReadsTheBatchOptionsAndTakesTheRestAsEntries)
+{
+    struct Row {
+        QStringList arguments;
+        std::optional<QString> folder;
+        QString task;
+        std::optional<QString> work, output;
+        QStringList entries;
+        bool failed;
+    };
+    const std::nullopt_t none = std::nullopt;
+    const Row rows[] = {
+        { { "q", "--batch", "/in", "j1", "j 2" }, "/in", "", none, none, { "j1", "j 2" }, false },
+        { { "q", "--task", "T1", "--batch=/in", "--work", "/w", "--output=/o" }, "/in", "T1", "/w", "/o", {},
+            false },
+        // An entry is no "INPUT|TASK": the task code stays the batch's own.
+        { { "q", "--batch", "/in", "--task=T1", "j|1" }, "/in", "T1", none, none, { "j|1" }, false },
+        { { "q", "--batch", "/in", "--", "--odd" }, "/in", "", none, none, { "--odd" }, false },
+        { { "q", "--batch" }, none, "", none, none, {}, true },
+        { { "q", "--batch", "/in", "--output" }, none, "", none, none, {}, true },
+        { { "q", "--work", "/w", "a.xml" }, none, "", none, none, {}, true },
+    };
+    for (const Row& row : rows) {
+        const CommandLineOptions options = ParseCommandLineOptions(row.arguments);
+        const std::string shown = row.arguments.join(' ').toStdString();
+        EXPECT_EQ(!options.error.isEmpty(), row.failed) << shown;
+        if (row.failed)
+            continue;
+        EXPECT_EQ(options.batchFolder, row.folder) << shown;
+        EXPECT_EQ(options.task, row.task) << shown;
+        EXPECT_EQ(options.workPath, row.work) << shown;
+        EXPECT_EQ(options.outputPath, row.output) << shown;
+        EXPECT_EQ(options.entries, row.entries) << shown;
+        // Entries are no single-file command line: start-up sees batch mode.
+        EXPECT_EQ(options.commandLine, "") << shown;
+    }
+}

@@ -361,6 +361,14 @@ TEST_F(ConfigurationFileTest, ConfiguredPathsAreCheckedAndEveryProblemShown)
                 return QList { shown(d.path() + "lex/gone.dic" + kNotFoundTail, MessageIcon::Warning),
                     shown(d.path() + "lex/other.txt" + kNotFoundTail, MessageIcon::Warning) };
             } },
+        { "lexicon file in neither folder is named in the main folder",
+            [](IniBuilder& b, const TempDir& d) {
+                d.mkdir("userlex");
+                b.set("USERLEXPATH", d.path() + "userlex").set("MAINLEXFILES", "main.dic,project.txt");
+            },
+            [](const TempDir& d) {
+                return QList { shown(d.path() + "lex/project.txt" + kNotFoundTail, MessageIcon::Warning) };
+            } },
         { "input folder missing",
             [](IniBuilder& b, const TempDir& d) { b.set("INPUTPATH", d.path() + "noin"); },
             [](const TempDir& d) {
@@ -411,6 +419,15 @@ TEST_F(ConfigurationFileTest, ConfiguredPathsAreCheckedAndEveryProblemShown)
         EXPECT_FALSE(result.ok) << row.name;
         EXPECT_EQ(result.messages, row.messages(dir)) << row.name;
     }
+}
+
+TEST_F(ConfigurationFileTest, LexiconFilesMayLieInTheUserFolder)
+{
+    dir.mkdir("userlex");
+    dir.write("userlex/project.txt", "Quorvane\n");
+    ini.set("USERLEXPATH", dir.path() + "userlex").set("MAINLEXFILES", "main.dic, project.txt").write();
+    EXPECT_TRUE(read());
+    EXPECT_TRUE(ui.messages.isEmpty());
 }
 
 TEST_F(ConfigurationFileTest, UnusableTempFolderIsNotExtended)

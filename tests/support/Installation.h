@@ -20,6 +20,9 @@ public:
     QString outputPath() const { return root() + "output/"; }
     QString inputPath() const { return root() + "input/"; }
     QString tempPath() const { return root() + "temp/"; }
+    // For runs in the test process: write the INI, then start up from appFolder().
+    QString appFolder() const { return ini_.appFolder(); }
+    void writeConfiguration() const { ini_.write(); }
 
     // Sets a key where the base configuration has it; a null value removes it.
     void set(const QString& key, const QString& value);

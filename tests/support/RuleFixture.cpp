@@ -34,9 +34,27 @@ bool RuleFixture::loadTable(SupportFile which, const QByteArray& text)
 
 QStringList RuleFixture::run(const QByteArray& input)
 {
+    return run(input, Rules());
+}
+
+QStringList RuleFixture::run(const QByteArray& input, const RuleBook& rules)
+{
     sink.findings.clear();
     state.inputPath = dir.write("input.xml", input);
     OpenReports(state);
-    ValidateFile(state, Rules());
+    ValidateFile(state, rules);
     return sink.entries();
+}
+
+bool RuleFixture::setTable(SupportFile file, const QByteArray& text, TableLoader load)
+{
+    TableSet& set = state.config.ActiveTableSet;
+    set.file(file) = dir.write(QStringLiteral("table%1.tbl").arg(int(file)), text);
+    return load(state, set);
+}
+
+QByteArray RuleFixture::closeAndReadErrorReport()
+{
+    CloseReports(state);
+    return TempDir::read(state.report.errorReportPath);
 }

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+struct Configuration;
+struct RunState;
+
+// What the batch window (or its command-line counterpart) hands to PROCESS.
+struct BatchRequest {
+    QString inputFolder; // the folder list's path
+    QStringList selected; // names of the selected list entries, in list order
+    QString taskCode; // the task-code box, as typed
+    QString workPath; // the working-path box: where the reports go
+    QString outputPath; // the output-path box
+};
+
+// Told about the run as it goes, so a window or a terminal can show it.
+class BatchObserver {
+public:
+    virtual ~BatchObserver() = default;
+    // The inputs are taken and the program logs are open: lock the inputs.
+    virtual void batchStarted() { }
+    // number counts from 1; total is every file the batch found to validate.
+    virtual void fileStarted(int number, int total, const QString& inputPath) { }
+    // After the last file and the final message, or after a failure.
+    virtual void batchFinished() { }
+};
+
+// Input type "FILES" lists files; every other input type lists subfolders.
+bool ListsFiles(const Configuration& config);
+QString NoSelectionText(const Configuration& config);
+
+// The entries the folder list shows for the input type: ordinary files or
+// subfolders, by name.
+QStringList BatchListEntries(const Configuration& config, const QString& folder);
+
+// The file mask test of a walked file: a name without "." always passes.
+bool PassesFileMask(const QString& fileMask, const QString& fileName);
+
+// PROCESS: validates every selected file, or every file under every selected
+// folder, into report and output trees that mirror the input. Returns the
+// exit status of the batch; an unexpected failure throws RunAborted after the
+// failing file's partial reports are dropped and the program logs closed.
+int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observer);
+
+// The job folder that "Get next allocated" moves to, or the text of the
+// "ERROR" box when there is none.
+struct AllocatedFolder {
+    QString folder; // with a trailing "/"; empty on failure
+    QString errorText;
+};
+AllocatedFolder NextAllocatedFolder(const Configuration& config, const QString& currentFolder);
+
+// The headless batch: the command line stands in for the window's controls.
+struct BatchCommand {
+    QString folder;
+    QStringList entries; // empty: every entry of the list
+    QString taskCode; // the window's task-code box starts empty
+    std::optional<QString> workPath; // none: the configured working path
+    std::optional<QString> outputPath; // none: the configured output path
+};
+int RunBatchCommand(RunState& state, const BatchCommand& command, BatchObserver& observer);
+
+// The batch mode's way out (EXIT, closing the window, the end of a headless
+// batch): the temporary folder goes.
+void EndBatchSession(RunState& state);

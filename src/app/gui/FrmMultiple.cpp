@@ -1,0 +1,352 @@
+#include "app/gui/FrmMultiple.h"
+
+#include "app/gui/WindowOperator.h"
+#include "core/MoveFiles.h"
+#include "core/RunAborted.h"
+#include "core/RunState.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QDir>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QStorageInfo>
+#include <QVBoxLayout>
+
+namespace {
+
+const QString kParentEntry = QStringLiteral("..");
+
+QString absoluteFolder(const QString& folder)
+{
+    return modMoveFiles::WithTrailingSlash(QDir(folder).absolutePath());
+}
+
+// The roots of the mounted file systems, "/" first, each once.
+QStringList driveRoots()
+{
+    QStringList roots;
+    for (const QStorageInfo& volume : QStorageInfo::mountedVolumes()) {
+        const QString root = modMoveFiles::WithTrailingSlash(volume.rootPath());
+        // Containers mount single files too (/etc/hosts); only folders are drives.
+        if (volume.isValid() && volume.isReady() && QFileInfo(root).isDir() && !roots.contains(root))
+            roots.append(root);
+    }
+    roots.removeAll(QStringLiteral("/"));
+    roots.sort();
+    roots.prepend(QStringLiteral("/"));
+    return roots;
+}
+
+template <typename Widget> Widget* named(Widget* widget, const char* name)
+{
+    widget->setObjectName(QString::fromLatin1(name));
+    return widget;
+}
+
+} // namespace
+
+FrmMultiple::FrmMultiple(RunState& state, WindowOperator* windowOperator)
+    : state_(state)
+{
+    setWindowTitle(kProgramTitle);
+    buildControls();
+    buildLayout();
+    connectControls();
+    if (windowOperator)
+        windowOperator->setWindow(this, pbar_);
+
+    // Every start shows the configured paths, never what an earlier session typed.
+    TxtTempPath_->setText(state_.config.SavedWorkPath);
+    TxtOutputPath_->setText(state_.config.SavedOutputPath);
+    fillDriveList();
+    const QString configured = state_.config.InputPath;
+    setFolderPath(!configured.isEmpty() && QFileInfo(configured).isDir() ? configured : QDir::homePath());
+}
+
+void FrmMultiple::buildControls()
+{
+    drvInput_ = named(new QComboBox(this), "drvInput");
+    folderLabel_ = named(new QLabel(this), "lblFolder");
+    folderLabel_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    folderLabel_->setWordWrap(true);
+    dirInput_ = named(new QListWidget(this), "dirInput");
+    cmdAllocate_ = named(new QPushButton(QStringLiteral("Get &next allocated"), this), "cmdAllocate");
+    txtSearch_ = named(new QLineEdit(this), "txtSearch");
+    txtSearch_->setPlaceholderText(QStringLiteral("part of a name, then Enter"));
+    txtSearch_->setClearButtonEnabled(true);
+    chkAll_ = named(new QCheckBox(QStringLiteral("Select &All"), this), "chkAll");
+    lstFiles_ = named(new QListWidget(this), "lstFiles");
+    lstFiles_->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    TxtTaskCode_ = named(new QLineEdit(this), "TxtTaskCode");
+    TxtTempPath_ = named(new QLineEdit(this), "TxtTempPath");
+    TxtOutputPath_ = named(new QLineEdit(this), "TxtOutputPath");
+    cmdProcess_ = named(new QPushButton(QStringLiteral("&PROCESS"), this), "cmdProcess");
+    cmdExit_ = named(new QPushButton(QStringLiteral("E&XIT"), this), "cmdExit");
+    pbar_ = named(new QProgressBar(this), "pbar");
+    progressLabel_ = named(new QLabel(this), "lblProgress");
+    pbar_->setVisible(false);
+    progressLabel_->setVisible(false);
+}
+
+void FrmMultiple::buildLayout()
+{
+    auto* folderBox = new QGroupBox(QStringLiteral("Input folder"), this);
+    auto* folderLayout = new QVBoxLayout(folderBox);
+    auto* driveRow = new QHBoxLayout;
+    auto* driveLabel = new QLabel(QStringLiteral("&Drive:"), folderBox);
+    driveLabel->setBuddy(drvInput_);
+    driveRow->addWidget(driveLabel);
+    driveRow->addWidget(drvInput_, 1);
+    folderLayout->addLayout(driveRow);
+    auto* dirLabel = new QLabel(QStringLiteral("&Folder (Enter opens):"), folderBox);
+    dirLabel->setBuddy(dirInput_);
+    folderLayout->addWidget(dirLabel);
+    folderLayout->addWidget(folderLabel_);
+    folderLayout->addWidget(dirInput_, 1);
+    folderLayout->addWidget(cmdAllocate_);
+
+    auto* listBox = new QGroupBox(this);
+    auto* listLayout = new QVBoxLayout(listBox);
+    auto* searchRow = new QHBoxLayout;
+    auto* searchLabel = new QLabel(QStringLiteral("&Search:"), listBox);
+    searchLabel->setBuddy(txtSearch_);
+    searchRow->addWidget(searchLabel);
+    searchRow->addWidget(txtSearch_, 1);
+    searchRow->addWidget(chkAll_);
+    listLayout->addLayout(searchRow);
+    listLabel_ = new QLabel(listBox);
+    listLabel_->setBuddy(lstFiles_);
+    listLayout->addWidget(listLabel_);
+    listLayout->addWidget(lstFiles_, 1);
+    listBox->setTitle(ListsFiles(state_.config) ? QStringLiteral("Files") : QStringLiteral("Folders"));
+    listLabel_->setText(ListsFiles(state_.config)
+            ? QStringLiteral("F&iles to validate:")
+            : QStringLiteral("Fo&lders to validate (with everything below):"));
+
+    auto* settings = new QFormLayout;
+    settings->addRow(QStringLiteral("&Task code:"), TxtTaskCode_);
+    settings->addRow(QStringLiteral("&Working path:"), TxtTempPath_);
+    settings->addRow(QStringLiteral("&Output path:"), TxtOutputPath_);
+
+    auto* bottom = new QHBoxLayout;
+    auto* progress = new QVBoxLayout;
+    progress->addWidget(progressLabel_);
+    progress->addWidget(pbar_);
+    bottom->addLayout(progress, 1);
+    bottom->addWidget(cmdProcess_);
+    bottom->addWidget(cmdExit_);
+    cmdProcess_->setMinimumWidth(110);
+    cmdExit_->setMinimumWidth(90);
+
+    auto* columns = new QHBoxLayout;
+    columns->addWidget(folderBox, 1);
+    columns->addWidget(listBox, 1);
+    auto* layout = new QVBoxLayout(this);
+    layout->addLayout(columns, 1);
+    layout->addLayout(settings);
+    layout->addLayout(bottom);
+    resize(780, 540);
+
+    // In the order the operator fills the window in.
+    QWidget* order[] = { drvInput_, dirInput_, cmdAllocate_, txtSearch_, chkAll_, lstFiles_, TxtTaskCode_,
+        TxtTempPath_, TxtOutputPath_, cmdProcess_, cmdExit_ };
+    for (std::size_t i = 1; i < std::size(order); ++i)
+        setTabOrder(order[i - 1], order[i]);
+}
+
+void FrmMultiple::connectControls()
+{
+    connect(drvInput_, &QComboBox::activated, this, [this](int index) { driveChosen(index); });
+    // Enter and a double click both activate the highlighted folder.
+    connect(
+        dirInput_, &QListWidget::itemActivated, this, [this](QListWidgetItem* item) { openFolder(item); });
+    // clicked, not toggled: setting the box from the list must not select anything.
+    connect(chkAll_, &QCheckBox::clicked, this, [this](bool checked) { selectAll(checked); });
+    connect(lstFiles_, &QListWidget::itemSelectionChanged, this, [this] { refreshSelectionState(); });
+    connect(txtSearch_, &QLineEdit::textEdited, this, [this] { search(); });
+    connect(txtSearch_, &QLineEdit::returnPressed, this, [this] { search(); });
+    connect(cmdAllocate_, &QPushButton::clicked, this, [this] { allocate(); });
+    connect(cmdProcess_, &QPushButton::clicked, this, [this] { process(); });
+    connect(cmdExit_, &QPushButton::clicked, this, [this] { close(); });
+}
+
+void FrmMultiple::fillDriveList()
+{
+    drvInput_->clear();
+    drvInput_->addItems(driveRoots());
+}
+
+void FrmMultiple::setFolderPath(const QString& folder)
+{
+    folderPath_ = absoluteFolder(folder);
+    // The drive is the mounted file system that holds the folder: the longest root it starts with.
+    int best = -1;
+    for (int i = 0; i < drvInput_->count(); ++i) {
+        const QString root = drvInput_->itemText(i);
+        if (folderPath_.startsWith(root) && (best < 0 || root.size() > drvInput_->itemText(best).size()))
+            best = i;
+    }
+    drvInput_->setCurrentIndex(best);
+    folderLabel_->setText(folderPath_);
+    fillFolderList();
+    fillFileList();
+}
+
+void FrmMultiple::fillFolderList()
+{
+    dirInput_->clear();
+    if (folderPath_ != u"/")
+        dirInput_->addItem(kParentEntry);
+    dirInput_->addItems(QDir(folderPath_).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name));
+    if (dirInput_->count() > 0)
+        dirInput_->setCurrentRow(0);
+}
+
+void FrmMultiple::fillFileList()
+{
+    lstFiles_->clear();
+    lstFiles_->addItems(BatchListEntries(state_.config, folderPath_));
+    refreshSelectionState();
+}
+
+void FrmMultiple::openFolder(QListWidgetItem* item)
+{
+    if (!item)
+        return;
+    const QString name = item->text();
+    setFolderPath(name == kParentEntry ? QDir::cleanPath(folderPath_ + kParentEntry) : folderPath_ + name);
+}
+
+void FrmMultiple::driveChosen(int index)
+{
+    if (index >= 0)
+        setFolderPath(drvInput_->itemText(index));
+}
+
+void FrmMultiple::selectAll(bool checked)
+{
+    if (checked)
+        lstFiles_->selectAll();
+    else
+        lstFiles_->clearSelection();
+}
+
+void FrmMultiple::refreshSelectionState()
+{
+    const int count = lstFiles_->count();
+    // An empty list has nothing selected, so the box stays clear.
+    chkAll_->setChecked(count > 0 && lstFiles_->selectedItems().size() == count);
+}
+
+void FrmMultiple::search()
+{
+    const QString text = txtSearch_->text();
+    // Clearing the box leaves the selection as it is, rather than selecting everything.
+    if (text.isEmpty())
+        return;
+    lstFiles_->clearSelection();
+    QListWidgetItem* first = nullptr;
+    for (int i = 0; i < lstFiles_->count(); ++i) {
+        QListWidgetItem* item = lstFiles_->item(i);
+        if (!item->text().contains(text, Qt::CaseInsensitive))
+            continue;
+        item->setSelected(true);
+        if (!first)
+            first = item;
+    }
+    if (first) {
+        lstFiles_->setCurrentItem(first, QItemSelectionModel::NoUpdate);
+        lstFiles_->scrollToItem(first);
+    }
+}
+
+void FrmMultiple::allocate()
+{
+    const AllocatedFolder next = NextAllocatedFolder(state_.config, folderPath_);
+    if (next.folder.isEmpty()) {
+        state_.ui.messageBox(next.errorText, QStringLiteral("ERROR"), MessageIcon::Information);
+        return;
+    }
+    setFolderPath(next.folder);
+}
+
+void FrmMultiple::process()
+{
+    BatchRequest request;
+    request.inputFolder = folderPath_;
+    for (int i = 0; i < lstFiles_->count(); ++i) {
+        if (lstFiles_->item(i)->isSelected())
+            request.selected.append(lstFiles_->item(i)->text());
+    }
+    request.taskCode = TxtTaskCode_->text();
+    request.workPath = TxtTempPath_->text();
+    request.outputPath = TxtOutputPath_->text();
+    try {
+        const int status = RunBatch(state_, request, *this);
+        // A refused PROCESS (nothing selected) ran nothing: the last batch's status stands.
+        if (status != ExitStatus::Refused)
+            exitStatus_ = status;
+    } catch (const RunAborted& aborted) {
+        // An unexpected failure ends the program; the reports written so far stay.
+        exitStatus_ = aborted.exitStatus();
+        close();
+    }
+}
+
+void FrmMultiple::setInputsEnabled(bool enabled)
+{
+    // Search and "Get next allocated" would change the list and the folder
+    // that the running batch came from, so they wait too.
+    for (QWidget* control : std::initializer_list<QWidget*> { drvInput_, dirInput_, lstFiles_, chkAll_,
+             TxtTaskCode_, TxtTempPath_, TxtOutputPath_, cmdProcess_, cmdExit_, txtSearch_, cmdAllocate_ })
+        control->setEnabled(enabled);
+}
+
+void FrmMultiple::batchStarted()
+{
+    running_ = true;
+    setInputsEnabled(false);
+    pbar_->setValue(0);
+    pbar_->setVisible(true);
+    progressLabel_->setVisible(true);
+}
+
+void FrmMultiple::fileStarted(int number, int total, const QString& inputPath)
+{
+    progressLabel_->setText(QStringLiteral("File %1 of %2: %3").arg(number).arg(total).arg(inputPath));
+    state_.ui.processEvents();
+}
+
+void FrmMultiple::batchFinished()
+{
+    pbar_->setVisible(false);
+    progressLabel_->setVisible(false);
+    progressLabel_->clear();
+    setInputsEnabled(true);
+    running_ = false;
+    refreshSelectionState();
+}
+
+void FrmMultiple::closeEvent(QCloseEvent* event)
+{
+    // Closing mid-batch would leave half-written reports behind.
+    if (running_) {
+        event->ignore();
+        return;
+    }
+    if (!ended_) {
+        ended_ = true;
+        EndBatchSession(state_);
+        QApplication::exit(exitStatus_);
+    }
+    event->accept();
+}

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "app/BatchRun.h"
+
+#include <QWidget>
+
+class QCheckBox;
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QListWidget;
+class QListWidgetItem;
+class QProgressBar;
+class QPushButton;
+class WindowOperator;
+struct RunState;
+
+// The batch window: the operator picks a folder, the files or subfolders to
+// validate, a task code and the report and output folders, and presses
+// PROCESS. The window only collects these and shows progress; the batch
+// itself is RunBatch's.
+class FrmMultiple : public QWidget, private BatchObserver {
+public:
+    // With a window operator the message boxes and the per-file progress use
+    // this window; tests leave it out and watch the run state's operator.
+    explicit FrmMultiple(RunState& state, WindowOperator* windowOperator = nullptr);
+
+    // The folder list's path, with a trailing "/".
+    QString folderPath() const { return folderPath_; }
+    // Moves the drive and folder lists to the folder and refills the list.
+    void setFolderPath(const QString& folder);
+    bool isRunning() const { return running_; }
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void buildControls();
+    void buildLayout();
+    void connectControls();
+    void fillDriveList();
+    void fillFolderList();
+    void fillFileList();
+    void openFolder(QListWidgetItem* item);
+    void driveChosen(int index);
+    void selectAll(bool checked);
+    void refreshSelectionState();
+    void search();
+    void allocate();
+    void process();
+    void setInputsEnabled(bool enabled);
+
+    void batchStarted() override;
+    void fileStarted(int number, int total, const QString& inputPath) override;
+    void batchFinished() override;
+
+    RunState& state_;
+    QString folderPath_;
+    bool running_ = false;
+    bool ended_ = false;
+    int exitStatus_ = 0;
+
+    QComboBox* drvInput_;
+    QLabel* folderLabel_;
+    QListWidget* dirInput_;
+    QLabel* listLabel_;
+    QListWidget* lstFiles_;
+    QCheckBox* chkAll_;
+    QLineEdit* txtSearch_;
+    QLineEdit* TxtTaskCode_;
+    QPushButton* cmdAllocate_;
+    QLineEdit* TxtTempPath_;
+    QLineEdit* TxtOutputPath_;
+    QPushButton* cmdProcess_;
+    QPushButton* cmdExit_;
+    QProgressBar* pbar_;
+    QLabel* progressLabel_;
+};

@@ -1,0 +1,245 @@
+#include "rules/HyphenatedWords.h"
+
+#include "config/TableReading.h"
+#include "core/RunState.h"
+#include "engine/RuleHelpers.h"
+#include "report/Reports.h"
+#include "text/xmlClass.h"
+
+namespace {
+
+constexpr int kSuggestionDepth = 35;
+constexpr int kSuggestionCount = 2;
+
+bool isWordCharacter(QChar c)
+{
+    const QChar upper = c.toUpper();
+    return (upper >= u'A' && upper <= u'Z') || (upper >= u'0' && upper <= u'9');
+}
+
+// What a number parser reads from letters and digits: digits, with an
+// exponent when "E" and more digits follow. Words like "inf" stay words.
+bool isNumber(const QString& text)
+{
+    const auto digitsFrom = [&](qsizetype from) {
+        qsizetype end = from;
+        while (end < text.size() && text[end] >= u'0' && text[end] <= u'9')
+            ++end;
+        return end;
+    };
+    qsizetype i = digitsFrom(0);
+    if (i == 0)
+        return false;
+    if (i < text.size() && (text[i] == u'e' || text[i] == u'E')) {
+        const qsizetype end = digitsFrom(i + 1);
+        if (end == i + 1)
+            return false;
+        i = end;
+    }
+    return i == text.size();
+}
+
+qsizetype wordRunEnd(const QString& text, qsizetype from)
+{
+    while (from < text.size() && isWordCharacter(text[from]))
+        ++from;
+    return from;
+}
+
+// The answer for the text, asking the engine only the first time.
+SpellingAnswer& answerFor(RunState& state, const QString& text)
+{
+    SpellingState& spelling = state.spelling;
+    const auto known = spelling.answers.find(text);
+    if (known != spelling.answers.end())
+        return *known;
+    SpellingAnswer answer;
+    // An empty text holds no misspelt word; without an engine nothing else is known.
+    answer.misspelt = !text.isEmpty()
+        && (!spelling.engine || spelling.engine->CheckString(text) != SpellingEngine::kNoMisspelling);
+    return *spelling.answers.insert(text, answer);
+}
+
+// Whether the engine finds nothing wrong with the text, without asking for
+// suggestions: for a caller that empties the suggestions before reading them.
+bool isWordKnown(RunState& state, const QString& text)
+{
+    return !answerFor(state, text).misspelt;
+}
+
+// The element's text that both checks search: the start tag, its content with
+// every nested element replaced by "<?>", and the end tag.
+QString elementText(RunState& state)
+{
+    xmlClass xml(state.toolkit);
+    const ValidationContext& context = state.context;
+    const QString endTag = QStringLiteral("</") + context.tagName + QLatin1Char('>');
+    std::int32_t position = context.filePosition;
+    QString content = xml.GetPCDATA(state.wholeText, context.tagText, endTag, position);
+    xml.RemoveTags(content, true);
+    content.replace(QStringLiteral("teMpSEparAtor"), QStringLiteral("<?>"));
+    return context.tagText + content + endTag;
+}
+
+const HyphenatedTable* acceptedWords(const RunState& state)
+{
+    return state.config.ActiveTableSet.loaded<HyphenatedTable>(SupportFile::HyphenatedTbl);
+}
+
+bool isAccepted(const HyphenatedTable* table, const QString& word)
+{
+    return table && table->accepts(word);
+}
+
+} // namespace
+
+bool LoadHyphenatedTable(RunState& state, TableSet& set)
+{
+    const QString& path = set.file(SupportFile::HyphenatedTbl);
+    QStringList lines;
+    if (!TableReading::ReadLines(state, path, lines))
+        return false;
+    auto table = std::make_shared<HyphenatedTable>();
+    bool badEntrySeen = false;
+    // The first line names the column, as in every headed table.
+    for (qsizetype i = 1; i < lines.size(); ++i) {
+        const QString& line = lines[i];
+        if (line.trimmed().isEmpty())
+            continue;
+        if (!line.contains(QLatin1Char('-'))) {
+            badEntrySeen = true;
+            continue;
+        }
+        table->entries.append(line);
+        table->upperEntries.insert(line.toUpper());
+    }
+    if (badEntrySeen) {
+        state.ui.messageBox(QStringLiteral("Hyphen (-) not found in some of the entries in ") + path,
+            kProgramTitle, MessageIcon::Warning);
+    }
+    set.table(SupportFile::HyphenatedTbl) = std::move(table);
+    return true;
+}
+
+QString ExtractHyphenatedWord(const QString& text, std::int32_t hyphenPosition, HyphenAt mode)
+{
+    const qsizetype hyphen = hyphenPosition - 1;
+    qsizetype first = hyphen;
+    while (first > 0 && isWordCharacter(text[first - 1]))
+        --first;
+    QString word = text.sliced(first, hyphen + 1 - first);
+    if (mode == HyphenAt::LineEnd) {
+        // After the hyphen come CR and LF; the line break is dropped.
+        const qsizetype secondStart = std::min(hyphen + 3, text.size());
+        word += QStringView(text).sliced(secondStart, wordRunEnd(text, secondStart) - secondStart);
+    } else {
+        qsizetype end = wordRunEnd(text, hyphen + 1);
+        while (end < text.size() && text[end] == u'-')
+            end = wordRunEnd(text, end + 1);
+        if (end == hyphen + 1)
+            return {};
+        word += QStringView(text).sliced(hyphen + 1, end - hyphen - 1);
+    }
+    if (isNumber(QString(word).remove(QLatin1Char('-'))))
+        return {};
+    return word;
+}
+
+std::int16_t SpellCheckWord(RunState& state, const QString& word)
+{
+    SpellingAnswer& answer = answerFor(state, word);
+    if (!answer.misspelt)
+        return 0;
+    SpellingState& spelling = state.spelling;
+    if (!answer.suggested) {
+        answer.suggested = true;
+        if (spelling.engine)
+            answer.suggestions = spelling.engine->Suggest(word, kSuggestionDepth, kSuggestionCount);
+    }
+    for (QString suggestion : answer.suggestions) {
+        // The engine's texts end at their first NUL.
+        const qsizetype nul = suggestion.indexOf(QChar(u'\0'));
+        if (nul >= 0)
+            suggestion.truncate(nul);
+        if (suggestion.isEmpty())
+            continue;
+        if (!spelling.suggestions.isEmpty())
+            spelling.suggestions += QStringLiteral(", ");
+        spelling.suggestions += suggestion;
+    }
+    return -1;
+}
+
+void HYPHENATEDWORDCHECK(RunState& state)
+{
+    const ValidationContext& context = state.context;
+    if (context.tagType != TagKind::Start)
+        return;
+    const QString text = elementText(state);
+    const HyphenatedTable* accepted = acceptedWords(state);
+    QString& suggestions = state.spelling.suggestions;
+    const QString foundIn = QStringLiteral(" found in ") + context.tagText;
+    for (qsizetype hit = text.indexOf(QStringLiteral("-\r\n")); hit >= 0;
+         hit = text.indexOf(QStringLiteral("-\r\n"), hit + 1)) {
+        const QString word
+            = ExtractHyphenatedWord(text, static_cast<std::int32_t>(hit + 1), HyphenAt::LineEnd);
+        bool open = true;
+        suggestions.clear();
+        // A joined form the engine knows means the hyphen should have gone.
+        // (An empty word, from a split number, is such a joined form too.)
+        if (!word.endsWith(QLatin1Char('-')) && isWordKnown(state, QString(word).remove(QLatin1Char('-')))) {
+            ReportBySeverity(state, state.routineParameter, context.lineNumber,
+                QStringLiteral("Hyphenated word: ") + word + foundIn, DataContentAt(state, 0),
+                context.linePosition);
+            open = false;
+        }
+        if (open && isAccepted(accepted, word))
+            open = false;
+        if (!open)
+            continue;
+        suggestions.clear();
+        if (SpellCheckWord(state, word) == 0)
+            continue;
+        const QString message = suggestions.isEmpty()
+            ? QStringLiteral("Hyphenated word: ") + word + foundIn
+            : QStringLiteral("Hyphenated word: ") + word + QStringLiteral(" Suggested Words: ") + suggestions;
+        WriteWarningEntry(state, context.lineNumber, message, DataContentAt(state, 0), context.linePosition);
+    }
+}
+
+void COMPOUNDWORDCHECK(RunState& state)
+{
+    const ValidationContext& context = state.context;
+    if (context.tagType != TagKind::Start)
+        return;
+    const QString text = elementText(state);
+    const HyphenatedTable* accepted = acceptedWords(state);
+    QString& suggestions = state.spelling.suggestions;
+    const QString foundIn = QStringLiteral(" found in ") + context.tagText;
+    qsizetype hit = text.indexOf(QLatin1Char('-'));
+    while (hit >= 0) {
+        const QString word
+            = ExtractHyphenatedWord(text, static_cast<std::int32_t>(hit + 1), HyphenAt::InLine);
+        if (word.isEmpty()) {
+            hit = text.indexOf(QLatin1Char('-'), hit + 1);
+            continue;
+        }
+        bool open = !isAccepted(accepted, word);
+        suggestions.clear();
+        if (open && SpellCheckWord(state, word) == 0) {
+            WriteWarningEntry(state, context.lineNumber, QStringLiteral("Compound Word: ") + word + foundIn,
+                DataContentAt(state, 0), context.linePosition);
+            open = false;
+        }
+        if (open) {
+            const QString message = suggestions.isEmpty() ? QStringLiteral("Compound Word: ") + word + foundIn
+                                                          : QStringLiteral("Compound Word: ") + word
+                    + QStringLiteral(" Suggested Words: ") + suggestions;
+            ReportBySeverity(state, state.routineParameter, context.lineNumber, message,
+                DataContentAt(state, 0), context.linePosition);
+        }
+        // Resuming at the word's first hyphen is deliberate: in "a-b-c" the
+        // search goes on at the second hyphen and examines "b-c" as well.
+        hit = text.indexOf(QLatin1Char('-'), hit + word.indexOf(QLatin1Char('-')) + 1);
+    }
+}

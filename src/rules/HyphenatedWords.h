@@ -1,0 +1,40 @@
+#pragma once
+
+#include "core/TableSet.h"
+
+#include <QSet>
+#include <QString>
+#include <QStringList>
+#include <cstdint>
+
+struct RunState;
+
+// The accepted hyphenated words: one entry a line, kept as read (untrimmed),
+// so an entry with trailing blanks never matches.
+struct HyphenatedTable : SupportTable {
+    QStringList entries;
+    QSet<QString> upperEntries; // the entries upper-cased, for the comparison
+
+    bool accepts(const QString& word) const { return upperEntries.contains(word.toUpper()); }
+};
+
+bool LoadHyphenatedTable(RunState& state, TableSet& set);
+
+enum class HyphenAt : int { LineEnd = 1, InLine = 2 };
+
+// The word around the hyphen at the one-based position: the letters and
+// digits before it, the hyphen, and the letters and digits after the line
+// break (LineEnd) or after the hyphen and any further hyphens (InLine). Empty
+// when the word without its hyphens is a number, or when an in-line hyphen has
+// nothing after it.
+QString ExtractHyphenatedWord(const QString& text, std::int32_t hyphenPosition, HyphenAt mode);
+
+// Asks the engine about the word: 0 when it finds nothing wrong, -1 when it
+// reports the word, in which case its suggestions (at most two) have been
+// appended to the run's shared suggestions string, joined by ", ".
+std::int16_t SpellCheckWord(RunState& state, const QString& word);
+
+// Line-end hyphenations in the element's text that should have been joined.
+void HYPHENATEDWORDCHECK(RunState& state);
+// Hyphenated compounds inside the lines of the element's text.
+void COMPOUNDWORDCHECK(RunState& state);

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "core/SpellingEngine.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+class Hunspell;
+
+// The spelling engine on Hunspell. The lexicon files are looked for in the
+// user lexicon folder first, then in the main lexicon folder. A name ending in
+// ".dic" with its ".aff" beside it is a dictionary (the first one is the main
+// dictionary, later ones are added to it); any other file is a word list, one
+// word a line, whose words are added.
+class HunspellEngine : public SpellingEngine {
+public:
+    HunspellEngine();
+    ~HunspellEngine() override;
+
+    void SetMainLexPath(const QString& folder) override;
+    void SetUserLexPath(const QString& folder) override;
+    void SetUserLexFiles(const QString& names) override;
+    void SetOption(std::uint32_t option, std::int32_t value) override;
+    int CheckString(const QString& text) override;
+    QStringList Suggest(const QString& text, int depth, int maxCount) override;
+
+    // The path a lexicon file name stands for: in the user folder when it is
+    // there, else in the main folder.
+    QString LexiconFilePath(const QString& name) const;
+
+private:
+    class Codec;
+
+    void addDictionary(const QString& dicPath, const QString& affPath);
+    void addWordList(const QString& path);
+    bool encode(const QString& text, std::string& bytes) const;
+
+    QString mainLexPath_;
+    QString userLexPath_;
+    std::unique_ptr<Hunspell> hunspell_;
+    std::unique_ptr<Codec> codec_;
+    std::vector<std::string> pendingWords_; // word-list words met before any dictionary, UTF-8
+};

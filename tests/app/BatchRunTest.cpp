@@ -1,0 +1,376 @@
+#include "app/BatchRun.h"
+
+#include "app/modGlobal.h"
+#include "core/RunAborted.h"
+#include "core/RunState.h"
+#include "support/Installation.h"
+#include "support/RecordingOperator.h"
+
+#include <QDir>
+#include <QFile>
+#include <gtest/gtest.h>
+
+namespace {
+
+const QByteArray kWithError = "<doc>\r\n<fn fnref=\"1\">1 x</fn>\r\n</doc>\r\n";
+const QByteArray kClean = "<doc>fine</doc>\r\n";
+
+// Remembers what the runner told it, in order.
+struct RecordingObserver : BatchObserver {
+    void batchStarted() override { events << "started"; }
+    void fileStarted(int number, int total, const QString& inputPath) override
+    {
+        events << QStringLiteral("%1/%2 %3").arg(number).arg(total).arg(inputPath);
+    }
+    void batchFinished() override { events << "finished"; }
+    QStringList events;
+};
+
+// An installation started up in this process, in batch mode, with one rule
+// that finds an error in kWithError.
+class BatchRunTest : public ::testing::Test {
+protected:
+    void startUp()
+    {
+        inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
+        inst.writeConfiguration();
+        state.config.ApplicationPath = inst.appFolder() + "/";
+        ASSERT_EQ(Main(state, QString()), RunMode::Batch);
+    }
+    QString input(const QString& relativePath, const QByteArray& content = kClean)
+    {
+        return inst.writeInput(relativePath, content);
+    }
+    BatchRequest request(const QString& folder, const QStringList& selected) const
+    {
+        return { folder, selected, QString(), inst.workPath(), inst.outputPath() };
+    }
+    static QStringList messageTexts(const RecordingOperator& ui)
+    {
+        QStringList texts;
+        for (const RecordedMessage& message : ui.messages)
+            texts << message.title + ": " + message.text;
+        return texts;
+    }
+    static bool exists(const QString& path) { return QFileInfo::exists(path); }
+
+    Installation inst;
+    RecordingOperator ui;
+    RunState state { ui };
+    RecordingObserver observer;
+};
+
+} // namespace
+
+TEST(BatchFileMask, IgnoresCaseAndPassesNamesWithoutExtension)
+{
+    struct Row {
+        QString mask, name;
+        bool passes;
+    };
+    const Row rows[] = {
+        { "|xml|sgm|", "a.xml", true }, { "|xml|sgm|", "a.XML", true }, { "|xml|sgm|", "a.sgm", true },
+        { "|xml|sgm|", "a.txt", false }, { "|xml|sgm|", "README", true }, // no "." at all
+        { "|xml|sgm|", "a.b.xml", true }, // the last extension counts
+        { "|xml|sgm|", "a.xml.bak", false },
+        { "|xml|sgm|", "a.", false }, // an empty extension is no extension of the mask
+        { "|xml|sgm|", "a.ml", false }, // a whole extension, not a piece of one
+        { "", "a.txt", true }, // no mask: every file
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(PassesFileMask(row.mask, row.name), row.passes)
+            << row.mask.toStdString() << " " << row.name.toStdString();
+}
+
+TEST_F(BatchRunTest, FilesModeListsEveryVisibleFileByNameAndJoinsOutputWithTheFolderName)
+{
+    inst.set("INPUTTYPE", "files");
+    inst.appendIni("[I/O PATHS]\r\nINPUTFILEMASK = xml\r\n");
+    startUp();
+    const QString folder = inst.inputPath() + "batch7/";
+    input("batch7/b.XML");
+    input("batch7/a.xml", kWithError);
+    input("batch7/c.txt");
+    input("batch7/README");
+    input("batch7/.gitkeep");
+    QDir().mkpath(folder + "sub");
+    ASSERT_EQ(BatchListEntries(state.config, folder), QStringList({ "README", "a.xml", "b.XML", "c.txt" }));
+
+    // The mask belongs to the folder walk: a listed file is validated whatever its extension.
+    const int status = RunBatch(state, request(folder, { "a.xml", "b.XML", "c.txt" }), observer);
+    EXPECT_EQ(status, ExitStatus::ErrorsFound);
+    EXPECT_EQ(observer.events,
+        QStringList({ "started", "1/3 " + folder + "a.xml", "2/3 " + folder + "b.XML",
+            "3/3 " + folder + "c.txt", "finished" }));
+    EXPECT_EQ(messageTexts(ui),
+        QStringList(
+            { "Complete Process: Finish Processing! Please view the log file/s in " + inst.workPath() }));
+    EXPECT_TRUE(Installation::read(inst.workPath() + "a.ERR").contains("Total No. of Errors: 1"));
+    EXPECT_EQ(Installation::read(inst.workPath() + "b.ERR"), "");
+    // The output folder is the output path and the input folder's name, joined
+    // directly with each report's base name.
+    EXPECT_TRUE(QFileInfo(inst.outputPath() + "batch7").isDir());
+    EXPECT_TRUE(exists(inst.outputPath() + "batch7a.ERR"));
+    EXPECT_EQ(Installation::read(inst.outputPath() + "batch7b.XML"), kClean);
+    EXPECT_FALSE(exists(inst.outputPath() + "batch7a.xml"));
+    EXPECT_FALSE(exists(inst.workPath() + "README.ERR"));
+
+    // A folder given as a relative path names the folder it leads to.
+    ASSERT_TRUE(QFile::remove(inst.outputPath() + "batch7c.txt"));
+    ASSERT_EQ(RunBatch(state, request(folder + "sub/..", { "c.txt" }), observer), ExitStatus::Clean);
+    EXPECT_EQ(Installation::read(inst.outputPath() + "batch7c.txt"), kClean);
+}
+
+TEST_F(BatchRunTest, FoldersModeWalksNestedFoldersIntoMirroredTreesWithTheirLogFolders)
+{
+    inst.appendIni("[I/O PATHS]\r\nINPUTFILEMASK = xml|sgm\r\nCREATELOGFOLDER = LOGS\r\n");
+    startUp();
+    input("j1/a.xml", kWithError);
+    input("j1/ch/b.XML");
+    input("j1/ch/README");
+    input("j1/ch/notes.txt");
+    input("j1/ch/deep/c.sgm");
+    input("j2/d.xml");
+    input("loose.xml");
+    ASSERT_EQ(BatchListEntries(state.config, inst.inputPath()), QStringList({ "j1", "j2" }));
+
+    const int status = RunBatch(state, request(inst.inputPath(), { "j1" }), observer);
+    EXPECT_EQ(status, ExitStatus::ErrorsFound);
+    const QString in = inst.inputPath();
+    // Files of a folder before its subfolders, each folder by name.
+    EXPECT_EQ(observer.events,
+        QStringList({ "started", "1/4 " + in + "j1/a.xml", "2/4 " + in + "j1/ch/README",
+            "3/4 " + in + "j1/ch/b.XML", "4/4 " + in + "j1/ch/deep/c.sgm", "finished" }));
+    const QString work = inst.workPath();
+    const QString out = inst.outputPath();
+    for (const QString& report : { "j1/a", "j1/ch/README", "j1/ch/b", "j1/ch/deep/c" }) {
+        EXPECT_TRUE(exists(work + report + ".ERR")) << report.toStdString();
+        EXPECT_TRUE(exists(work + report + ".WRN")) << report.toStdString();
+        const QString logFolder = out + QFileInfo(report).path() + "/LOGS/";
+        EXPECT_TRUE(exists(logFolder + QFileInfo(report).fileName() + ".ERR")) << logFolder.toStdString();
+    }
+    EXPECT_TRUE(Installation::read(work + "j1/a.ERR").contains("Total No. of Errors: 1"));
+    EXPECT_EQ(Installation::read(out + "j1/ch/b.XML"), kClean); // clean files pass on, inside their folder
+    EXPECT_FALSE(exists(out + "j1/a.xml"));
+    EXPECT_FALSE(exists(work + "j1/ch/notes.ERR"));
+    EXPECT_FALSE(exists(work + "j2"));
+    EXPECT_FALSE(exists(work + "loose.ERR"));
+}
+
+TEST_F(BatchRunTest, ProgramLogsSpanTheBatch)
+{
+    startUp();
+    input("j1/a.xml", kWithError);
+    input("j2/b.xml");
+    ASSERT_EQ(RunBatch(state, request(inst.inputPath(), { "j2", "j1" }), observer), ExitStatus::ErrorsFound);
+
+    const QString log = QString::fromUtf8(Installation::read(inst.workPath() + "quorvane.LOG"));
+    EXPECT_EQ(log.count("Time Started: "), 1);
+    EXPECT_EQ(log.count("Time Ended: "), 1);
+    // Selected folders in the order of the selection.
+    const qsizetype second = log.indexOf("FilePath    : " + inst.inputPath() + "j2/b.xml");
+    const qsizetype first = log.indexOf("FilePath    : " + inst.inputPath() + "j1/a.xml");
+    EXPECT_GE(second, 0);
+    EXPECT_GT(first, second);
+    const QString errorView = QString::fromUtf8(Installation::read(inst.workPath() + "quorvane_ErrView.LOG"));
+    EXPECT_EQ(errorView.count("Input File: "), 2);
+    EXPECT_EQ(errorView.count("No Errors Found!"), 1);
+    EXPECT_TRUE(errorView.endsWith(QString("\r\n")));
+    EXPECT_EQ(errorView.count("Time Ended: "), 1);
+}
+
+TEST_F(BatchRunTest, ACleanBatchExitsZeroAndTheNextBatchCountsAfresh)
+{
+    startUp();
+    input("j1/a.xml", kWithError);
+    input("j2/b.xml");
+    EXPECT_EQ(RunBatch(state, request(inst.inputPath(), { "j1" }), observer), ExitStatus::ErrorsFound);
+    EXPECT_EQ(RunBatch(state, request(inst.inputPath(), { "j2" }), observer), ExitStatus::Clean);
+}
+
+TEST_F(BatchRunTest, NothingSelectedWarnsAndRunsNothing)
+{
+    struct Row {
+        const char* inputType;
+        QString warning;
+    };
+    const Row rows[] = { { "FILES", "No file(s) selected !" }, { "SGML", "No folder(s) selected !" } };
+    for (const Row& row : rows) {
+        Installation fresh;
+        fresh.set("INPUTTYPE", row.inputType);
+        fresh.writeConfiguration();
+        RecordingOperator freshUi;
+        RunState freshState(freshUi);
+        freshState.config.ApplicationPath = fresh.appFolder() + "/";
+        ASSERT_EQ(Main(freshState, QString()), RunMode::Batch);
+        RecordingObserver freshObserver;
+        const BatchRequest empty { fresh.inputPath(), {}, "T1", fresh.workPath(), fresh.outputPath() };
+        EXPECT_EQ(RunBatch(freshState, empty, freshObserver), ExitStatus::Refused);
+        EXPECT_EQ(freshUi.messages,
+            QList<RecordedMessage>({ { row.warning, kProgramTitle, MessageIcon::Warning } }));
+        EXPECT_TRUE(freshObserver.events.isEmpty());
+        EXPECT_FALSE(exists(fresh.workPath() + "quorvane.LOG"));
+        // The boxes are taken before the selection is looked at.
+        EXPECT_EQ(freshState.taskCode, "T1");
+    }
+}
+
+TEST_F(BatchRunTest, AFailingFileEndsTheBatchWithItsReportsAndTheLogsClosed)
+{
+    inst.set("INPUTTYPE", "FILES");
+    startUp();
+    input("a.xml", kWithError);
+    input("c.xml");
+    // Listed when the operator chose it, gone by the time its turn comes.
+    try {
+        RunBatch(state, request(inst.inputPath(), { "a.xml", "gone.xml", "c.xml" }), observer);
+        FAIL() << "the batch went on after a failure";
+    } catch (const RunAborted& aborted) {
+        EXPECT_EQ(aborted.exitStatus(), ExitStatus::Refused);
+    }
+    // Input loading says what it could not read; the failure ends the batch.
+    ASSERT_FALSE(ui.messages.isEmpty());
+    EXPECT_TRUE(ui.messages.last().text.startsWith("Error in Reading Input File!  -- Error: "))
+        << messageTexts(ui).join("\n").toStdString();
+    EXPECT_FALSE(messageTexts(ui).join("\n").contains("Complete Process"));
+    EXPECT_TRUE(Installation::read(inst.workPath() + "a.ERR").contains("Total No. of Errors: 1"));
+    // The failing file leaves no report that would look clean.
+    EXPECT_FALSE(exists(inst.workPath() + "gone.ERR"));
+    EXPECT_FALSE(exists(inst.workPath() + "gone.ERR.part"));
+    EXPECT_FALSE(exists(inst.workPath() + "c.ERR"));
+    EXPECT_TRUE(Installation::read(inst.workPath() + "quorvane.LOG").contains("Time Ended: "));
+    EXPECT_EQ(observer.events.last(), "finished");
+}
+
+TEST_F(BatchRunTest, ListedFilesRunTheirBeforeProgramsBeforeTheReportsOpenWalkedFilesAfter)
+{
+    const QString log = inst.root() + "before.log";
+    const QString script = inst.root() + "before.sh";
+    QFile file(script);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(("#!/bin/sh\nname=$(basename \"$1\" .xml)\nif [ -e \"$REPORTS/$name.ERR.part\" ]; then echo "
+                "\"$1 open\" "
+                ">> '"
+        + log + "'; else echo \"$1 closed\" >> '" + log + "'; fi\n")
+                   .toUtf8());
+    file.close();
+    file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
+    inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + script + "\r\n");
+    startUp();
+    input("j1/a.xml");
+    input("b.xml");
+    const QString staged = state.config.TempPath;
+
+    qputenv("REPORTS", inst.workPath().toUtf8());
+    state.config.InputType = "FILES";
+    RunBatch(state, request(inst.inputPath(), { "b.xml" }), observer);
+    qputenv("REPORTS", (inst.workPath() + "j1").toUtf8());
+    state.config.InputType = "SGML";
+    RunBatch(state, request(inst.inputPath(), { "j1" }), observer);
+    qunsetenv("REPORTS");
+
+    // Both get a copy in the temporary folder; the input stays where it is.
+    EXPECT_EQ(
+        QString::fromUtf8(Installation::read(log)), staged + "b.xml closed\n" + staged + "a.xml open\n");
+    EXPECT_TRUE(exists(inst.inputPath() + "j1/a.xml"));
+    EXPECT_EQ(Installation::read(inst.workPath() + "quorvane.LOG")
+                  .count("FilePath    : " + inst.inputPath().toUtf8()),
+        1);
+}
+
+TEST_F(BatchRunTest, TheCommandLineChoosesEntriesByNameOrTakesTheWholeList)
+{
+    startUp();
+    input("j1/a.xml");
+    input("j2/b.xml");
+    input("j3/c.xml");
+    struct Row {
+        QStringList entries;
+        QStringList validated; // report folders that must exist afterwards
+        QString refusal; // the critical message, empty when the batch runs
+    };
+    const Row rows[] = {
+        { {}, { "j1", "j2", "j3" }, "" },
+        { { "j3/", "j1", "j3" }, { "j3", "j1" }, "" }, // completion's "/" and a repeat are harmless
+        { { "j1", "j9" }, {}, "j9 not found in %IN%" },
+        { { "j1/a.xml" }, {}, "j1/a.xml not found in %IN%" },
+    };
+    for (const Row& row : rows) {
+        QDir(inst.workPath()).removeRecursively();
+        QDir().mkpath(inst.workPath());
+        ui.messages.clear();
+        BatchCommand command;
+        command.folder = inst.inputPath();
+        command.entries = row.entries;
+        const int status = RunBatchCommand(state, command, observer);
+        if (row.refusal.isEmpty()) {
+            EXPECT_EQ(status, ExitStatus::Clean);
+            for (const QString& folder : row.validated)
+                EXPECT_TRUE(exists(inst.workPath() + folder)) << folder.toStdString();
+            EXPECT_EQ(QDir(inst.workPath()).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size(),
+                row.validated.size());
+        } else {
+            EXPECT_EQ(status, ExitStatus::Refused);
+            const QString text = QString(row.refusal).replace("%IN%", inst.inputPath());
+            EXPECT_EQ(
+                ui.messages, QList<RecordedMessage>({ { text, kProgramTitle, MessageIcon::Critical } }));
+            EXPECT_FALSE(exists(inst.workPath() + "quorvane.LOG"));
+        }
+    }
+}
+
+TEST_F(BatchRunTest, TheCommandLineBoxesDefaultToTheConfiguredPaths)
+{
+    startUp();
+    input("j1/a.xml");
+    const QString otherWork = inst.root() + "otherwork";
+    QDir().mkpath(otherWork);
+    BatchCommand command;
+    command.folder = inst.inputPath();
+    command.workPath = otherWork; // without its final "/"
+    command.taskCode = "  T1 ";
+    EXPECT_EQ(RunBatchCommand(state, command, observer), ExitStatus::Clean);
+    EXPECT_TRUE(exists(otherWork + "/j1/a.ERR"));
+    EXPECT_TRUE(exists(inst.outputPath() + "j1/a.WRN"));
+    EXPECT_EQ(state.taskCode, "T1");
+
+    command.folder = inst.root() + "nowhere";
+    ui.messages.clear();
+    EXPECT_EQ(RunBatchCommand(state, command, observer), ExitStatus::Refused);
+    EXPECT_EQ(ui.messages,
+        QList<RecordedMessage>({ { command.folder + " not found!", kProgramTitle, MessageIcon::Critical } }));
+}
+
+TEST_F(BatchRunTest, NextAllocatedFolderIsTheJobFilesFirstNameBelowTheCurrentFolder)
+{
+    startUp();
+    const QString current = inst.inputPath();
+    QDir().mkpath(current + "job42");
+    const QString jobFile = inst.root() + "klmx.ini";
+    struct Row {
+        const char* content; // nullptr: no job file
+        QString folder;
+        QString error;
+    };
+    const Row rows[] = {
+        { "\r\n   \r\n job42 \r\njob43\r\n", current + "job42/", "" },
+        { "job43\n", "", current + "job43 doesn't exist!" },
+        { nullptr, "", jobFile + " doesn't exist!" },
+        { " \r\n\r\n", "", jobFile + " names no job folder!" },
+    };
+    state.config.KlmxIniFile = jobFile;
+    for (const Row& row : rows) {
+        QFile::remove(jobFile);
+        if (row.content) {
+            QFile file(jobFile);
+            ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+            file.write(row.content);
+        }
+        // The folder list's path may come with or without its final "/".
+        for (const QString& from : { current, current.chopped(1) }) {
+            const AllocatedFolder next = NextAllocatedFolder(state.config, from);
+            EXPECT_EQ(next.folder, row.folder) << (row.content ? row.content : "no file");
+            EXPECT_EQ(next.errorText, row.error) << (row.content ? row.content : "no file");
+        }
+    }
+}

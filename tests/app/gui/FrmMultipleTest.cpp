@@ -1,0 +1,250 @@
+#include "app/gui/FrmMultiple.h"
+
+#include "app/modGlobal.h"
+#include "core/RunState.h"
+#include "support/Installation.h"
+#include "support/RecordingOperator.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QtTest>
+#include <functional>
+#include <memory>
+
+namespace {
+
+// Records message boxes like RecordingOperator and lets a test look at the
+// window whenever the run yields or shows a message.
+class WatchingOperator : public RecordingOperator {
+public:
+    void messageBox(const QString& text, const QString& title, MessageIcon icon) override
+    {
+        RecordingOperator::messageBox(text, title, icon);
+        if (watch)
+            watch();
+    }
+    void processEvents() override
+    {
+        RecordingOperator::processEvents();
+        if (watch)
+            watch();
+    }
+    std::function<void()> watch;
+};
+
+// One started-up installation and its batch window.
+struct Session {
+    explicit Session(const char* inputType, const QStringList& inputs)
+    {
+        inst.set("INPUTTYPE", inputType);
+        inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
+        for (const QString& name : inputs)
+            inst.writeInput(name, "<doc><fn fnref=\"1\">1 x</fn></doc>\r\n");
+        inst.writeConfiguration();
+        state.config.ApplicationPath = inst.appFolder() + "/";
+        if (Main(state, QString()) != RunMode::Batch)
+            qFatal("the installation did not start in batch mode");
+        window = std::make_unique<FrmMultiple>(state);
+        window->show();
+        if (!QTest::qWaitForWindowExposed(window.get()))
+            qFatal("the batch window was not shown");
+    }
+    template <typename Widget> Widget* control(const char* name) const
+    {
+        auto* widget = window->findChild<Widget*>(QString::fromLatin1(name));
+        if (!widget)
+            qFatal("no control %s", name);
+        return widget;
+    }
+    QListWidget* files() const { return control<QListWidget>("lstFiles"); }
+    QCheckBox* selectAll() const { return control<QCheckBox>("chkAll"); }
+    QStringList selectedNames() const
+    {
+        QStringList names;
+        for (int i = 0; i < files()->count(); ++i) {
+            if (files()->item(i)->isSelected())
+                names << files()->item(i)->text();
+        }
+        return names;
+    }
+    QStringList listed() const
+    {
+        QStringList names;
+        for (int i = 0; i < files()->count(); ++i)
+            names << files()->item(i)->text();
+        return names;
+    }
+    void clickEntry(QListWidget* list, int row, Qt::KeyboardModifiers modifiers = {}) const
+    {
+        QTest::mouseClick(
+            list->viewport(), Qt::LeftButton, modifiers, list->visualItemRect(list->item(row)).center());
+    }
+
+    Installation inst;
+    WatchingOperator ui;
+    RunState state { ui };
+    std::unique_ptr<FrmMultiple> window;
+};
+
+} // namespace
+
+class FrmMultipleTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void startsWithTheConfiguredFoldersAndNoProgress()
+    {
+        Session s("FILES", { "b.xml", "a.xml", "sub/c.xml" });
+        QCOMPARE(s.window->folderPath(), s.inst.inputPath());
+        QCOMPARE(s.listed(), QStringList({ "a.xml", "b.xml" }));
+        QCOMPARE(s.control<QLineEdit>("TxtTempPath")->text(), s.state.config.SavedWorkPath);
+        QCOMPARE(s.control<QLineEdit>("TxtOutputPath")->text(), s.state.config.SavedOutputPath);
+        QCOMPARE(s.control<QLineEdit>("TxtTaskCode")->text(), QString());
+        QCOMPARE(s.control<QComboBox>("drvInput")->itemText(0), QString("/"));
+        QVERIFY(!s.control<QProgressBar>("pbar")->isVisible());
+        QVERIFY(!s.selectAll()->isChecked());
+        // Captions with their accelerators.
+        QCOMPARE(s.selectAll()->text(), QString("Select &All"));
+        QCOMPARE(s.control<QPushButton>("cmdAllocate")->text(), QString("Get &next allocated"));
+        QCOMPARE(s.control<QPushButton>("cmdProcess")->text(), QString("&PROCESS"));
+        QCOMPARE(s.control<QPushButton>("cmdExit")->text(), QString("E&XIT"));
+    }
+
+    void selectAllWorksBothWaysAndFollowsTheList()
+    {
+        Session s("FILES", { "a.xml", "b.xml", "c.xml" });
+        QTest::mouseClick(s.selectAll(), Qt::LeftButton);
+        QCOMPARE(s.selectedNames(), QStringList({ "a.xml", "b.xml", "c.xml" }));
+        QTest::mouseClick(s.selectAll(), Qt::LeftButton);
+        QCOMPARE(s.selectedNames(), QStringList());
+
+        QTest::mouseClick(s.selectAll(), Qt::LeftButton);
+        // A click on one entry leaves only that one: the box clears, and
+        // clearing it must not take the click's selection away.
+        s.clickEntry(s.files(), 1);
+        QCOMPARE(s.selectedNames(), QStringList({ "b.xml" }));
+        QVERIFY(!s.selectAll()->isChecked());
+        s.clickEntry(s.files(), 0, Qt::ControlModifier);
+        s.clickEntry(s.files(), 2, Qt::ControlModifier);
+        QVERIFY(s.selectAll()->isChecked());
+    }
+
+    void searchSelectsEveryNameThatContainsTheText()
+    {
+        Session s("FILES", { "Chapter1.xml", "chapter2.xml", "index.xml" });
+        s.clickEntry(s.files(), 2);
+        QTest::keyClicks(s.control<QLineEdit>("txtSearch"), "CHAP");
+        QCOMPARE(s.selectedNames(), QStringList({ "Chapter1.xml", "chapter2.xml" }));
+        QCOMPARE(s.files()->currentRow(), 0);
+
+        s.clickEntry(s.files(), 2);
+        QTest::keyClick(s.control<QLineEdit>("txtSearch"), Qt::Key_Return);
+        QCOMPARE(s.selectedNames(), QStringList({ "Chapter1.xml", "chapter2.xml" }));
+        // Emptying the box keeps the selection.
+        s.control<QLineEdit>("txtSearch")->selectAll();
+        QTest::keyClick(s.control<QLineEdit>("txtSearch"), Qt::Key_Backspace);
+        QCOMPARE(s.selectedNames(), QStringList({ "Chapter1.xml", "chapter2.xml" }));
+    }
+
+    void processWithNothingSelectedOnlyWarns()
+    {
+        Session s("SGML", { "j1/a.xml" });
+        QCOMPARE(s.listed(), QStringList({ "j1" }));
+        QTest::mouseClick(s.control<QPushButton>("cmdProcess"), Qt::LeftButton);
+        QCOMPARE(s.ui.messages,
+            QList<RecordedMessage>({ { "No folder(s) selected !", kProgramTitle, MessageIcon::Warning } }));
+        QVERIFY(s.control<QPushButton>("cmdProcess")->isEnabled());
+        QVERIFY(!QFile::exists(s.inst.workPath() + "quorvane.LOG"));
+    }
+
+    void aBatchRunsWithItsInputsLockedAndProgressShown()
+    {
+        Session s("SGML", { "j1/a.xml", "j1/ch/b.xml", "j2/c.xml" });
+        const QStringList locked { "drvInput", "dirInput", "lstFiles", "chkAll", "TxtTaskCode", "TxtTempPath",
+            "TxtOutputPath", "cmdProcess", "cmdExit", "txtSearch", "cmdAllocate" };
+        int watched = 0;
+        s.ui.watch = [&] {
+            ++watched;
+            for (const QString& name : locked)
+                QVERIFY2(!s.control<QWidget>(name.toLatin1().constData())->isEnabled(), qPrintable(name));
+            QVERIFY(s.control<QProgressBar>("pbar")->isVisible());
+        };
+        s.clickEntry(s.files(), 0);
+        const QString otherWork = s.inst.root() + "otherwork/";
+        QDir().mkpath(otherWork);
+        s.control<QLineEdit>("TxtTempPath")->setText(otherWork);
+        QTest::keyClicks(s.control<QLineEdit>("TxtTaskCode"), " T1 ");
+        QTest::mouseClick(s.control<QPushButton>("cmdProcess"), Qt::LeftButton);
+        s.ui.watch = nullptr;
+
+        QVERIFY(watched > 2);
+        QCOMPARE(s.ui.messages.size(), 1);
+        QCOMPARE(s.ui.messages[0].title, QString("Complete Process"));
+        QCOMPARE(s.ui.messages[0].text, "Finish Processing! Please view the log file/s in " + otherWork);
+        QVERIFY(QFile::exists(otherWork + "j1/a.ERR"));
+        QVERIFY(QFile::exists(otherWork + "j1/ch/b.ERR"));
+        QVERIFY(!QFile::exists(otherWork + "j2"));
+        QCOMPARE(s.state.taskCode, QString("T1"));
+        for (const QString& name : locked)
+            QVERIFY2(s.control<QWidget>(name.toLatin1().constData())->isEnabled(), qPrintable(name));
+        QVERIFY(!s.control<QProgressBar>("pbar")->isVisible());
+        QCOMPARE(s.selectedNames(), QStringList({ "j1" }));
+    }
+
+    void enterInTheFolderListOpensTheHighlightedFolder()
+    {
+        Session s("FILES", { "top.xml", "sub/inner.xml" });
+        auto* folders = s.control<QListWidget>("dirInput");
+        QCOMPARE(folders->item(0)->text(), QString(".."));
+        QCOMPARE(folders->item(1)->text(), QString("sub"));
+        folders->setFocus();
+        folders->setCurrentRow(1);
+        QTest::keyClick(folders, Qt::Key_Return);
+        QCOMPARE(s.window->folderPath(), s.inst.inputPath() + "sub/");
+        QCOMPARE(s.listed(), QStringList({ "inner.xml" }));
+        folders->setCurrentRow(0);
+        QTest::keyClick(folders, Qt::Key_Return);
+        QCOMPARE(s.window->folderPath(), s.inst.inputPath());
+        QCOMPARE(s.listed(), QStringList({ "top.xml" }));
+    }
+
+    void getNextAllocatedMovesToTheJobFolderOrSaysWhyNot()
+    {
+        Session s("SGML", { "job7/x/a.xml" });
+        const QString jobFile = s.inst.root() + "klmx.ini";
+        QFile file(jobFile);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("job7\r\n");
+        file.close();
+        s.state.config.KlmxIniFile = jobFile;
+        auto* allocate = s.control<QPushButton>("cmdAllocate");
+        QTest::mouseClick(allocate, Qt::LeftButton);
+        QCOMPARE(s.window->folderPath(), s.inst.inputPath() + "job7/");
+        QCOMPARE(s.listed(), QStringList({ "x" }));
+        QVERIFY(s.ui.messages.isEmpty());
+
+        QTest::mouseClick(allocate, Qt::LeftButton);
+        QCOMPARE(s.window->folderPath(), s.inst.inputPath() + "job7/");
+        QCOMPARE(s.ui.messages,
+            QList<RecordedMessage>(
+                { { s.inst.inputPath() + "job7/job7 doesn't exist!", "ERROR", MessageIcon::Information } }));
+    }
+
+    void exitRemovesTheTemporaryFolder()
+    {
+        Session s("FILES", { "a.xml" });
+        const QString temp = s.state.config.TempPath;
+        QVERIFY(QDir(temp).exists());
+        QFile(temp + "left-over.txt").open(QIODevice::WriteOnly);
+        QTest::mouseClick(s.control<QPushButton>("cmdExit"), Qt::LeftButton);
+        QVERIFY(!QDir(temp).exists());
+        QVERIFY(!s.window->isVisible());
+    }
+};
+
+QTEST_MAIN(FrmMultipleTest)
+#include "FrmMultipleTest.moc"
