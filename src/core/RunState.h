@@ -4,6 +4,7 @@
 #include "core/Finding.h"
 #include "core/OperatorInterface.h"
 #include "core/ReportState.h"
+#include "core/RuleFileCache.h"
 #include "core/SpellingEngine.h"
 #include "core/TextValidityState.h"
 #include "core/ToolkitState.h"
@@ -66,6 +67,7 @@ struct RunState {
     TextValidityState textValidity;
 
     SpellingState spelling; // the engine lives for the whole process
+    RuleFileCaches ruleCaches; // per file; cleared with the other per-file state
 
     ReportState report;
     // Checks of this run that ended early on a failure. A run with any cannot

@@ -1,11 +1,5 @@
 #include "rules/PendingRoutines.h"
 
-void NOHRT(RunState&) { }
-void WITHHRT(RunState&) { }
-void CheckMultipleHardReturns(RunState&) { }
-
-void UNCONENTITIES(RunState&) { }
-
 void NOLEADZERO(RunState&) { }
 void ATTRIBUNCONENTITY(RunState&) { }
 void ATTRIBRANGEVALIDITY(RunState&) { }

@@ -6,14 +6,6 @@ struct RunState;
 // and runs, but that do nothing yet, grouped by rule family. Writing a rule
 // moves its names from here to the family's own file.
 
-// Hard returns.
-void NOHRT(RunState& state);
-void WITHHRT(RunState& state);
-void CheckMultipleHardReturns(RunState& state); // whole-file
-
-// Unconverted entities.
-void UNCONENTITIES(RunState& state);
-
 // Attribute values.
 void NOLEADZERO(RunState& state);
 void ATTRIBUNCONENTITY(RunState& state);

@@ -3,9 +3,11 @@
 #include "config/RoutineDeclTable.h"
 #include "rules/CharacterPatterns.h"
 #include "rules/Footnotes.h"
+#include "rules/HardReturns.h"
 #include "rules/HyphenatedWords.h"
 #include "rules/PendingRoutines.h"
 #include "rules/TextValidity.h"
+#include "rules/UnconvertedEntities.h"
 
 using namespace Qt::Literals::StringLiterals;
 using enum SupportFile;
@@ -27,11 +29,11 @@ RuleBook makeRules()
         { "TEXTVALIDITY"_L1, TEXTVALIDITY, TextValidityTbl, LoadTextValidityTable },
         pending<ImageValidationTbl>("IMGNAMEARTIDEQUALITY"_L1, IMGNAMEARTIDEQUALITY),
         pending<ImageValidationTbl>("IMGNAMELENGTHEQUALITY"_L1, IMGNAMELENGTHEQUALITY),
-        pending<NoHRTDeclTbl>("NOHRT"_L1, NOHRT),
-        pending<WithHRTDeclTbl>("WITHHRT"_L1, WITHHRT),
+        { "NOHRT"_L1, NOHRT, NoHRTDeclTbl, LoadNoHrtTable },
+        { "WITHHRT"_L1, WITHHRT, WithHRTDeclTbl, LoadWithHrtTable },
         { "HYPHENATEDWORDCHECK"_L1, HYPHENATEDWORDCHECK, HyphenatedTbl, LoadHyphenatedTable },
         { "COMPOUNDWORDCHECK"_L1, COMPOUNDWORDCHECK, HyphenatedTbl, LoadHyphenatedTable },
-        pending<UnConEntitiesTbl>("UNCONENTITIES"_L1, UNCONENTITIES),
+        { "UNCONENTITIES"_L1, UNCONENTITIES, UnConEntitiesTbl, LoadUnconEntitiesTable },
         pending<Convert2TagTbl>("CONVERT2TAG"_L1, CONVERT2TAG),
         pending<NoLeadZeroTbl>("NOLEADZERO"_L1, NOLEADZERO),
         pending<AttribUnconTbl>("ATTRIBUNCONENTITY"_L1, ATTRIBUNCONENTITY),

@@ -21,6 +21,17 @@ RuleFixture::RuleFixture(const QByteArray& routineRows, const QByteArray& specia
     state.findingSinks.subscribe(sink);
 }
 
+bool RuleFixture::loadTable(SupportFile which, const QByteArray& text)
+{
+    TableSet& set = state.config.ActiveTableSet;
+    set.file(which) = dir.write(QStringLiteral("table%1.tbl").arg(static_cast<int>(which)), text);
+    for (const TableLoaderEntry& loader : SupportTableLoaders()) {
+        if (loader.file == which)
+            return loader.load(state, set);
+    }
+    return false;
+}
+
 QStringList RuleFixture::run(const QByteArray& input)
 {
     return run(input, Rules());

@@ -26,6 +26,10 @@ public:
     // Closes the reports of the last run and answers the error report's text.
     QByteArray closeAndReadErrorReport();
 
+    // Writes a support table with the given text (header line included, if
+    // the table has one) and loads it with its rule's own loader.
+    bool loadTable(SupportFile which, const QByteArray& text);
+
     RecordingOperator op;
     RunState state { op };
     RecordingSink sink;

@@ -1,4 +1,5 @@
 #include "LiteralToolkit.h"
+#include "core/ElementIndex.h"
 #include "support/RecordingOperator.h"
 #include "text/xmlClass.h"
 
@@ -149,6 +150,33 @@ TEST(ToolkitDifferential, GetPcdataMatchesTheRecountingSearch)
         }
     }
     EXPECT_GT(indexedContents, kRounds); // the index really answered non-empty contents
+}
+
+TEST(ToolkitDifferential, ElementIndexMatchesTheRecountingSearch)
+{
+    std::mt19937 rng(4242);
+    Both both;
+    int closed = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        const QString text = RandomTaggedText(rng) + RandomTaggedText(rng);
+        const ElementIndex index(text);
+        for (std::int32_t at = 1; at > 0;) {
+            const QString tag = both.literal.RetrieveTags(text, at);
+            if (at == -1)
+                break;
+            const QString name = both.fast.GetTagName(tag);
+            if (both.fast.GetTagType(tag) == TagKind::Start && !name.isEmpty() && !name.contains(u' ')) {
+                std::int32_t position = at;
+                const QString expected = both.literal.GetPCDATA(text, tag, "</" + name + ">", position);
+                const auto content = index.elementContent(at - 1, tag.size(), name);
+                ASSERT_EQ(content.value_or(QStringView()).toString(), expected)
+                    << qPrintable(text) << " at " << at;
+                closed += content ? 1 : 0;
+            }
+            ++at;
+        }
+    }
+    EXPECT_GT(closed, kRounds / 4);
 }
 
 TEST(ToolkitDifferential, GetCountMatchesSplitting)

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <memory>
+
+// Work that a rule does once per file and then reuses for every tag, such as
+// an index of the file text. A rule derives its own cache from this; the
+// driver drops every cache when the next file starts, so a cache never
+// outlives the text it was built from.
+struct RuleFileCache {
+    virtual ~RuleFileCache() = default;
+};
+
+// The caches of the rules that keep one, one slot each.
+struct RuleFileCaches {
+    std::unique_ptr<RuleFileCache> unconvertedEntities; // the entity search over the whole text
+
+    void clear() { unconvertedEntities.reset(); }
+};

@@ -1,0 +1,22 @@
+#include "rules/ElementContents.h"
+
+#include "core/RunState.h"
+
+std::optional<ContentRange> CurrentElementContent(RunState& state, const ValidationContext& context)
+{
+    const qsizetype tagStart = context.filePosition - 1;
+    // A tag without a name ("<;x>") has no end tag to look for.
+    if (context.tagName.isEmpty() || context.tagName.contains(u' ') || tagStart < 0
+        || tagStart + context.tagText.size() > state.wholeText.size()
+        || QStringView(state.wholeText).sliced(tagStart).left(context.tagText.size()) != context.tagText)
+        return std::nullopt;
+    const ElementIndex* index = state.toolkit.indexFor(state.wholeText);
+    if (!index)
+        return std::nullopt;
+    const std::optional<QStringView> content
+        = index->elementContent(tagStart, context.tagText.size(), context.tagName);
+    if (!content)
+        return std::nullopt;
+    const qsizetype start = content->data() - state.wholeText.constData();
+    return ContentRange { start, start + content->size() };
+}

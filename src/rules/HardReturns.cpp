@@ -1,0 +1,250 @@
+#include "rules/HardReturns.h"
+
+#include "config/TableReading.h"
+#include "core/RunState.h"
+#include "engine/RuleHelpers.h"
+#include "rules/ElementContents.h"
+#include "text/xmlClass.h"
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+bool LoadNoHrtTable(RunState& state, TableSet& set)
+{
+    QStringList lines;
+    if (!TableReading::ReadLines(state, set.file(SupportFile::NoHRTDeclTbl), lines))
+        return false;
+    const xmlClass xml(state.toolkit);
+    auto table = std::make_shared<NoHrtTable>();
+    QString previousColumn;
+    for (const QStringList& row : TableReading::RowsOf(lines, 3)) {
+        // Only neighbouring lines share a group: a later line with the same
+        // enclosing element starts a group of its own.
+        if (table->groups.isEmpty() || row[0] != previousColumn)
+            table->groups.append({ xml.GetTagName(row[0]), {} });
+        table->groups.last().entries.append({ xml.GetTagName(row[1]), row[2] });
+        previousColumn = row[0];
+    }
+    set.table(SupportFile::NoHRTDeclTbl) = std::move(table);
+    return true;
+}
+
+bool LoadWithHrtTable(RunState& state, TableSet& set)
+{
+    QStringList lines;
+    if (!TableReading::ReadLines(state, set.file(SupportFile::WithHRTDeclTbl), lines))
+        return false;
+    const xmlClass xml(state.toolkit);
+    auto table = std::make_shared<WithHrtTable>();
+    for (const QStringList& row : TableReading::RowsOf(lines, 3))
+        table->rows.append({ row[0], xml.GetTagName(row[0]), xml.GetTagType(row[0]), row[1], row[2] });
+    set.table(SupportFile::WithHRTDeclTbl) = std::move(table);
+    return true;
+}
+
+namespace {
+
+// How many code units of a hard return start at `at`: 2 for CR LF, the
+// marker's length for "<HRT/>" or "<HRT />" in any letter case, else 0.
+qsizetype hardReturnAt(QStringView text, qsizetype at)
+{
+    if (text[at] == u'\r')
+        return at + 1 < text.size() && text[at + 1] == u'\n' ? 2 : 0;
+    if (text[at] != u'<')
+        return 0;
+    for (const QLatin1StringView marker : { "<HRT/>"_L1, "<HRT />"_L1 }) {
+        if (text.sliced(at).startsWith(marker, Qt::CaseInsensitive))
+            return marker.size();
+    }
+    return 0;
+}
+
+// The longest run of hard returns that follow each other directly. Counting
+// markers as they stand gives the same runs as first rewriting every marker
+// as CR LF: a rewritten marker can never join a neighbouring CR or LF into a
+// new pair.
+std::int64_t longestHardReturnRun(QStringView text, std::int64_t enough)
+{
+    std::int64_t longest = 0;
+    std::int64_t run = 0;
+    for (qsizetype at = 0; at < text.size() && longest < enough;) {
+        const qsizetype length = hardReturnAt(text, at);
+        if (length == 0) {
+            run = 0;
+            ++at;
+            continue;
+        }
+        longest = std::max(longest, ++run);
+        at += length;
+    }
+    return longest;
+}
+
+bool isMarkerName(const QString& name)
+{
+    return name.compare("HRT"_L1, Qt::CaseInsensitive) == 0;
+}
+
+// Column 1 always follows a hard return; otherwise the line must hold an HRT
+// marker that ends right before the tag.
+bool hardReturnBefore(const xmlClass& xml, const ValidationContext& context)
+{
+    if (context.linePosition <= 1)
+        return true;
+    const QString before = context.lineText.left(context.linePosition - 1);
+    if (!before.endsWith(u'>'))
+        return false;
+    const qsizetype lastOpen = before.lastIndexOf(u'<');
+    return lastOpen >= 0 && isMarkerName(xml.GetTagName(before.sliced(lastOpen)));
+}
+
+// The end of the line always is a hard return; otherwise an HRT marker must
+// follow the tag directly.
+bool hardReturnAfter(const xmlClass& xml, const ValidationContext& context)
+{
+    const qsizetype tagEnd = context.linePosition - 1 + context.tagText.size();
+    if (tagEnd >= context.lineText.size())
+        return true;
+    const QString after = context.lineText.sliced(tagEnd);
+    if (!after.startsWith(u'<'))
+        return false;
+    const qsizetype firstClose = after.indexOf(u'>');
+    return firstClose >= 0 && isMarkerName(xml.GetTagName(after.left(firstClose + 1)));
+}
+
+// The message a row gives for the current tag; empty when the tag has the
+// hard returns the row asks for.
+QString withHrtMessage(const xmlClass& xml, const ValidationContext& context, const QString& positionCode)
+{
+    const QString code = positionCode.toUpper();
+    const bool wantsBefore = code == u"S" || code == u"B";
+    const bool wantsAfter = code == u"E" || code == u"B";
+    const bool missingBefore = wantsBefore && !hardReturnBefore(xml, context);
+    const bool missingAfter = wantsAfter && !hardReturnAfter(xml, context);
+    if (missingBefore && missingAfter)
+        return "Hard Return not found before & after "_L1 + context.tagText;
+    if (missingBefore)
+        return "Hard Return not found before "_L1 + context.tagText;
+    if (missingAfter)
+        return "Hard Return not found after "_L1 + context.tagText;
+    return {};
+}
+
+// The entry for an element inside an enclosing element: only the first group
+// of that enclosing element is consulted. A tag with no enclosing element is
+// inside nothing, so no group applies to it (even a group whose first column
+// is not a tag and so has no name either).
+const NoHrtEntry* noHrtEntry(
+    const NoHrtTable& table, const QString& enclosingName, const QString& elementName)
+{
+    if (enclosingName.isEmpty())
+        return nullptr;
+    const auto group = std::find_if(table.groups.begin(), table.groups.end(),
+        [&](const NoHrtGroup& g) { return g.enclosingName == enclosingName; });
+    if (group == table.groups.end())
+        return nullptr;
+    const auto entry = std::find_if(group->entries.begin(), group->entries.end(),
+        [&](const NoHrtEntry& e) { return e.elementName == elementName; });
+    return entry == group->entries.end() ? nullptr : &*entry;
+}
+
+bool containsLineBreak(const RunState& state, const ContentRange& content)
+{
+    // A CR LF inside the content puts the start of a line at content start + 2
+    // or later, up to the content's end.
+    const auto nextLine
+        = std::lower_bound(state.lineStarts.begin(), state.lineStarts.end(), content.start + 2);
+    return nextLine != state.lineStarts.end() && *nextLine <= content.end;
+}
+
+// A listed element must not hold a line break.
+void lineBreakInsideElement(RunState& state, const NoHrtTable& table)
+{
+    const ValidationContext& context = state.context;
+    if (context.tagType != TagKind::Start)
+        return;
+    const xmlClass xml(state.toolkit);
+    const NoHrtEntry* entry = noHrtEntry(table, xml.GetTagName(context.enclosingTag), context.tagName);
+    if (!entry)
+        return;
+    const std::optional<ContentRange> content = CurrentElementContent(state, context);
+    if (!content || !containsLineBreak(state, *content))
+        return;
+    ReportBySeverity(state, entry->severity, context.lineNumber, "Hard Return within "_L1 + context.tagText,
+        DataContentAt(state, 0), context.linePosition);
+}
+
+// The routine parameter reaches routines upper-cased while element names keep
+// their letter case, so the element it names is looked for ignoring case.
+bool parameterElementIsOpen(const RunState& state)
+{
+    const QString& parameter = state.routineParameter;
+    if (parameter == u"N/A")
+        return true;
+    return std::any_of(state.openTags.begin(), state.openTags.end(), [&](const ValidationContext& open) {
+        return open.tagName.compare(parameter, Qt::CaseInsensitive) == 0;
+    });
+}
+
+// An HRT marker must not stand inside a listed element. The marker's
+// enclosing element is looked up as the element of step one is: its group,
+// and in it the entry of that same element.
+void markerInsideElement(RunState& state, const NoHrtTable& table)
+{
+    const ValidationContext& context = state.context;
+    if (context.tagType != TagKind::Empty || !isMarkerName(context.tagName) || !parameterElementIsOpen(state))
+        return;
+    const xmlClass xml(state.toolkit);
+    const QString enclosingName = xml.GetTagName(context.enclosingTag);
+    const NoHrtEntry* entry = noHrtEntry(table, enclosingName, enclosingName);
+    if (!entry)
+        return;
+    ReportBySeverity(state, entry->severity, context.lineNumber,
+        context.tagText + " within "_L1 + context.enclosingTag, DataContentAt(state, 0),
+        context.linePosition);
+}
+
+} // namespace
+
+void CheckMultipleHardReturns(RunState& state)
+{
+    const TableSet& active = state.config.ActiveTableSet;
+    if (active.CheckMultiHrt.toUpper() != u"TRUE")
+        return;
+    // "At most n in a row" cannot hold for a negative n once the file has any
+    // hard return at all, so a negative count is read as 0.
+    const std::int64_t allowed = std::max<std::int64_t>(active.MultiHrtMaxCount, 0);
+    if (longestHardReturnRun(state.wholeText, allowed + 1) <= allowed)
+        return;
+    ReportBySeverity(state, active.CheckMultiHrtOption, 0,
+        "Consecutive hard returns exceed allowable count"_L1,
+        "Max. Count: "_L1 + QString::number(active.MultiHrtMaxCount), 1);
+}
+
+void WITHHRT(RunState& state)
+{
+    const auto* table = state.config.ActiveTableSet.loaded<WithHrtTable>(SupportFile::WithHRTDeclTbl);
+    if (!table)
+        return;
+    const ValidationContext& context = state.context;
+    const xmlClass xml(state.toolkit);
+    // Every row that applies is handled: one tag can give several findings.
+    for (const WithHrtRow& row : table->rows) {
+        if (row.tagName != context.tagName || row.tagKind != context.tagType)
+            continue;
+        const QString message = withHrtMessage(xml, context, row.positionCode);
+        if (!message.isEmpty())
+            ReportBySeverity(state, row.severity, context.lineNumber, message, DataContentAt(state, 0),
+                context.linePosition);
+    }
+}
+
+void NOHRT(RunState& state)
+{
+    const auto* table = state.config.ActiveTableSet.loaded<NoHrtTable>(SupportFile::NoHRTDeclTbl);
+    if (!table)
+        return;
+    lineBreakInsideElement(state, *table);
+    markerInsideElement(state, *table);
+}

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "core/TableSet.h"
+#include "core/ValidationContext.h"
+
+#include <QList>
+#include <QString>
+
+struct RunState;
+
+// One entry of a no-hard-return group: an element that must hold no hard
+// return inside the group's enclosing element.
+struct NoHrtEntry {
+    QString elementName;
+    QString severity; // "E" an error, anything else a warning
+};
+
+// Consecutive table lines with the same first column.
+struct NoHrtGroup {
+    QString enclosingName;
+    QList<NoHrtEntry> entries;
+};
+
+struct NoHrtTable : SupportTable {
+    QList<NoHrtGroup> groups;
+};
+
+// One with-hard-return row; the tag kind keeps the start, end and empty tag
+// of one name apart.
+struct WithHrtRow {
+    QString tag; // as written
+    QString tagName;
+    TagKind tagKind = TagKind::None;
+    QString positionCode; // "S" before, "E" after, "B" both
+    QString severity;
+};
+
+struct WithHrtTable : SupportTable {
+    QList<WithHrtRow> rows;
+};
+
+bool LoadNoHrtTable(RunState& state, TableSet& set);
+bool LoadWithHrtTable(RunState& state, TableSet& set);
+
+// Whole-file check: no more consecutive hard returns (line breaks or HRT
+// marker tags) than the configured count.
+void CheckMultipleHardReturns(RunState& state);
+
+// A tag of the table must have a hard return before it, after it, or both.
+void WITHHRT(RunState& state);
+
+// Inside an enclosing element of the table, a listed element holds no line
+// break, and no HRT marker stands inside a listed element.
+void NOHRT(RunState& state);

@@ -1,0 +1,102 @@
+#include "rules/MultiStringSearch.h"
+
+#include <deque>
+
+MultiStringSearch::MultiStringSearch(const QList<QString>& needles)
+    : classes_(0x10000, 0)
+{
+    for (const QString& needle : needles) {
+        lengths_.push_back(needle.size());
+        for (const QChar c : needle) {
+            if (classes_[c.unicode()] == 0)
+                classes_[c.unicode()] = static_cast<std::uint32_t>(classCount_++);
+        }
+    }
+    // The trie, with -1 for a missing edge.
+    std::vector<int> trie(classCount_, -1);
+    outputs_.emplace_back();
+    for (int n = 0; n < needles.size(); ++n) {
+        if (needles[n].isEmpty())
+            continue;
+        int state = 0;
+        for (const QChar c : needles[n]) {
+            int& edge = trie[std::size_t(state) * classCount_ + classOf(c.unicode())];
+            if (edge < 0) {
+                edge = static_cast<int>(outputs_.size());
+                outputs_.emplace_back();
+                trie.resize(trie.size() + classCount_, -1);
+            }
+            state = trie[std::size_t(state) * classCount_ + classOf(c.unicode())];
+        }
+        outputs_[state].push_back(n);
+    }
+    // Breadth first, each state's missing edges follow its failure state's.
+    delta_.assign(trie.size(), 0);
+    std::vector<int> failure(outputs_.size(), 0);
+    std::deque<int> queue;
+    for (int c = 0; c < classCount_; ++c) {
+        const int child = trie[c];
+        delta_[c] = child < 0 ? 0 : child;
+        if (child > 0)
+            queue.push_back(child);
+    }
+    while (!queue.empty()) {
+        const int state = queue.front();
+        queue.pop_front();
+        const std::vector<int>& inherited = outputs_[failure[state]];
+        outputs_[state].insert(outputs_[state].end(), inherited.begin(), inherited.end());
+        for (int c = 0; c < classCount_; ++c) {
+            const int child = trie[std::size_t(state) * classCount_ + c];
+            const int fallback = delta_[std::size_t(failure[state]) * classCount_ + c];
+            if (child < 0) {
+                delta_[std::size_t(state) * classCount_ + c] = fallback;
+                continue;
+            }
+            delta_[std::size_t(state) * classCount_ + c] = child;
+            failure[child] = fallback;
+            queue.push_back(child);
+        }
+    }
+}
+
+void MultiStringSearch::scan(
+    QStringView text, const std::function<bool(int needle, qsizetype start)>& found) const
+{
+    int state = 0;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        state = next(state, classOf(text[i].unicode()));
+        for (const int needle : outputs_[state]) {
+            if (!found(needle, i + 1 - lengths_[needle]))
+                return;
+        }
+    }
+}
+
+std::vector<qsizetype> MultiStringSearch::firstOccurrences(QStringView text) const
+{
+    std::vector<qsizetype> first(lengths_.size(), -1);
+    std::size_t missing = 0;
+    for (std::size_t n = 0; n < lengths_.size(); ++n)
+        missing += lengths_[n] > 0 ? 1 : 0;
+    if (missing == 0)
+        return first;
+    // Needles have fixed lengths, so the first to end is also the first to start.
+    scan(text, [&](int needle, qsizetype start) {
+        if (first[needle] < 0) {
+            first[needle] = start;
+            --missing;
+        }
+        return missing > 0;
+    });
+    return first;
+}
+
+std::vector<std::vector<qsizetype>> MultiStringSearch::allOccurrences(QStringView text) const
+{
+    std::vector<std::vector<qsizetype>> all(lengths_.size());
+    scan(text, [&](int needle, qsizetype start) {
+        all[needle].push_back(start);
+        return true;
+    });
+    return all;
+}

@@ -1,0 +1,300 @@
+#include "rules/UnconvertedEntities.h"
+
+#include "config/TableReading.h"
+#include "core/RunState.h"
+#include "report/Reports.h"
+#include "rules/ElementContents.h"
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// Longer messages do not fit the report's message column.
+constexpr qsizetype kLongestMessage = 60;
+
+} // namespace
+
+std::optional<UnconEntityRow> ParseUnconEntityLine(const QString& line)
+{
+    const QString trimmed = line.trimmed();
+    const qsizetype blank = trimmed.indexOf(u' ');
+    if (blank < 0 || trimmed.contains("Search string"_L1, Qt::CaseInsensitive))
+        return std::nullopt;
+    QString search = trimmed.left(blank).trimmed();
+    search.replace("<space>"_L1, " "_L1, Qt::CaseInsensitive);
+    search.replace("<hrt>"_L1, "\r\n"_L1, Qt::CaseInsensitive);
+    return UnconEntityRow { search, trimmed.sliced(blank).trimmed() };
+}
+
+bool LoadUnconEntitiesTable(RunState& state, TableSet& set)
+{
+    const QString& path = set.file(SupportFile::UnConEntitiesTbl);
+    QStringList lines;
+    if (!TableReading::ReadLines(state, path, lines))
+        return false;
+    auto table = std::make_shared<UnconEntitiesTable>();
+    QList<QString> needles;
+    for (const QString& line : lines) {
+        const std::optional<UnconEntityRow> row = ParseUnconEntityLine(line);
+        if (!row)
+            continue;
+        if (row->message.size() > kLongestMessage) {
+            state.ui.messageBox(
+                "Please check "_L1 + path + "\r\nLength of Error Message should not be greater than 60."_L1,
+                kProgramTitle, MessageIcon::Critical);
+        }
+        table->rows.append(*row);
+        needles.append(row->searchString);
+    }
+    table->search = std::make_shared<MultiStringSearch>(needles);
+    set.table(SupportFile::UnConEntitiesTbl) = std::move(table);
+    return true;
+}
+
+namespace {
+
+// The first element from `from` on for which the test holds, the test being
+// false up to some point and true after it: steps of growing length, then a
+// search in the last step, so the cost grows with the distance walked, not
+// with the length of the list.
+template <typename It, typename Test> It FirstWhere(It from, It last, Test holds)
+{
+    const auto fails = [&](const auto& element) { return !holds(element); };
+    for (qsizetype step = 1;; step *= 2) {
+        if (last - from <= step)
+            return std::partition_point(from, last, fails);
+        const It probe = from + step;
+        if (holds(*probe))
+            return std::partition_point(from, probe, fails);
+        from = probe;
+    }
+}
+
+// A stretch of the plain text that was one unbroken stretch of the file.
+struct KeptRun {
+    qsizetype fileStart;
+    qsizetype plainStart;
+};
+
+// A removed tag that swallowed other brackets: a stray "<" joined with a later
+// ">" once the tags between them were gone.
+struct JoinedSpan {
+    qsizetype open;
+    qsizetype close;
+};
+
+// A text with its tags removed exactly as the toolkit removes them, with a
+// map from the plain text back to the text.
+//
+// The toolkit's removal (delete a tag, then look again from the start) ends
+// in the same text as one pass from left to right that keeps the "<" not yet
+// closed on a stack: a ">" closes the newest one; the stretch is a tag unless
+// what is left between them is empty or begins with a blank, and then it goes
+// with everything left inside it; otherwise both brackets stay and every older
+// "<" is blocked for good. In that pass the tags removed inside an element's
+// content are exactly the tags of the whole text that lie inside it, unless a
+// joined tag crosses one of the content's two ends. So every element that no
+// joined tag crosses is answered from the whole text's removal, and only the
+// others are read on their own.
+//
+// The pass is also quicker than the toolkit's general removal, which keeps
+// the quoted-markup note besides; that note is not read for this rule.
+struct TagRemoval {
+    QString plain;
+    qsizetype plainSize = 0; // kept when the plain text is let go
+    std::vector<KeptRun> runs; // by plainStart (and fileStart) ascending
+    std::vector<JoinedSpan> outermostJoins; // disjoint, ascending
+
+    bool joinCrosses(qsizetype boundary) const
+    {
+        const auto after = std::upper_bound(outermostJoins.begin(), outermostJoins.end(), boundary,
+            [](qsizetype b, const JoinedSpan& span) { return b <= span.open; });
+        return after != outermostJoins.begin() && boundary <= std::prev(after)->close;
+    }
+
+    bool readsAsInTheWholeText(const ContentRange& content) const
+    {
+        return !joinCrosses(content.start) && !joinCrosses(content.end);
+    }
+
+    qsizetype fileOffsetOf(qsizetype plainIndex) const
+    {
+        const auto run = std::prev(std::upper_bound(runs.begin(), runs.end(), plainIndex,
+            [](qsizetype p, const KeptRun& r) { return p < r.plainStart; }));
+        return run->fileStart + (plainIndex - run->plainStart);
+    }
+
+    // The plain index of the first kept character at or after a file offset.
+    // `hint` is the answer's run position from an earlier call for an offset
+    // no greater; it is moved on, so that offsets asked in ascending order
+    // cost a short walk each instead of a search of every run.
+    qsizetype plainIndexAtOrAfter(qsizetype file, std::size_t& hint) const
+    {
+        const auto next = FirstWhere(runs.begin() + qsizetype(hint), runs.end(),
+            [file](const KeptRun& r) { return r.fileStart > file; });
+        hint = std::size_t(next - runs.begin());
+        if (next == runs.begin())
+            return 0;
+        const KeptRun& run = *std::prev(next);
+        const qsizetype runEnd = next == runs.end() ? plainSize : next->plainStart;
+        return std::min(run.plainStart + (file - run.fileStart), runEnd);
+    }
+
+    void keep(QStringView text, qsizetype from, qsizetype to)
+    {
+        if (to <= from)
+            return;
+        const bool continues
+            = !runs.empty() && runs.back().fileStart + (plain.size() - runs.back().plainStart) == from;
+        if (!continues)
+            runs.push_back({ from, plain.size() });
+        plain += text.sliced(from, to - from);
+    }
+
+    void cutBackTo(qsizetype plainSize)
+    {
+        while (!runs.empty() && runs.back().plainStart >= plainSize)
+            runs.pop_back();
+        plain.truncate(plainSize);
+    }
+
+    void removeTags(QStringView text)
+    {
+        struct Open {
+            qsizetype at;
+            qsizetype plainAt;
+        };
+        std::vector<Open> opens;
+        plain.reserve(text.size());
+        qsizetype from = 0;
+        for (qsizetype at = 0; at < text.size(); ++at) {
+            const QChar c = text[at];
+            if (c != u'<' && c != u'>')
+                continue;
+            keep(text, from, at);
+            from = at;
+            if (c == u'<') {
+                opens.push_back({ at, plain.size() });
+                continue;
+            }
+            if (opens.empty())
+                continue;
+            const Open open = opens.back();
+            const qsizetype inside = plain.size() - open.plainAt - 1;
+            if (inside == 0 || plain[open.plainAt + 1] == u' ') {
+                opens.clear();
+                continue;
+            }
+            opens.pop_back();
+            cutBackTo(open.plainAt);
+            from = at + 1;
+            if (inside < at - open.at - 1) {
+                while (!outermostJoins.empty() && outermostJoins.back().open > open.at)
+                    outermostJoins.pop_back();
+                outermostJoins.push_back({ open.at, at });
+            }
+        }
+        keep(text, from, text.size());
+        plainSize = plain.size();
+    }
+};
+
+// The whole text's removal, searched once for every row.
+struct EntityIndex : RuleFileCache {
+    const UnconEntitiesTable* table = nullptr;
+    TagRemoval removal;
+    std::vector<std::vector<qsizetype>> occurrences; // per row, plain starts ascending
+    // Where the last element's answers were found. Start tags come in file
+    // order, so every later element starts its searches from there.
+    std::size_t startRun = 0;
+    std::vector<std::size_t> rowCursors;
+};
+
+EntityIndex& entityIndexOf(RunState& state, const UnconEntitiesTable& table)
+{
+    auto& slot = state.ruleCaches.unconvertedEntities;
+    if (!slot || static_cast<const EntityIndex&>(*slot).table != &table) {
+        auto index = std::make_unique<EntityIndex>();
+        index->table = &table;
+        index->removal.removeTags(state.wholeText);
+        index->occurrences = table.search->allOccurrences(index->removal.plain);
+        index->removal.plain = QString(); // only the occurrences are asked for later
+        index->rowCursors.assign(index->occurrences.size(), 0);
+        slot = std::move(index);
+    }
+    return static_cast<EntityIndex&>(*slot);
+}
+
+// The file offset of the first occurrence of every row inside the content,
+// -1 where a row does not occur.
+std::vector<qsizetype> firstHits(
+    RunState& state, const UnconEntitiesTable& table, const ContentRange& content)
+{
+    std::vector<qsizetype> hits(table.rows.size(), -1);
+    EntityIndex& index = entityIndexOf(state, table);
+    const TagRemoval& whole = index.removal;
+    if (whole.readsAsInTheWholeText(content)) {
+        const qsizetype from = whole.plainIndexAtOrAfter(content.start, index.startRun);
+        std::size_t endRun = index.startRun;
+        const qsizetype to = whole.plainIndexAtOrAfter(content.end, endRun);
+        for (qsizetype row = 0; row < table.rows.size(); ++row) {
+            const std::vector<qsizetype>& starts = index.occurrences[row];
+            std::size_t& cursor = index.rowCursors[row];
+            const auto first = FirstWhere(starts.begin() + qsizetype(cursor), starts.end(),
+                [from](qsizetype at) { return at >= from; });
+            cursor = std::size_t(first - starts.begin());
+            if (first != starts.end() && *first + table.rows[row].searchString.size() <= to)
+                hits[row] = whole.fileOffsetOf(*first);
+        }
+        return hits;
+    }
+    TagRemoval own;
+    own.removeTags(QStringView(state.wholeText).sliced(content.start, content.end - content.start));
+    const std::vector<qsizetype> first = table.search->firstOccurrences(own.plain);
+    for (std::size_t row = 0; row < first.size(); ++row) {
+        if (first[row] >= 0)
+            hits[row] = content.start + own.fileOffsetOf(first[row]);
+    }
+    return hits;
+}
+
+void reportHit(RunState& state, const UnconEntityRow& row, qsizetype fileOffset)
+{
+    const QString prefix = row.message.left(3).toUpper();
+    const bool isError = prefix == u"E /";
+    if (!isError && prefix != u"W /")
+        return;
+    const auto lineStart = std::prev(std::upper_bound(
+        state.lineStarts.begin(), state.lineStarts.end(), static_cast<std::int32_t>(fileOffset)));
+    const int lineIndex = static_cast<int>(lineStart - state.lineStarts.begin());
+    const auto column = static_cast<std::int32_t>(fileOffset - *lineStart + 1);
+    const QString message = row.message.sliced(3).trimmed() + " in "_L1 + state.context.tagText;
+    const QString data = state.line(lineIndex).sliced(column - 1).toString();
+    if (isError)
+        WriteErrorEntry(state, lineIndex + 1, message, data, column);
+    else
+        WriteWarningEntry(state, lineIndex + 1, message, data, column);
+}
+
+} // namespace
+
+void UNCONENTITIES(RunState& state)
+{
+    const ValidationContext& context = state.context;
+    // Elements named "D" are exempt on purpose.
+    if (context.tagType != TagKind::Start || context.tagName == u"D")
+        return;
+    const auto* table = state.config.ActiveTableSet.loaded<UnconEntitiesTable>(SupportFile::UnConEntitiesTbl);
+    if (!table || table->rows.isEmpty())
+        return;
+    const std::optional<ContentRange> content = CurrentElementContent(state, context);
+    if (!content || content->end == content->start)
+        return;
+    const std::vector<qsizetype> hits = firstHits(state, *table, *content);
+    for (qsizetype row = 0; row < table->rows.size(); ++row) {
+        if (hits[row] >= 0)
+            reportHit(state, table->rows[row], hits[row]);
+    }
+}

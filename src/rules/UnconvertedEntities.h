@@ -1,0 +1,36 @@
+#pragma once
+
+#include "core/TableSet.h"
+#include "rules/MultiStringSearch.h"
+
+#include <QList>
+#include <QString>
+#include <memory>
+#include <optional>
+
+struct RunState;
+
+// One row of the unconverted-entity table: a literal string and its message.
+struct UnconEntityRow {
+    QString searchString; // "<space>" and "<hrt>" already turned into a blank and CR LF
+    QString message; // as written, with its "E /" or "W /" prefix
+};
+
+struct UnconEntitiesTable : SupportTable {
+    QList<UnconEntityRow> rows;
+    std::shared_ptr<const MultiStringSearch> search; // every row's string, in row order
+};
+
+// Reads one table line into a row; nothing for a heading, a blank line or a
+// line without a blank.
+std::optional<UnconEntityRow> ParseUnconEntityLine(const QString& line);
+
+// The table has no header line and no column separator: the first blank of a
+// line ends the search string. An over-long message is shown to the operator
+// and the row is kept.
+bool LoadUnconEntitiesTable(RunState& state, TableSet& set);
+
+// Strings of the table found in the plain text (tags removed) of the current
+// element, the first occurrence of each row, each reported where it stands in
+// the file.
+void UNCONENTITIES(RunState& state);

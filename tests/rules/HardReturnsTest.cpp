@@ -1,0 +1,224 @@
+#include "rules/HardReturns.h"
+
+#include "support/RuleFixture.h"
+
+#include <gtest/gtest.h>
+#include <random>
+
+namespace {
+
+struct Case {
+    QByteArray input;
+    QStringList expected;
+};
+
+const QByteArray kNoHrtTable = "Enclosing element | Element | Severity\r\n"
+                               "<sec id=\"s\"> | <title> | E\r\n"
+                               "<sec id=\"s\"> | <p> | W\r\n"
+                               "<fig> | <caption> | E\r\n"
+                               "<sec id=\"s\"> | <label> | E\r\n"
+                               "<title> | <title> | e\r\n";
+
+const QByteArray kWithHrtTable = "Tag | Position | Severity\r\n"
+                                 "<fig id=\"x\"> | S | E\r\n"
+                                 "</fig> | e | W\r\n"
+                                 "<br/> | B | E\r\n"
+                                 "<br/> | S | W\r\n"
+                                 "<hr/> | X | E\r\n";
+
+QStringList runMultiHrt(
+    const QString& checkSwitch, const QString& option, int maxCount, const QByteArray& input)
+{
+    RuleFixture fixture("");
+    TableSet& set = fixture.state.config.ActiveTableSet;
+    set.CheckMultiHrt = checkSwitch;
+    set.CheckMultiHrtOption = option;
+    set.MultiHrtMaxCount = maxCount;
+    return fixture.run(input);
+}
+
+// The check read the plain way: every marker rewritten as CR LF, then a
+// search for one line break more than allowed.
+bool literalTooManyHardReturns(QString text, int maxCount)
+{
+    text.replace(QStringLiteral("<HRT/>"), QStringLiteral("\r\n"), Qt::CaseInsensitive);
+    text.replace(QStringLiteral("<HRT />"), QStringLiteral("\r\n"), Qt::CaseInsensitive);
+    return text.contains(QStringLiteral("\r\n").repeated(maxCount + 1));
+}
+
+} // namespace
+
+TEST(HardReturnTables, NoHrtGroupsOnlyNeighbouringLines)
+{
+    RuleFixture fixture("");
+    ASSERT_TRUE(fixture.loadTable(SupportFile::NoHRTDeclTbl, kNoHrtTable + "bad line\r\n<a> | <b>\r\n\r\n"));
+    const auto* table = fixture.state.config.ActiveTableSet.loaded<NoHrtTable>(SupportFile::NoHRTDeclTbl);
+    ASSERT_NE(table, nullptr);
+    QStringList groups;
+    for (const NoHrtGroup& group : table->groups) {
+        QStringList entries;
+        for (const NoHrtEntry& entry : group.entries)
+            entries << entry.elementName + '/' + entry.severity;
+        groups << group.enclosingName + ": " + entries.join(", ");
+    }
+    EXPECT_EQ(
+        groups, QStringList({ "sec: title/E, p/W", "fig: caption/E", "sec: label/E", "title: title/e" }));
+}
+
+TEST(HardReturnTables, WithHrtKeepsTagNameAndKind)
+{
+    RuleFixture fixture("");
+    ASSERT_TRUE(fixture.loadTable(SupportFile::WithHRTDeclTbl, kWithHrtTable + "<a> | S\r\n"));
+    const auto* table = fixture.state.config.ActiveTableSet.loaded<WithHrtTable>(SupportFile::WithHRTDeclTbl);
+    ASSERT_NE(table, nullptr);
+    QStringList rows;
+    for (const WithHrtRow& row : table->rows)
+        rows << QStringLiteral("%1 %2 %3 %4 %5")
+                    .arg(row.tag, row.tagName)
+                    .arg(static_cast<int>(row.tagKind))
+                    .arg(row.positionCode, row.severity);
+    EXPECT_EQ(rows,
+        QStringList({ "<fig id=\"x\"> fig 1 S E", "</fig> fig 2 e W", "<br/> br 3 B E", "<br/> br 3 S W",
+            "<hr/> hr 3 X E" }));
+}
+
+TEST(CheckMultipleHardReturns, AtTheLimitAndOnePast)
+{
+    const QString w = "0:1 W Consecutive hard returns exceed allowable count | Max. Count: 2";
+    const QList<Case> cases = {
+        { "a\r\n\r\nb", {} }, { "a\r\n\r\n\r\nb", { w } }, { "a<HRT/>\r\n<hrt />b", { w } },
+        { "a<Hrt/><hRt />\r\nb", { w } }, { "a<Hrt/><hRt />b\r\n", {} }, { "a\r\n\r\nx\r\n\r\nb", {} },
+        { "a\r\n\r\r\n\r\nb", {} }, // a lone CR breaks the run
+        { "a<HRT>\r\n<HRT/ >\r\nb", {} }, // neither is a marker
+        { "\r\n\r\n\r\n\r\n\r\n\r\n\r\n", { w } }, // one finding per file
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(runMultiHrt("True", "N/A", 2, c.input), c.expected) << c.input.constData();
+}
+
+TEST(CheckMultipleHardReturns, SwitchSeverityAndCount)
+{
+    EXPECT_EQ(runMultiHrt("FALSE", "E", 0, "a\r\n\r\n\r\nb"), QStringList());
+    EXPECT_EQ(runMultiHrt("", "E", 0, "a\r\n\r\n\r\nb"), QStringList());
+    EXPECT_EQ(runMultiHrt("True", "e", 1, "a\r\n\r\nb"),
+        QStringList { "0:1 E Consecutive hard returns exceed allowable count | Max. Count: 1" });
+    EXPECT_EQ(runMultiHrt("True", "", 0, "a\r\nb"),
+        QStringList { "0:1 W Consecutive hard returns exceed allowable count | Max. Count: 0" });
+    EXPECT_EQ(runMultiHrt("True", "", 0, "ab"), QStringList());
+    // A negative count reads as 0: any hard return is one too many.
+    EXPECT_EQ(runMultiHrt("True", "", -1, "a<HRT/>b"),
+        QStringList { "0:1 W Consecutive hard returns exceed allowable count | Max. Count: -1" });
+    EXPECT_EQ(runMultiHrt("True", "", -1, "ab"), QStringList());
+    // A huge count builds nothing of that size.
+    EXPECT_EQ(runMultiHrt("True", "", 1000000, QByteArray("\r\n").repeated(1000)), QStringList());
+}
+
+TEST(CheckMultipleHardReturns, AgreesWithRewritingMarkersOnRandomTexts)
+{
+    const QList<QByteArray> pieces = { "\r\n", "<HRT/>", "<hRt />", "\r", "x", "<HRT>", "<HRT", "/>", "<" };
+    std::mt19937 rng(11);
+    for (int round = 0; round < 150; ++round) {
+        QByteArray input;
+        const int length = int(rng() % 30);
+        for (int i = 0; i < length; ++i)
+            input += pieces[rng() % pieces.size()];
+        const int maxCount = int(rng() % 4);
+        RuleFixture fixture("");
+        TableSet& set = fixture.state.config.ActiveTableSet;
+        set.CheckMultiHrt = "True";
+        set.MultiHrtMaxCount = maxCount;
+        const bool reported = !fixture.run(input).isEmpty();
+        EXPECT_EQ(reported, literalTooManyHardReturns(fixture.state.wholeText, maxCount))
+            << input.constData() << " max " << maxCount;
+    }
+}
+
+TEST(WITHHRT, ReportsMissingHardReturnsAroundTags)
+{
+    const QList<Case> cases = {
+        { "<fig id=\"x\">t</fig>", {} },
+        { "a<fig id=\"x\">t</fig>b",
+            { "1:2 E Hard Return not found before <fig id=\"x\"> | <fig id=\"x\">t</fig>b",
+                "1:15 W Hard Return not found after </fig> | </fig>b" } },
+        { "a<HRT/><fig id=\"x\">t</fig><hrt />b", {} },
+        { "a<x/><fig id=\"x\">", { "1:6 E Hard Return not found before <fig id=\"x\"> | <fig id=\"x\">" } },
+        { "x><fig id=\"x\">", { "1:3 E Hard Return not found before <fig id=\"x\"> | <fig id=\"x\">" } },
+        { "</fig>x", { "1:1 W Hard Return not found after </fig> | </fig>x" } },
+        { "</fig><x/>", { "1:1 W Hard Return not found after </fig> | </fig><x/>" } },
+        { "<fig id=\"y\">a</fig>", {} }, // another tag text, another row
+        { "a<fig id=\"x\"/>", {} }, // an empty tag is not the start tag's row
+        { "<br/>", {} },
+        { "a<br/>b",
+            { "1:2 E Hard Return not found before & after <br/> | <br/>b",
+                "1:2 W Hard Return not found before <br/> | <br/>b" } },
+        { "<br/>b", { "1:1 E Hard Return not found after <br/> | <br/>b" } },
+        { "a<br/>",
+            { "1:2 E Hard Return not found before <br/> | <br/>",
+                "1:2 W Hard Return not found before <br/> | <br/>" } },
+        { "a<hr/>b", {} }, // an unknown position code asks for nothing
+        { "line one\r\nxy <br/><HRT/>",
+            { "2:4 E Hard Return not found before <br/> | <br/><HRT/>",
+                "2:4 W Hard Return not found before <br/> | <br/><HRT/>" } },
+    };
+    for (const Case& c : cases) {
+        RuleFixture fixture("N/A | WITHHRT | N/A\r\n");
+        ASSERT_TRUE(fixture.loadTable(SupportFile::WithHRTDeclTbl, kWithHrtTable));
+        EXPECT_EQ(fixture.run(c.input), c.expected) << c.input.constData();
+    }
+}
+
+TEST(NOHRT, LineBreaksAndMarkersInsideListedElements)
+{
+    const QList<Case> cases = {
+        { "<sec id=\"s\"><title>A\r\nB</title></sec>", { "1:13 E Hard Return within <title> | <title>A" } },
+        { "<sec id=\"s\"><title>AB</title>\r\n</sec>", {} },
+        { "<sec id=\"s\"><p>A\r\n</p></sec>", { "1:13 W Hard Return within <p> | <p>A" } },
+        { "<sec id=\"s\">\r\n  <title><i>A\r\n</i></title></sec>",
+            { "2:3 E Hard Return within <title> | <title><i>A" } },
+        // Only the first group of an enclosing element counts.
+        { "<sec id=\"s\"><label>A\r\nB</label></sec>", {} },
+        { "<fig><title>A\r\nB</title></fig>", {} },
+        { "<title>A\r\nB</title>", {} }, // inside no element at all
+        { "<sec id=\"s\"><title>A\r\nB", {} }, // never closed
+        { "<sec id=\"s\"><title>A\r\n", {} },
+        // A marker inside an element listed inside itself.
+        { "<title>A<HRT/>B</title>", { "1:9 E <HRT/> within <title> | <HRT/>B</title>" } },
+        { "<title>A<hrt />B</title>", { "1:9 E <hrt /> within <title> | <hrt />B</title>" } },
+        { "<sec id=\"s\">A<HRT/>B</sec>", {} },
+        { "<title>A<HRT>B</HRT></title>", {} },
+        { "<sec id=\"s\"><title>A<HRT/>\r\nB</title></sec>",
+            { "1:13 E Hard Return within <title> | <title>A<HRT/>",
+                "1:21 E <HRT/> within <title> | <HRT/>" } },
+    };
+    for (const Case& c : cases) {
+        RuleFixture fixture("N/A | NOHRT | N/A\r\n");
+        ASSERT_TRUE(fixture.loadTable(SupportFile::NoHRTDeclTbl, kNoHrtTable));
+        EXPECT_EQ(fixture.run(c.input), c.expected) << c.input.constData();
+    }
+}
+
+TEST(NOHRT, MarkerStepNeedsTheParameterElementOpen)
+{
+    const QList<Case> cases = {
+        { "<sec id=\"s\"><title>A<HRT/></title></sec>",
+            { "1:21 E <HRT/> within <title> | <HRT/></title></sec>" } },
+        { "<title>A<HRT/></title>", {} },
+        { "<SEC><title>A<HRT/></title></SEC>", { "1:14 E <HRT/> within <title> | <HRT/></title></SEC>" } },
+    };
+    for (const Case& c : cases) {
+        // The parameter arrives upper-cased; the element is found whatever its case.
+        RuleFixture fixture("N/A | NOHRT | sec\r\n");
+        ASSERT_TRUE(fixture.loadTable(SupportFile::NoHRTDeclTbl, kNoHrtTable));
+        EXPECT_EQ(fixture.run(c.input), c.expected) << c.input.constData();
+    }
+}
+
+TEST(NOHRT, NestedElementsOfOneNameFindTheirOwnEnd)
+{
+    RuleFixture fixture("N/A | NOHRT | N/A\r\n");
+    ASSERT_TRUE(fixture.loadTable(SupportFile::NoHRTDeclTbl, "h\r\n<title> | <title> | W\r\n"));
+    EXPECT_EQ(fixture.run("<title>a<title>b</title>c\r\n</title>"), QStringList());
+    EXPECT_EQ(fixture.run("<title><title>a<title>b\r\n</title></title></title>"),
+        QStringList({ "1:8 W Hard Return within <title> | <title>a<title>b",
+            "1:16 W Hard Return within <title> | <title>b" }));
+}

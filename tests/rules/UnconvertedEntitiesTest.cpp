@@ -1,0 +1,242 @@
+#include "rules/UnconvertedEntities.h"
+
+#include "support/RuleFixture.h"
+#include "text/LiteralToolkit.h"
+#include "text/xmlClass.h"
+
+#include <gtest/gtest.h>
+#include <random>
+
+namespace {
+
+struct Case {
+    QByteArray input;
+    QStringList expected;
+};
+
+const QByteArray kTable = "Search string      Message\r\n"
+                          "&amp;amp; E / Double-escaped ampersand\r\n"
+                          "~ e / Tilde left in text\r\n"
+                          "&lt;<HRT> W / Escaped bracket before a line break\r\n"
+                          "x<space>&amp; w / Ampersand after x\r\n"
+                          "&nbsp; X / No severity, never reported\r\n";
+
+QStringList runEntities(const QByteArray& routineRows, const QByteArray& input)
+{
+    RuleFixture fixture(routineRows);
+    EXPECT_TRUE(fixture.loadTable(SupportFile::UnConEntitiesTbl, kTable));
+    return fixture.run(input);
+}
+
+// Deletes every occurrence of `piece`, left to right, from the text and from
+// the positions that travel with its characters.
+void removeEvery(QString& text, QList<int>& positions, const QString& piece)
+{
+    for (qsizetype at = text.indexOf(piece); at >= 0; at = text.indexOf(piece, at)) {
+        text.remove(at, piece.size());
+        positions.remove(at, piece.size());
+    }
+}
+
+// The tag removal of the toolkit, step by step as it is defined (first tag
+// found, every copy of it and of its end tag deleted, then from the start
+// again), carrying each character's original position along.
+QString literalPlainText(ToolkitState& shared, const QString& content, QList<int>& positions)
+{
+    LiteralToolkit literal(shared);
+    const xmlClass xml(shared);
+    QString text = content;
+    positions.clear();
+    for (int i = 0; i < content.size(); ++i)
+        positions.append(i);
+    std::int32_t tagPos = 1;
+    for (QString tag = literal.RetrieveTags(text, tagPos); tagPos != -1;
+         tag = literal.RetrieveTags(text, tagPos)) {
+        removeEvery(text, positions, tag);
+        if (!tag.contains("/>"))
+            removeEvery(text, positions, "</" + xml.GetTagName(tag) + ">");
+        tagPos = 1;
+    }
+    return text;
+}
+
+// UNCONENTITIES read the plain way for every tag the scanner meets: the
+// content by the literal GetPCDATA, its tags removed step by step, each row
+// searched on its own, the hit's line and column counted in the file.
+QStringList literalEntities(const QString& text, const QStringList& searches, const QStringList& messages)
+{
+    ToolkitState shared;
+    LiteralToolkit literal(shared);
+    const xmlClass xml(shared);
+    QStringList found;
+    const QStringList lines = text.split("\r\n");
+    qsizetype lineStart = 0;
+    for (const QString& line : lines) {
+        std::int32_t counter = 0;
+        for (;;) {
+            ++counter;
+            const QString tag = literal.RetrieveTags(line, counter);
+            if (counter == -1)
+                break;
+            if (tag.isEmpty() || tag.contains("<!") || tag.contains("<?"))
+                continue;
+            const QString name = xml.GetTagName(tag);
+            if (xml.GetTagType(tag) != TagKind::Start || name == "D")
+                continue;
+            std::int32_t position = std::int32_t(lineStart + counter);
+            const QString content = literal.GetPCDATA(text, tag, "</" + name + ">", position);
+            const qsizetype contentStart = lineStart + counter - 1 + tag.size();
+            QList<int> positions;
+            const QString plain = literalPlainText(shared, content, positions);
+            for (int row = 0; row < searches.size(); ++row) {
+                const qsizetype hit = plain.indexOf(searches[row]);
+                if (hit < 0)
+                    continue;
+                const qsizetype offset = contentStart + positions[hit];
+                const qsizetype hitLineStart = text.lastIndexOf("\r\n", offset - 1) + (offset == 0 ? 0 : 2);
+                const qsizetype lineStartOfHit = text.left(offset).lastIndexOf("\r\n") < 0 ? 0 : hitLineStart;
+                const qsizetype lineEnd
+                    = text.indexOf("\r\n", offset) < 0 ? text.size() : text.indexOf("\r\n", offset);
+                found << QStringLiteral("%1:%2 W %3 in %4 | %5")
+                             .arg(text.left(offset).count("\r\n") + 1)
+                             .arg(offset - lineStartOfHit + 1)
+                             .arg(messages[row], tag, text.mid(offset, lineEnd - offset));
+            }
+        }
+        lineStart += line.size() + 2;
+    }
+    return found;
+}
+
+} // namespace
+
+TEST(UnconEntityTable, SplitsAtTheFirstBlank)
+{
+    struct Row {
+        QString line;
+        std::optional<UnconEntityRow> expected;
+    };
+    const QList<Row> rows = {
+        { "&amp;amp; E / Double", UnconEntityRow { "&amp;amp;", "E / Double" } },
+        { "  a<SPACE>b   W /  two  words ", UnconEntityRow { "a b", "W /  two  words" } },
+        { "x<Hrt>y<hrt> E / lines", UnconEntityRow { "x\r\ny\r\n", "E / lines" } },
+        { "~ E / tilde", UnconEntityRow { "~", "E / tilde" } },
+        { "&amp;", std::nullopt },
+        { "", std::nullopt },
+        { "   ", std::nullopt },
+        { "&x;\tE/tab", std::nullopt },
+        { "Search String   Message", std::nullopt },
+        { "&x; E / see SEARCH STRING column", std::nullopt },
+    };
+    for (const Row& row : rows) {
+        const std::optional<UnconEntityRow> parsed = ParseUnconEntityLine(row.line);
+        ASSERT_EQ(parsed.has_value(), row.expected.has_value()) << row.line.toStdString();
+        if (parsed) {
+            EXPECT_EQ(parsed->searchString, row.expected->searchString) << row.line.toStdString();
+            EXPECT_EQ(parsed->message, row.expected->message) << row.line.toStdString();
+        }
+    }
+}
+
+TEST(UnconEntityTable, OverLongMessageIsShownAndKept)
+{
+    const QByteArray sixty = "E / " + QByteArray(56, 'm');
+    RuleFixture fixture("");
+    ASSERT_TRUE(fixture.loadTable(
+        SupportFile::UnConEntitiesTbl, "&a; " + sixty + "\r\n&b; " + sixty + "n\r\n&c; W / short\r\n"));
+    const QString path = fixture.state.config.ActiveTableSet.file(SupportFile::UnConEntitiesTbl);
+    EXPECT_EQ(fixture.op.messages,
+        QList<RecordedMessage>(
+            { { "Please check " + path + "\r\nLength of Error Message should not be greater than 60.",
+                "Quorvane", MessageIcon::Critical } }));
+    const auto* table
+        = fixture.state.config.ActiveTableSet.loaded<UnconEntitiesTable>(SupportFile::UnConEntitiesTbl);
+    ASSERT_NE(table, nullptr);
+    EXPECT_EQ(table->rows.size(), 3);
+}
+
+TEST(UNCONENTITIES, FindsStringsInThePlainTextOfTheElement)
+{
+    const QList<Case> cases = {
+        { "<p>a &amp;amp; b</p>", { "1:6 E Double-escaped ampersand in <p> | &amp;amp; b</p>" } },
+        { "<p>x</p><p>&amp;amp;</p>", { "1:12 E Double-escaped ampersand in <p> | &amp;amp;</p>" } },
+        // Only the text counts: attribute values and the tags themselves are not read.
+        { "<p><x a=\"&amp;amp;\"/>b</p>", {} },
+        { "<p id=\"&amp;amp;\">b</p>", {} },
+        // A hit across removed tags is shown where its first character stands.
+        { "<p>a &amp;<i>amp;</i> b</p>",
+            { "1:6 E Double-escaped ampersand in <p> | &amp;<i>amp;</i> b</p>" } },
+        { "<p>x\r\nyy &amp;amp;</p>", { "2:4 E Double-escaped ampersand in <p> | &amp;amp;</p>" } },
+        { "<p>x<b>\r\n</b>\r\n&amp;amp; &amp;amp;</p>",
+            { "3:1 E Double-escaped ampersand in <p> | &amp;amp; &amp;amp;</p>" } },
+        // One finding per row, in table order.
+        { "<p>a~b &amp;amp; ~</p>",
+            { "1:8 E Double-escaped ampersand in <p> | &amp;amp; ~</p>",
+                "1:5 E Tilde left in text in <p> | ~b &amp;amp; ~</p>" } },
+        { "<p>&lt;\r\nx</p>", { "1:4 W Escaped bracket before a line break in <p> | &lt;" } },
+        { "<p>ax &amp;</p>", { "1:5 W Ampersand after x in <p> | x &amp;</p>" } },
+        { "<p>&nbsp;</p>", {} },
+        { "<p>&AMP;amp;</p>", {} }, // letter case counts
+        { "<p>&amp;amp;", {} }, // never closed
+        { "<p>teMpSEparAtor</p>", {} }, // a "~" row finds only "~"
+        // Nested elements are each read whole.
+        { "<p>a<p>&amp;amp;</p></p>",
+            { "1:8 E Double-escaped ampersand in <p> | &amp;amp;</p></p>",
+                "1:8 E Double-escaped ampersand in <p> | &amp;amp;</p></p>" } },
+        // A stray bracket: the element's content is read on its own.
+        { "<p>a < b &amp;amp;</p>", { "1:10 E Double-escaped ampersand in <p> | &amp;amp;</p>" } },
+        // A stray "<" before the paragraph and a stray ">" after it join into one
+        // tag of the whole text, but not of the paragraph's content.
+        { "<q>p<0.05</q><p>&amp;amp;</p><q>n>3</q>",
+            { "1:17 E Double-escaped ampersand in <p> | &amp;amp;</p><q>n>3</q>" } },
+        // Removing <i> and <b> joins "<&amp;amp;>" into a tag of the paragraph's
+        // text, which goes too; inside <i> the ">" stays alone.
+        { "<p>a <<i>&amp;<b>amp;</b>></i></p>",
+            { "1:10 E Double-escaped ampersand in <i> | &amp;<b>amp;</b>></i></p>" } },
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(runEntities("<p> | UNCONENTITIES | N/A\r\n", c.input), c.expected) << c.input.constData();
+}
+
+TEST(UNCONENTITIES, OnlyStartTagsAndNeverElementsNamedD)
+{
+    const QByteArray rows = "<D> | UNCONENTITIES | N/A\r\n";
+    EXPECT_EQ(runEntities(rows, "<D>&amp;amp;</D>"), QStringList());
+    EXPECT_EQ(runEntities(rows, "<d>&amp;amp;</d>"),
+        QStringList { "1:4 E Double-escaped ampersand in <d> | &amp;amp;</d>" });
+    // Inside a declared element its row runs for every tag; only start tags are read.
+    EXPECT_EQ(runEntities(rows, "<D><x/>&amp;amp;<y>&amp;amp;</y></D>"),
+        QStringList { "1:20 E Double-escaped ampersand in <y> | &amp;amp;</y></D>" });
+}
+
+TEST(UNCONENTITIES, AgreesWithAPlainReadingOnRandomTexts)
+{
+    const QStringList pieces = { "<", ">", " ", "\r\n", "&", "a", "b", "~", ";", "<a>", "</a>", "<b x=\"1\">",
+        "</b>", "<a/>", "<D>", "</D>", "<a", "/>", "&amp;", "<!c>", "\"" };
+    // Without stray brackets every tag stands alone, which the rule reads another way.
+    const QStringList alonePieces = { " ", "\r\n", "&", "a", "b", "~", ";", "<a>", "</a>", "<b x=\"1\">",
+        "</b>", "<a/>", "<D>", "</D>", "&amp;", "<!c>", "<>", "< a>" };
+    const QStringList searches = { "&", "a&", "b a", "&amp;", "~;", ";\r\n", "a" };
+    std::mt19937 rng(2026);
+    QByteArray table;
+    QStringList messages;
+    for (int row = 0; row < searches.size(); ++row) {
+        QString written = searches[row];
+        written.replace(" ", "<space>").replace("\r\n", "<hrt>");
+        messages << QStringLiteral("Row %1").arg(row);
+        table += (written + " W / " + messages.last() + "\r\n").toUtf8();
+    }
+    int withFindings = 0;
+    for (int round = 0; round < 300; ++round) {
+        QString text;
+        const int length = int(rng() % 40);
+        for (int i = 0; i < length; ++i)
+            text += round % 2 ? pieces[rng() % pieces.size()] : alonePieces[rng() % alonePieces.size()];
+        RuleFixture fixture("N/A | UNCONENTITIES | N/A\r\n");
+        ASSERT_TRUE(fixture.loadTable(SupportFile::UnConEntitiesTbl, table));
+        const QStringList actual = fixture.run(text.toUtf8());
+        EXPECT_EQ(actual, literalEntities(fixture.state.wholeText, searches, messages)) << text.toStdString();
+        withFindings += actual.isEmpty() ? 0 : 1;
+    }
+    EXPECT_GT(withFindings, 50); // the texts do exercise the search
+}
