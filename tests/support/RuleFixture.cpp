@@ -23,11 +23,9 @@ RuleFixture::RuleFixture(const QByteArray& routineRows, const QByteArray& specia
 
 bool RuleFixture::loadTable(SupportFile which, const QByteArray& text)
 {
-    TableSet& set = state.config.ActiveTableSet;
-    set.file(which) = dir.write(QStringLiteral("table%1.tbl").arg(static_cast<int>(which)), text);
     for (const TableLoaderEntry& loader : SupportTableLoaders()) {
         if (loader.file == which)
-            return loader.load(state, set);
+            return setTable(which, text, loader.load);
     }
     return false;
 }
