@@ -19,8 +19,8 @@ public:
             lines << QStringLiteral("%1:%2 %3 %4 | %5")
                          .arg(f.line)
                          .arg(f.column)
-                         .arg(f.kind == FindingKind::Error ? QStringLiteral("E") : QStringLiteral("W"), f.message,
-                             f.data);
+                         .arg(f.kind == FindingKind::Error ? QStringLiteral("E") : QStringLiteral("W"),
+                             f.message, f.data);
         }
         return lines;
     }
