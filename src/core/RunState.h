@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/Configuration.h"
+#include "core/ConversionState.h"
 #include "core/Finding.h"
 #include "core/OperatorInterface.h"
 #include "core/ReportState.h"
@@ -56,6 +57,7 @@ struct RunState {
     QString contextElement;
     QString routineParameter; // upper-cased by the dispatcher
     QString currentRoutine; // the routine or check running now; names its findings
+    ConversionState conversion; // per file
 
     ReportState report;
     FindingSinks findingSinks; // outputs beside the fixed reports

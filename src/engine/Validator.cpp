@@ -124,6 +124,7 @@ void ResetPerFileState(RunState& state)
     state.toolkit.RemovedContentLengths.clear();
     state.currentRow = 0;
     state.rowStack = { 0 };
+    state.conversion = {};
 }
 
 void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std::int32_t lineNumber,

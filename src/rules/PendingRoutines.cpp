@@ -11,14 +11,6 @@ void COMPOUNDWORDCHECK(RunState&) { }
 
 void UNCONENTITIES(RunState&) { }
 
-void NOLEADZERO(RunState&) { }
-void ATTRIBUNCONENTITY(RunState&) { }
-void ATTRIBRANGEVALIDITY(RunState&) { }
-void ATTRIBNUMBERVALIDITY(RunState&) { }
-
-void CONVERT2TAG(RunState&) { }
-void CONVERT2ATTRIB(RunState&) { }
-
 void IMGNAMEARTIDEQUALITY(RunState&) { }
 void IMGNAMELENGTHEQUALITY(RunState&) { }
 void CheckImageValidation(RunState&) { }

@@ -21,16 +21,6 @@ void COMPOUNDWORDCHECK(RunState& state);
 // Unconverted entities.
 void UNCONENTITIES(RunState& state);
 
-// Attribute values.
-void NOLEADZERO(RunState& state);
-void ATTRIBUNCONENTITY(RunState& state);
-void ATTRIBRANGEVALIDITY(RunState& state);
-void ATTRIBNUMBERVALIDITY(RunState& state);
-
-// Conversion to a tag or an attribute.
-void CONVERT2TAG(RunState& state);
-void CONVERT2ATTRIB(RunState& state);
-
 // Rules that are not specified further: they stay empty.
 void IMGNAMEARTIDEQUALITY(RunState& state);
 void IMGNAMELENGTHEQUALITY(RunState& state);

@@ -1,7 +1,10 @@
 #include "rules/RuleRegistry.h"
 
 #include "config/RoutineDeclTable.h"
+#include "rules/AttributeValues.h"
 #include "rules/CharacterPatterns.h"
+#include "rules/ConvertToAttribute.h"
+#include "rules/ConvertToTag.h"
 #include "rules/Footnotes.h"
 #include "rules/PendingRoutines.h"
 
@@ -12,8 +15,7 @@ namespace {
 
 // Tables of rules that are not written yet are read as plain lines, so that
 // an unreadable file still stops the run at start-up.
-template <SupportFile Which>
-constexpr RuleEntry pending(QLatin1StringView name, Routine run)
+template <SupportFile Which> constexpr RuleEntry pending(QLatin1StringView name, Routine run)
 {
     return { name, run, Which, LoadLinesTable<Which> };
 }
@@ -31,12 +33,12 @@ RuleBook makeRules()
         pending<HyphenatedTbl>("HYPHENATEDWORDCHECK"_L1, HYPHENATEDWORDCHECK),
         pending<HyphenatedTbl>("COMPOUNDWORDCHECK"_L1, COMPOUNDWORDCHECK),
         pending<UnConEntitiesTbl>("UNCONENTITIES"_L1, UNCONENTITIES),
-        pending<Convert2TagTbl>("CONVERT2TAG"_L1, CONVERT2TAG),
-        pending<NoLeadZeroTbl>("NOLEADZERO"_L1, NOLEADZERO),
-        pending<AttribUnconTbl>("ATTRIBUNCONENTITY"_L1, ATTRIBUNCONENTITY),
+        { "CONVERT2TAG"_L1, CONVERT2TAG, Convert2TagTbl, LoadConvert2TagTable },
+        { "NOLEADZERO"_L1, NOLEADZERO, NoLeadZeroTbl, LoadNoLeadZeroTable },
+        { "ATTRIBUNCONENTITY"_L1, ATTRIBUNCONENTITY, AttribUnconTbl, LoadAttribUnconTable },
         { "ATTRIBRANGEVALIDITY"_L1, ATTRIBRANGEVALIDITY },
         { "ATTRIBNUMBERVALIDITY"_L1, ATTRIBNUMBERVALIDITY },
-        pending<Convert2AttribTbl>("CONVERT2ATTRIB"_L1, CONVERT2ATTRIB),
+        { "CONVERT2ATTRIB"_L1, CONVERT2ATTRIB, Convert2AttribTbl, LoadConvert2AttribTable },
         { "UNDELFNREF"_L1, UNDELFNREF },
         pending<CitationValTbl>("CITATIONVALIDITY"_L1, CITATIONVALIDITY),
         pending<CompContTbl>("COMPCONT"_L1, COMPCONT),
@@ -84,7 +86,8 @@ const RuleBook& Rules()
 bool IsRoutineName(const QString& upperName)
 {
     const QList<RuleEntry>& routines = Rules().routines;
-    return std::any_of(routines.begin(), routines.end(), [&](const RuleEntry& rule) { return rule.name == upperName; });
+    return std::any_of(
+        routines.begin(), routines.end(), [&](const RuleEntry& rule) { return rule.name == upperName; });
 }
 
 QList<TableLoaderEntry> SupportTableLoaders()

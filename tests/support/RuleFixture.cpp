@@ -29,3 +29,14 @@ QStringList RuleFixture::run(const QByteArray& input)
     ValidateFile(state, Rules());
     return sink.entries();
 }
+
+bool RuleFixture::loadTable(SupportFile which, const QByteArray& text)
+{
+    TableSet& set = state.config.ActiveTableSet;
+    set.file(which) = dir.write(QStringLiteral("table%1.tbl").arg(static_cast<int>(which)), text);
+    for (const TableLoaderEntry& entry : SupportTableLoaders()) {
+        if (entry.file == which)
+            return entry.load(state, set);
+    }
+    return false;
+}

@@ -17,6 +17,10 @@ public:
 
     QStringList run(const QByteArray& input);
 
+    // Writes a support table (its header line included) and reads it with
+    // the loader the rule registry names for it; false when that fails.
+    bool loadTable(SupportFile which, const QByteArray& text);
+
     RecordingOperator op;
     RunState state { op };
     RecordingSink sink;
