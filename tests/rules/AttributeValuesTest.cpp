@@ -1,4 +1,5 @@
 #include "rules/AttributeValues.h"
+
 #include "support/RuleFixture.h"
 
 #include <gtest/gtest.h>
@@ -83,8 +84,8 @@ TEST(AttributeTables, AMissingFileFailsTheLoading)
     set.file(SupportFile::NoLeadZeroTbl) = fixture.dir.path() + QStringLiteral("absent.tbl");
     EXPECT_FALSE(LoadNoLeadZeroTable(fixture.state, set));
     ASSERT_EQ(fixture.op.messages.size(), 1);
-    EXPECT_TRUE(fixture.op.messages[0].text.startsWith("Error while reading " + set.file(SupportFile::NoLeadZeroTbl)
-        + "!  -- Error: "));
+    EXPECT_TRUE(fixture.op.messages[0].text.startsWith(
+        "Error while reading " + set.file(SupportFile::NoLeadZeroTbl) + "!  -- Error: "));
 }
 
 TEST(NOLEADZERO, ReportsEveryFaultyRow)
@@ -97,10 +98,12 @@ TEST(NOLEADZERO, ReportsEveryFaultyRow)
     const QList<Case> cases = {
         { R"(<page number="007">)", { "1:1 E " + message + R"(number=007 | <page number="007">)" } },
         { R"(<page number="0"/>)", { "1:1 E " + message + R"(number=0 | <page number="0"/>)" } },
-        { R"(x <page number=" 12- 05 ">)", { "1:3 E " + message + R"(number=12- 05 | <page number=" 12- 05 ">)" } },
+        { R"(x <page number=" 12- 05 ">)",
+            { "1:3 E " + message + R"(number=12- 05 | <page number=" 12- 05 ">)" } },
         { R"(<page number="12,05">)", { "1:1 E " + message + R"(number=12,05 | <page number="12,05">)" } },
         { R"(<page number="12.05">)", {} },
-        { R"(<page number="10" start="10">)", { "1:1 E " + message + R"(start=10 | <page number="10" start="10">)" } },
+        { R"(<page number="10" start="10">)",
+            { "1:1 E " + message + R"(start=10 | <page number="10" start="10">)" } },
         { R"(<page number="01" start="0">)",
             { "1:1 E " + message + R"(number=01 | <page number="01" start="0">)",
                 "1:1 E " + message + R"(start=0 | <page number="01" start="0">)" } },
@@ -123,9 +126,11 @@ TEST(NOLEADZERO, ReportsEveryFaultyRow)
 TEST(NOLEADZERO, PassesOverEndTagsAndUsesTheDeclaredSeverity)
 {
     RuleFixture fixture("<page> | NOLEADZERO | W\r\n");
-    ASSERT_TRUE(fixture.loadTable(SupportFile::NoLeadZeroTbl, "Tag | Attribute | Delimiters\r\npage | n | -\r\n"));
+    ASSERT_TRUE(
+        fixture.loadTable(SupportFile::NoLeadZeroTbl, "Tag | Attribute | Delimiters\r\npage | n | -\r\n"));
     EXPECT_EQ(fixture.run(R"(<page n="01">a</page n="02">)"),
-        QStringList { R"(1:1 W Value of attribute contains leading zero: n=01 | <page n="01">a</page n="02">)" });
+        QStringList {
+            R"(1:1 W Value of attribute contains leading zero: n=01 | <page n="01">a</page n="02">)" });
 }
 
 TEST(ATTRIBUNCONENTITY, TakesTheKindFromTheRowMarker)
@@ -135,7 +140,8 @@ TEST(ATTRIBUNCONENTITY, TakesTheKindFromTheRowMarker)
         QStringList expected;
     };
     const QList<Case> cases = {
-        { R"(<fig alt="A &amp; B">)", { R"(1:1 E Bad entity in <fig alt="A &amp; B"> | <fig alt="A &amp; B">)" } },
+        { R"(<fig alt="A &amp; B">)",
+            { R"(1:1 E Bad entity in <fig alt="A &amp; B"> | <fig alt="A &amp; B">)" } },
         { R"(<fig title="x&#x2013;y">)",
             { R"(1:1 W Numeric entity in <fig title="x&#x2013;y"> | <fig title="x&#x2013;y">)" } },
         { R"(<fig alt="A &AMP; B">)", {} }, // the search respects letter case
@@ -143,7 +149,8 @@ TEST(ATTRIBUNCONENTITY, TakesTheKindFromTheRowMarker)
         { R"(<fig id="f1">)", {} },
         { R"(<fig label="1"/>)", { R"(1:1 W Any label in <fig label="1"/> | <fig label="1"/>)" } },
         { R"(<figure alt="&amp;">)", {} },
-        { R"(<fig alt="&amp;"></fig>)", { R"(1:1 E Bad entity in <fig alt="&amp;"> | <fig alt="&amp;"></fig>)" } },
+        { R"(<fig alt="&amp;"></fig>)",
+            { R"(1:1 E Bad entity in <fig alt="&amp;"> | <fig alt="&amp;"></fig>)" } },
     };
     for (const Case& c : cases) {
         RuleFixture fixture("N/A | ATTRIBUNCONENTITY | W\r\n");
@@ -166,11 +173,13 @@ TEST(RangeAttributes, AreMirrorImagesButNotSymmetric)
     const QString multi = "Multi-data for number attribute is not allowed ";
     const QString invalid = "Invalid range attribute value ";
     const QList<Case> cases = {
-        { R"(<xref number="3-5">)", { "1:1 E " + multi + R"(<xref number="3-5"> | <xref number="3-5">)" }, {} },
+        { R"(<xref number="3-5">)", { "1:1 E " + multi + R"(<xref number="3-5"> | <xref number="3-5">)" },
+            {} },
         { R"(<xref number="3-5" range="y">)", {}, {} },
         { R"(<xref number="3 TO 5" range="Y">)", {}, {} },
         { R"(<xref number="3 TO 5" range="N">)",
-            { "1:1 E " + multi + R"(<xref number="3 TO 5" range="N"> | <xref number="3 TO 5" range="N">)" }, {} },
+            { "1:1 E " + multi + R"(<xref number="3 TO 5" range="N"> | <xref number="3 TO 5" range="N">)" },
+            {} },
         { R"(<xref number="3-5" range=" Y">)",
             { "1:1 E " + multi + R"(<xref number="3-5" range=" Y"> | <xref number="3-5" range=" Y">)" }, {} },
         { R"(<xref number="3" range="Y">)", {},

@@ -1,10 +1,10 @@
+#include "rules/TagDashing.h"
+
 #include "rules/ConversionText.h"
 #include "rules/ConvertToTag.h"
 #include "rules/LiteralConversion.h"
-#include "rules/TagDashing.h"
 
 #include <gtest/gtest.h>
-
 #include <random>
 
 namespace {
@@ -24,7 +24,8 @@ QString randomTagText(std::mt19937& random, int pieces)
 {
     static const QStringList parts = { QStringLiteral("<a>"), QStringLiteral("<b>"), QStringLiteral("</a>"),
         QStringLiteral("<a x=\"1\">"), QStringLiteral("Fig"), QStringLiteral(" "), QStringLiteral("<"),
-        QStringLiteral(">"), QStringLiteral("-"), QStringLiteral("<a"), QStringLiteral("."), QStringLiteral("9") };
+        QStringLiteral(">"), QStringLiteral("-"), QStringLiteral("<a"), QStringLiteral("."),
+        QStringLiteral("9") };
     std::uniform_int_distribution<qsizetype> pick(0, parts.size() - 1);
     QString text;
     for (int i = 0; i < pieces; ++i)
@@ -55,7 +56,8 @@ TEST(TagDashing, SameAsReplacingEveryOccurrence)
 {
     std::mt19937 random(12);
     for (int round = 0; round < 20000; ++round) {
-        const QString text = round % 2 ? randomText(random, round % 40, u"<<>>ab-") : randomTagText(random, round % 30);
+        const QString text
+            = round % 2 ? randomText(random, round % 40, u"<<>>ab-") : randomTagText(random, round % 30);
         ASSERT_EQ(DashTags(text), Literal::DashTags(text)) << text.toStdString();
     }
 }
@@ -84,11 +86,13 @@ TEST(PrecedingText, SameAsLookingAtTheWholeTextEachTime)
         const QString whole = randomTagText(random, 40);
         const qsizetype start = std::uniform_int_distribution<qsizetype>(0, 4)(random);
         PrecedingText preceding(start);
-        for (qsizetype end = start; end <= whole.size(); end += std::uniform_int_distribution<qsizetype>(1, 5)(random)) {
+        for (qsizetype end = start; end <= whole.size();
+             end += std::uniform_int_distribution<qsizetype>(1, 5)(random)) {
             preceding.extendTo(whole, end);
             const QString text = whole.mid(start, end - start);
             for (const QString& expanded : expandedTexts) {
-                ASSERT_EQ(preceding.endsWithExpanded(expanded), Literal::ExpandedTextStandsLast(text, expanded))
+                ASSERT_EQ(
+                    preceding.endsWithExpanded(expanded), Literal::ExpandedTextStandsLast(text, expanded))
                     << text.toStdString() << " | " << expanded.toStdString();
             }
         }
