@@ -26,7 +26,8 @@ bool holdsRangeSeparator(const RunState& state, const QString& value)
 void reportAtTag(RunState& state, const QString& severity, const QString& message)
 {
     const ValidationContext& context = state.context;
-    ReportBySeverity(state, severity, context.lineNumber, message, DataContentAt(state, 0), context.linePosition);
+    ReportBySeverity(
+        state, severity, context.lineNumber, message, DataContentAt(state, 0), context.linePosition);
 }
 
 } // namespace
@@ -150,5 +151,6 @@ void ATTRIBNUMBERVALIDITY(RunState& state)
     // A missing or empty number is as wrong as a single one.
     const QString number = xml.GetAttributeValue(context.tagText, QStringLiteral("number"));
     if (!holdsRangeSeparator(state, number))
-        reportAtTag(state, state.routineParameter, QStringLiteral("Invalid range attribute value ") + context.tagText);
+        reportAtTag(state, state.routineParameter,
+            QStringLiteral("Invalid range attribute value ") + context.tagText);
 }

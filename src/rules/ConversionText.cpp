@@ -8,10 +8,11 @@ QString CurrentElementContent(RunState& state)
 {
     const ValidationContext& context = state.context;
     const QString& name = context.tagName;
-    const bool plainName = !name.isEmpty() && !name.contains(u' ') && !name.contains(u'<') && !name.contains(u'>');
+    const bool plainName
+        = !name.isEmpty() && !name.contains(u' ') && !name.contains(u'<') && !name.contains(u'>');
     const qsizetype tagStart = context.filePosition - 1;
-    const bool tagInPlace
-        = tagStart >= 0 && QStringView(state.wholeText).mid(tagStart, context.tagText.size()) == context.tagText;
+    const bool tagInPlace = tagStart >= 0
+        && QStringView(state.wholeText).mid(tagStart, context.tagText.size()) == context.tagText;
     if (!plainName || !tagInPlace) {
         // Not a tag of the validated text as the scanner cut it: ask the
         // toolkit directly.

@@ -13,7 +13,7 @@ bool LoadConvert2AttribTable(RunState& state, TableSet& set)
         return false;
     auto table = std::make_shared<Convert2AttribTable>();
     for (const QStringList& f : TableReading::RowsOf(lines, 6))
-        table->rows.append({ f[0], f[1], f[2], f[3], f[4], f[5] });
+        table->rows.append({ f[0], f[1], f[1].toUpper(), f[2], f[3], f[4], f[5] });
     set.table(SupportFile::Convert2AttribTbl) = std::move(table);
     return true;
 }
@@ -84,8 +84,8 @@ void report(RunState& state, const Convert2AttribRow& row, const char* outcome)
 {
     const ValidationContext& context = state.context;
     ReportBySeverity(state, row.severity, context.lineNumber,
-        QStringLiteral("Expanded value of ") + row.attributeName + QLatin1String(outcome), DataContentAt(state, 0),
-        context.linePosition);
+        QStringLiteral("Expanded value of ") + row.attributeName + QLatin1String(outcome),
+        DataContentAt(state, 0), context.linePosition);
 }
 
 void checkAfter(RunState& state, TagTexts& texts, const Convert2AttribRow& row)
@@ -118,14 +118,15 @@ void CONVERT2ATTRIB(RunState& state)
     const ValidationContext& context = state.context;
     if (context.tagType == TagKind::End || !context.tagText.contains(u'='))
         return;
-    const auto* table = state.config.ActiveTableSet.loaded<Convert2AttribTable>(SupportFile::Convert2AttribTbl);
+    const auto* table
+        = state.config.ActiveTableSet.loaded<Convert2AttribTable>(SupportFile::Convert2AttribTbl);
     if (!table)
         return;
     const xmlClass xml(state.toolkit);
     TagTexts texts(state);
     for (const Convert2AttribRow& row : table->rows) {
         const QString value = xml.GetAttributeValue(context.tagText, row.attributeName);
-        if (value.toUpper() != row.attributeValue.toUpper())
+        if (value.toUpper() != row.attributeValueUpper)
             continue;
         if (row.where == QLatin1String("S") || row.where == QLatin1String("B"))
             checkBefore(state, texts, row);

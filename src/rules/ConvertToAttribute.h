@@ -12,6 +12,7 @@ struct RunState;
 struct Convert2AttribRow {
     QString attributeName;
     QString attributeValue; // the value the attribute must have for the row to apply
+    QString attributeValueUpper; // the same, upper-cased once at loading
     QString action; // "DELETE" or "COPY"
     QString expandedText; // what the conversion should have removed or kept
     QString severity; // "E" gives an error

@@ -4,18 +4,39 @@
 
 void TagDasher::append(QStringView text)
 {
-    for (const QChar c : text) {
+    qsizetype from = 0;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text[i];
+        if (c != u'<' && c != u'>')
+            continue;
+        pending_ += text.sliced(from, i - from);
+        from = i + 1;
         if (c == u'>') {
             closeTag();
-            continue;
-        }
-        if (c == u'<')
+        } else {
             lts_.push_back(pending_.size());
-        pending_ += c;
+            pending_ += c;
+        }
     }
+    pending_ += text.sliced(from);
 }
 
-int TagDasher::earliestTimeAfter(const QString& tagText, int after) const
+void TagDasher::leaveCleanMode()
+{
+    clean_ = false;
+    // Only the first time a text was taken counts, and only the order of
+    // the times matters.
+    for (const auto& [offset, length] : cleanSpans_) {
+        const QStringView tagText = QStringView(cleanTexts_).sliced(offset, length);
+        if (replaced_.contains(tagText))
+            continue;
+        replaced_.insert(tagText, { ++clock_ });
+        lengths_.insert(length);
+    }
+    cleanSpans_ = {};
+}
+
+int TagDasher::earliestTimeAfter(QStringView tagText, int after) const
 {
     const auto it = replaced_.constFind(tagText);
     if (it == replaced_.cend())
@@ -33,6 +54,22 @@ void TagDasher::closeTag()
         junctions_.clear();
         return;
     }
+    if (clean_ && lts_.size() == 1) {
+        // One "<" waits: whichever way its tag text is replaced, from it
+        // on the text becomes "-". The text is only noted, in order, for a
+        // later stray "<" to look up.
+        const QStringView pending(pending_);
+        const qsizetype start = lts_.front();
+        cleanSpans_.push_back({ cleanTexts_.size(), pending.size() - start });
+        cleanTexts_ += pending.sliced(start);
+        finished_ += pending.first(start);
+        finished_ += u'-';
+        pending_.clear();
+        lts_.clear();
+        return;
+    }
+    if (clean_)
+        leaveCleanMode();
     // A tag text replaced earlier removes this ">" when it ended here at
     // that time: every "-" it spans must be older than the replacement. Of
     // several such texts the earliest replacement wins.
@@ -42,7 +79,7 @@ void TagDasher::closeTag()
         int newestJunction = 0;
         for (auto j = junctions_.rbegin(); j != junctions_.rend() && j->offset >= start; ++j)
             newestJunction = std::max(newestJunction, j->time);
-        const int time = earliestTimeAfter(pending_.sliced(start) + u'>', newestJunction);
+        const int time = earliestTimeAfter(QStringView(pending_).sliced(start), newestJunction);
         if (time >= 0 && (bestTime < 0 || time < bestTime)) {
             bestTime = time;
             bestStart = start;
@@ -52,13 +89,13 @@ void TagDasher::closeTag()
     // at whichever is fewer, the "<" or the known lengths.
     if (lts_.size() <= lengths_.size()) {
         for (auto lt = lts_.rbegin(); lt != lts_.rend(); ++lt) {
-            if (!lengths_.empty() && pending_.size() - *lt + 1 > *lengths_.rbegin())
+            if (!lengths_.empty() && pending_.size() - *lt > *lengths_.rbegin())
                 break;
             consider(*lt);
         }
     } else {
         for (const qsizetype length : lengths_) {
-            const qsizetype start = pending_.size() + 1 - length;
+            const qsizetype start = pending_.size() - length;
             if (start < 0)
                 break;
             if (pending_[start] == u'<')
@@ -71,10 +108,15 @@ void TagDasher::closeTag()
     }
     // Nothing replaced earlier ends here: the first "<" waiting takes it now.
     const qsizetype first = lts_.front();
-    const QString tagText = pending_.sliced(first) + u'>';
+    const QStringView tagText = QStringView(pending_).sliced(first);
     const int now = ++clock_;
-    replaced_[tagText].push_back(now);
-    lengths_.insert(tagText.size());
+    auto known = replaced_.find(tagText);
+    if (known == replaced_.end()) {
+        replacedTexts_.push_back(tagText.toString());
+        known = replaced_.insert(QStringView(replacedTexts_.back()), {});
+        lengths_.insert(tagText.size());
+    }
+    known->push_back(now);
     consume(first, now);
 }
 

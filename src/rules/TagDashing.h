@@ -3,6 +3,7 @@
 #include <QHash>
 #include <QString>
 #include <QStringView>
+#include <deque>
 #include <set>
 #include <utility>
 #include <vector>
@@ -20,6 +21,11 @@
 // be fed in pieces, so a growing prefix costs one pass in all.
 class TagDasher {
 public:
+    TagDasher() = default;
+    // The look-up keys view texts the dasher owns: no copies.
+    TagDasher(const TagDasher&) = delete;
+    TagDasher& operator=(const TagDasher&) = delete;
+
     void append(QStringView text);
 
     // The dashed text so far is finished() + pending(); nothing in finished()
@@ -35,15 +41,26 @@ private:
     };
 
     void closeTag(); // at a ">"
+    void leaveCleanMode();
     void consume(qsizetype from, int time);
-    int earliestTimeAfter(const QString& tagText, int after) const;
+    int earliestTimeAfter(QStringView tagText, int after) const;
 
     QString finished_;
     QString pending_;
     std::vector<qsizetype> lts_; // every "<" in pending_, ascending
     std::vector<Junction> junctions_; // ascending offsets
-    QHash<QString, std::vector<int>> replaced_; // tag text -> times it was replaced, ascending
-    std::set<qsizetype> lengths_; // lengths of the tag texts in replaced_
+    // Tag texts without their closing ">" -> the times they were replaced,
+    // ascending. The keys view texts kept in replacedTexts_, so that a look-up
+    // straight from the pending text needs no copy.
+    QHash<QStringView, std::vector<int>> replaced_;
+    std::deque<QString> replacedTexts_;
+    std::set<qsizetype> lengths_; // lengths of those texts
+    // Until a second "<" waits at a ">", every ">" simply ends the tag of
+    // the one "<" waiting, and the tag texts are only noted here in order;
+    // the look-up table is built from them when it is first needed.
+    bool clean_ = true;
+    QString cleanTexts_;
+    std::vector<std::pair<qsizetype, qsizetype>> cleanSpans_; // offset and length in cleanTexts_
     int clock_ = 0;
 };
 

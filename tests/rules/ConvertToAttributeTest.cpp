@@ -1,4 +1,5 @@
 #include "rules/ConvertToAttribute.h"
+
 #include "support/RuleFixture.h"
 
 #include <gtest/gtest.h>
@@ -31,11 +32,13 @@ TEST(Convert2AttribTable, KeepsSixFieldRows)
         "type | fig | DELETE | Figure | E\r\n"
         "\r\n"
         "type | fig | DELETE | Figure | E | E | x\r\n"));
-    const auto* table = fixture.state.config.ActiveTableSet.loaded<Convert2AttribTable>(SupportFile::Convert2AttribTbl);
+    const auto* table
+        = fixture.state.config.ActiveTableSet.loaded<Convert2AttribTable>(SupportFile::Convert2AttribTbl);
     ASSERT_NE(table, nullptr);
     ASSERT_EQ(table->rows.size(), 1);
     const Convert2AttribRow& row = table->rows[0];
-    EXPECT_EQ(QStringList({ row.attributeName, row.attributeValue, row.action, row.expandedText, row.severity, row.where }),
+    EXPECT_EQ(QStringList({ row.attributeName, row.attributeValue, row.action, row.expandedText, row.severity,
+                  row.where }),
         QStringList({ "type", "fig", "delete", "Fig.", "e", "b" }));
 }
 
@@ -46,8 +49,7 @@ TEST(CONVERT2ATTRIB, AfterTheTagTheTextMustStandFirst)
             { R"(1:1 E Expanded value of type Found after tag | <xref type="fig">figure 3</xref>)" } },
         { R"(<xref type="FIG"><b>Figure</b> 3</xref>)",
             { R"(1:1 E Expanded value of type Found after tag | <xref type="FIG"><b>Figure</b> 3</xref>)" } },
-        { R"(<xref type="fig">Fig. Figure</xref>)", {} },
-        { R"(<xref type="fig">Figures</xref>)", {} },
+        { R"(<xref type="fig">Fig. Figure</xref>)", {} }, { R"(<xref type="fig">Figures</xref>)", {} },
         { R"(<xref type="fig">(Figure)</xref>)",
             { R"(1:1 E Expanded value of type Found after tag | <xref type="fig">(Figure)</xref>)" } },
         { R"(<xref type="fig">Figure 3)", {} }, // never closed: no content
@@ -60,8 +62,7 @@ TEST(CONVERT2ATTRIB, AfterTheTagTheTextMustStandFirst)
             { R"(1:1 W Expanded value of rid Found after tag | <xref id="r1">Ref 1</xref>)" } },
         { R"(<xref rid="">Ref 1</xref>)",
             { R"(1:1 W Expanded value of rid Found after tag | <xref rid="">Ref 1</xref>)" } },
-        { R"(<xref rid="b1">Ref 1</xref>)", {} },
-        { R"(<xref>Ref 1</xref>)", {} }, // no attribute at all
+        { R"(<xref rid="b1">Ref 1</xref>)", {} }, { R"(<xref>Ref 1</xref>)", {} }, // no attribute at all
         { R"(<xref type="lower">Lower</xref>)", {} }, // "s" is not "S"
     };
     for (const auto& [input, expected] : cases)
@@ -111,13 +112,16 @@ TEST(CONVERT2ATTRIB, ManyTagsInOneElementReadTheirOwnPrecedingText)
     for (int i = 0; i < 40; ++i) {
         const QByteArray outer = i % 3 == 0 ? "Table" : "tables";
         const QByteArray inner = i % 2 == 0 ? "Table" : "tables";
-        const QByteArray line = " " + outer + " " + tag + "x</xref><p id=\"p\">" + inner + " " + tag + "z</xref></p>";
+        const QByteArray line
+            = " " + outer + " " + tag + "x</xref><p id=\"p\">" + inner + " " + tag + "z</xref></p>";
         const qsizetype first = line.indexOf(tag);
         const qsizetype second = line.indexOf(tag, first + 1);
         for (const qsizetype at : { first, second }) {
             if ((at == first ? outer : inner) == "Table")
                 continue;
-            expected << QStringLiteral("%1:%2 W Expanded value of type Not found before tag | ").arg(i + 2).arg(at + 1)
+            expected << QStringLiteral("%1:%2 W Expanded value of type Not found before tag | ")
+                            .arg(i + 2)
+                            .arg(at + 1)
                     + QString::fromUtf8(line.mid(at));
         }
         input += line + "\r\n";

@@ -1,4 +1,5 @@
 #include "rules/ConvertToTag.h"
+
 #include "support/RuleFixture.h"
 
 #include <gtest/gtest.h>
@@ -30,7 +31,8 @@ TEST(Convert2TagTable, KeepsFiveFieldRows)
         " xref | delete | Fig. | e | s \r\n"
         "xref | DELETE | Figure | E\r\n"
         "xref | DELETE | Figure | E | S | x\r\n"));
-    const auto* table = fixture.state.config.ActiveTableSet.loaded<Convert2TagTable>(SupportFile::Convert2TagTbl);
+    const auto* table
+        = fixture.state.config.ActiveTableSet.loaded<Convert2TagTable>(SupportFile::Convert2TagTbl);
     ASSERT_NE(table, nullptr);
     ASSERT_EQ(table->rows.size(), 1);
     const Convert2TagRow& row = table->rows[0];
@@ -41,15 +43,18 @@ TEST(Convert2TagTable, KeepsFiveFieldRows)
 TEST(CONVERT2TAG, BeforeTheTagTheLastWordCounts)
 {
     const QList<std::pair<QByteArray, QStringList>> cases = {
-        { "<p>see Figure<xref>1</xref></p>", { R"(1:14 E "Figure" Found right before <xref> | <xref>1</xref></p>)" } },
-        { "<p>see FIGURE<xref>1</xref></p>", { R"(1:14 E "Figure" Found right before <xref> | <xref>1</xref></p>)" } },
+        { "<p>see Figure<xref>1</xref></p>",
+            { R"(1:14 E "Figure" Found right before <xref> | <xref>1</xref></p>)" } },
+        { "<p>see FIGURE<xref>1</xref></p>",
+            { R"(1:14 E "Figure" Found right before <xref> | <xref>1</xref></p>)" } },
         { "<p>see Figure <xref>1</xref></p>", {} }, // the word must end right before the tag
         { "<p>see Figure<b></b><xref>1</xref></p>", {} }, // a tag ends the word
         { "<p>Figure-<xref>1</xref></p>", {} },
         { "<p>Figures<xref>1</xref></p>", {} },
         { "<p>\xE9" // e acute, the input being read as Windows-1252
           "Figure<xref>1</xref></p>",
-            { "1:11 E \"Figure\" Found right before <xref> | <xref>1</xref></p>" } }, // an accented letter ends a word
+            { "1:11 E \"Figure\" Found right before <xref> | <xref>1</xref></p>" } }, // an accented letter
+                                                                                      // ends a word
         { "Figure<xref>1</xref>", { R"(1:7 E "Figure" Found right before <xref> | <xref>1</xref>)" } },
         // The text starts after the outermost open start tag.
         { "<sec><p>x</p>Figure<xref>1</xref></sec>",

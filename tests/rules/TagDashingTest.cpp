@@ -1,8 +1,11 @@
 #include "rules/TagDashing.h"
 
+#include "core/RunState.h"
 #include "rules/ConversionText.h"
 #include "rules/ConvertToTag.h"
 #include "rules/LiteralConversion.h"
+#include "support/RecordingOperator.h"
+#include "text/xmlClass.h"
 
 #include <gtest/gtest.h>
 #include <random>
@@ -108,5 +111,36 @@ TEST(PrecedingText, LastWordNeedsOnlyTheRawTail)
         const qsizetype end = std::uniform_int_distribution<qsizetype>(start, whole.size())(random);
         ASSERT_EQ(LastWordBefore(whole, start, end), Literal::LastWord(whole.mid(start, end - start)))
             << whole.toStdString() << " " << start << " " << end;
+    }
+}
+
+TEST(CurrentElementContent, SameAsGetPCDATAAtTheTag)
+{
+    static const QStringList parts
+        = { "<a>", "</a>", "<a x=\"1\">", "<b>", "</b>", "t", "<a", " ", "</a >", "<ab>" };
+    std::mt19937 random(11);
+    std::uniform_int_distribution<qsizetype> pick(0, parts.size() - 1);
+    RecordingOperator op;
+    for (int round = 0; round < 400; ++round) {
+        RunState state(op);
+        for (int i = 0; i < 30; ++i)
+            state.wholeText += parts[pick(random)];
+        const xmlClass xml(state.toolkit);
+        for (qsizetype lt = state.wholeText.indexOf(u'<'); lt >= 0;
+             lt = state.wholeText.indexOf(u'<', lt + 1)) {
+            const qsizetype gt = state.wholeText.indexOf(u'>', lt);
+            if (gt < 0)
+                break;
+            const QString tag = state.wholeText.mid(lt, gt - lt + 1);
+            if (tag.indexOf(u'<', 1) >= 0 || xml.GetTagType(tag) != TagKind::Start)
+                continue;
+            state.context.tagText = tag;
+            state.context.tagName = xml.GetTagName(tag);
+            state.context.filePosition = static_cast<std::int32_t>(lt + 1);
+            std::int32_t position = state.context.filePosition;
+            const QString expected
+                = xml.GetPCDATA(state.wholeText, tag, "</" + state.context.tagName + ">", position);
+            ASSERT_EQ(CurrentElementContent(state), expected) << state.wholeText.toStdString() << " @" << lt;
+        }
     }
 }
