@@ -55,6 +55,7 @@ bool LoadNoLeadZeroTable(RunState& state, TableSet& set)
     for (const QStringList& fields : TableReading::RowsOf(lines, 3)) {
         table->rows.append({ fields[0], fields[1], ParseLeadZeroDelimiters(fields[2]) });
         table->tagIndex += bracketed(fields[0]);
+        table->tagNames.insert(fields[0]);
     }
     set.table(SupportFile::NoLeadZeroTbl) = std::move(table);
     return true;
@@ -69,6 +70,7 @@ bool LoadAttribUnconTable(RunState& state, TableSet& set)
     for (const QStringList& fields : TableReading::RowsOf(lines, 4)) {
         table->rows.append({ fields[0], fields[1], fields[2], fields[3] });
         table->tagIndex += bracketed(fields[0]);
+        table->tagNames.insert(fields[0]);
     }
     set.table(SupportFile::AttribUnconTbl) = std::move(table);
     return true;
@@ -79,8 +81,13 @@ void NOLEADZERO(RunState& state)
     const ValidationContext& context = state.context;
     if (context.tagType == TagKind::End)
         return;
+    // Without "=" the tag has no attribute value to look at.
+    if (!context.tagText.contains(u'='))
+        return;
     const auto* table = state.config.ActiveTableSet.loaded<NoLeadZeroTable>(SupportFile::NoLeadZeroTbl);
-    if (!table || !table->tagIndex.contains(bracketed(context.tagName)))
+    // A name matching "[name]" of the index only across two entries matches
+    // no row either, so the set of names answers the same.
+    if (!table || !table->tagNames.contains(context.tagName))
         return;
     const xmlClass xml(state.toolkit);
     for (const NoLeadZeroRow& row : table->rows) {
@@ -108,8 +115,10 @@ void ATTRIBUNCONENTITY(RunState& state)
     const ValidationContext& context = state.context;
     if (context.tagType == TagKind::End)
         return;
+    if (!context.tagText.contains(u'='))
+        return;
     const auto* table = state.config.ActiveTableSet.loaded<AttribUnconTable>(SupportFile::AttribUnconTbl);
-    if (!table || !table->tagIndex.contains(bracketed(context.tagName)))
+    if (!table || !table->tagNames.contains(context.tagName))
         return;
     const xmlClass xml(state.toolkit);
     for (const AttribUnconRow& row : table->rows) {
@@ -128,7 +137,7 @@ void ATTRIBUNCONENTITY(RunState& state)
 void ATTRIBRANGEVALIDITY(RunState& state)
 {
     const ValidationContext& context = state.context;
-    if (context.tagType == TagKind::End)
+    if (context.tagType == TagKind::End || !context.tagText.contains(u'='))
         return;
     const xmlClass xml(state.toolkit);
     const QString number = xml.GetAttributeValue(context.tagText, QStringLiteral("number"));
@@ -143,7 +152,7 @@ void ATTRIBRANGEVALIDITY(RunState& state)
 void ATTRIBNUMBERVALIDITY(RunState& state)
 {
     const ValidationContext& context = state.context;
-    if (context.tagType == TagKind::End)
+    if (context.tagType == TagKind::End || !context.tagText.contains(u'='))
         return;
     const xmlClass xml(state.toolkit);
     if (xml.GetAttributeValue(context.tagText, QStringLiteral("range")).toUpper() != QLatin1String("Y"))

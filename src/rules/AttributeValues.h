@@ -3,6 +3,7 @@
 #include "core/TableSet.h"
 
 #include <QList>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -21,6 +22,7 @@ struct NoLeadZeroRow {
 struct NoLeadZeroTable : SupportTable {
     QList<NoLeadZeroRow> rows;
     QString tagIndex; // "[tag]" of every row, in row order
+    QSet<QString> tagNames; // the same names, for a test without building "[tag]"
 };
 
 // One row of the attribute string table.
@@ -34,6 +36,7 @@ struct AttribUnconRow {
 struct AttribUnconTable : SupportTable {
     QList<AttribUnconRow> rows;
     QString tagIndex;
+    QSet<QString> tagNames;
 };
 
 // The delimiter slots of a no-leading-zero row's third column.

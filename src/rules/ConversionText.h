@@ -4,6 +4,7 @@
 
 #include <QHash>
 #include <QString>
+#include <QStringList>
 #include <QStringView>
 
 struct RunState;
@@ -20,18 +21,20 @@ inline bool IsWordCharacter(QChar c)
 
 // The content of the element that the current start tag opens, as GetPCDATA
 // gives it from the tag's position: empty when the element is not closed.
-QString CurrentElementContent(RunState& state);
+// The answer is first looked for within `window` characters of the tag; an
+// element that does not end there is read from an index of the whole file,
+// built once, so that unclosed elements never cost a pass each.
+QString CurrentElementContent(RunState& state, qsizetype window = 4096);
 
 // The dashed text from a fixed start up to a tag, for tag after tag of one
 // element. The text only ever grows, so it is dashed once, and the answers
 // look back from its end only as far as they depend on.
 class PrecedingText {
 public:
-    explicit PrecedingText(qsizetype start)
-        : start_(start)
-        , fed_(start)
-    {
-    }
+    // The expanded texts that will be asked about; the dashed text itself is
+    // not kept, only what these answers need (and up to `slack` characters
+    // more).
+    PrecedingText(qsizetype start, const QStringList& expandedTexts, qsizetype slack = 65536);
 
     qsizetype start() const { return start_; }
     qsizetype end() const { return fed_; }
@@ -42,20 +45,23 @@ public:
 
     // Whether the expanded text, letter case ignored, stands last in the
     // dashed text: its last occurrence has no letter or digit right before
-    // it and none anywhere after it. An empty text is never found.
-    bool endsWithExpanded(const QString& expanded);
+    // it and none anywhere after it. An empty text, or one not given at the
+    // start, is never found.
+    bool endsWithExpanded(const QString& expanded) const;
 
 private:
     struct Occurrence {
-        qsizetype searched = 0; // finished text searched so far
-        qsizetype last = -1; // the last occurrence in it
+        qsizetype last = -1; // the last occurrence in the finished text
+        bool wordBefore = false; // a letter or digit stands right before it
     };
-    QChar at(qsizetype index) const;
+    void takeInFinished();
 
     qsizetype start_;
     qsizetype fed_;
     TagDasher dasher_;
-    qsizetype wordScanned_ = 0; // finished text looked at for word characters
-    qsizetype lastWord_ = -1; // the last word character in it
+    qsizetype keep_ = 0; // the longest expanded text
+    qsizetype slack_;
+    qsizetype scanned_ = 0; // the finished text taken in so far
+    qsizetype lastWord_ = -1; // the last letter or digit in it
     QHash<QString, Occurrence> occurrences_;
 };

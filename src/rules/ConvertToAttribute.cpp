@@ -40,8 +40,9 @@ namespace {
 // text before the tag, each made at most once however many rows ask.
 class TagTexts {
 public:
-    explicit TagTexts(RunState& state)
+    TagTexts(RunState& state, const Convert2AttribTable& table)
         : state_(state)
+        , table_(table)
     {
     }
 
@@ -67,8 +68,12 @@ public:
         // Elements opened after the enclosing one are closed by now.
         cache.erase(cache.upper_bound(start), cache.end());
         std::shared_ptr<PrecedingText>& text = cache[start];
-        if (!text || text->end() > end)
-            text = std::make_shared<PrecedingText>(start);
+        if (!text || text->end() > end) {
+            QStringList expandedTexts;
+            for (const Convert2AttribRow& row : table_.rows)
+                expandedTexts << row.expandedText;
+            text = std::make_shared<PrecedingText>(start, expandedTexts);
+        }
         text->extendTo(state_.wholeText, end);
         preceding_ = text.get();
         return *preceding_;
@@ -76,6 +81,7 @@ public:
 
 private:
     RunState& state_;
+    const Convert2AttribTable& table_;
     std::optional<QString> content_;
     PrecedingText* preceding_ = nullptr;
 };
@@ -123,7 +129,7 @@ void CONVERT2ATTRIB(RunState& state)
     if (!table)
         return;
     const xmlClass xml(state.toolkit);
-    TagTexts texts(state);
+    TagTexts texts(state, *table);
     for (const Convert2AttribRow& row : table->rows) {
         const QString value = xml.GetAttributeValue(context.tagText, row.attributeName);
         if (value.toUpper() != row.attributeValueUpper)

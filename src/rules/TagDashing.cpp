@@ -50,7 +50,7 @@ void TagDasher::closeTag()
     if (lts_.empty()) {
         finished_ += pending_;
         finished_ += u'>';
-        pending_.clear();
+        pending_.truncate(0); // keeps its room for the next tag
         junctions_.clear();
         return;
     }
@@ -64,7 +64,7 @@ void TagDasher::closeTag()
         cleanTexts_ += pending.sliced(start);
         finished_ += pending.first(start);
         finished_ += u'-';
-        pending_.clear();
+        pending_.truncate(0); // keeps its room for the next tag
         lts_.clear();
         return;
     }
@@ -131,7 +131,7 @@ void TagDasher::consume(qsizetype from, int time)
     if (lts_.empty()) {
         // No "<" is left to reach back into this text.
         finished_ += pending_;
-        pending_.clear();
+        pending_.truncate(0); // keeps its room for the next tag
         junctions_.clear();
         return;
     }
@@ -140,6 +140,8 @@ void TagDasher::consume(qsizetype from, int time)
 
 QString DashTags(QStringView text)
 {
+    if (!text.contains(u'>'))
+        return text.toString();
     TagDasher dasher;
     dasher.append(text);
     return dasher.result();

@@ -3,7 +3,6 @@
 #include <QHash>
 #include <QString>
 #include <QStringView>
-#include <deque>
 #include <set>
 #include <utility>
 #include <vector>
@@ -34,6 +33,20 @@ public:
     const QString& pending() const { return pending_; }
     QString result() const { return finished_ + pending_; }
 
+    // A reader that has taken in the finished text may let all but its last
+    // `keep` characters go; finishedOffset() then tells where finished()
+    // starts in the whole dashed text.
+    // It lets go only once `slack` more characters have gathered, so that
+    // moving the kept ones costs less than what is let go.
+    void forgetFinished(qsizetype keep, qsizetype slack)
+    {
+        if (finished_.size() <= keep + slack)
+            return;
+        forgotten_ += finished_.size() - keep;
+        finished_.remove(0, finished_.size() - keep);
+    }
+    qsizetype finishedOffset() const { return forgotten_; }
+
 private:
     struct Junction {
         qsizetype offset; // the "-" in pending_
@@ -46,6 +59,7 @@ private:
     int earliestTimeAfter(QStringView tagText, int after) const;
 
     QString finished_;
+    qsizetype forgotten_ = 0;
     QString pending_;
     std::vector<qsizetype> lts_; // every "<" in pending_, ascending
     std::vector<Junction> junctions_; // ascending offsets
@@ -53,7 +67,7 @@ private:
     // ascending. The keys view texts kept in replacedTexts_, so that a look-up
     // straight from the pending text needs no copy.
     QHash<QStringView, std::vector<int>> replaced_;
-    std::deque<QString> replacedTexts_;
+    std::vector<QString> replacedTexts_; // a moved QString keeps its characters in place
     std::set<qsizetype> lengths_; // lengths of those texts
     // Until a second "<" waits at a ">", every ">" simply ends the tag of
     // the one "<" waiting, and the tag texts are only noted here in order;

@@ -56,6 +56,7 @@ TEST(NoLeadZeroTable, SkipsHeaderBlankAndWrongWidthRows)
     EXPECT_TRUE(table->rows[1].delimiters.isEmpty());
     EXPECT_EQ(table->rows[2].delimiters, QStringList({ "", "-" }));
     EXPECT_EQ(table->tagIndex, "[page][Page][page]");
+    EXPECT_EQ(table->tagNames, QSet<QString>({ "page", "Page" }));
 }
 
 TEST(AttribUnconTable, KeepsFourFieldRowsWithTheirMarker)

@@ -88,7 +88,8 @@ TEST(PrecedingText, SameAsLookingAtTheWholeTextEachTime)
     for (int round = 0; round < 1500; ++round) {
         const QString whole = randomTagText(random, 40);
         const qsizetype start = std::uniform_int_distribution<qsizetype>(0, 4)(random);
-        PrecedingText preceding(start);
+        // No slack: the finished text is let go as soon as it can be.
+        PrecedingText preceding(start, expandedTexts, round % 2 ? 0 : 3);
         for (qsizetype end = start; end <= whole.size();
              end += std::uniform_int_distribution<qsizetype>(1, 5)(random)) {
             preceding.extendTo(whole, end);
@@ -141,6 +142,9 @@ TEST(CurrentElementContent, SameAsGetPCDATAAtTheTag)
             const QString expected
                 = xml.GetPCDATA(state.wholeText, tag, "</" + state.context.tagName + ">", position);
             ASSERT_EQ(CurrentElementContent(state), expected) << state.wholeText.toStdString() << " @" << lt;
+            // A short stretch sends most elements to the whole-file index.
+            ASSERT_EQ(CurrentElementContent(state, 12), expected)
+                << state.wholeText.toStdString() << " @" << lt;
         }
     }
 }
