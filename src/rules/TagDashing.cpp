@@ -4,21 +4,31 @@
 
 void TagDasher::append(QStringView text)
 {
+    // While no "<" waits, nothing can reach back into the text: it is
+    // finished as it comes.
+    const auto take = [this](QStringView run) {
+        if (lts_.empty())
+            finished_ += run;
+        else
+            pending_ += run;
+    };
     qsizetype from = 0;
     for (qsizetype i = 0; i < text.size(); ++i) {
         const QChar c = text[i];
         if (c != u'<' && c != u'>')
             continue;
-        pending_ += text.sliced(from, i - from);
+        take(text.sliced(from, i - from));
         from = i + 1;
-        if (c == u'>') {
-            closeTag();
-        } else {
+        if (c == u'<') {
             lts_.push_back(pending_.size());
             pending_ += c;
+        } else if (lts_.empty()) {
+            finished_ += c;
+        } else {
+            closeTag();
         }
     }
-    pending_ += text.sliced(from);
+    take(text.sliced(from));
 }
 
 void TagDasher::leaveCleanMode()
