@@ -25,25 +25,45 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
             options.appDir = arguments[i];
         } else if (argument.startsWith(QLatin1String("--app-dir="))) {
             options.appDir = argument.mid(10);
+        } else if (argument == QLatin1String("--task")) {
+            if (++i >= arguments.size()) {
+                options.error = QStringLiteral("--task needs a task code");
+                return options;
+            }
+            options.task = arguments[i];
+        } else if (argument.startsWith(QLatin1String("--task="))) {
+            options.task = argument.mid(7);
         } else {
             options.error = QStringLiteral("unknown option %1").arg(argument);
             return options;
         }
     }
     options.commandLine = rest.join(QLatin1Char(' '));
+    if (!options.task.isEmpty() && !options.commandLine.isEmpty()) {
+        // Two task codes for one file would leave the user guessing which one ran.
+        if (options.commandLine.contains(QLatin1Char('|'))) {
+            options.error = QStringLiteral("give the task code either with --task or after \"|\", not both");
+            return options;
+        }
+        options.commandLine += QLatin1Char('|') + options.task;
+    }
     return options;
 }
 
 QString CommandLineHelpText()
 {
-    return QStringLiteral("Usage: quorvane [--app-dir DIR] [--headless] [--] [INPUT|TASK]\n"
+    return QStringLiteral("Usage: quorvane [--app-dir DIR] [--headless] [--task CODE] [--] [INPUT[|TASK]]\n"
                           "\n"
                           "Validates tagged text against the rules configured in Quorvane.INI.\n"
                           "\n"
                           "With an argument, validates that one file with the task's table set and\n"
                           "writes its .ERR and .WRN reports; without one, opens the batch window.\n"
+                          "Quote \"INPUT|TASK\" in a shell, or give the task with --task:\n"
+                          "  quorvane --headless \"examples/input/article.xml|JRNL\"\n"
+                          "  quorvane --headless --task JRNL examples/input/article.xml\n"
                           "\n"
                           "  --app-dir DIR  folder holding Quorvane.INI (default: the executable's folder)\n"
+                          "  --task CODE    the task code, as after \"|\" in INPUT|TASK\n"
                           "  --headless     no window; messages go to standard error\n"
                           "                 (implied when neither DISPLAY nor WAYLAND_DISPLAY is set)\n"
                           "  --help         show this text\n"

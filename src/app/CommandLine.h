@@ -10,7 +10,8 @@ struct CommandLineOptions {
     bool headless = false;
     bool showHelp = false;
     bool showVersion = false;
-    QString commandLine; // the remaining arguments joined with single blanks
+    QString task; // --task CODE; for a single file it is joined into commandLine
+    QString commandLine; // the remaining arguments joined with single blanks (+ "|" + task)
     QString error; // not empty when the options could not be read
 };
 

@@ -63,3 +63,10 @@ void HeadlessOperator::clearProgressLine()
         lastPercent_ = -1;
     }
 }
+
+void HeadlessOperator::diagnostic(const QString& line)
+{
+    clearProgressLine();
+    std::fprintf(stream_, "quorvane: %s\n", qPrintable(line));
+    std::fflush(stream_);
+}

@@ -14,6 +14,8 @@ public:
     void setProgressRange(int minimum, int maximum) override;
     void setProgressValue(int value) override;
     void processEvents() override { }
+    // "quorvane: " + line on the stream.
+    void diagnostic(const QString& line) override;
 
     static QString iconName(MessageIcon icon);
     // The exact text written for one message box, without the final newline.

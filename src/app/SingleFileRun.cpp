@@ -2,6 +2,7 @@
 
 #include "config/ConfigurationFile.h"
 #include "core/MoveFiles.h"
+#include "core/Paths.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 #include "engine/Validator.h"
@@ -10,6 +11,7 @@
 #include "rules/RuleRegistry.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 
 void RunOutsideProgram(const QString& program, const QString& inputPath)
@@ -33,12 +35,44 @@ void StageInputInTempFolder(RunState& state)
 
 int ExitStatusOf(const RunState& state)
 {
+    if (state.checkFailures > 0)
+        return ExitStatus::Refused;
     return state.report.runErrorEntries > 0 ? ExitStatus::ErrorsFound : ExitStatus::Clean;
+}
+
+// An input named like one of its own reports, in the working folder, would be
+// emptied by the report before it is read.
+void RefuseInputThatIsItsOwnReport(RunState& state)
+{
+    const QString name = InputFileNameOf(state.inputPath);
+    const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+    const QString base = state.reportFolder + (dot < 0 ? name : name.left(dot));
+    const QString input = QFileInfo(state.inputPath).canonicalFilePath();
+    for (const QString& report : { base + QStringLiteral(".ERR"), base + QStringLiteral(".WRN") }) {
+        if (QFileInfo(report).canonicalFilePath() != input)
+            continue;
+        state.ui.messageBox(state.inputPath
+                + QStringLiteral(" is where its own report would be written.\r\n"
+                                 "Move it out of the working folder."),
+            kProgramTitle, MessageIcon::Critical);
+        throw RunAborted(ExitStatus::Refused, "input is its own report");
+    }
 }
 
 int RunSingleFile(RunState& state)
 {
+    try {
+        return ValidateSingleFile(state);
+    } catch (const RunAborted&) {
+        DiscardReports(state);
+        throw;
+    }
+}
+
+int ValidateSingleFile(RunState& state)
+{
     SelectTaskTableSet(state, state.taskCode);
+    RefuseInputThatIsItsOwnReport(state);
     const TableSet& active = state.config.ActiveTableSet;
     if (!active.InputPlugins.isEmpty()) {
         StageInputInTempFolder(state);
@@ -55,6 +89,13 @@ int RunSingleFile(RunState& state)
     // The run's image list was filled while the file was validated.
     ReportImagesWithoutCallout(state);
     CloseProgramLogs(state);
-    modMoveFiles::RemoveFolderTree(state.ui, state.config.TempPath);
+    RemoveRunTempFolder(state);
     return ExitStatusOf(state);
+}
+
+void RemoveRunTempFolder(RunState& state)
+{
+    const QString& temp = state.config.TempPath;
+    if (temp.endsWith(QLatin1String("Quorvane_Temp/")) && QFileInfo(temp).isDir())
+        modMoveFiles::RemoveFolderTree(state.ui, temp);
 }

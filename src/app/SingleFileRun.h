@@ -9,6 +9,8 @@ struct RunState;
 // the temporary folder, reports, validation, after-programs, program logs,
 // removal of the temporary folder. Returns the exit status of the run.
 int RunSingleFile(RunState& state);
+// The job itself; RunSingleFile adds the clean-up when it ends early.
+int ValidateSingleFile(RunState& state);
 
 // Starts a program with the input path as its one argument and waits for it
 // without a time limit. A program that cannot be started is not reported.
@@ -18,6 +20,10 @@ void RunOutsideProgram(const QString& program, const QString& inputPath);
 // and makes the copy the input path, so before-programs never touch the
 // original.
 void StageInputInTempFolder(RunState& state);
+
+// Removes the working folder that start-up made (TempPath + "Quorvane_Temp/"),
+// whichever way the run ends; nothing when start-up did not get that far.
+void RemoveRunTempFolder(RunState& state);
 
 // The exit status for what the run has written so far.
 int ExitStatusOf(const RunState& state);

@@ -11,14 +11,81 @@
 #include <QApplication>
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <cstdio>
+#include <cstring>
 #include <memory>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+#include <xcb/xcb.h>
 
 namespace {
 
 bool displayAvailable()
 {
     return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+}
+
+bool waylandSocketOpens()
+{
+    QString socket = qEnvironmentVariable("WAYLAND_DISPLAY");
+    if (socket.isEmpty())
+        return false;
+    if (!socket.startsWith(QLatin1Char('/')))
+        socket = qEnvironmentVariable("XDG_RUNTIME_DIR") + QLatin1Char('/') + socket;
+    const QByteArray path = QFile::encodeName(socket);
+    sockaddr_un address {};
+    if (path.size() >= qsizetype(sizeof(address.sun_path)))
+        return false;
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.constData(), path.size());
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    const bool opened = fd >= 0 && ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
+    if (fd >= 0)
+        ::close(fd);
+    return opened;
+}
+
+// Qt ends the process when its platform cannot open the display it was told
+// about; finding out first lets the run fall back to headless instead.
+bool displayOpens()
+{
+    // A platform the user chose is the user's to answer for.
+    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        return true;
+    if (qEnvironmentVariableIsSet("DISPLAY")) {
+        xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+        const bool opened = xcb_connection_has_error(connection) == 0;
+        xcb_disconnect(connection);
+        if (opened)
+            return true;
+    }
+    return waylandSocketOpens();
+}
+
+// Qt's platform plugins talk to developers ("XDG_RUNTIME_DIR not set",
+// "propagateSizeHints"); operators only need the program's own messages.
+void quietQtMessages(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    const bool platformNoise = (context.category && std::strncmp(context.category, "qt.", 3) == 0)
+        || message.contains(QLatin1String("XDG_RUNTIME_DIR"))
+        || message.contains(QLatin1String("propagateSizeHints"));
+    if (type < QtCriticalMsg && platformNoise)
+        return;
+    if (type == QtDebugMsg || type == QtInfoMsg)
+        return;
+    std::fprintf(stderr, "%s\n", qPrintable(message));
+}
+
+// Scripts and terminals see no window: say what the run found and where the
+// reports are.
+void printSummary(const RunState& state)
+{
+    std::printf("%s: %d error(s), %d warning(s)\nReports: %s %s\n", qPrintable(state.inputFileName),
+        state.report.errorCount, state.report.warningCount, qPrintable(state.report.errorReportPath),
+        qPrintable(state.report.warningReportPath));
+    std::fflush(stdout);
 }
 
 QString applicationFolder(const CommandLineOptions& options)
@@ -36,11 +103,7 @@ int runHeadless(RunState& state, RunMode mode)
         return ExitStatus::Refused;
     }
     const int status = RunSingleFile(state);
-    // Headless runs often come from scripts and terminals: say where the
-    // reports are, since no window shows it.
-    std::printf("%s: %d error(s), %d warning(s)\nReports: %s %s\n", qPrintable(state.inputFileName),
-        state.report.errorCount, state.report.warningCount, qPrintable(state.report.errorReportPath),
-        qPrintable(state.report.warningReportPath));
+    printSummary(state);
     return status;
 }
 
@@ -54,7 +117,11 @@ int runWindowed(RunState& state, RunMode mode, WindowOperator& windowOperator)
     }
     FrmMain window(state, windowOperator);
     window.show();
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    // Started from a terminal, the window run answers the shell too.
+    if (status != ExitStatus::Refused && isatty(STDOUT_FILENO))
+        printSummary(state);
+    return status;
 }
 
 } // namespace
@@ -79,7 +146,12 @@ int main(int argc, char** argv)
         return ExitStatus::Clean;
     }
 
-    const bool headless = options.headless || !displayAvailable();
+    qInstallMessageHandler(quietQtMessages);
+    bool headless = options.headless || !displayAvailable();
+    if (!headless && !displayOpens()) {
+        std::fputs("quorvane: the display cannot be opened; running headless\n", stderr);
+        headless = true;
+    }
     std::unique_ptr<QCoreApplication> application;
     if (headless)
         application = std::make_unique<QCoreApplication>(argc, argv);
@@ -96,9 +168,11 @@ int main(int argc, char** argv)
         const RunMode mode = Main(state, options.commandLine);
         return headless ? runHeadless(state, mode) : runWindowed(state, mode, windowOperator);
     } catch (const RunAborted& aborted) {
+        RemoveRunTempFolder(state);
         return aborted.exitStatus();
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "quorvane: unexpected failure: %s\n", failure.what());
+        RemoveRunTempFolder(state);
         return ExitStatus::Refused;
     }
 }

@@ -22,6 +22,16 @@ void refuse()
 // between the configuration and the support tables.
 void StartSpellingEngine(RunState&) { }
 
+// The run ends here without a box; a shell user still learns which folder and why.
+void makeRunFolder(RunState& state, const QString& folder)
+{
+    QString reason;
+    if (modMoveFiles::MakeFolder(folder, &reason))
+        return;
+    state.ui.diagnostic(QStringLiteral("cannot create folder %1: %2").arg(folder, reason));
+    refuse();
+}
+
 void FillSingleFileRun(RunState& state, const QString& commandLine)
 {
     state.batchMode = false;
@@ -40,11 +50,9 @@ void FillSingleFileRun(RunState& state, const QString& commandLine)
     state.currentInputPath = state.inputPath;
     state.reportFolder = state.config.WorkPath;
 
-    if (!modMoveFiles::MakeFolder(state.outputFolder))
-        refuse();
-    if (!state.config.CreateLogFolder.isEmpty()
-        && !modMoveFiles::MakeFolder(state.outputFolder + state.config.CreateLogFolder + QLatin1Char('/')))
-        refuse();
+    makeRunFolder(state, state.outputFolder);
+    if (!state.config.CreateLogFolder.isEmpty())
+        makeRunFolder(state, state.outputFolder + state.config.CreateLogFolder + QLatin1Char('/'));
 }
 
 } // namespace

@@ -195,11 +195,14 @@ void readLine(RunState& state, ReaderState& reader, const QString& rawLine)
     dispatchLine(state, reader, key, value);
 }
 
-QString readConfigurationText(const QString& path)
+QString readConfigurationText(OperatorInterface& ui, const QString& path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.open(QIODevice::ReadOnly)) {
+        // There is no box for this refusal; a shell user still needs to know why.
+        ui.diagnostic(QStringLiteral("cannot read %1: %2").arg(path, file.errorString()));
         throw RunAborted(ExitStatus::Refused, "Quorvane.INI could not be read");
+    }
     return DecodeTableText(file.readAll());
 }
 
@@ -223,11 +226,15 @@ bool ReadConfigurationFile(RunState& state)
     if (!QFileInfo(path).isFile()) {
         state.ui.messageBox(QStringLiteral("Missing Quorvane.INI in the application path"), kProgramTitle,
             MessageIcon::Critical);
+        state.ui.diagnostic(
+            QStringLiteral("no Quorvane.INI in %1 (the application folder; choose another with "
+                           "--app-dir)")
+                .arg(QFileInfo(path).absolutePath()));
         return false;
     }
     resetBeforeReading(config);
     ReaderState reader;
-    for (const QString& line : SplitTextLines(readConfigurationText(path)))
+    for (const QString& line : SplitTextLines(readConfigurationText(state.ui, path)))
         readLine(state, reader, line);
     if (!reader.allValuesGood)
         return false;
@@ -300,4 +307,9 @@ void SelectTaskTableSet(RunState& state, const QString& taskCode)
             return;
         }
     }
+    // Falling back to the default tables is right for a task without tables of
+    // its own, but a mistyped task code should not pass unnoticed.
+    state.ui.diagnostic(QStringLiteral(
+        "task code %1 is not named by any [TASK] section of Quorvane.INI; the default tables are used")
+                            .arg(taskCode));
 }

@@ -6,7 +6,10 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <cerrno>
+#include <cstring>
 #include <dirent.h>
+#include <sys/stat.h>
 
 namespace modMoveFiles {
 
@@ -137,11 +140,16 @@ void RemoveFolderTree(OperatorInterface& ui, const QString& folder)
     QDir().rmdir(folder);
 }
 
-bool MakeFolder(const QString& path)
+bool MakeFolder(const QString& path, QString* reason)
 {
     if (isFolder(path))
         return true;
-    return QDir().mkdir(path);
+    // Plain mkdir(2) rather than QDir: its errno is the reason a user needs.
+    if (::mkdir(QFile::encodeName(path).constData(), 0777) == 0)
+        return true;
+    if (reason)
+        *reason = QString::fromLocal8Bit(std::strerror(errno));
+    return false;
 }
 
 } // namespace modMoveFiles

@@ -27,6 +27,7 @@ bool CheckWriteAccess(RunState& state, QString& folder);
 QStringList ListFolder(const QString& folder, std::int16_t kind);
 void RemoveFolderTree(OperatorInterface& ui, const QString& folder);
 // One level only: an existing folder is success, a missing parent is failure.
-bool MakeFolder(const QString& path);
+// On failure, reason (when given) tells why in the operating system's words.
+bool MakeFolder(const QString& path, QString* reason = nullptr);
 
 } // namespace modMoveFiles

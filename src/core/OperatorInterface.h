@@ -20,6 +20,11 @@ public:
 
     // Lets pending window events run (repaint, progress). Headless: nothing.
     virtual void processEvents() = 0;
+
+    // A plain line for whoever runs the program from a shell or a script:
+    // what a refusal looked at and why, beside the message boxes, which stay
+    // as they are. Headless runs print it; the window has its boxes.
+    virtual void diagnostic(const QString& line) { (void)line; }
 };
 
 // The title every message box of the program carries.

@@ -8,6 +8,7 @@
 #include "core/ToolkitState.h"
 #include "core/ValidationContext.h"
 
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QStringView>
@@ -52,6 +53,8 @@ struct RunState {
     ValidationContext previousTag;
     ValidationContext previousStartTag;
     QList<ValidationContext> openTags; // oldest first; kept from one file to the next
+    QHash<QString, int>
+        openTagNames; // how many of openTags carry each name: an end tag of none scans nothing
     QList<std::int32_t> rowStack { 0 }; // element 0 is the base entry
     std::int32_t currentRow = 0;
     QString contextElement;
@@ -60,6 +63,9 @@ struct RunState {
     ConversionState conversion; // per file
 
     ReportState report;
+    // Checks of this run that ended early on a failure. A run with any cannot
+    // pass for checked, whatever its reports say.
+    int checkFailures = 0;
     FindingSinks findingSinks; // outputs beside the fixed reports
 };
 

@@ -39,8 +39,8 @@ struct SupportTable {
 };
 
 // One set of support-table names, rule settings and loaded tables.
-// Lists that the original counts from 1 with an unused element 0 are plain
-// zero-based lists here: "holds nothing beyond element 0" is simply empty.
+// Lists are plain zero-based lists: a list that holds nothing is empty, with
+// no unused element 0 in front.
 struct TableSet {
     std::array<QString, kSupportFileCount> files; // fields 1-19: file names as configured
 

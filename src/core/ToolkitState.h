@@ -1,8 +1,12 @@
 #pragma once
 
+#include "core/ElementIndex.h"
+
 #include <QList>
+#include <QSet>
 #include <QString>
 #include <cstdint>
+#include <memory>
 
 // Values that the tag toolkit shares with the validation run. They live in
 // the run state; the toolkit only holds a reference to them.
@@ -10,5 +14,39 @@ struct ToolkitState {
     std::int32_t FirstMatchPosition = 0; // written by CountStr
     QList<std::int32_t> RemovedContentLengths; // rebuilt by RemoveTags(…, true)
     QString QuotedMarkupNote; // appended by NoteQuotedMarkup
+    // The records already in the note. While no record holds a bracket of its
+    // own, a record occurs in the note exactly when it is one of these, so the
+    // growing note need not be searched for each new one.
+    QSet<QString> quotedMarkupRecords;
+    bool quotedMarkupHasBrackets = false;
+    void clearQuotedMarkupNote()
+    {
+        QuotedMarkupNote.clear();
+        quotedMarkupRecords.clear();
+        quotedMarkupHasBrackets = false;
+    }
     std::int32_t currentLineNumber = 0; // the driver's current line, for the note
+
+    // The document being validated, set by the driver. Element content asked
+    // of this very text comes from an index built once on first use, so that
+    // rules asking for the content of tag after tag stay linear.
+    void indexText(const QString& text)
+    {
+        indexedText = text;
+        textIndex.reset();
+    }
+    // The index when `source` is the indexed text, else null.
+    const ElementIndex* indexFor(const QString& source)
+    {
+        if (indexedText.isEmpty() || source.constData() != indexedText.constData()
+            || source.size() != indexedText.size())
+            return nullptr;
+        if (!textIndex)
+            textIndex = std::make_unique<ElementIndex>(indexedText);
+        return textIndex.get();
+    }
+
+private:
+    QString indexedText; // shares the document's data; never written through
+    std::unique_ptr<ElementIndex> textIndex;
 };

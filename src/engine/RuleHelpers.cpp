@@ -77,6 +77,15 @@ std::int32_t LineColumnCursor::lineColumnAt(std::int32_t offset, std::int32_t& c
     return breaks_ + 1;
 }
 
+void NoteCheckFailure(RunState& state, const std::exception& failure)
+{
+    ++state.checkFailures;
+    const QString routine = state.currentRoutine.isEmpty() ? QStringLiteral("a check") : state.currentRoutine;
+    state.ui.diagnostic(QStringLiteral("%1: %2 ended early: %3")
+                            .arg(state.inputFileName.isEmpty() ? state.inputPath : state.inputFileName,
+                                routine, QString::fromUtf8(failure.what())));
+}
+
 QString EnclosingOpenTag(const RunState& state)
 {
     return OpenTagAbove(state, 0);

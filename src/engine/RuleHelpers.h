@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringView>
 #include <cstdint>
+#include <exception>
 
 struct RunState;
 
@@ -46,6 +47,13 @@ private:
     std::int32_t breaks_ = 0; // CR LF pairs inside that prefix
     qsizetype lastLineStart_ = 0; // offset just after the last of them
 };
+
+// A check that meets a failure (a pattern the engine rejects, a search past
+// the engine's limits) ends for this file and keeps what it wrote. The
+// failure is told, naming the file, the routine and the reason, and counted,
+// so that the run ends with status 2 instead of looking clean. Running out of
+// memory is no check's failure: callers let std::bad_alloc through.
+void NoteCheckFailure(RunState& state, const std::exception& failure);
 
 // Queries of the open start tags (oldest first).
 QString EnclosingOpenTag(const RunState& state);

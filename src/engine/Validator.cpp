@@ -55,13 +55,19 @@ void updateOpenTags(RunState& state)
 {
     if (state.context.tagType == TagKind::Start) {
         state.openTags.append(state.context);
+        ++state.openTagNames[state.context.tagName];
         return;
     }
     if (state.context.tagType != TagKind::End)
         return;
+    const auto open = state.openTagNames.find(state.context.tagName);
+    if (open == state.openTagNames.end())
+        return;
     for (qsizetype i = state.openTags.size() - 1; i >= 0; --i) {
         if (state.openTags[i].tagName == state.context.tagName) {
             state.openTags.removeAt(i);
+            if (--*open == 0)
+                state.openTagNames.erase(open);
             return;
         }
     }
@@ -120,7 +126,7 @@ void ResetPerFileState(RunState& state)
     state.report.warningCount = 0;
     state.contextElement.clear();
     state.routineParameter.clear();
-    state.toolkit.QuotedMarkupNote.clear();
+    state.toolkit.clearQuotedMarkupNote();
     state.toolkit.RemovedContentLengths.clear();
     state.currentRow = 0;
     state.rowStack = { 0 };
@@ -166,6 +172,7 @@ void ValidateFile(RunState& state, const RuleBook& rules)
 {
     try {
         state.wholeText = LoadInputText(state.ui, state.inputPath, state.config.Utf8Input);
+        state.toolkit.indexText(state.wholeText);
         validateLoadedFile(state, rules);
     } catch (const RunAborted&) {
         throw;

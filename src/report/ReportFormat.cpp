@@ -33,7 +33,10 @@ QString padded(std::int64_t value, int digits)
 
 QString preparedData(const QString& data)
 {
-    QString shown = data;
+    // Every character shows as at least one, so the shown text comes from the
+    // first kDataCut characters, plus one for a CR LF cut in half: a long line
+    // is never copied whole for an entry.
+    QString shown = data.left(kDataCut + 2);
     shown.replace(QStringLiteral("\r\n"), QStringLiteral("..."));
     shown.truncate(kDataCut);
     return shown;

@@ -6,6 +6,7 @@
 #include "report/ReportFormat.h"
 
 #include <QFileInfo>
+#include <cstdio>
 
 using ReportFormat::EntryKind;
 
@@ -124,28 +125,45 @@ ReportFormat::EntryTexts addEntry(RunState& state, EntryKind kind, std::int64_t 
     return texts;
 }
 
+// A report is written under this name beside its own and renamed into place
+// when it is complete: a run that is killed or refused half-way leaves the
+// previous report of the same name as it was.
+QString partial(const QString& reportPath)
+{
+    return reportPath + QStringLiteral(".part");
+}
+
+void putInPlace(const QString& reportPath)
+{
+    // rename(2) replaces the old report in one step.
+    std::rename(
+        QFile::encodeName(partial(reportPath)).constData(), QFile::encodeName(reportPath).constData());
+}
+
 void finishWarningReport(ReportState& report)
 {
     writeLine(report.warningReport.get(), QString());
     if (report.warningCount < 1) {
         closeFile(report.warningReport);
-        createEmptyFile(report.warningReportPath);
-        return;
+        createEmptyFile(partial(report.warningReportPath));
+    } else {
+        writeLine(report.warningReport.get(),
+            QStringLiteral("Total No. of Warnings: ") + QString::number(report.warningCount));
+        closeFile(report.warningReport);
     }
-    writeLine(report.warningReport.get(),
-        QStringLiteral("Total No. of Warnings: ") + QString::number(report.warningCount));
-    closeFile(report.warningReport);
+    putInPlace(report.warningReportPath);
 }
 
 void finishErrorReport(ReportState& report)
 {
     if (report.errorCount < 1) {
-        createEmptyFile(report.errorReportPath);
-        return;
+        createEmptyFile(partial(report.errorReportPath));
+    } else {
+        auto file = openFile(partial(report.errorReportPath), QIODevice::WriteOnly | QIODevice::Append);
+        writeLine(file.get(), QString());
+        writeLine(file.get(), QStringLiteral("Total No. of Errors: ") + QString::number(report.errorCount));
     }
-    auto file = openFile(report.errorReportPath, QIODevice::WriteOnly | QIODevice::Append);
-    writeLine(file.get(), QString());
-    writeLine(file.get(), QStringLiteral("Total No. of Errors: ") + QString::number(report.errorCount));
+    putInPlace(report.errorReportPath);
 }
 
 QString editorFilePath(const RunState& state)
@@ -184,7 +202,7 @@ public:
     {
         const QString editorFile = editorFilePath(state);
         if (!state.batchMode && !state.config.XYCoordinates) {
-            copyOver(state.report.errorReportPath, editorFile);
+            copyOver(partial(state.report.errorReportPath), editorFile); // the entries without their totals
         } else if (state.batchMode) {
             if (!state.report.batchEditorFiles.contains(editorFile)) {
                 QFile::remove(editorFile);
@@ -286,8 +304,8 @@ void OpenReports(RunState& state)
     }
     report.errorReportPath = state.reportFolder + report.baseName + QStringLiteral(".ERR");
     report.warningReportPath = state.reportFolder + report.baseName + QStringLiteral(".WRN");
-    report.errorReport = createReport(state, report.errorReportPath, EntryKind::Error);
-    report.warningReport = createReport(state, report.warningReportPath, EntryKind::Warning);
+    report.errorReport = createReport(state, partial(report.errorReportPath), EntryKind::Error);
+    report.warningReport = createReport(state, partial(report.warningReportPath), EntryKind::Warning);
 }
 
 void ReportFinding(RunState& state, const Finding& finding)
@@ -321,6 +339,17 @@ void WriteWarningEntry(RunState& state, std::int64_t lineNumber, const QString& 
 {
     ReportFinding(
         state, { FindingKind::Warning, lineNumber, column, message, dataContent, state.currentRoutine });
+}
+
+void DiscardReports(RunState& state)
+{
+    ReportState& report = state.report;
+    if (!report.errorReport && !report.warningReport)
+        return;
+    closeFile(report.errorReport);
+    closeFile(report.warningReport);
+    QFile::remove(partial(report.errorReportPath));
+    QFile::remove(partial(report.warningReportPath));
 }
 
 void CloseReports(RunState& state)

@@ -19,5 +19,8 @@ void WriteErrorEntry(RunState& state, std::int64_t lineNumber, const QString& me
 void WriteWarningEntry(RunState& state, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t column);
 void CloseReports(RunState& state);
+// Drops the reports of a file whose run ended before they were closed; the
+// reports of an earlier run under the same names stay as they were.
+void DiscardReports(RunState& state);
 void OpenProgramLogs(RunState& state);
 void CloseProgramLogs(RunState& state);

@@ -7,6 +7,8 @@
 #include "engine/RuleHelpers.h"
 #include "report/Reports.h"
 
+#include <new>
+
 namespace {
 
 const QString kQuoteWord = QStringLiteral("slashdoublequote");
@@ -98,6 +100,9 @@ void CheckSpecialCharacters(RunState& state)
             reportMatches(state, row);
     } catch (const RunAborted&) {
         throw;
-    } catch (const std::exception&) {
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::exception& failure) {
+        NoteCheckFailure(state, failure);
     }
 }

@@ -6,9 +6,45 @@
 
 namespace {
 
-// Every tag inside the footnote becomes "-", so tags separate words.
-QString tagsAsSeparators(QString content)
+// Whether every "<" of the text meets a ">" before the next "<" (or no ">"
+// at all): then the tags are the only "<...>" texts, and replacing one tag
+// text everywhere changes nothing the search has not yet reached but copies
+// of that same tag.
+bool tagsAreSimple(QStringView content)
 {
+    bool inTag = false;
+    for (const QChar c : content) {
+        if (c == u'<') {
+            if (inTag)
+                return false;
+            inTag = true;
+        } else if (c == u'>') {
+            inTag = false;
+        }
+    }
+    return true;
+}
+
+// Every tag inside the footnote becomes "-", so tags separate words: each tag
+// text met from left to right is replaced wherever it occurs.
+QString separatorsFor(QString content)
+{
+    if (tagsAreSimple(content)) {
+        // The same result in one pass, so a footnote full of tags stays linear.
+        QString result;
+        result.reserve(content.size());
+        qsizetype from = 0;
+        for (qsizetype open = content.indexOf(u'<'); open >= 0; open = content.indexOf(u'<', from)) {
+            const qsizetype close = content.indexOf(u'>', open);
+            if (close < 0)
+                break;
+            result += QStringView(content).sliced(from, open - from);
+            result += QLatin1Char('-');
+            from = close + 1;
+        }
+        result += QStringView(content).sliced(from);
+        return result;
+    }
     qsizetype from = 0;
     for (;;) {
         const qsizetype open = content.indexOf(QLatin1Char('<'), from);
@@ -67,9 +103,14 @@ void UNDELFNREF(RunState& state)
     std::int32_t position = context.filePosition;
     const QString content = xml.GetPCDATA(state.wholeText, context.tagText,
         QStringLiteral("</") + context.tagName + QLatin1Char('>'), position);
-    if (!referenceInFirstTwoWords(tagsAsSeparators(content), reference.toUpper()))
+    if (!referenceInFirstTwoWords(TagsAsSeparators(content), reference.toUpper()))
         return;
     ReportBySeverity(state, state.routineParameter, context.lineNumber,
         QStringLiteral("fnref value found in the first two words"), DataContentAt(state, 0),
         context.linePosition);
+}
+
+QString TagsAsSeparators(const QString& content)
+{
+    return separatorsFor(content);
 }

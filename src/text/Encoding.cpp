@@ -58,11 +58,27 @@ QString DecodeTableText(QByteArrayView bytes)
 {
     if (bytes.startsWith("\xEF\xBB\xBF"))
         bytes = bytes.sliced(3);
-    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString text = utf8.decode(bytes);
-    if (!utf8.hasError())
-        return text;
-    return DecodeWindows1252(bytes);
+    // Decided line by line: one Windows-1252 byte in a comment must not turn
+    // the UTF-8 folder names of every other line into mojibake. Line ends are
+    // ASCII in both encodings, so splitting the bytes first is safe.
+    QString text;
+    text.reserve(bytes.size());
+    qsizetype from = 0;
+    while (from < bytes.size()) {
+        qsizetype end = from;
+        while (end < bytes.size() && bytes[end] != '\r' && bytes[end] != '\n')
+            ++end;
+        const QByteArrayView line = bytes.sliced(from, end - from);
+        QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+        const QString decoded = utf8.decode(line);
+        text += utf8.hasError() ? DecodeWindows1252(line) : decoded;
+        qsizetype next = end < bytes.size() ? end + 1 : end; // one line end: CR LF, LF or CR
+        if (next < bytes.size() && bytes[end] == '\r' && bytes[next] == '\n')
+            ++next;
+        text += QString::fromLatin1(bytes.sliced(end, next - end));
+        from = next;
+    }
+    return text;
 }
 
 QStringList SplitTextLines(const QString& text)

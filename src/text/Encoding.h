@@ -9,8 +9,8 @@
 // the same value, as the platform converter does.
 QString DecodeWindows1252(QByteArrayView bytes);
 
-// The configuration file and the support tables: UTF-8 when the bytes are
-// valid UTF-8, Windows-1252 otherwise. A leading UTF-8 byte-order mark is
+// The configuration file and the support tables, line by line: a line whose
+// bytes are valid UTF-8 is UTF-8, any other line Windows-1252. A leading UTF-8 byte-order mark is
 // dropped, since an editor may add one to a table it saves.
 QString DecodeTableText(QByteArrayView bytes);
 

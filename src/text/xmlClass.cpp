@@ -1,6 +1,6 @@
 #include "text/xmlClass.h"
 
-#include "text/ElementIndex.h"
+#include "core/ElementIndex.h"
 #include "text/TagSearch.h"
 #include "text/TagStripper.h"
 
@@ -21,6 +21,12 @@ std::int32_t Find(
     return found < 0 ? 0 : static_cast<std::int32_t>(found + 1);
 }
 
+// A name the element index keys its tags by.
+bool isPlainName(const QString& name)
+{
+    return !name.isEmpty() && !name.contains(u' ') && !name.contains(u'<') && !name.contains(u'>');
+}
+
 } // namespace
 
 QString xmlClass::GetPCDATA(const QString& source_string, const QString& start_tag, const QString& end_tag,
@@ -31,10 +37,16 @@ QString xmlClass::GetPCDATA(const QString& source_string, const QString& start_t
     const std::int32_t s = Find(source_string, start_tag, position);
     if (s == 0)
         return {};
+    const QString name = GetTagName(start_tag);
+    if (const ElementIndex* index = shared_.indexFor(source_string); index && isPlainName(name)
+        && end_tag.size() == name.size() + 3 && end_tag.startsWith(u"</") && end_tag.endsWith(u'>')
+        && QStringView(end_tag).sliced(2, name.size()) == name) {
+        const std::optional<QStringView> content = index->elementContent(s - 1, start_tag.size(), name);
+        return content ? content->toString() : QString();
+    }
     std::int32_t e = Find(source_string, end_tag, s + start_tag.size());
     if (e == 0)
         return {};
-    const QString name = GetTagName(start_tag);
     const QString openExact = u'<' + name + u'>';
     const QString openWithBlank = u'<' + name + u' ';
     const qsizetype contentStart = s - 1 + start_tag.size();
@@ -243,8 +255,14 @@ void xmlClass::NoteQuotedMarkup(const QString& tag, std::int32_t position, const
 void xmlClass::AppendQuotedMarkupRecord(const QString& tag)
 {
     const QString record = u'[' + QString::number(shared_.currentLineNumber) + tag + u']';
-    if (!shared_.QuotedMarkupNote.contains(record))
-        shared_.QuotedMarkupNote += record;
+    shared_.quotedMarkupHasBrackets
+        = shared_.quotedMarkupHasBrackets || tag.contains(u'[') || tag.contains(u']');
+    const bool noted = shared_.quotedMarkupHasBrackets ? shared_.QuotedMarkupNote.contains(record)
+                                                       : shared_.quotedMarkupRecords.contains(record);
+    if (noted)
+        return;
+    shared_.QuotedMarkupNote += record;
+    shared_.quotedMarkupRecords.insert(record);
 }
 
 QString xmlClass::RemoveElements(QString& str)

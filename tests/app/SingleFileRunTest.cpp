@@ -24,6 +24,19 @@ QByteArray entry(int line, const QString& kind, const QString& message, const QS
 
 } // namespace
 
+TEST(SingleFileRun, ACheckEndedByAFailureNeverPassesForClean)
+{
+    Installation inst;
+    inst.writeTable("specialchartbl.tbl",
+        "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
+        "\"(a+)+(\",\"Broken\",\"WARNING\",\"I\"\r\n");
+    const QString input = inst.writeInput("a.xml", "<a>aaa</a>\r\n");
+    const auto result = inst.run({ input });
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_TRUE(result.standardError.startsWith("quorvane: a.xml: CheckSpecialCharacters ended early: "))
+        << result.standardError.toStdString();
+}
+
 TEST(SingleFileRun, WritesWholeReportsForFindingsOfBothRules)
 {
     Installation inst;
@@ -34,7 +47,7 @@ TEST(SingleFileRun, WritesWholeReportsForFindingsOfBothRules)
     const QString input
         = inst.writeInput("a.xml", "<doc>\r\n<p>a  b</p>\r\n<fn fnref=\"1\">1 x</fn>\r\n</doc>");
 
-    const auto result = inst.run({ input + "|T1" });
+    const auto result = inst.run({ input });
     EXPECT_EQ(result.exitCode, 1) << result.standardError.toStdString();
     EXPECT_EQ(result.standardError, "");
 
@@ -114,4 +127,50 @@ TEST(SingleFileRun, WithoutBeforeProgramsTheInputIsValidatedInPlace)
     const QString input = inst.writeInput("d.xml", "<doc/>\r\n");
     EXPECT_EQ(inst.run({ input }).exitCode, 0);
     EXPECT_EQ(QString::fromUtf8(Installation::read(log)), input + "\n");
+}
+
+// Runs that cannot check their input end with status 2 and lose nothing: the
+// reports of an earlier run stay whole and the working folder goes.
+TEST(SingleFileRun, UnreadableOrMisplacedInputEndsWithStatusTwoAndLosesNothing)
+{
+    Installation inst;
+    inst.writeTable("specialchartbl.tbl",
+        "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
+        "\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
+    const QString input = inst.writeInput("a.xml", "<a>x</a>\r\n");
+    ASSERT_EQ(inst.run({ input }).exitCode, 1);
+    const QByteArray earlierReport = Installation::read(inst.workPath() + "a.ERR");
+    ASSERT_TRUE(earlierReport.contains("Found x"));
+
+    // A before-program that deletes the staged copy leaves nothing to read.
+    const QString remover = inst.root() + "remove.sh";
+    QFile file(remover);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("#!/bin/sh\nrm -f \"$1\"\n");
+    file.close();
+    file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
+    inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + remover + "\r\n");
+    const auto result = inst.run({ input });
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_TRUE(result.standardError.contains("Error in Reading Input File!"))
+        << result.standardError.toStdString();
+    EXPECT_EQ(Installation::read(inst.workPath() + "a.ERR"), earlierReport);
+    EXPECT_FALSE(QFile::exists(inst.workPath() + "a.ERR.part"));
+    EXPECT_FALSE(QDir(inst.tempPath() + "Quorvane_Temp").exists());
+}
+
+TEST(SingleFileRun, InputNamedLikeItsOwnReportIsRefused)
+{
+    Installation inst;
+    const QByteArray notes = "<a>notes kept in the working folder</a>\r\n";
+    QFile file(inst.workPath() + "notes.ERR");
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(notes);
+    file.close();
+    const auto result = inst.run({ inst.workPath() + "notes.ERR" });
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_TRUE(result.standardError.contains("is where its own report would be written"))
+        << result.standardError.toStdString();
+    EXPECT_EQ(Installation::read(inst.workPath() + "notes.ERR"), notes);
+    EXPECT_FALSE(QDir(inst.tempPath() + "Quorvane_Temp").exists());
 }

@@ -77,17 +77,6 @@ TEST(Startup, RefusesWithItsMessageAndStatusTwo)
     }
 }
 
-TEST(Startup, MissingConfigurationFileIsCritical)
-{
-    TempDir empty;
-    QProcess process;
-    process.start(QStringLiteral(QUORVANE_EXECUTABLE), { "--app-dir", empty.path(), "--headless", "a.xml" });
-    ASSERT_TRUE(process.waitForFinished(60000));
-    EXPECT_EQ(process.exitCode(), 2);
-    EXPECT_EQ(QString::fromUtf8(process.readAllStandardError()),
-        "[critical] Quorvane: Missing Quorvane.INI in the application path\n");
-}
-
 TEST(Startup, WithoutArgumentHeadlessSaysWhyAndRefuses)
 {
     Installation inst;

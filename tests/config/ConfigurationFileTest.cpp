@@ -311,6 +311,10 @@ TEST_F(ConfigurationFileTest, TextIsDecodedAsUtf8OrWindows1252)
     } rows[] = {
         { "[I/O PATHS]\r\nINPUTTYPE=caf\xc3\xa9\r\n", QStringLiteral("caf\u00e9") },
         { "[I/O PATHS]\r\nINPUTTYPE=caf\xe9 \x80\r\n", QStringLiteral("caf\u00e9 \u20ac") },
+        // One Windows-1252 line elsewhere leaves a UTF-8 line as UTF-8, whatever the line ends.
+        { "; r\xe9sum\xe9\r\n[I/O PATHS]\r\nINPUTTYPE=caf\xc3\xa9\r\n", QStringLiteral("caf\u00e9") },
+        { "; r\xe9sum\xe9\n[I/O PATHS]\nINPUTTYPE=caf\xc3\xa9\n", QStringLiteral("caf\u00e9") },
+        { "; r\xe9sum\xe9\r[I/O PATHS]\rINPUTTYPE=caf\xc3\xa9", QStringLiteral("caf\u00e9") },
     };
     for (const Row& row : rows) {
         ui.messages.clear();

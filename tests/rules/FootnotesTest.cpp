@@ -1,6 +1,9 @@
+#include "rules/Footnotes.h"
+
 #include "support/RuleFixture.h"
 
 #include <gtest/gtest.h>
+#include <random>
 
 TEST(UNDELFNREF, ReportsAReferenceLeftInTheFirstTwoWords)
 {
@@ -36,4 +39,38 @@ TEST(UNDELFNREF, UsesTheDeclaredSeverity)
     RuleFixture fixture("<fn> | UNDELFNREF | W\r\n");
     EXPECT_EQ(fixture.run(R"~(<fn fnref="1">1 x</fn>)~"),
         QStringList { R"~(1:1 W fnref value found in the first two words | <fn fnref="1">1 x</fn>)~" });
+}
+
+namespace {
+
+// The plain reading: replace the tag text found, everywhere, and search on.
+QString literalTagsAsSeparators(QString content)
+{
+    qsizetype from = 0;
+    for (;;) {
+        const qsizetype open = content.indexOf(QLatin1Char('<'), from);
+        if (open < 0)
+            break;
+        const qsizetype close = content.indexOf(QLatin1Char('>'), open);
+        if (close < 0)
+            break;
+        content.replace(content.mid(open, close - open + 1), QStringLiteral("-"));
+        from = open;
+    }
+    return content;
+}
+
+} // namespace
+
+TEST(UNDELFNREF, TagSeparatorsMatchThePlainReplacement)
+{
+    std::mt19937 rng(11);
+    const QStringList pieces = { "<", ">", "b", "i", " ", "1", "<b>", "</b>", "<i x=\"1\">" };
+    std::uniform_int_distribution<int> pick(0, int(pieces.size()) - 1), length(0, 24);
+    for (int round = 0; round < 20000; ++round) {
+        QString text;
+        for (int n = length(rng); n > 0; --n)
+            text += pieces[pick(rng)];
+        ASSERT_EQ(TagsAsSeparators(text), literalTagsAsSeparators(text)) << qPrintable(text);
+    }
 }

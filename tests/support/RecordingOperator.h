@@ -4,6 +4,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 // Test double for the operator: remembers every message box instead of
 // showing it, and counts progress calls.
@@ -27,10 +28,12 @@ public:
     }
     void setProgressValue(int value) override { progressValues.append(value); }
     void processEvents() override { ++eventCalls; }
+    void diagnostic(const QString& line) override { diagnostics.append(line); }
 
     QList<RecordedMessage> messages;
     int progressMinimum = -1;
     int progressMaximum = -1;
     QList<int> progressValues;
     int eventCalls = 0;
+    QStringList diagnostics;
 };

@@ -78,7 +78,9 @@ TEST(ToolkitDifferential, RemoveTagsMatchesTheRestartingRemoval)
     for (int round = 0; round < kRounds; ++round) {
         const QString text = RandomTaggedText(rng);
         for (const bool withContent : { false, true }) {
+            both.fastState.clearQuotedMarkupNote();
             both.fastState.QuotedMarkupNote = both.literalState.QuotedMarkupNote = "[1<q>]";
+            both.fastState.quotedMarkupRecords.insert("[1<q>]");
             QString fastText = text, literalText = text;
             const QString fastResult = both.fast.RemoveTags(fastText, withContent);
             const QString literalResult = both.literal.RemoveTags(literalText, withContent);
@@ -97,7 +99,7 @@ TEST(ToolkitDifferential, RetrieveAndNthTagMatchTheCandidateSearch)
     Both both;
     for (int round = 0; round < kRounds; ++round) {
         const QString text = RandomTaggedText(rng);
-        both.fastState.QuotedMarkupNote.clear();
+        both.fastState.clearQuotedMarkupNote();
         both.literalState.QuotedMarkupNote.clear();
         for (std::int32_t start = -1; start <= text.size() + 2; ++start) {
             std::int32_t fastPos = start, literalPos = start;
@@ -126,19 +128,27 @@ TEST(ToolkitDifferential, GetPcdataMatchesTheRecountingSearch)
     };
     std::mt19937 rng(99);
     Both both;
+    int indexedContents = 0;
     for (int round = 0; round < kRounds; ++round) {
         const QString text = RandomTaggedText(rng);
+        // Odd rounds ask of the document text, which the element index answers.
+        if (round % 2)
+            both.fastState.indexText(text);
+        else
+            both.fastState.indexText(QString());
         for (const auto& [startTag, endTag] : tagPairs) {
             for (std::int32_t start = 0; start <= text.size() + 1; start += 3) {
                 std::int32_t fastPos = start, literalPos = start;
-                ASSERT_EQ(both.fast.GetPCDATA(text, startTag, endTag, fastPos),
-                    both.literal.GetPCDATA(text, startTag, endTag, literalPos))
+                const QString fastContent = both.fast.GetPCDATA(text, startTag, endTag, fastPos);
+                ASSERT_EQ(fastContent, both.literal.GetPCDATA(text, startTag, endTag, literalPos))
                     << qPrintable(text) << " tags " << qPrintable(startTag) << qPrintable(endTag) << " from "
-                    << start;
+                    << start << (round % 2 ? " indexed" : "");
                 ASSERT_EQ(fastPos, literalPos);
+                indexedContents += round % 2 && !fastContent.isEmpty();
             }
         }
     }
+    EXPECT_GT(indexedContents, kRounds); // the index really answered non-empty contents
 }
 
 TEST(ToolkitDifferential, GetCountMatchesSplitting)

@@ -20,6 +20,11 @@ FrmMain::FrmMain(RunState& state, WindowOperator& windowOperator)
     auto* label = new QLabel(QStringLiteral("Validating %1").arg(state.inputFileName), this);
     layout->addWidget(label);
     layout->addWidget(pbar_);
+    auto* status = new QLabel(this);
+    status->setWordWrap(true);
+    status->hide();
+    layout->addWidget(status);
+    windowOperator.setStatusLabel(status);
     resize(420, 90);
     windowOperator.setWindow(this, pbar_);
 }
@@ -36,7 +41,6 @@ void FrmMain::showEvent(QShowEvent* event)
 
 void FrmMain::runJob()
 {
-    setWindowTitle(kProgramTitle);
     int status = ExitStatus::Refused;
     try {
         status = RunSingleFile(state_);

@@ -1,8 +1,10 @@
 #include "app/gui/WindowOperator.h"
 
 #include <QApplication>
+#include <QLabel>
 #include <QMessageBox>
 #include <QProgressBar>
+#include <cstdio>
 
 void WindowOperator::setWindow(QWidget* window, QProgressBar* progressBar)
 {
@@ -42,4 +44,18 @@ void WindowOperator::processEvents()
         return;
     sinceEvents_.start();
     QApplication::processEvents();
+}
+
+void WindowOperator::setStatusLabel(QLabel* label)
+{
+    status_ = label;
+}
+
+void WindowOperator::diagnostic(const QString& line)
+{
+    std::fprintf(stderr, "quorvane: %s\n", qPrintable(line));
+    if (status_) {
+        status_->setText(status_->text().isEmpty() ? line : status_->text() + QLatin1Char('\n') + line);
+        status_->show();
+    }
 }

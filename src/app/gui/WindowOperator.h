@@ -5,6 +5,7 @@
 #include <QElapsedTimer>
 #include <QPointer>
 
+class QLabel;
 class QProgressBar;
 class QWidget;
 
@@ -18,9 +19,14 @@ public:
     void setProgressRange(int minimum, int maximum) override;
     void setProgressValue(int value) override;
     void processEvents() override;
+    // Shown under the progress bar, and on standard error for a shell that
+    // started the window.
+    void diagnostic(const QString& line) override;
+    void setStatusLabel(QLabel* label);
 
 private:
     QPointer<QWidget> window_;
     QPointer<QProgressBar> progressBar_;
+    QPointer<QLabel> status_;
     QElapsedTimer sinceEvents_;
 };

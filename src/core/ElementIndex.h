@@ -7,12 +7,18 @@
 #include <vector>
 
 // Where every "<name>", "<name " and "</name>" of one text lies, found in one
-// pass. Removing whole elements asks for the content of every start tag;
-// searching the text afresh each time would cost a pass per tag (a document
-// full of unclosed "<p>" would then be quadratic).
+// pass, and for each element name which end tag closes which start tag.
+// Element content is asked for start tag after start tag; searching the text
+// afresh each time would cost a pass per tag, and walking end tag after end
+// tag would make deep nesting quadratic.
+//
+// The index looks at the text it was built on; that text must outlive it and
+// stay unchanged.
 class ElementIndex {
 public:
     explicit ElementIndex(QStringView text);
+
+    QStringView text() const { return text_; }
 
     // The element content that GetPCDATA gives for the start tag at `tagStart`
     // (zero-based) whose end tag is "</" + name + ">": nothing when that
@@ -22,11 +28,20 @@ public:
 
 private:
     using Positions = std::vector<qsizetype>;
+
+    // The start and end tags of one name in text order, with what closes what.
+    struct Matching {
+        Positions positions; // every "<name>", "<name " and "</name>"
+        std::vector<qsizetype> closer; // per position: the index of the end tag that brings the
+                                       // nesting below its level, -1 for none
+    };
+
     const Positions& positionsOf(const QHash<QStringView, Positions>& map, QStringView key) const;
-    static qsizetype countWithin(const Positions& positions, qsizetype from, qsizetype lastStart);
+    const Matching& matchingOf(const QString& name) const;
 
     QStringView text_;
     QHash<QStringView, Positions> closedByGt_; // key: text between "<" and ">"
     QHash<QStringView, Positions> closedByBlank_; // key: text between "<" and the blank
     Positions none_;
+    mutable QHash<QString, Matching> matchings_; // built on first use of a name
 };

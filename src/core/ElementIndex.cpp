@@ -1,0 +1,80 @@
+#include "core/ElementIndex.h"
+
+#include <algorithm>
+#include <iterator>
+
+ElementIndex::ElementIndex(QStringView text)
+    : text_(text)
+{
+    for (qsizetype lt = text.indexOf(u'<'); lt >= 0;) {
+        qsizetype stop = lt + 1;
+        while (stop < text.size() && text[stop] != u' ' && text[stop] != u'<' && text[stop] != u'>')
+            ++stop;
+        const QStringView key = text.sliced(lt + 1, stop - lt - 1);
+        if (stop < text.size() && text[stop] == u'>')
+            closedByGt_[key].push_back(lt);
+        else if (stop < text.size() && text[stop] == u' ')
+            closedByBlank_[key].push_back(lt);
+        lt = stop < text.size() && text[stop] == u'<' ? stop : text.indexOf(u'<', stop);
+    }
+}
+
+const ElementIndex::Positions& ElementIndex::positionsOf(
+    const QHash<QStringView, Positions>& map, QStringView key) const
+{
+    const auto it = map.constFind(key);
+    return it == map.cend() ? none_ : *it;
+}
+
+// An element's content ends at the first end tag after it where the nesting
+// level falls below the level at the content's start: the start tags and end
+// tags in between balance out. With level[k] the nesting before event k (+1
+// per start tag, -1 per end tag), that end tag is the event just before the
+// first later k whose level is lower: "next lower level", one stack pass.
+const ElementIndex::Matching& ElementIndex::matchingOf(const QString& name) const
+{
+    const auto found = matchings_.constFind(name);
+    if (found != matchings_.cend())
+        return *found;
+    const Positions& ends = positionsOf(closedByGt_, u'/' + name);
+    Positions opens = positionsOf(closedByGt_, name);
+    const Positions& blankOpens = positionsOf(closedByBlank_, name);
+    opens.insert(opens.end(), blankOpens.begin(), blankOpens.end());
+    std::sort(opens.begin(), opens.end());
+
+    Matching matching;
+    std::vector<bool> isEnd;
+    std::merge(opens.begin(), opens.end(), ends.begin(), ends.end(), std::back_inserter(matching.positions));
+    isEnd.reserve(matching.positions.size());
+    for (auto o = opens.cbegin(), e = ends.cbegin(); o != opens.cend() || e != ends.cend();) {
+        const bool takeEnd = o == opens.cend() || (e != ends.cend() && *e < *o);
+        isEnd.push_back(takeEnd);
+        takeEnd ? ++e : ++o;
+    }
+    const qsizetype count = static_cast<qsizetype>(matching.positions.size());
+    std::vector<qsizetype> level(count + 1, 0);
+    for (qsizetype k = 0; k < count; ++k)
+        level[k + 1] = level[k] + (isEnd[k] ? -1 : 1);
+    matching.closer.assign(count + 1, -1);
+    std::vector<qsizetype> waiting; // indexes whose next lower level is not found yet
+    for (qsizetype k = 0; k <= count; ++k) {
+        while (!waiting.empty() && level[k] < level[waiting.back()]) {
+            matching.closer[waiting.back()] = k - 1;
+            waiting.pop_back();
+        }
+        waiting.push_back(k);
+    }
+    return *matchings_.insert(name, std::move(matching));
+}
+
+std::optional<QStringView> ElementIndex::elementContent(
+    qsizetype tagStart, qsizetype tagLength, const QString& name) const
+{
+    const Matching& matching = matchingOf(name);
+    const qsizetype contentStart = tagStart + tagLength;
+    const auto first = std::lower_bound(matching.positions.begin(), matching.positions.end(), contentStart);
+    const qsizetype closer = matching.closer[first - matching.positions.begin()];
+    if (closer < 0)
+        return std::nullopt;
+    return text_.sliced(contentStart, matching.positions[closer] - contentStart);
+}

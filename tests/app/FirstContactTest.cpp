@@ -1,0 +1,100 @@
+#include "support/Installation.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+// What a newcomer sees on standard error when a run cannot go on, and the
+// --task form of the single-file run.
+
+TEST(FirstContact, RefusalsNameWhatTheyLookedAt)
+{
+    {
+        TempDir empty;
+        QProcess process;
+        process.start(
+            QStringLiteral(QUORVANE_EXECUTABLE), { "--app-dir", empty.path(), "--headless", "a.xml" });
+        ASSERT_TRUE(process.waitForFinished(60000));
+        EXPECT_EQ(process.exitCode(), 2);
+        EXPECT_EQ(QString::fromUtf8(process.readAllStandardError()),
+            "[critical] Quorvane: Missing Quorvane.INI in the application path\n"
+            "quorvane: no Quorvane.INI in "
+                + QDir(empty.path()).absolutePath()
+                + " (the application folder; choose another with --app-dir)\n");
+    }
+    {
+        // A file where the input's output folder belongs.
+        Installation inst;
+        QDir().mkpath(inst.root() + "input/Batch7");
+        const QString input = inst.writeInput("Batch7/a.xml", "<a/>\r\n");
+        QFile blocker(inst.outputPath() + "/Batch7");
+        ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+        blocker.close();
+        const auto result = inst.run({ input });
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_EQ(result.standardError,
+            "quorvane: cannot create folder " + inst.outputPath() + "/Batch7: File exists\n");
+    }
+}
+
+TEST(FirstContact, UnknownTaskCodeIsToldAndTheDefaultTablesRun)
+{
+    Installation inst;
+    const QString input = inst.writeInput("a.xml", "<a/>\r\n");
+    const auto result = inst.run({ input + "|NOPE" });
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.standardError,
+        "quorvane: task code NOPE is not named by any [TASK] section of Quorvane.INI; the default tables are "
+        "used\n");
+    // A run without a task code has nothing to be told.
+    EXPECT_EQ(inst.run({ input }).standardError, "");
+}
+
+TEST(FirstContact, TaskOptionIsTheSameAsTheBarForm)
+{
+    Installation inst;
+    inst.set("CHECKSPECIALCHAR", "FALSE");
+    inst.appendIni("[TASK]\r\nTASKCODE = T1\r\n[SETTINGS]\r\nCHECKSPECIALCHAR = TRUE\r\n");
+    inst.writeTable("specialchartbl.tbl",
+        "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
+        "\"&amp;amp;\",\"Double escape\",\"ERROR\",\"\"\r\n");
+    const QString input = inst.writeInput("a.xml", "<a>&amp;amp;</a>\r\n");
+
+    const auto barForm = inst.run({ input + "|T1" });
+    const QByteArray barReport = Installation::read(inst.workPath() + "a.ERR");
+    const auto optionForm = inst.run({ "--task", "T1", input });
+    EXPECT_EQ(optionForm.exitCode, 1) << optionForm.standardError.toStdString();
+    EXPECT_EQ(barForm.exitCode, 1);
+    EXPECT_EQ(Installation::read(inst.workPath() + "a.ERR"), barReport);
+    EXPECT_EQ(inst.run({ "--task", "T1", input }).standardOutput, barForm.standardOutput);
+
+    const auto both = inst.run({ "--task", "T1", input + "|T1" });
+    EXPECT_EQ(both.exitCode, 2);
+    EXPECT_TRUE(
+        both.standardError.startsWith("quorvane: give the task code either with --task or after \"|\""))
+        << both.standardError.toStdString();
+}
+
+TEST(FirstContact, DisplayThatCannotBeOpenedFallsBackToHeadless)
+{
+    Installation inst;
+    const QString input = inst.writeInput("a.xml", "<a/>\r\n");
+    QProcess process;
+    process.setWorkingDirectory(inst.root());
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("DISPLAY", ":quorvane-no-such-display");
+    environment.remove("WAYLAND_DISPLAY");
+    environment.remove("QT_QPA_PLATFORM");
+    process.setProcessEnvironment(environment);
+    inst.run({ "--version" }); // writes the configuration
+    process.start(QStringLiteral(QUORVANE_EXECUTABLE), { "--app-dir", inst.root() + "app/", input });
+    ASSERT_TRUE(process.waitForFinished(60000));
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process.exitCode(), 0);
+    EXPECT_EQ(QString::fromUtf8(process.readAllStandardError()),
+        "quorvane: the display cannot be opened; running headless\n");
+    EXPECT_TRUE(
+        QString::fromUtf8(process.readAllStandardOutput()).startsWith("a.xml: 0 error(s), 0 warning(s)"));
+}
