@@ -4,14 +4,12 @@
 #include <map>
 #include <memory>
 
-class ElementIndex;
 class PrecedingText;
 
 // What the convert-to-tag and convert-to-attribute rules keep for one file:
 // built on first use, so that every tag of the file reads it again instead of
 // searching the whole text afresh.
 struct ConversionState {
-    std::shared_ptr<const ElementIndex> elements; // of the whole file text
     // The dashed text before the tags of one element, by the zero-based
     // offset where that text starts; it only ever grows to the right.
     std::map<qsizetype, std::shared_ptr<PrecedingText>> precedingTexts;

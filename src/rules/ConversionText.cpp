@@ -1,7 +1,6 @@
 #include "rules/ConversionText.h"
 
 #include "core/RunState.h"
-#include "text/ElementIndex.h"
 #include "text/xmlClass.h"
 
 QString CurrentElementContent(RunState& state, qsizetype window)
@@ -33,10 +32,9 @@ QString CurrentElementContent(RunState& state, qsizetype window)
     const QString content = xml.GetPCDATA(nearby, context.tagText, endTag, start);
     if (!content.isEmpty())
         return QString(content.constData(), content.size()); // a copy: nearby borrows the text
-    if (!state.conversion.elements)
-        state.conversion.elements = std::make_shared<const ElementIndex>(whole);
-    const auto found = state.conversion.elements->elementContent(tagStart, context.tagText.size(), name);
-    return found ? found->toString() : QString();
+    // The toolkit answers for the whole text from its index of the file.
+    std::int32_t position = context.filePosition;
+    return xml.GetPCDATA(state.wholeText, context.tagText, endTag, position);
 }
 
 PrecedingText::PrecedingText(qsizetype start, const QStringList& expandedTexts, qsizetype slack)
