@@ -8,6 +8,7 @@
 #include "rules/ConvertToAttribute.h"
 #include "rules/ConvertToTag.h"
 #include "rules/RuleRegistry.h"
+#include "rules/TextValidity.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -37,6 +38,73 @@ QByteArray MakeBook(qsizetype targetSize)
     return text + "</book>\r\n";
 }
 
+// Fifty text-validity rows as a journal's table spreads them over its
+// elements: forbidden words and spacing in paragraphs, counts of inline
+// elements, repeated and alike values, numbered footnotes, arithmetic and
+// dates in tables and histories, some rows only for files with a marker.
+// The book has paragraphs, inline elements and footnotes only, so the rows
+// of the other elements cost their index look-up alone.
+QByteArray TextValidityRows()
+{
+    const char* rows[] = {
+        " | \\bteh\\b | p | Y | fn | x | 0 | W | Misspelt: teh",
+        " | \\brecieve\\b | p | Y | fn | x | 0 | W | Misspelt: recieve",
+        " | \\bseperate\\b | p | Y | fn | x | 0 | W | Misspelt: seperate",
+        " | \\boccured\\b | p | Y | fn | x | 0 | W | Misspelt: occured",
+        " | \\buntill\\b | p | Y | fn | x | 0 | W | Misspelt: untill",
+        " | \\s\\s | p | N | | x | 0 | W | Double space",
+        " | \\s[,.;:] | p | N | | x | 0 | W | Blank before punctuation",
+        " | \\b(\\w+)<space>\\1\\b | p | Y | fn | x | 0 | W | Word repeated",
+        " | <i>(\\w+)</i> | p | N | | !dup | 0 | W | Italic word repeated",
+        " | <b> | p | N | | =< | 3 | W | Too much bold",
+        " | <fn | p | N | | =< | 2 | W | More than two footnotes",
+        " | \\s<fn | p | N | | x | 0 | W | Blank before a footnote",
+        " | ^\\s | p | N | | x | 0 | E | Paragraph starts with a blank",
+        " | (\\d+) | p | Y | fn | !dup | 0 | W | Number repeated",
+        "<book> | (Some) | p | N | | dup | 0 | W | Opening differs",
+        "<chapter> | here | p | N | | x | 0 | W | Not in chapters",
+        " | ^(\\d+) | fn | N | | !dup | 0 | W | Footnote number repeated",
+        " | (\\d+) note | fn | N | | @eval(=<)$1*2 | 20 | E | Footnote number too large",
+        " | ^(\\d) | fn | N | | +1 | 0 | W | Footnote numbers out of sequence",
+        " | \\bnote\\b | fn | N | | > | 0 | W | Footnote without a note",
+        "ZZZ | text | fn | N | | x | 0 | W | Never applies",
+        " | (\\w+) | i | N | | =< | 4 | W | Long italic run",
+        " | \\d | i | N | | x | 0 | W | Digit in italics",
+        " | (\\w+) | b | N | | =< | 4 | W | Long bold run",
+        " | \\d | b | N | | x | 0 | W | Digit in bold",
+        " | \\.$ | title | N | | x | 0 | W | Title ends with a full stop",
+        " | <hrt> | title | N | | x | 0 | E | Line break in a title",
+        " | ^\\s | title | N | | x | 0 | E | Title starts with a blank",
+        " | <graphic<space> | fig | N | | = | 1 | E | A figure holds one graphic",
+        " | <caption> | fig | N | | > | 0 | W | Figure without a caption",
+        " | <label> | fig | N | | =< | 1 | W | More than one figure label",
+        " | \\.$ | caption | Y | | x | 0 | W | Caption ends with a full stop",
+        " | ^\\s | caption | N | | x | 0 | W | Caption starts with a blank",
+        " | <label>(\\d+)\\.?</label> | list | N | | +1 | 0 | E | List labels out of sequence",
+        " | <item> | list | N | | > | 1 | W | List with one item",
+        " | <td>(\\d+)</td><td>(\\d+)</td><td>(\\d+)</td>$ | tr | N | | @eval(=)$1+$2-$3 | 0 | E | Total",
+        " | <td | tr | N | | > | 0 | E | Empty table row",
+        " | \\d\\.\\d{3,} | td | N | | x | 0 | W | More than two decimals",
+        " | <label>([^<]+)</label> | ref-list | N | | !dup | 0 | E | Duplicate reference label",
+        " | <ref<space> | ref-list | N | | > | 0 | W | Empty reference list",
+        " | \\(\\d{4}\\) | ref | N | | = | 1 | W | One year per reference",
+        " | (J(?:ournal)?\\.?)<space> | ref | N | | dup | 0 | W | Journal names differ",
+        " | ^([^<]+)$ | date | N | | =<@now | 0 | E | Date lies in the future",
+        " | ^\\d | date | N | | = | 1 | E | Date not numeric",
+        " | <title> | sec | N | sec | = | 1 | E | Section without one title",
+        " | <p> | sec | N | | > | 0 | W | Empty section",
+        " | <p> | abstract | N | | = | 1 | W | Abstract of more than one paragraph",
+        "<article | <contrib | authors | N | | > | 0 | W | No author",
+        " | \\d | author | N | | x | 0 | W | Digit in an author name",
+        " | ,$ | author | N | | x | 0 | W | Author name ends with a comma",
+    };
+    QByteArray table
+        = "Condition | Value | Tag | Split | Excluded | Operator | Number | Severity | Message\r\n";
+    for (const char* row : rows)
+        table += QByteArray(row) + "\r\n";
+    return table;
+}
+
 void WriteFile(const QString& path, const QByteArray& bytes)
 {
     QFile file(path);
@@ -52,7 +120,8 @@ void ValidateBook(benchmark::State& bench)
     WriteFile(root + "routine.tbl",
         "Tag | Routine | Parameter\r\nN/A | CONVERT2TAG | x\r\n | CONVERT2ATTRIB | x\r\n | NOLEADZERO | W\r\n"
         " | ATTRIBUNCONENTITY | x\r\n | ATTRIBRANGEVALIDITY | W\r\n | ATTRIBNUMBERVALIDITY | W\r\n"
-        "<fn> | UNDELFNREF | E\r\n");
+        "<fn> | UNDELFNREF | E\r\n | TEXTVALIDITY | N/A\r\n<p> | TEXTVALIDITY | N/A\r\n");
+    WriteFile(root + "textvalidity.tbl", TextValidityRows());
     WriteFile(root + "convert2tag.tbl",
         "h\r\nxref | DELETE | see | W | B\r\nfn | COPY | note | W | E\r\ni | DELETE | with | W | S\r\n");
     WriteFile(root + "convert2attrib.tbl",
@@ -69,6 +138,7 @@ void ValidateBook(benchmark::State& bench)
     TableSet& set = state.config.ActiveTableSet;
     set.file(SupportFile::RoutineDeclTbl) = root + "routine.tbl";
     set.file(SupportFile::SpecialCharTbl) = root + "special.tbl";
+    set.file(SupportFile::TextValidityTbl) = root + "textvalidity.tbl";
     LoadRoutineDeclTable(state, set, IsRoutineName);
     LoadSpecialCharTable(state, set);
     set.file(SupportFile::Convert2TagTbl) = root + "convert2tag.tbl";
@@ -80,6 +150,7 @@ void ValidateBook(benchmark::State& bench)
     LoadNoLeadZeroTable(state, set);
     LoadAttribUnconTable(state, set);
     set.AttribRangeSeparators = { QStringLiteral("-"), QStringLiteral(" to ") };
+    LoadTextValidityTable(state, set);
     state.reportFolder = root;
     state.outputFolder = root;
     for (auto _ : bench) {
@@ -89,6 +160,7 @@ void ValidateBook(benchmark::State& bench)
         CloseReports(state);
     }
     bench.counters["lines"] = state.lineCount();
+    bench.counters["findings"] = state.report.errorCount + state.report.warningCount;
     bench.SetBytesProcessed(bench.iterations() * bench.range(0) * 1000 * 1000);
 }
 

@@ -25,6 +25,13 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
             options.appDir = arguments[i];
         } else if (argument.startsWith(QLatin1String("--app-dir="))) {
             options.appDir = argument.mid(10);
+        } else if (argument == QLatin1String("--plugin-timeout")) {
+            bool number = false;
+            options.pluginTimeoutSeconds = ++i < arguments.size() ? arguments[i].toInt(&number) : 0;
+            if (!number || options.pluginTimeoutSeconds < 1) {
+                options.error = QStringLiteral("--plugin-timeout needs a number of seconds above 0");
+                return options;
+            }
         } else if (argument == QLatin1String("--task")) {
             if (++i >= arguments.size()) {
                 options.error = QStringLiteral("--task needs a task code");
@@ -52,24 +59,28 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
 
 QString CommandLineHelpText()
 {
-    return QStringLiteral("Usage: quorvane [--app-dir DIR] [--headless] [--task CODE] [--] [INPUT[|TASK]]\n"
-                          "\n"
-                          "Validates tagged text against the rules configured in Quorvane.INI.\n"
-                          "\n"
-                          "With an argument, validates that one file with the task's table set and\n"
-                          "writes its .ERR and .WRN reports; without one, opens the batch window.\n"
-                          "Quote \"INPUT|TASK\" in a shell, or give the task with --task:\n"
-                          "  quorvane --headless \"examples/input/article.xml|JRNL\"\n"
-                          "  quorvane --headless --task JRNL examples/input/article.xml\n"
-                          "\n"
-                          "  --app-dir DIR  folder holding Quorvane.INI (default: the executable's folder)\n"
-                          "  --task CODE    the task code, as after \"|\" in INPUT|TASK\n"
-                          "  --headless     no window; messages go to standard error\n"
-                          "                 (implied when neither DISPLAY nor WAYLAND_DISPLAY is set)\n"
-                          "  --help         show this text\n"
-                          "  --version      show the version\n"
-                          "\n"
-                          "Exit status: 0 no error found, 1 errors reported, 2 run refused or failed.\n");
+    return QStringLiteral(
+        "Usage: quorvane [--app-dir DIR] [--headless] [--task CODE] [--plugin-timeout SECONDS]\n"
+        "                [--] [INPUT[|TASK]]\n"
+        "\n"
+        "Validates tagged text against the rules configured in Quorvane.INI.\n"
+        "\n"
+        "With an argument, validates that one file with the task's table set and\n"
+        "writes its .ERR and .WRN reports; without one, opens the batch window.\n"
+        "Quote \"INPUT|TASK\" in a shell, or give the task with --task:\n"
+        "  quorvane --headless \"examples/input/article.xml|JRNL\"\n"
+        "  quorvane --headless --task JRNL examples/input/article.xml\n"
+        "\n"
+        "  --app-dir DIR  folder holding Quorvane.INI (default: the executable's folder)\n"
+        "  --task CODE    the task code, as after \"|\" in INPUT|TASK\n"
+        "  --plugin-timeout SECONDS\n"
+        "                 stop an outside program that runs longer (default: wait)\n"
+        "  --headless     no window; messages go to standard error\n"
+        "                 (implied when neither DISPLAY nor WAYLAND_DISPLAY is set)\n"
+        "  --help         show this text\n"
+        "  --version      show the version\n"
+        "\n"
+        "Exit status: 0 no error found, 1 errors reported, 2 run refused or failed.\n");
 }
 
 InputRequest SplitCommandLine(const QString& commandLine)

@@ -10,6 +10,7 @@ struct CommandLineOptions {
     bool headless = false;
     bool showHelp = false;
     bool showVersion = false;
+    int pluginTimeoutSeconds = 0; // --plugin-timeout SECONDS; 0 waits for ever
     QString task; // --task CODE; for a single file it is joined into commandLine
     QString commandLine; // the remaining arguments joined with single blanks (+ "|" + task)
     QString error; // not empty when the options could not be read

@@ -14,13 +14,32 @@
 #include <QFileInfo>
 #include <QProcess>
 
-void RunOutsideProgram(const QString& program, const QString& inputPath)
+void RunOutsideProgram(RunState& state, const QString& program, const QString& inputPath)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedChannels);
     process.start(program, { inputPath });
-    if (process.waitForStarted(-1))
+    // The run goes on whatever the program did, but a program that did not do
+    // its work must not pass unnoticed.
+    if (!process.waitForStarted(-1)) {
+        state.ui.diagnostic(
+            QStringLiteral("outside program %1 could not start: %2").arg(program, process.errorString()));
+        return;
+    }
+    const int timeout = state.pluginTimeoutSeconds > 0 ? state.pluginTimeoutSeconds * 1000 : -1;
+    if (!process.waitForFinished(timeout)) {
+        process.kill();
         process.waitForFinished(-1);
+        state.ui.diagnostic(QStringLiteral("outside program %1 stopped after %2 s")
+                                .arg(program)
+                                .arg(state.pluginTimeoutSeconds));
+        return;
+    }
+    if (process.exitStatus() == QProcess::CrashExit)
+        state.ui.diagnostic(QStringLiteral("outside program %1 crashed").arg(program));
+    else if (process.exitCode() != 0)
+        state.ui.diagnostic(
+            QStringLiteral("outside program %1 ended with status %2").arg(program).arg(process.exitCode()));
 }
 
 void StageInputInTempFolder(RunState& state)
@@ -77,13 +96,13 @@ int ValidateSingleFile(RunState& state)
     if (!active.InputPlugins.isEmpty()) {
         StageInputInTempFolder(state);
         for (const QString& program : active.InputPlugins)
-            RunOutsideProgram(program, state.inputPath);
+            RunOutsideProgram(state, program, state.inputPath);
     }
     OpenReports(state);
     ValidateFile(state, Rules());
     CloseReports(state);
     for (const QString& program : active.OutputPlugins)
-        RunOutsideProgram(program, state.inputPath);
+        RunOutsideProgram(state, program, state.inputPath);
 
     OpenProgramLogs(state);
     // The run's image list was filled while the file was validated.

@@ -12,9 +12,11 @@ int RunSingleFile(RunState& state);
 // The job itself; RunSingleFile adds the clean-up when it ends early.
 int ValidateSingleFile(RunState& state);
 
-// Starts a program with the input path as its one argument and waits for it
-// without a time limit. A program that cannot be started is not reported.
-void RunOutsideProgram(const QString& program, const QString& inputPath);
+// Starts a program with the input path as its one argument and waits for it,
+// without a time limit unless --plugin-timeout gave one. A program that cannot
+// start, crashes, ends with a status other than 0 or is stopped is named in a
+// diagnostic line; the run goes on.
+void RunOutsideProgram(RunState& state, const QString& program, const QString& inputPath);
 
 // Copies the input into the temporary folder (unless it already lies there)
 // and makes the copy the input path, so before-programs never touch the

@@ -163,6 +163,7 @@ int main(int argc, char** argv)
     OperatorInterface& ui = headless ? static_cast<OperatorInterface&>(headlessOperator) : windowOperator;
     RunState state(ui);
     state.config.ApplicationPath = applicationFolder(options);
+    state.pluginTimeoutSeconds = options.pluginTimeoutSeconds;
 
     try {
         const RunMode mode = Main(state, options.commandLine);

@@ -4,6 +4,7 @@
 #include "core/MoveFiles.h"
 #include "core/RunState.h"
 
+#include <QLockFile>
 #include <utility>
 #include <vector>
 
@@ -106,6 +107,15 @@ bool CheckConfiguredPaths(RunState& state)
     usable = checkFolderAccess(state) && usable;
     if (!modMoveFiles::CheckWriteAccess(state, config.TempPath))
         return false;
+    // Runs that share a temporary folder take turns: one run's clean-up would
+    // otherwise delete the input another run has staged there.
+    state.tempFolderLock
+        = std::make_unique<QLockFile>(config.TempPath + QStringLiteral("Quorvane_Temp.lock"));
+    state.tempFolderLock->setStaleLockTime(0); // only a lock whose process is gone is stale
+    if (!state.tempFolderLock->tryLock(0)) {
+        state.ui.diagnostic(QStringLiteral("waiting for another run that uses %1").arg(config.TempPath));
+        state.tempFolderLock->lock();
+    }
     config.TempPath += QStringLiteral("Quorvane_Temp/");
     if (!modMoveFiles::MakeFolder(config.TempPath)) {
         // Only possible when something else already holds that name.

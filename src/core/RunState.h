@@ -5,14 +5,17 @@
 #include "core/Finding.h"
 #include "core/OperatorInterface.h"
 #include "core/ReportState.h"
+#include "core/TextValidityState.h"
 #include "core/ToolkitState.h"
 #include "core/ValidationContext.h"
 
 #include <QHash>
 #include <QList>
+#include <QLockFile>
 #include <QString>
 #include <QStringView>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 // The one process-wide run state, made in main() and handed by reference to
@@ -61,11 +64,17 @@ struct RunState {
     QString routineParameter; // upper-cased by the dispatcher
     QString currentRoutine; // the routine or check running now; names its findings
     ConversionState conversion; // per file
+    TextValidityState textValidity;
 
     ReportState report;
     // Checks of this run that ended early on a failure. A run with any cannot
     // pass for checked, whatever its reports say.
     int checkFailures = 0;
+
+    // Held while this run uses its temporary folder; released when the run ends.
+    std::unique_ptr<QLockFile> tempFolderLock;
+    // Seconds an outside program may run before it is stopped; 0 waits for ever.
+    int pluginTimeoutSeconds = 0;
     FindingSinks findingSinks; // outputs beside the fixed reports
 };
 

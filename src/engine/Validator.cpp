@@ -131,6 +131,7 @@ void ResetPerFileState(RunState& state)
     state.currentRow = 0;
     state.rowStack = { 0 };
     state.conversion = {};
+    state.textValidity.resetPerFile();
 }
 
 void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std::int32_t lineNumber,

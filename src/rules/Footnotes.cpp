@@ -4,6 +4,8 @@
 #include "engine/RuleHelpers.h"
 #include "text/xmlClass.h"
 
+#include <optional>
+
 namespace {
 
 // Whether every "<" of the text meets a ">" before the next "<" (or no ">"
@@ -64,27 +66,72 @@ bool isWordCharacter(QChar upper)
     return (upper >= u'A' && upper <= u'Z') || (upper >= u'0' && upper <= u'9');
 }
 
-// Whether the reference value stands as one of the first two words. A word
-// still being collected when the content ends is never compared, so a mark
-// that is the footnote's very last text goes unreported.
-bool referenceInFirstTwoWords(const QString& content, const QString& upperReference)
-{
-    QString word;
-    int compared = 0;
-    for (const QChar c : content) {
+// Reads the footnote text character by character and tells, as soon as it is
+// known, whether the reference value stands as one of the first two words.
+// A word still being collected when the content ends is never compared, so a
+// mark that is the footnote's very last text goes unreported.
+class FirstTwoWords {
+public:
+    explicit FirstTwoWords(const QString& upperReference)
+        : reference_(upperReference)
+    {
+    }
+
+    std::optional<bool> feed(QChar c)
+    {
         const QChar upper = c.toUpper();
         if (isWordCharacter(upper)) {
-            word += upper;
-            continue;
+            word_ += upper;
+            return std::nullopt;
         }
-        if (compared >= 2)
+        if (compared_ >= 2)
             return false;
-        if (word.isEmpty())
-            continue;
-        if (word == upperReference)
+        if (word_.isEmpty())
+            return std::nullopt;
+        if (word_ == reference_)
             return true;
-        ++compared;
-        word.clear();
+        ++compared_;
+        word_.clear();
+        return std::nullopt;
+    }
+
+private:
+    const QString& reference_;
+    QString word_;
+    int compared_ = 0;
+};
+
+bool referenceInFirstTwoWords(QStringView content, const QString& upperReference)
+{
+    FirstTwoWords words(upperReference);
+    for (const QChar c : content) {
+        if (const std::optional<bool> answer = words.feed(c))
+            return *answer;
+    }
+    return false;
+}
+
+// The same answer read only as far as it is needed, tags taken as "-" on the
+// way: a footnote that holds footnotes is not read to its end for each of
+// them. Nothing when a tag holds a "<" before the answer is known: replacing
+// such a tag everywhere can change how later text splits, so the whole
+// content must be read the plain way.
+std::optional<bool> referenceInFirstTwoWordsSoFar(QStringView content, const QString& upperReference)
+{
+    FirstTwoWords words(upperReference);
+    for (qsizetype i = 0; i < content.size(); ++i) {
+        QChar c = content[i];
+        if (c == u'<') {
+            const qsizetype close = content.indexOf(u'>', i);
+            if (close >= 0) {
+                if (content.sliced(i + 1, close - i - 1).contains(u'<'))
+                    return std::nullopt;
+                c = u'-';
+                i = close;
+            }
+        }
+        if (const std::optional<bool> answer = words.feed(c))
+            return answer;
     }
     return false;
 }
@@ -100,14 +147,35 @@ void UNDELFNREF(RunState& state)
     const QString reference = xml.GetAttributeValue(context.tagText, QStringLiteral("fnref"));
     if (reference.isEmpty())
         return;
-    std::int32_t position = context.filePosition;
-    const QString content = xml.GetPCDATA(state.wholeText, context.tagText,
-        QStringLiteral("</") + context.tagName + QLatin1Char('>'), position);
-    if (!referenceInFirstTwoWords(TagsAsSeparators(content), reference.toUpper()))
+    if (!FootnoteMarkInFirstTwoWords(state, reference.toUpper()))
         return;
     ReportBySeverity(state, state.routineParameter, context.lineNumber,
         QStringLiteral("fnref value found in the first two words"), DataContentAt(state, 0),
         context.linePosition);
+}
+
+bool FootnoteMarkInFirstTwoWords(QStringView content, const QString& upperReference)
+{
+    if (const std::optional<bool> answer = referenceInFirstTwoWordsSoFar(content, upperReference))
+        return *answer;
+    return referenceInFirstTwoWords(TagsAsSeparators(content.toString()), upperReference);
+}
+
+bool FootnoteMarkInFirstTwoWords(RunState& state, const QString& upperReference)
+{
+    const ValidationContext& context = state.context;
+    // The document's element index gives the content as a view of the text,
+    // without a copy of what may be most of the file.
+    if (const ElementIndex* index = state.toolkit.indexFor(state.wholeText)) {
+        const std::optional<QStringView> content
+            = index->elementContent(context.filePosition - 1, context.tagText.size(), context.tagName);
+        return FootnoteMarkInFirstTwoWords(content.value_or(QStringView()), upperReference);
+    }
+    std::int32_t position = context.filePosition;
+    const QString content = xmlClass(state.toolkit)
+                                .GetPCDATA(state.wholeText, context.tagText,
+                                    QStringLiteral("</") + context.tagName + QLatin1Char('>'), position);
+    return FootnoteMarkInFirstTwoWords(content, upperReference);
 }
 
 QString TagsAsSeparators(const QString& content)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringView>
 
 struct RunState;
 
@@ -11,3 +12,9 @@ void UNDELFNREF(RunState& state);
 // The footnote text the word test reads: every tag text met from left to
 // right becomes "-" wherever it occurs.
 QString TagsAsSeparators(const QString& content);
+
+// Whether the upper-cased reference value stands as one of the first two
+// words of the footnote text, tags read as separators.
+bool FootnoteMarkInFirstTwoWords(QStringView content, const QString& upperReference);
+// The same for the footnote whose start tag is the current tag.
+bool FootnoteMarkInFirstTwoWords(RunState& state, const QString& upperReference);

@@ -1,7 +1,5 @@
 #include "rules/PendingRoutines.h"
 
-void TEXTVALIDITY(RunState&) { }
-
 void NOHRT(RunState&) { }
 void WITHHRT(RunState&) { }
 void CheckMultipleHardReturns(RunState&) { }

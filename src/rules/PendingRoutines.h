@@ -6,9 +6,6 @@ struct RunState;
 // and runs, but that do nothing yet, grouped by rule family. Writing a rule
 // moves its names from here to the family's own file.
 
-// Text validity expressions.
-void TEXTVALIDITY(RunState& state);
-
 // Hard returns.
 void NOHRT(RunState& state);
 void WITHHRT(RunState& state);

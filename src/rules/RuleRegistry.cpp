@@ -7,6 +7,7 @@
 #include "rules/ConvertToTag.h"
 #include "rules/Footnotes.h"
 #include "rules/PendingRoutines.h"
+#include "rules/TextValidity.h"
 
 using namespace Qt::Literals::StringLiterals;
 using enum SupportFile;
@@ -25,7 +26,7 @@ RuleBook makeRules()
     RuleBook book;
     // The order in which the dispatcher compares a declared name.
     book.routines = {
-        pending<TextValidityTbl>("TEXTVALIDITY"_L1, TEXTVALIDITY),
+        { "TEXTVALIDITY"_L1, TEXTVALIDITY, TextValidityTbl, LoadTextValidityTable },
         pending<ImageValidationTbl>("IMGNAMEARTIDEQUALITY"_L1, IMGNAMEARTIDEQUALITY),
         pending<ImageValidationTbl>("IMGNAMELENGTHEQUALITY"_L1, IMGNAMELENGTHEQUALITY),
         pending<NoHRTDeclTbl>("NOHRT"_L1, NOHRT),

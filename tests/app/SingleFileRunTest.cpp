@@ -2,7 +2,10 @@
 
 #include <QDir>
 #include <QFile>
+#include <QProcess>
+#include <QThread>
 #include <gtest/gtest.h>
+#include <memory>
 
 namespace {
 
@@ -173,4 +176,65 @@ TEST(SingleFileRun, InputNamedLikeItsOwnReportIsRefused)
         << result.standardError.toStdString();
     EXPECT_EQ(Installation::read(inst.workPath() + "notes.ERR"), notes);
     EXPECT_FALSE(QDir(inst.tempPath() + "Quorvane_Temp").exists());
+}
+
+namespace {
+
+QString writeScript(const Installation& inst, const QString& name, const QByteArray& body)
+{
+    const QString path = inst.root() + name;
+    QFile file(path);
+    file.open(QIODevice::WriteOnly);
+    file.write("#!/bin/sh\n" + body);
+    file.close();
+    file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
+    return path;
+}
+
+} // namespace
+
+// Outside programs that do not do their work are named; the run goes on.
+TEST(SingleFileRun, OutsideProgramsThatFailAreNamed)
+{
+    Installation inst;
+    const QString input = inst.writeInput("a.xml", "<a/>\r\n");
+    const QString failing = writeScript(inst, "fail.sh", "exit 3\n");
+    const QString slow = writeScript(inst, "slow.sh", "sleep 30\n");
+    inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + failing + "\r\nOUTPUTPLUGIN = " + slow + "\r\n");
+    const auto result = inst.run({ "--plugin-timeout", "1", input });
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.standardError,
+        "quorvane: outside program " + failing + " ended with status 3\n" + "quorvane: outside program "
+            + slow + " stopped after 1 s\n");
+    EXPECT_EQ(inst.run({ "--plugin-timeout", "0", input }).exitCode, 2);
+}
+
+// Two runs sharing a temporary folder take turns, so neither loses its staged input.
+TEST(SingleFileRun, RunsSharingATemporaryFolderTakeTurns)
+{
+    Installation inst;
+    inst.writeTable("specialchartbl.tbl",
+        "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
+        "\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
+    const QString first = inst.writeInput("first.xml", "<a>x</a>\r\n");
+    const QString second = inst.writeInput("second.xml", "<a>x</a>\r\n");
+    inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + writeScript(inst, "slow.sh", "sleep 1\n") + "\r\n");
+    inst.run({ "--version" }); // writes the configuration
+    auto start = [&](const QString& input) {
+        auto process = std::make_unique<QProcess>();
+        process->setWorkingDirectory(inst.root());
+        process->start(
+            QStringLiteral(QUORVANE_EXECUTABLE), { "--app-dir", inst.root() + "app/", "--headless", input });
+        return process;
+    };
+    auto one = start(first);
+    QThread::msleep(300);
+    auto two = start(second);
+    ASSERT_TRUE(one->waitForFinished(60000));
+    ASSERT_TRUE(two->waitForFinished(60000));
+    EXPECT_EQ(one->exitCode(), 1);
+    EXPECT_EQ(two->exitCode(), 1) << two->readAllStandardError().constData();
+    EXPECT_TRUE(QString::fromUtf8(two->readAllStandardError())
+                    .startsWith("quorvane: waiting for another run that uses "));
+    EXPECT_TRUE(Installation::read(inst.workPath() + "second.ERR").contains("Found x"));
 }

@@ -23,20 +23,36 @@ RuleFixture::RuleFixture(const QByteArray& routineRows, const QByteArray& specia
 
 QStringList RuleFixture::run(const QByteArray& input)
 {
+    return run(input, Rules());
+}
+
+QStringList RuleFixture::run(const QByteArray& input, const RuleBook& rules)
+{
     sink.findings.clear();
     state.inputPath = dir.write("input.xml", input);
     OpenReports(state);
-    ValidateFile(state, Rules());
+    ValidateFile(state, rules);
     return sink.entries();
+}
+
+bool RuleFixture::setTable(SupportFile file, const QByteArray& text, TableLoader load)
+{
+    TableSet& set = state.config.ActiveTableSet;
+    set.file(file) = dir.write(QStringLiteral("table%1.tbl").arg(int(file)), text);
+    return load(state, set);
+}
+
+QByteArray RuleFixture::closeAndReadErrorReport()
+{
+    CloseReports(state);
+    return TempDir::read(state.report.errorReportPath);
 }
 
 bool RuleFixture::loadTable(SupportFile which, const QByteArray& text)
 {
-    TableSet& set = state.config.ActiveTableSet;
-    set.file(which) = dir.write(QStringLiteral("table%1.tbl").arg(static_cast<int>(which)), text);
     for (const TableLoaderEntry& entry : SupportTableLoaders()) {
         if (entry.file == which)
-            return entry.load(state, set);
+            return setTable(which, text, entry.load);
     }
     return false;
 }

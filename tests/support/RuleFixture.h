@@ -1,6 +1,8 @@
 #pragma once
 
+#include "config/SupportTables.h"
 #include "core/RunState.h"
+#include "engine/Dispatch.h"
 #include "support/RecordingOperator.h"
 #include "support/RecordingSink.h"
 #include "support/TempDir.h"
@@ -16,6 +18,13 @@ public:
     explicit RuleFixture(const QByteArray& routineRows, const QByteArray& specialCharRows = {});
 
     QStringList run(const QByteArray& input);
+    QStringList run(const QByteArray& input, const RuleBook& rules);
+
+    // Writes the rule's own support table and loads it with its loader.
+    bool setTable(SupportFile file, const QByteArray& text, TableLoader load);
+
+    // Closes the reports of the last run and answers the error report's text.
+    QByteArray closeAndReadErrorReport();
 
     // Writes a support table (its header line included) and reads it with
     // the loader the rule registry names for it; false when that fails.

@@ -1,0 +1,666 @@
+#include "rules/TextValidity.h"
+
+#include "config/TableReading.h"
+#include "core/ElementIndex.h"
+#include "core/RunAborted.h"
+#include "core/RunState.h"
+#include "engine/PatternSearch.h"
+#include "engine/RuleHelpers.h"
+#include "text/TagSearch.h"
+#include "text/xmlClass.h"
+
+#include <QDate>
+#include <QLocale>
+#include <QSet>
+#include <algorithm>
+#include <limits>
+#include <new>
+
+namespace {
+
+const QString kSpaceEscape = QStringLiteral("<space>");
+const QString kHrtEscape = QStringLiteral("<hrt>");
+
+// A tag written without angle brackets names its element all the same.
+QString rowTag(const QString& column, const xmlClass& xml)
+{
+    return xml.GetTagName(column.startsWith(u'<') ? column : u'<' + column + u'>');
+}
+
+QStringList excludedNames(const QString& column)
+{
+    QStringList names;
+    for (const QString& entry : column.split(u',')) {
+        if (const QString name = entry.trimmed(); !name.isEmpty())
+            names.append(name);
+    }
+    return names;
+}
+
+} // namespace
+
+TextValidityRow ParseTextValidityRow(const QStringList& columns, const xmlClass& xml)
+{
+    TextValidityRow row;
+    row.condition = QString(columns[0]).replace(kSpaceEscape, QStringLiteral(" "));
+    row.valuePattern = QString(columns[1])
+                           .replace(kSpaceEscape, QStringLiteral(" "))
+                           .replace(kHrtEscape, QStringLiteral("\r\n"));
+    row.tag = rowTag(columns[2], xml);
+    row.splitOnTags = columns[3] == u"Y";
+    row.excluded = excludedNames(columns[4]);
+    row.operatorText = columns[5];
+    row.number = LeadingNumber(columns[6]);
+    row.severity = columns[7];
+    row.message = columns[8];
+    row.preparationKey = (row.splitOnTags ? u'Y' : u'N') + row.excluded.join(u'\n');
+    row.conditionExpression = RegExp(row.condition, true, true);
+    row.valueExpression = RegExp(row.valuePattern, true, false);
+    return row;
+}
+
+// Every line is a row when it has nine columns: the table's own first line
+// is not skipped, so a table without a header loses nothing, and a header
+// that does split into nine columns names no real element.
+bool LoadTextValidityTable(RunState& state, TableSet& set)
+{
+    QStringList lines;
+    if (!TableReading::ReadLines(state, set.file(SupportFile::TextValidityTbl), lines))
+        return false;
+    auto table = std::make_shared<TextValidityTable>();
+    const xmlClass xml(state.toolkit);
+    for (const QString& line : std::as_const(lines)) {
+        if (line.trimmed().isEmpty())
+            continue;
+        const QStringList columns = TableReading::SplitRow(line);
+        if (columns.size() != 9)
+            continue;
+        TextValidityRow row = ParseTextValidityRow(columns, xml);
+        table->addToIndex(row.tag);
+        table->rowsByTag[row.tag].append(int(table->rows.size()));
+        table->rows.append(std::move(row));
+    }
+    set.table(SupportFile::TextValidityTbl) = std::move(table);
+    return true;
+}
+
+namespace {
+
+bool hasSquareBracket(const QString& text)
+{
+    return text.contains(u'[') || text.contains(u']');
+}
+
+} // namespace
+
+void TextValidityTable::addToIndex(const QString& tag)
+{
+    indexText += u'[' + tag + u']';
+    foldedTags_.insert(tag.toCaseFolded());
+    bracketsInTags_ = bracketsInTags_ || hasSquareBracket(tag);
+}
+
+bool TextValidityTable::indexHolds(const QString& name) const
+{
+    if (bracketsInTags_ || hasSquareBracket(name))
+        return indexText.contains(u'[' + name + u']', Qt::CaseInsensitive);
+    return foldedTags_.contains(name.toCaseFolded());
+}
+
+// --- Numbers and comparisons -------------------------------------------------
+
+std::int32_t LeadingNumber(QStringView text)
+{
+    qsizetype at = 0;
+    while (at < text.size() && (text[at] == u' ' || text[at] == u'\t'))
+        ++at;
+    bool negative = false;
+    if (at < text.size() && (text[at] == u'-' || text[at] == u'+'))
+        negative = text[at++] == u'-';
+    std::int64_t value = 0;
+    constexpr std::int64_t kLimit = std::int64_t(std::numeric_limits<std::int32_t>::max()) + 1;
+    for (; at < text.size() && text[at] >= u'0' && text[at] <= u'9'; ++at)
+        value = std::min(value * 10 + (text[at].unicode() - u'0'), kLimit);
+    value = negative ? -value : std::min(value, kLimit - 1);
+    return std::int32_t(value);
+}
+
+std::optional<bool> CompareBy(QStringView comparison, double a, double b)
+{
+    if (comparison == u"=")
+        return a == b;
+    if (comparison == u"!=")
+        return a != b;
+    if (comparison == u"<")
+        return a < b;
+    if (comparison == u">")
+        return a > b;
+    if (comparison == u"=>")
+        return a >= b;
+    if (comparison == u"=<")
+        return a <= b;
+    return std::nullopt;
+}
+
+namespace {
+
+// The count operators say what is wrong, not what is required: "<" reports a
+// count that is not less than the number, and so on.
+bool isCountOperator(QStringView op)
+{
+    return op == u"=" || op == u"!=" || op == u"<" || op == u">" || op == u"=>" || op == u"=<";
+}
+
+// --- "@eval" ---------------------------------------------------------------------
+
+// The comparison an "@eval" operator holds; two-character ones are looked for first.
+QString comparisonIn(QStringView text)
+{
+    for (const char16_t* comparison : { u"!=", u"=>", u"=<", u"=", u"<", u">" }) {
+        if (text.contains(QStringView(comparison)))
+            return QString::fromUtf16(comparison);
+    }
+    return {};
+}
+
+bool isAsciiDigit(QChar c)
+{
+    return c >= u'0' && c <= u'9';
+}
+
+// The expression with its values put in: "$1" to "$99" are the groups of the
+// match, "$&" the whole match, and a bare "$" the value under test (group 1,
+// or the whole match when the pattern has no group). "[Dollar]" is a "$" as
+// text. Values go in as they stand, so a "$" inside a value is never read again.
+QString expandExpression(QStringView expression, const RegExpMatch& match)
+{
+    const auto group
+        = [&](qsizetype n) { return n <= match.submatches.size() ? match.submatches[n - 1] : QString(); };
+    const auto isGroup = [&](qsizetype n) { return n >= 1 && n <= match.submatches.size(); };
+    QString out;
+    for (qsizetype i = 0; i < expression.size();) {
+        if (expression.sliced(i).startsWith(u"[Dollar]")) {
+            out += u'$';
+            i += 8;
+            continue;
+        }
+        if (expression[i] != u'$') {
+            out += expression[i++];
+            continue;
+        }
+        const QChar next = i + 1 < expression.size() ? expression[i + 1] : QChar();
+        const QChar after = i + 2 < expression.size() ? expression[i + 2] : QChar();
+        if (next == u'&') {
+            out += match.value;
+            i += 2;
+        } else if (isAsciiDigit(next) && isAsciiDigit(after)
+            && isGroup((next.unicode() - u'0') * 10 + after.unicode() - u'0')) {
+            out += group((next.unicode() - u'0') * 10 + after.unicode() - u'0');
+            i += 3;
+        } else if (isAsciiDigit(next) && isGroup(next.unicode() - u'0')) {
+            out += group(next.unicode() - u'0');
+            i += 2;
+        } else {
+            out += match.submatches.isEmpty() ? match.value : match.submatches.front();
+            i += 1;
+        }
+    }
+    return out;
+}
+
+bool isArithmeticSign(QChar c)
+{
+    return c == u'+' || c == u'-' || c == u'*' || c == u'/';
+}
+
+// Folds the terms left to right: each sign joins the term before it to the
+// term after it, with no precedence. A leading sign leaves an empty first
+// term, read as 0. Division is exact; dividing by 0 gives nothing.
+std::optional<double> foldTerms(QStringView expression)
+{
+    double result = 0;
+    QChar pending; // no sign yet: the first term starts the result
+    qsizetype termStart = 0;
+    for (qsizetype i = 0; i <= expression.size(); ++i) {
+        if (i < expression.size() && !isArithmeticSign(expression[i]))
+            continue;
+        const double term = LeadingNumber(expression.sliced(termStart, i - termStart));
+        if (pending.isNull())
+            result = term;
+        else if (pending == u'+')
+            result += term;
+        else if (pending == u'-')
+            result -= term;
+        else if (pending == u'*')
+            result *= term;
+        else if (term == 0)
+            return std::nullopt;
+        else
+            result /= term;
+        pending = i < expression.size() ? expression[i] : QChar();
+        termStart = i + 1;
+    }
+    return result;
+}
+
+} // namespace
+
+bool EvaluateArithmetic(
+    const QString& operatorText, std::int32_t number, const RegExp& valueExpression, QStringView content)
+{
+    const qsizetype close = operatorText.lastIndexOf(u')');
+    const QStringView whole(operatorText);
+    const QStringView expression = close < 0 ? whole : whole.sliced(close + 1);
+    const QString comparison = comparisonIn(close < 0 ? whole : whole.first(close + 1));
+    // With no value in the content there is nothing to relate: the row holds.
+    for (const RegExpMatch& match : SearchMatches(valueExpression, content)) {
+        const std::optional<double> result = foldTerms(expandExpression(expression, match));
+        if (!result || !CompareBy(comparison, *result, number).value_or(false))
+            return false;
+    }
+    return true;
+}
+
+// --- Content preparation ------------------------------------------------------
+
+qsizetype PlacedContent::originOf(qsizetype at) const
+{
+    if (origin.empty())
+        return at;
+    return at < qsizetype(origin.size()) ? origin[at] : origin.back() + 1;
+}
+
+namespace {
+
+// Builds a new placed text from pieces of an old one, keeping the origins.
+class PlacedBuilder {
+public:
+    explicit PlacedBuilder(const PlacedContent& from)
+        : from_(from)
+    {
+        out_.text.reserve(from.text.size());
+        out_.origin.reserve(from.text.size());
+    }
+    void keep(qsizetype start, qsizetype end)
+    {
+        out_.text += QStringView(from_.text).sliced(start, end - start);
+        for (qsizetype i = start; i < end; ++i)
+            out_.origin.push_back(from_.originOf(i));
+    }
+    void put(QChar c, qsizetype standsFor)
+    {
+        out_.text += c;
+        out_.origin.push_back(from_.originOf(standsFor));
+    }
+    PlacedContent take() { return std::move(out_); }
+
+private:
+    const PlacedContent& from_;
+    PlacedContent out_;
+};
+
+// Where the element that the start tag at lt opens ends within the text, as
+// GetPCDATA pairs start and end tags; nothing when it does not end there.
+// An element that the indexed text closes only beyond the content does not
+// end in the content: no end tag inside it would have closed it either.
+std::optional<qsizetype> elementEnd(
+    const TagPairs& pairs, qsizetype textSize, qsizetype lt, qsizetype tagLength, const QString& name)
+{
+    const std::optional<QStringView> inner = pairs.index->elementContent(pairs.base + lt, tagLength, name);
+    if (!inner)
+        return std::nullopt;
+    const qsizetype end = (inner->data() - pairs.indexedText.data()) - pairs.base + inner->size()
+        + name.size() + 3; // past "</name>"
+    return end <= textSize ? std::optional(end) : std::nullopt;
+}
+
+// Calls `use(pairs)` with the given pairs, or with an index of the text made here.
+template <class Use> auto withPairs(const QString& text, std::optional<TagPairs> pairs, Use&& use)
+{
+    if (pairs)
+        return use(*pairs);
+    const ElementIndex index(text);
+    return use(TagPairs { &index, text, 0 });
+}
+
+// Walks the tags of a text left to right; `visit(lt, tag)` answers where the
+// walk goes on, or nothing to go on just after the tag.
+template <class Visit> void forEachTag(const QString& text, Visit&& visit)
+{
+    qsizetype from = 0;
+    while (const auto candidate = TagSearch::FindCandidate(text, from, [](qsizetype, qsizetype) {})) {
+        const QString tag = text.sliced(candidate->lt, candidate->gt - candidate->lt + 1);
+        from = visit(candidate->lt, tag).value_or(candidate->gt + 1);
+    }
+}
+
+PlacedContent splitOnTags(const PlacedContent& content, const xmlClass& xml, const TagPairs& index)
+{
+    const QString& text = content.text;
+    PlacedBuilder out(content);
+    qsizetype copied = 0;
+    forEachTag(text, [&](qsizetype lt, const QString& tag) -> std::optional<qsizetype> {
+        std::optional<qsizetype> end;
+        if (xml.GetTagType(tag) == TagKind::Start) {
+            if (const QString name = xml.GetTagName(tag); !name.isEmpty())
+                end = elementEnd(index, text.size(), lt, tag.size(), name);
+        }
+        out.keep(copied, lt);
+        out.put(u'|', lt);
+        copied = end.value_or(lt + tag.size());
+        return copied;
+    });
+    out.keep(copied, text.size());
+    return out.take();
+}
+
+PlacedContent cutElements(
+    const PlacedContent& content, const QString& name, const xmlClass& xml, const TagPairs& index)
+{
+    const QString& text = content.text;
+    PlacedBuilder out(content);
+    qsizetype copied = 0;
+    forEachTag(text, [&](qsizetype lt, const QString& tag) -> std::optional<qsizetype> {
+        if (xml.GetTagType(tag) != TagKind::Start || xml.GetTagName(tag) != name)
+            return std::nullopt;
+        const std::optional<qsizetype> end = elementEnd(index, text.size(), lt, tag.size(), name);
+        if (!end)
+            return std::nullopt;
+        out.keep(copied, lt);
+        copied = *end;
+        return copied;
+    });
+    out.keep(copied, text.size());
+    return out.take();
+}
+
+} // namespace
+
+PlacedContent SplitOnTags(const PlacedContent& content, const xmlClass& xml, std::optional<TagPairs> pairs)
+{
+    const QString& text = content.text;
+    if (!text.contains(u'<'))
+        return content;
+    return withPairs(text, pairs, [&](const TagPairs& index) { return splitOnTags(content, xml, index); });
+}
+
+PlacedContent CutElements(
+    const PlacedContent& content, const QString& name, const xmlClass& xml, std::optional<TagPairs> pairs)
+{
+    const QString& text = content.text;
+    if (name.isEmpty() || !text.contains(u'<' + name))
+        return content;
+    return withPairs(
+        text, pairs, [&](const TagPairs& index) { return cutElements(content, name, xml, index); });
+}
+
+// --- Operators on the values ----------------------------------------------------
+
+namespace {
+
+// "!dup": the first value seen before, letter case aside.
+std::optional<qsizetype> repeatedValue(const QStringList& values)
+{
+    QSet<QString> seen;
+    for (qsizetype i = 0; i < values.size(); ++i) {
+        if (values[i].isEmpty())
+            continue;
+        const QString key = values[i].toCaseFolded();
+        if (seen.contains(key))
+            return i;
+        seen.insert(key);
+    }
+    return std::nullopt;
+}
+
+// "dup": the first value unlike the first one, letter case and outer blanks aside.
+std::optional<qsizetype> unlikeValue(const QStringList& values)
+{
+    if (values.isEmpty())
+        return std::nullopt;
+    const QString reference = values.front().toUpper().trimmed();
+    for (qsizetype i = 1; i < values.size(); ++i) {
+        const QString value = values[i].toUpper().trimmed();
+        if (!value.isEmpty() && value != reference)
+            return i;
+    }
+    return std::nullopt;
+}
+
+// A signed step: the first value out of sequence. The first value of the
+// element starts the sequence and becomes the row's number for the run.
+std::optional<qsizetype> outOfSequence(RunState& state, const TextValidityRow& row, const QStringList& values)
+{
+    const std::int32_t step = LeadingNumber(row.operatorText);
+    std::optional<std::int32_t> previous;
+    for (qsizetype i = 0; i < values.size(); ++i) {
+        if (values[i].isEmpty())
+            continue;
+        const std::int32_t value = LeadingNumber(values[i]);
+        if (!previous) {
+            const std::int32_t number = state.textValidity.stepNumbers.value(&row, row.number);
+            if (number == 0 || number != value)
+                state.textValidity.stepNumbers.insert(&row, value);
+        } else if (std::int64_t(value) != std::int64_t(*previous) + step) {
+            return i;
+        }
+        previous = value;
+    }
+    return std::nullopt;
+}
+
+std::optional<QDate> readDate(const QString& text)
+{
+    const QString trimmed = text.trimmed();
+    for (const char* format : { "M/d/yyyy", "M-d-yyyy", "yyyy-M-d", "yyyy/M/d", "MMMM d, yyyy", "MMM d, yyyy",
+             "d MMMM yyyy", "d MMM yyyy", "MMMM d yyyy", "MMM d yyyy" }) {
+        const QDate date = QLocale::c().toDate(trimmed, QLatin1String(format));
+        if (date.isValid())
+            return date;
+    }
+    return std::nullopt;
+}
+
+// "@now": the values, joined, read as a date and compared with today. An
+// element without a value, or whose value is no date, has nothing to compare
+// and passes; an operator left without one of the six comparisons fails.
+bool dateHolds(RunState& state, const TextValidityRow& row, const QString& captureList)
+{
+    const QString joined = QString(captureList).remove(kValueSeparator);
+    if (joined.trimmed().isEmpty())
+        return true;
+    const std::optional<QDate> date = readDate(joined);
+    if (!date)
+        return true;
+    const QString comparison
+        = QString(row.operatorText).remove(QStringLiteral("@now"), Qt::CaseInsensitive).trimmed();
+    const QDate today = state.report.now().date();
+    return CompareBy(comparison, double(date->toJulianDay()), double(today.toJulianDay())).value_or(false);
+}
+
+// --- Findings ---------------------------------------------------------------------
+
+void reportAtTag(RunState& state, const TextValidityRow& row, std::int32_t column)
+{
+    ReportBySeverity(
+        state, row.severity, state.context.lineNumber, row.message, DataContentAt(state, 0), column);
+}
+
+// A finding at the value's whole match: its first occurrence in the prepared
+// content, letter case aside, placed at that character's line and column in
+// the file.
+void reportAtValue(
+    RunState& state, const TextValidityRow& row, const PlacedContent& placed, const QString& match)
+{
+    const qsizetype found = std::max<qsizetype>(placed.text.indexOf(match, 0, Qt::CaseInsensitive), 0);
+    const ValidationContext& context = state.context;
+    const qsizetype offset
+        = qsizetype(context.filePosition) - 1 + context.tagText.size() + placed.originOf(found);
+    const auto& starts = state.lineStarts;
+    const auto after = std::upper_bound(starts.begin(), starts.end(), offset);
+    std::int32_t line = context.lineNumber;
+    std::int32_t column = context.linePosition;
+    if (after != starts.begin()) {
+        line = std::int32_t(after - starts.begin());
+        column = std::int32_t(offset - *(after - 1) + 1);
+    }
+    ReportBySeverity(state, row.severity, line, row.message, match, column);
+}
+
+void reportValue(RunState& state, const TextValidityRow& row, const PlacedContent& placed,
+    const PatternSearchResult& found, std::optional<qsizetype> index)
+{
+    if (!index)
+        return;
+    const QStringList matches = SplitValueList(found.matchList);
+    reportAtValue(state, row, placed, *index < matches.size() ? matches[*index] : QString());
+}
+
+} // namespace
+
+const PlacedContent& ElementContent::preparedFor(const TextValidityRow& row, const xmlClass& xml)
+{
+    const QString& key = row.preparationKey;
+    if (const auto known = prepared_.constFind(key); known != prepared_.cend())
+        return *known;
+    PlacedContent placed { raw_, {} };
+    // The file's pairs serve as long as no step has changed the content.
+    const auto pairsNow = [&] { return placed.origin.empty() ? filePairs_ : std::nullopt; };
+    if (row.splitOnTags)
+        placed = SplitOnTags(placed, xml, pairsNow());
+    for (const QString& name : row.excluded)
+        placed = CutElements(placed, name, xml, pairsNow());
+    return *prepared_.insert(key, std::move(placed));
+}
+
+void ApplyTextValidityRow(RunState& state, const TextValidityRow& row, ElementContent& content)
+{
+    for (const QString& name : row.excluded) {
+        if (IsTagOpen(state, name))
+            return;
+    }
+    const PlacedContent& placed = content.preparedFor(row, xmlClass(state.toolkit));
+
+    // Counts and the forbidden pattern need no value lists, and "@eval" searches for itself.
+    const RegExp& values = row.valueExpression;
+    const auto found = [&] { return SearchPattern(values, placed.text); };
+    const QString& op = row.operatorText;
+    if (isCountOperator(op)) {
+        if (!CompareBy(op, double(SearchMatches(values, placed.text).size()), row.number).value())
+            reportAtTag(state, row, state.context.linePosition);
+    } else if (op == u"!dup") {
+        const PatternSearchResult result = found();
+        reportValue(state, row, placed, result, repeatedValue(SplitValueList(result.captureList)));
+    } else if (op == u"dup") {
+        const PatternSearchResult result = found();
+        reportValue(state, row, placed, result, unlikeValue(SplitValueList(result.captureList)));
+    } else if (op.startsWith(u'+') || op.startsWith(u'-')) {
+        const PatternSearchResult result = found();
+        reportValue(
+            state, row, placed, result, outOfSequence(state, row, SplitValueList(result.captureList)));
+    } else if (op.contains(QStringLiteral("@eval"), Qt::CaseInsensitive)) {
+        // Always column 1, wherever the element stands.
+        if (!EvaluateArithmetic(op, row.number, values, placed.text))
+            reportAtTag(state, row, 1);
+    } else if (op.contains(QStringLiteral("@now"), Qt::CaseInsensitive)) {
+        if (!dateHolds(state, row, found().captureList))
+            reportAtTag(state, row, state.context.linePosition);
+    } else if (values.test(placed.text)) {
+        reportAtTag(state, row, state.context.linePosition);
+    }
+}
+
+namespace {
+
+enum : std::int8_t { kNotAsked = -1, kAbsent = 0, kPresent = 1, kFailed = 2 };
+
+// Whether the row's condition occurs in the whole file: the same for every
+// element of a file, so it is searched once per row and file. A search that
+// failed fails again without searching.
+bool conditionHolds(RunState& state, const TextValidityTable& table, int index)
+{
+    const TextValidityRow& row = table.rows[index];
+    if (row.condition.isEmpty())
+        return true;
+    TextValidityState& cache = state.textValidity;
+    if (cache.conditionTable != &table) {
+        cache.conditionTable = &table;
+        cache.conditionHolds.assign(table.rows.size(), kNotAsked);
+    }
+    std::int8_t& answer = cache.conditionHolds[index];
+    if (answer == kFailed)
+        throw PatternError("Regular expression \"" + row.condition.toStdString() + "\" failed before");
+    if (answer == kNotAsked) {
+        answer = kFailed; // stays so when the search throws
+        answer = row.conditionExpression.test(state.wholeText) ? kPresent : kAbsent;
+    }
+    return answer == kPresent;
+}
+
+// The content of the current start tag's element up to its end tag.
+QString currentContent(RunState& state)
+{
+    const ValidationContext& context = state.context;
+    std::int32_t position = context.filePosition;
+    return xmlClass(state.toolkit)
+        .GetPCDATA(state.wholeText, context.tagText, QStringLiteral("</") + context.tagName + u'>', position);
+}
+
+// The file's element index for the current element's content, when the
+// content was read from the file at the tag's place.
+std::optional<TagPairs> filePairs(RunState& state)
+{
+    const ValidationContext& context = state.context;
+    const qsizetype tagStart = qsizetype(context.filePosition) - 1;
+    if (tagStart < 0 || tagStart >= state.wholeText.size()
+        || !QStringView(state.wholeText).sliced(tagStart).startsWith(context.tagText))
+        return std::nullopt;
+    const ElementIndex* index = state.toolkit.indexFor(state.wholeText);
+    if (!index)
+        return std::nullopt;
+    return TagPairs { index, index->text(), tagStart + context.tagText.size() };
+}
+
+// A failing row ends the check of the element. The failure is told once per
+// file and reason, however many elements meet it.
+void noteFailure(RunState& state, const std::exception& failure)
+{
+    if (state.textValidity.notedFailures.contains(QString::fromUtf8(failure.what())))
+        return;
+    state.textValidity.notedFailures.insert(QString::fromUtf8(failure.what()));
+    NoteCheckFailure(state, failure);
+}
+
+} // namespace
+
+void TEXTVALIDITY(RunState& state)
+{
+    const auto* table = state.config.ActiveTableSet.loaded<TextValidityTable>(SupportFile::TextValidityTbl);
+    const ValidationContext& context = state.context;
+    if (!table || table->indexText.isEmpty() || context.tagType != TagKind::Start)
+        return;
+    if (!table->indexHolds(context.tagName))
+        return;
+    // The index ignores letter case, the rows do not.
+    const auto rows = table->rowsByTag.constFind(context.tagName);
+    if (rows == table->rowsByTag.constEnd())
+        return;
+    // A failing row (a pattern the engine rejects or gives up on) ends the
+    // check of this element; what was written stays.
+    try {
+        std::optional<ElementContent> content;
+        for (const int index : *rows) {
+            if (!conditionHolds(state, *table, index))
+                continue;
+            if (!content)
+                content.emplace(currentContent(state), filePairs(state));
+            ApplyTextValidityRow(state, table->rows[index], *content);
+        }
+    } catch (const RunAborted&) {
+        throw;
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::exception& failure) {
+        noteFailure(state, failure);
+    }
+}

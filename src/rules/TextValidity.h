@@ -1,0 +1,125 @@
+#pragma once
+
+#include "core/TableSet.h"
+#include "engine/RegExp.h"
+
+#include <QHash>
+#include <QList>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+#include <QStringView>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+struct RunState;
+class xmlClass;
+class ElementIndex;
+
+// One row of the text-validity table: what a tag's content must satisfy.
+struct TextValidityRow {
+    QString condition; // must occur in the whole file (case ignored); empty: always applies
+    QString valuePattern; // picks the values out of the content (case respected)
+    QString tag;
+    bool splitOnTags = false;
+    QStringList excluded; // element names
+    QString operatorText;
+    std::int32_t number = 0;
+    QString severity; // "E" gives an error entry, anything else a warning
+    QString message;
+    QString preparationKey; // the split flag and excluded list: rows alike share their prepared content
+    RegExp conditionExpression; // the two patterns, compiled on first use
+    RegExp valueExpression;
+};
+
+struct TextValidityTable : SupportTable {
+    QList<TextValidityRow> rows; // in file order
+    QString indexText; // "[" + tag + "]" for every row, in file order
+    QHash<QString, QList<int>> rowsByTag; // exact tag to its row indexes, ascending
+
+    // Whether "[" + name + "]" occurs in the index text, letter case aside.
+    bool indexHolds(const QString& name) const;
+    void addToIndex(const QString& tag);
+
+private:
+    // The index as a set, for the usual tags without square brackets, where
+    // a hit in the text can only be one whole bracketed tag.
+    QSet<QString> foldedTags_;
+    bool bracketsInTags_ = false;
+};
+
+// Fills a row from the nine trimmed columns of a table line.
+TextValidityRow ParseTextValidityRow(const QStringList& columns, const xmlClass& xml);
+
+bool LoadTextValidityTable(RunState& state, TableSet& set);
+
+// Checks the content of the current start tag's element against every row
+// of its tag; a row gives at most one finding per element.
+void TEXTVALIDITY(RunState& state);
+
+// Content prepared for the value search, with where each character came from
+// in the element content, so that findings are placed in the file.
+struct PlacedContent {
+    QString text;
+    std::vector<qsizetype> origin; // empty: the text is the content itself
+
+    qsizetype originOf(qsizetype at) const;
+};
+
+// Start and end tags already paired for a text that holds the content at
+// base: the file's element index serves every content that is still the
+// piece of the file it was taken from, so no element needs its own index.
+struct TagPairs {
+    const ElementIndex* index = nullptr;
+    QStringView indexedText;
+    qsizetype base = 0;
+};
+
+// The content of the element being checked, and what the rows make of it.
+// Rows of one element mostly share their split flag and excluded list, so
+// each distinct preparation is made once per element.
+class ElementContent {
+public:
+    explicit ElementContent(QString content, std::optional<TagPairs> filePairs = std::nullopt)
+        : raw_(std::move(content))
+        , filePairs_(filePairs)
+    {
+    }
+    // The content with the row's split flag and cuts applied.
+    const PlacedContent& preparedFor(const TextValidityRow& row, const xmlClass& xml);
+
+private:
+    QString raw_;
+    std::optional<TagPairs> filePairs_;
+    QHash<QString, PlacedContent> prepared_; // by split flag and excluded list
+};
+
+// The steps of one row for the current start tag, from its element content
+// on: split flag, excluded elements, value search, operator and finding.
+// Throws on a run-time failure (a pattern the engine rejects).
+void ApplyTextValidityRow(RunState& state, const TextValidityRow& row, ElementContent& content);
+
+// Every embedded element, start tag through end tag, and every stand-alone
+// tag become one "|". A start tag whose end tag is missing gives "|" alone.
+// Without pairs for the content's text, the text is indexed on the spot.
+PlacedContent SplitOnTags(
+    const PlacedContent& content, const xmlClass& xml, std::optional<TagPairs> pairs = std::nullopt);
+
+// Removes every embedded element of the name, start tag through end tag; a
+// start tag without its end tag stays.
+PlacedContent CutElements(const PlacedContent& content, const QString& name, const xmlClass& xml,
+    std::optional<TagPairs> pairs = std::nullopt);
+
+// Text read as a number the way the tables mean it: leading blanks, a sign
+// and digits; anything else ends the number, and no digit at all gives 0.
+std::int32_t LeadingNumber(QStringView text);
+
+// Compares a with b by one of "=", "<", ">", "=>", "=<", "!="; nothing for
+// any other operator.
+std::optional<bool> CompareBy(QStringView comparison, double a, double b);
+
+// The "@eval" relation: true when, for every match of the value pattern in
+// the content, the operator's expression compared with the number holds.
+bool EvaluateArithmetic(
+    const QString& operatorText, std::int32_t number, const RegExp& valueExpression, QStringView content);
