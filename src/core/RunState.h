@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/Configuration.h"
+#include "core/ConversionState.h"
 #include "core/Finding.h"
 #include "core/OperatorInterface.h"
 #include "core/ReportState.h"
@@ -64,6 +65,7 @@ struct RunState {
     QString contextElement;
     QString routineParameter; // upper-cased by the dispatcher
     QString currentRoutine; // the routine or check running now; names its findings
+    ConversionState conversion; // per file
     TextValidityState textValidity;
 
     SpellingState spelling; // the engine lives for the whole process

@@ -130,6 +130,7 @@ void ResetPerFileState(RunState& state)
     state.toolkit.RemovedContentLengths.clear();
     state.currentRow = 0;
     state.rowStack = { 0 };
+    state.conversion = {};
     state.textValidity.resetPerFile();
     state.ruleCaches.clear();
 }

@@ -1,13 +1,5 @@
 #include "rules/PendingRoutines.h"
 
-void NOLEADZERO(RunState&) { }
-void ATTRIBUNCONENTITY(RunState&) { }
-void ATTRIBRANGEVALIDITY(RunState&) { }
-void ATTRIBNUMBERVALIDITY(RunState&) { }
-
-void CONVERT2TAG(RunState&) { }
-void CONVERT2ATTRIB(RunState&) { }
-
 void IMGNAMEARTIDEQUALITY(RunState&) { }
 void IMGNAMELENGTHEQUALITY(RunState&) { }
 void CheckImageValidation(RunState&) { }

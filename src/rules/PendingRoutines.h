@@ -2,21 +2,9 @@
 
 struct RunState;
 
-// Routines that exist by name so that every routine declaration table loads
-// and runs, but that do nothing yet, grouped by rule family. Writing a rule
-// moves its names from here to the family's own file.
-
-// Attribute values.
-void NOLEADZERO(RunState& state);
-void ATTRIBUNCONENTITY(RunState& state);
-void ATTRIBRANGEVALIDITY(RunState& state);
-void ATTRIBNUMBERVALIDITY(RunState& state);
-
-// Conversion to a tag or an attribute.
-void CONVERT2TAG(RunState& state);
-void CONVERT2ATTRIB(RunState& state);
-
-// Rules that are not specified further: they stay empty.
+// Routines and checks that exist by name so that every routine declaration
+// table loads and runs, but that do nothing: their rules are not specified.
+// Writing one moves its name from here to its family's own file.
 void IMGNAMEARTIDEQUALITY(RunState& state);
 void IMGNAMELENGTHEQUALITY(RunState& state);
 void CheckImageValidation(RunState& state); // whole-file

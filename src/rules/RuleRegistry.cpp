@@ -1,7 +1,10 @@
 #include "rules/RuleRegistry.h"
 
 #include "config/RoutineDeclTable.h"
+#include "rules/AttributeValues.h"
 #include "rules/CharacterPatterns.h"
+#include "rules/ConvertToAttribute.h"
+#include "rules/ConvertToTag.h"
 #include "rules/Footnotes.h"
 #include "rules/HardReturns.h"
 #include "rules/HyphenatedWords.h"
@@ -34,12 +37,12 @@ RuleBook makeRules()
         { "HYPHENATEDWORDCHECK"_L1, HYPHENATEDWORDCHECK, HyphenatedTbl, LoadHyphenatedTable },
         { "COMPOUNDWORDCHECK"_L1, COMPOUNDWORDCHECK, HyphenatedTbl, LoadHyphenatedTable },
         { "UNCONENTITIES"_L1, UNCONENTITIES, UnConEntitiesTbl, LoadUnconEntitiesTable },
-        pending<Convert2TagTbl>("CONVERT2TAG"_L1, CONVERT2TAG),
-        pending<NoLeadZeroTbl>("NOLEADZERO"_L1, NOLEADZERO),
-        pending<AttribUnconTbl>("ATTRIBUNCONENTITY"_L1, ATTRIBUNCONENTITY),
+        { "CONVERT2TAG"_L1, CONVERT2TAG, Convert2TagTbl, LoadConvert2TagTable },
+        { "NOLEADZERO"_L1, NOLEADZERO, NoLeadZeroTbl, LoadNoLeadZeroTable },
+        { "ATTRIBUNCONENTITY"_L1, ATTRIBUNCONENTITY, AttribUnconTbl, LoadAttribUnconTable },
         { "ATTRIBRANGEVALIDITY"_L1, ATTRIBRANGEVALIDITY },
         { "ATTRIBNUMBERVALIDITY"_L1, ATTRIBNUMBERVALIDITY },
-        pending<Convert2AttribTbl>("CONVERT2ATTRIB"_L1, CONVERT2ATTRIB),
+        { "CONVERT2ATTRIB"_L1, CONVERT2ATTRIB, Convert2AttribTbl, LoadConvert2AttribTable },
         { "UNDELFNREF"_L1, UNDELFNREF },
         pending<CitationValTbl>("CITATIONVALIDITY"_L1, CITATIONVALIDITY),
         pending<CompContTbl>("COMPCONT"_L1, COMPCONT),

@@ -1,0 +1,165 @@
+#include "rules/AttributeValues.h"
+
+#include "config/TableReading.h"
+#include "core/RunState.h"
+#include "engine/RuleHelpers.h"
+#include "report/Reports.h"
+#include "text/xmlClass.h"
+
+namespace {
+
+QString bracketed(const QString& tagName)
+{
+    return QLatin1Char('[') + tagName + QLatin1Char(']');
+}
+
+// Whether any range separator occurs in the value, letter case ignored.
+bool holdsRangeSeparator(const RunState& state, const QString& value)
+{
+    for (const QString& separator : state.config.ActiveTableSet.AttribRangeSeparators) {
+        if (value.contains(separator, Qt::CaseInsensitive))
+            return true;
+    }
+    return false;
+}
+
+void reportAtTag(RunState& state, const QString& severity, const QString& message)
+{
+    const ValidationContext& context = state.context;
+    ReportBySeverity(
+        state, severity, context.lineNumber, message, DataContentAt(state, 0), context.linePosition);
+}
+
+} // namespace
+
+QStringList ParseLeadZeroDelimiters(const QString& field)
+{
+    QStringList slots;
+    const QStringList pieces = field.trimmed().split(QStringLiteral("#&"));
+    for (qsizetype k = 0; k < pieces.size(); ++k) {
+        const QString piece = pieces[k].trimmed();
+        if (piece.isEmpty())
+            continue;
+        slots.resize(k + 1);
+        slots[k] = piece;
+    }
+    return slots;
+}
+
+bool LoadNoLeadZeroTable(RunState& state, TableSet& set)
+{
+    QStringList lines;
+    if (!TableReading::ReadLines(state, set.file(SupportFile::NoLeadZeroTbl), lines))
+        return false;
+    auto table = std::make_shared<NoLeadZeroTable>();
+    for (const QStringList& fields : TableReading::RowsOf(lines, 3)) {
+        table->rows.append({ fields[0], fields[1], ParseLeadZeroDelimiters(fields[2]) });
+        table->tagIndex += bracketed(fields[0]);
+        table->tagNames.insert(fields[0]);
+    }
+    set.table(SupportFile::NoLeadZeroTbl) = std::move(table);
+    return true;
+}
+
+bool LoadAttribUnconTable(RunState& state, TableSet& set)
+{
+    QStringList lines;
+    if (!TableReading::ReadLines(state, set.file(SupportFile::AttribUnconTbl), lines))
+        return false;
+    auto table = std::make_shared<AttribUnconTable>();
+    for (const QStringList& fields : TableReading::RowsOf(lines, 4)) {
+        table->rows.append({ fields[0], fields[1], fields[2], fields[3] });
+        table->tagIndex += bracketed(fields[0]);
+        table->tagNames.insert(fields[0]);
+    }
+    set.table(SupportFile::AttribUnconTbl) = std::move(table);
+    return true;
+}
+
+void NOLEADZERO(RunState& state)
+{
+    const ValidationContext& context = state.context;
+    if (context.tagType == TagKind::End)
+        return;
+    // Without "=" the tag has no attribute value to look at.
+    if (!context.tagText.contains(u'='))
+        return;
+    const auto* table = state.config.ActiveTableSet.loaded<NoLeadZeroTable>(SupportFile::NoLeadZeroTbl);
+    // A name matching "[name]" of the index only across two entries matches
+    // no row either, so the set of names answers the same.
+    if (!table || !table->tagNames.contains(context.tagName))
+        return;
+    const xmlClass xml(state.toolkit);
+    for (const NoLeadZeroRow& row : table->rows) {
+        if (row.tagName != context.tagName)
+            continue;
+        const QString value = xml.GetAttributeValue(context.tagText, row.attributeName).trimmed();
+        if (value.isEmpty())
+            continue;
+        // A lone "0" counts as well: zero has no exemption.
+        bool faulty = value.front() == u'0';
+        QString squeezed = value;
+        squeezed.remove(QLatin1Char(' '));
+        for (qsizetype slot = 0; !faulty && slot < row.delimiters.size(); ++slot)
+            faulty = squeezed.contains(row.delimiters[slot] + QLatin1Char('0'));
+        if (faulty) {
+            reportAtTag(state, state.routineParameter,
+                QStringLiteral("Value of attribute contains leading zero: ") + row.attributeName
+                    + QLatin1Char('=') + value);
+        }
+    }
+}
+
+void ATTRIBUNCONENTITY(RunState& state)
+{
+    const ValidationContext& context = state.context;
+    if (context.tagType == TagKind::End)
+        return;
+    if (!context.tagText.contains(u'='))
+        return;
+    const auto* table = state.config.ActiveTableSet.loaded<AttribUnconTable>(SupportFile::AttribUnconTbl);
+    if (!table || !table->tagNames.contains(context.tagName))
+        return;
+    const xmlClass xml(state.toolkit);
+    for (const AttribUnconRow& row : table->rows) {
+        if (row.tagName != context.tagName)
+            continue;
+        const QString value = xml.GetAttributeValue(context.tagText, row.attributeName).trimmed();
+        if (value.isEmpty() || !value.contains(row.searchString))
+            continue;
+        // The kind comes from the row's own marker, not from the declaration.
+        const bool isError = row.message.left(3).toUpper() == QLatin1String("E /");
+        const QString message = row.message.mid(3).trimmed() + QStringLiteral(" in ") + context.tagText;
+        reportAtTag(state, isError ? QStringLiteral("E") : QStringLiteral("W"), message);
+    }
+}
+
+void ATTRIBRANGEVALIDITY(RunState& state)
+{
+    const ValidationContext& context = state.context;
+    if (context.tagType == TagKind::End || !context.tagText.contains(u'='))
+        return;
+    const xmlClass xml(state.toolkit);
+    const QString number = xml.GetAttributeValue(context.tagText, QStringLiteral("number"));
+    if (number.isEmpty() || !holdsRangeSeparator(state, number))
+        return;
+    if (xml.GetAttributeValue(context.tagText, QStringLiteral("range")).toUpper() != QLatin1String("Y")) {
+        reportAtTag(state, state.routineParameter,
+            QStringLiteral("Multi-data for number attribute is not allowed ") + context.tagText);
+    }
+}
+
+void ATTRIBNUMBERVALIDITY(RunState& state)
+{
+    const ValidationContext& context = state.context;
+    if (context.tagType == TagKind::End || !context.tagText.contains(u'='))
+        return;
+    const xmlClass xml(state.toolkit);
+    if (xml.GetAttributeValue(context.tagText, QStringLiteral("range")).toUpper() != QLatin1String("Y"))
+        return;
+    // A missing or empty number is as wrong as a single one.
+    const QString number = xml.GetAttributeValue(context.tagText, QStringLiteral("number"));
+    if (!holdsRangeSeparator(state, number))
+        reportAtTag(state, state.routineParameter,
+            QStringLiteral("Invalid range attribute value ") + context.tagText);
+}

@@ -1,0 +1,121 @@
+#include "rules/ConversionText.h"
+
+#include "core/RunState.h"
+#include "text/xmlClass.h"
+
+QString CurrentElementContent(RunState& state, qsizetype window)
+{
+    const ValidationContext& context = state.context;
+    const QString& name = context.tagName;
+    const QString endTag = QStringLiteral("</") + name + u'>';
+    const xmlClass xml(state.toolkit);
+    const bool plainName
+        = !name.isEmpty() && !name.contains(u' ') && !name.contains(u'<') && !name.contains(u'>');
+    const qsizetype tagStart = context.filePosition - 1;
+    const QStringView whole(state.wholeText);
+    const bool tagInPlace = tagStart >= 0 && whole.mid(tagStart, context.tagText.size()) == context.tagText;
+    if (!plainName || !tagInPlace) {
+        // Not a tag of the validated text as the scanner cut it: ask the
+        // toolkit directly.
+        std::int32_t position = context.filePosition;
+        return xml.GetPCDATA(state.wholeText, context.tagText, endTag, position);
+    }
+    const qsizetype contentStart = tagStart + context.tagText.size();
+    if (whole.mid(contentStart, endTag.size()) == endTag)
+        return QString();
+    // GetPCDATA walks the end tags in order and stops at the first that
+    // balances the element, so a stretch of the text that holds that end tag
+    // gives the same content. Empty here means only "not within the stretch".
+    const QString nearby = QString::fromRawData(
+        state.wholeText.constData() + tagStart, std::min(window, state.wholeText.size() - tagStart));
+    std::int32_t start = 1;
+    const QString content = xml.GetPCDATA(nearby, context.tagText, endTag, start);
+    if (!content.isEmpty())
+        return QString(content.constData(), content.size()); // a copy: nearby borrows the text
+    // The toolkit answers for the whole text from its index of the file.
+    std::int32_t position = context.filePosition;
+    return xml.GetPCDATA(state.wholeText, context.tagText, endTag, position);
+}
+
+PrecedingText::PrecedingText(qsizetype start, const QStringList& expandedTexts, qsizetype slack)
+    : start_(start)
+    , fed_(start)
+    , slack_(slack)
+{
+    for (const QString& expanded : expandedTexts) {
+        if (expanded.isEmpty())
+            continue;
+        occurrences_.insert(expanded, {});
+        keep_ = std::max(keep_, expanded.size());
+    }
+}
+
+void PrecedingText::extendTo(QStringView whole, qsizetype end)
+{
+    end = std::min(end, whole.size());
+    if (end <= fed_)
+        return;
+    dasher_.append(whole.sliced(fed_, end - fed_));
+    fed_ = end;
+    takeInFinished();
+}
+
+// Looks at the newly finished text once, then lets it go but for the last
+// characters, where a later occurrence may begin (and the one before it).
+void PrecedingText::takeInFinished()
+{
+    const QString& finished = dasher_.finished();
+    const qsizetype base = dasher_.finishedOffset();
+    for (qsizetype i = scanned_ - base; i < finished.size(); ++i) {
+        if (IsWordCharacter(finished[i]))
+            lastWord_ = base + i;
+    }
+    for (auto it = occurrences_.begin(); it != occurrences_.end(); ++it) {
+        const QString& expanded = it.key();
+        qsizetype from = std::max(scanned_ - expanded.size() + 1, base) - base;
+        for (;;) {
+            const qsizetype found = finished.indexOf(expanded, from, Qt::CaseInsensitive);
+            if (found < 0)
+                break;
+            it->last = base + found;
+            it->wordBefore = found > 0 && IsWordCharacter(finished[found - 1]);
+            from = found + 1;
+        }
+    }
+    scanned_ = base + finished.size();
+    dasher_.forgetFinished(keep_, slack_);
+}
+
+bool PrecedingText::endsWithExpanded(const QString& expanded) const
+{
+    const auto known = occurrences_.constFind(expanded);
+    if (known == occurrences_.cend())
+        return false;
+    const QString& finished = dasher_.finished();
+    const QString& pending = dasher_.pending();
+    const qsizetype base = dasher_.finishedOffset();
+
+    // An occurrence that reaches into the pending text is later than any
+    // that lies wholly in the finished text.
+    const qsizetype overlap = std::min(finished.size(), expanded.size() - 1);
+    const QString tail = finished.right(overlap) + pending;
+    qsizetype last = known->last;
+    bool wordBefore = known->wordBefore;
+    if (const qsizetype inTail = tail.lastIndexOf(expanded, -1, Qt::CaseInsensitive); inTail >= 0) {
+        const qsizetype inFinished = finished.size() - overlap + inTail;
+        last = base + inFinished;
+        wordBefore
+            = inFinished > 0 && IsWordCharacter(inTail > 0 ? tail[inTail - 1] : finished[inFinished - 1]);
+    }
+    if (last < 0 || wordBefore)
+        return false;
+
+    qsizetype lastWord = lastWord_;
+    for (qsizetype i = pending.size() - 1; i >= 0; --i) {
+        if (IsWordCharacter(pending[i])) {
+            lastWord = base + finished.size() + i;
+            break;
+        }
+    }
+    return lastWord < last + expanded.size();
+}

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "rules/TagDashing.h"
+
+#include <QHash>
+#include <QString>
+#include <QStringList>
+#include <QStringView>
+
+struct RunState;
+
+// Text the convert-to-tag and convert-to-attribute rules read around the
+// current tag.
+
+// A word is made of the characters that, upper-cased, lie in A to Z or 0 to 9.
+inline bool IsWordCharacter(QChar c)
+{
+    const QChar upper = c.toUpper();
+    return (upper >= u'A' && upper <= u'Z') || (upper >= u'0' && upper <= u'9');
+}
+
+// The content of the element that the current start tag opens, as GetPCDATA
+// gives it from the tag's position: empty when the element is not closed.
+// The answer is first looked for within `window` characters of the tag; an
+// element that does not end there is left to the toolkit, whose index of the
+// whole file is then built once, so that unclosed elements never cost a pass
+// each.
+QString CurrentElementContent(RunState& state, qsizetype window = 4096);
+
+// The dashed text from a fixed start up to a tag, for tag after tag of one
+// element. The text only ever grows, so it is dashed once, and the answers
+// look back from its end only as far as they depend on.
+class PrecedingText {
+public:
+    // The expanded texts that will be asked about; the dashed text itself is
+    // not kept, only what these answers need (and up to `slack` characters
+    // more).
+    PrecedingText(qsizetype start, const QStringList& expandedTexts, qsizetype slack = 65536);
+
+    qsizetype start() const { return start_; }
+    qsizetype end() const { return fed_; }
+
+    // Takes in the text up to `end` (zero-based, exclusive); `end` never
+    // goes back.
+    void extendTo(QStringView whole, qsizetype end);
+
+    // Whether the expanded text, letter case ignored, stands last in the
+    // dashed text: its last occurrence has no letter or digit right before
+    // it and none anywhere after it. An empty text, or one not given at the
+    // start, is never found.
+    bool endsWithExpanded(const QString& expanded) const;
+
+private:
+    struct Occurrence {
+        qsizetype last = -1; // the last occurrence in the finished text
+        bool wordBefore = false; // a letter or digit stands right before it
+    };
+    void takeInFinished();
+
+    qsizetype start_;
+    qsizetype fed_;
+    TagDasher dasher_;
+    qsizetype keep_ = 0; // the longest expanded text
+    qsizetype slack_;
+    qsizetype scanned_ = 0; // the finished text taken in so far
+    qsizetype lastWord_ = -1; // the last letter or digit in it
+    QHash<QString, Occurrence> occurrences_;
+};

@@ -1,0 +1,142 @@
+#include "rules/ConvertToAttribute.h"
+
+#include "config/TableReading.h"
+#include "core/RunState.h"
+#include "engine/RuleHelpers.h"
+#include "rules/ConversionText.h"
+#include "text/xmlClass.h"
+
+bool LoadConvert2AttribTable(RunState& state, TableSet& set)
+{
+    QStringList lines;
+    if (!TableReading::ReadLines(state, set.file(SupportFile::Convert2AttribTbl), lines))
+        return false;
+    auto table = std::make_shared<Convert2AttribTable>();
+    for (const QStringList& f : TableReading::RowsOf(lines, 6))
+        table->rows.append({ f[0], f[1], f[1].toUpper(), f[2], f[3], f[4], f[5] });
+    set.table(SupportFile::Convert2AttribTbl) = std::move(table);
+    return true;
+}
+
+std::optional<bool> ExpandedTextLeadsContent(const QString& dashedContent, const QString& expanded)
+{
+    // An empty text has no place to stand in.
+    if (expanded.isEmpty())
+        return std::nullopt;
+    const qsizetype pos = dashedContent.indexOf(expanded, 0, Qt::CaseInsensitive);
+    if (pos < 0)
+        return std::nullopt;
+    for (qsizetype i = 0; i < pos; ++i) {
+        if (IsWordCharacter(dashedContent[i]))
+            return false;
+    }
+    const qsizetype after = pos + expanded.size();
+    return after >= dashedContent.size() || !IsWordCharacter(dashedContent[after]);
+}
+
+namespace {
+
+// What one tag offers the rows: the dashed element content and the dashed
+// text before the tag, each made at most once however many rows ask.
+class TagTexts {
+public:
+    TagTexts(RunState& state, const Convert2AttribTable& table)
+        : state_(state)
+        , table_(table)
+    {
+    }
+
+    const QString& dashedContent()
+    {
+        if (!content_)
+            content_ = DashTags(CurrentElementContent(state_));
+        return *content_;
+    }
+
+    // The text from just after the innermost open element's start tag (or
+    // from the file start) up to the current tag.
+    PrecedingText& preceding()
+    {
+        if (preceding_)
+            return *preceding_;
+        const ValidationContext& context = state_.context;
+        qsizetype start = 0;
+        if (const std::int32_t enclosing = EnclosingOpenTagPosition(state_); enclosing != 0)
+            start = enclosing - 1 + state_.openTags.back().tagText.size();
+        const qsizetype end = context.filePosition - 1;
+        auto& cache = state_.conversion.precedingTexts;
+        // Elements opened after the enclosing one are closed by now.
+        cache.erase(cache.upper_bound(start), cache.end());
+        std::shared_ptr<PrecedingText>& text = cache[start];
+        if (!text || text->end() > end) {
+            QStringList expandedTexts;
+            for (const Convert2AttribRow& row : table_.rows)
+                expandedTexts << row.expandedText;
+            text = std::make_shared<PrecedingText>(start, expandedTexts);
+        }
+        text->extendTo(state_.wholeText, end);
+        preceding_ = text.get();
+        return *preceding_;
+    }
+
+private:
+    RunState& state_;
+    const Convert2AttribTable& table_;
+    std::optional<QString> content_;
+    PrecedingText* preceding_ = nullptr;
+};
+
+void report(RunState& state, const Convert2AttribRow& row, const char* outcome)
+{
+    const ValidationContext& context = state.context;
+    ReportBySeverity(state, row.severity, context.lineNumber,
+        QStringLiteral("Expanded value of ") + row.attributeName + QLatin1String(outcome),
+        DataContentAt(state, 0), context.linePosition);
+}
+
+void checkAfter(RunState& state, TagTexts& texts, const Convert2AttribRow& row)
+{
+    const std::optional<bool> found = ExpandedTextLeadsContent(texts.dashedContent(), row.expandedText);
+    // Text that is not there at all is reported by neither action.
+    if (!found)
+        return;
+    const QString action = row.action.toUpper();
+    if (action == QLatin1String("DELETE") && *found)
+        report(state, row, " Found after tag");
+    else if (action == QLatin1String("COPY") && !*found)
+        report(state, row, " Not Found after tag");
+}
+
+void checkBefore(RunState& state, TagTexts& texts, const Convert2AttribRow& row)
+{
+    const bool found = texts.preceding().endsWithExpanded(row.expandedText);
+    const QString action = row.action.toUpper();
+    if (action == QLatin1String("DELETE") && found)
+        report(state, row, " Found before tag");
+    else if (action == QLatin1String("COPY") && !found)
+        report(state, row, " Not found before tag");
+}
+
+} // namespace
+
+void CONVERT2ATTRIB(RunState& state)
+{
+    const ValidationContext& context = state.context;
+    if (context.tagType == TagKind::End || !context.tagText.contains(u'='))
+        return;
+    const auto* table
+        = state.config.ActiveTableSet.loaded<Convert2AttribTable>(SupportFile::Convert2AttribTbl);
+    if (!table)
+        return;
+    const xmlClass xml(state.toolkit);
+    TagTexts texts(state, *table);
+    for (const Convert2AttribRow& row : table->rows) {
+        const QString value = xml.GetAttributeValue(context.tagText, row.attributeName);
+        if (value.toUpper() != row.attributeValueUpper)
+            continue;
+        if (row.where == QLatin1String("S") || row.where == QLatin1String("B"))
+            checkBefore(state, texts, row);
+        if (row.where == QLatin1String("E") || row.where == QLatin1String("B"))
+            checkAfter(state, texts, row);
+    }
+}

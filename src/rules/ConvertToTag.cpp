@@ -1,0 +1,103 @@
+#include "rules/ConvertToTag.h"
+
+#include "config/TableReading.h"
+#include "core/RunState.h"
+#include "engine/RuleHelpers.h"
+#include "rules/ConversionText.h"
+
+bool LoadConvert2TagTable(RunState& state, TableSet& set)
+{
+    QStringList lines;
+    if (!TableReading::ReadLines(state, set.file(SupportFile::Convert2TagTbl), lines))
+        return false;
+    auto table = std::make_shared<Convert2TagTable>();
+    for (const QStringList& f : TableReading::RowsOf(lines, 5))
+        table->rows.append({ f[0], f[1], f[2], f[3], f[4] });
+    set.table(SupportFile::Convert2TagTbl) = std::move(table);
+    return true;
+}
+
+bool ContainsWholeWord(QStringView text, const QString& word)
+{
+    if (word.isEmpty())
+        return false;
+    for (qsizetype at = text.indexOf(word, 0, Qt::CaseInsensitive); at >= 0;
+         at = text.indexOf(word, at + 1, Qt::CaseInsensitive)) {
+        const qsizetype after = at + word.size();
+        const bool clearBefore = at == 0 || !IsWordCharacter(text[at - 1]);
+        const bool clearAfter = after >= text.size() || !IsWordCharacter(text[after]);
+        if (clearBefore && clearAfter)
+            return true;
+    }
+    return false;
+}
+
+QString LastWordBefore(QStringView text, qsizetype start, qsizetype end)
+{
+    start = std::max<qsizetype>(start, 0);
+    end = std::min(end, text.size());
+    qsizetype first = end;
+    while (first > start && IsWordCharacter(text[first - 1]))
+        --first;
+    return first < end ? text.sliced(first, end - first).toString() : QString();
+}
+
+namespace {
+
+void report(RunState& state, const Convert2TagRow& row, const char* phrase)
+{
+    const ValidationContext& context = state.context;
+    ReportBySeverity(state, row.severity, context.lineNumber,
+        u'"' + row.word + u'"' + QLatin1String(phrase) + context.tagText, DataContentAt(state, 0),
+        context.linePosition);
+}
+
+// The text before the tag starts after the start tag of the outermost open
+// element, so that a word in an enclosing element's text still counts.
+QString wordBeforeTag(const RunState& state)
+{
+    qsizetype start = 0;
+    if (!state.openTags.isEmpty()) {
+        const ValidationContext& outermost = state.openTags.front();
+        start = outermost.filePosition - 1 + outermost.tagText.size();
+    }
+    return LastWordBefore(state.wholeText, start, state.context.filePosition - 1);
+}
+
+} // namespace
+
+void CONVERT2TAG(RunState& state)
+{
+    const ValidationContext& context = state.context;
+    if (context.tagType != TagKind::Start)
+        return;
+    const auto* table = state.config.ActiveTableSet.loaded<Convert2TagTable>(SupportFile::Convert2TagTbl);
+    if (!table)
+        return;
+    std::optional<QString> content; // read once, whatever number of rows ask
+    for (const Convert2TagRow& row : table->rows) {
+        if (row.tagName != context.tagName)
+            continue;
+        const QString position = row.position.toUpper();
+        const QString action = row.action.toUpper();
+        const bool isDelete = action == QLatin1String("DELETE");
+        if (!isDelete && action != QLatin1String("COPY"))
+            continue;
+        if (position == QLatin1String("S") || position == QLatin1String("B")) {
+            const bool found = wordBeforeTag(state).toUpper() == row.word.toUpper();
+            if (isDelete && found)
+                report(state, row, " Found right before ");
+            else if (!isDelete && !found)
+                report(state, row, " Not found right before ");
+        }
+        if (position == QLatin1String("E") || position == QLatin1String("B")) {
+            if (!content)
+                content = CurrentElementContent(state);
+            const bool found = ContainsWholeWord(*content, row.word);
+            if (isDelete && found)
+                report(state, row, " Found right after ");
+            else if (!isDelete && !found)
+                report(state, row, " Not found right after ");
+        }
+    }
+}

@@ -1,0 +1,203 @@
+#include "rules/AttributeValues.h"
+
+#include "support/RuleFixture.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const NoLeadZeroTable* noLeadZero(const RuleFixture& fixture)
+{
+    return fixture.state.config.ActiveTableSet.loaded<NoLeadZeroTable>(SupportFile::NoLeadZeroTbl);
+}
+
+const AttribUnconTable* attribUncon(const RuleFixture& fixture)
+{
+    return fixture.state.config.ActiveTableSet.loaded<AttribUnconTable>(SupportFile::AttribUnconTbl);
+}
+
+} // namespace
+
+TEST(NoLeadZeroTable, DelimitersKeepTheSlotOfTheirPosition)
+{
+    const QList<std::pair<QString, QStringList>> cases = {
+        { "-#&,", { "-", "," } },
+        { " - #& , ", { "-", "," } },
+        { "#&-", { "", "-" } },
+        { "-#&#&,", { "-", "", "," } },
+        { "-#&", { "-" } },
+        { "-#&#&", { "-" } },
+        { "", {} },
+        { "a#b", { "a#b" } },
+    };
+    for (const auto& [field, slots] : cases)
+        EXPECT_EQ(ParseLeadZeroDelimiters(field), slots) << field.toStdString();
+}
+
+TEST(NoLeadZeroTable, SkipsHeaderBlankAndWrongWidthRows)
+{
+    RuleFixture fixture("");
+    ASSERT_TRUE(fixture.loadTable(SupportFile::NoLeadZeroTbl,
+        "page | number | -\r\n"
+        " page | number | - #& , \r\n"
+        "\r\n"
+        "   \r\n"
+        "fig | id\r\n"
+        "fig | id | - | x\r\n"
+        "Page|number|\r\n"
+        "page | start | #&-\r\n"));
+    const auto* table = noLeadZero(fixture);
+    ASSERT_NE(table, nullptr);
+    ASSERT_EQ(table->rows.size(), 3);
+    EXPECT_EQ(table->rows[0].tagName, "page");
+    EXPECT_EQ(table->rows[0].attributeName, "number");
+    EXPECT_EQ(table->rows[0].delimiters, QStringList({ "-", "," }));
+    EXPECT_EQ(table->rows[1].tagName, "Page");
+    EXPECT_TRUE(table->rows[1].delimiters.isEmpty());
+    EXPECT_EQ(table->rows[2].delimiters, QStringList({ "", "-" }));
+    EXPECT_EQ(table->tagIndex, "[page][Page][page]");
+    EXPECT_EQ(table->tagNames, QSet<QString>({ "page", "Page" }));
+}
+
+TEST(AttribUnconTable, KeepsFourFieldRowsWithTheirMarker)
+{
+    RuleFixture fixture("");
+    ASSERT_TRUE(fixture.loadTable(SupportFile::AttribUnconTbl,
+        "Tag | Attribute | Search | Message\r\n"
+        "fig | alt | &amp; | E / Unconverted entity\r\n"
+        "fig | alt | &amp;\r\n"
+        "xref | rid | x | W / Odd | extra\r\n"
+        " link | href |  | w / Any value \r\n"));
+    const auto* table = attribUncon(fixture);
+    ASSERT_NE(table, nullptr);
+    ASSERT_EQ(table->rows.size(), 2);
+    EXPECT_EQ(table->rows[0].searchString, "&amp;");
+    EXPECT_EQ(table->rows[0].message, "E / Unconverted entity");
+    EXPECT_EQ(table->rows[1].tagName, "link");
+    EXPECT_EQ(table->rows[1].searchString, "");
+    EXPECT_EQ(table->tagIndex, "[fig][link]");
+}
+
+TEST(AttributeTables, AMissingFileFailsTheLoading)
+{
+    RuleFixture fixture("");
+    TableSet& set = fixture.state.config.ActiveTableSet;
+    set.file(SupportFile::NoLeadZeroTbl) = fixture.dir.path() + QStringLiteral("absent.tbl");
+    EXPECT_FALSE(LoadNoLeadZeroTable(fixture.state, set));
+    ASSERT_EQ(fixture.op.messages.size(), 1);
+    EXPECT_TRUE(fixture.op.messages[0].text.startsWith(
+        "Error while reading " + set.file(SupportFile::NoLeadZeroTbl) + "!  -- Error: "));
+}
+
+TEST(NOLEADZERO, ReportsEveryFaultyRow)
+{
+    struct Case {
+        QByteArray input;
+        QStringList expected;
+    };
+    const QString message = "Value of attribute contains leading zero: ";
+    const QList<Case> cases = {
+        { R"(<page number="007">)", { "1:1 E " + message + R"(number=007 | <page number="007">)" } },
+        { R"(<page number="0"/>)", { "1:1 E " + message + R"(number=0 | <page number="0"/>)" } },
+        { R"(x <page number=" 12- 05 ">)",
+            { "1:3 E " + message + R"(number=12- 05 | <page number=" 12- 05 ">)" } },
+        { R"(<page number="12,05">)", { "1:1 E " + message + R"(number=12,05 | <page number="12,05">)" } },
+        { R"(<page number="12.05">)", {} },
+        { R"(<page number="10" start="10">)",
+            { "1:1 E " + message + R"(start=10 | <page number="10" start="10">)" } },
+        { R"(<page number="01" start="0">)",
+            { "1:1 E " + message + R"(number=01 | <page number="01" start="0">)",
+                "1:1 E " + message + R"(start=0 | <page number="01" start="0">)" } },
+        { R"(<Page number="007">)", {} },
+        { R"(<page number="">)", {} },
+        { R"(<page number='007'>)", {} },
+        { R"(<page number="7"></page>)", {} },
+        { R"(</page number="01"><page number="1">)", {} },
+    };
+    for (const Case& c : cases) {
+        RuleFixture fixture("N/A | NOLEADZERO | e\r\n");
+        ASSERT_TRUE(fixture.loadTable(SupportFile::NoLeadZeroTbl,
+            "Tag | Attribute | Delimiters\r\n"
+            "page | number | - #& ,\r\n"
+            "page | start | #&-\r\n")); // an empty first slot: any later 0 counts
+        EXPECT_EQ(fixture.run(c.input), c.expected) << c.input.constData();
+    }
+}
+
+TEST(NOLEADZERO, PassesOverEndTagsAndUsesTheDeclaredSeverity)
+{
+    RuleFixture fixture("<page> | NOLEADZERO | W\r\n");
+    ASSERT_TRUE(
+        fixture.loadTable(SupportFile::NoLeadZeroTbl, "Tag | Attribute | Delimiters\r\npage | n | -\r\n"));
+    EXPECT_EQ(fixture.run(R"(<page n="01">a</page n="02">)"),
+        QStringList {
+            R"(1:1 W Value of attribute contains leading zero: n=01 | <page n="01">a</page n="02">)" });
+}
+
+TEST(ATTRIBUNCONENTITY, TakesTheKindFromTheRowMarker)
+{
+    struct Case {
+        QByteArray input;
+        QStringList expected;
+    };
+    const QList<Case> cases = {
+        { R"(<fig alt="A &amp; B">)",
+            { R"(1:1 E Bad entity in <fig alt="A &amp; B"> | <fig alt="A &amp; B">)" } },
+        { R"(<fig title="x&#x2013;y">)",
+            { R"(1:1 W Numeric entity in <fig title="x&#x2013;y"> | <fig title="x&#x2013;y">)" } },
+        { R"(<fig alt="A &AMP; B">)", {} }, // the search respects letter case
+        { R"(<fig alt=" ">)", {} },
+        { R"(<fig id="f1">)", {} },
+        { R"(<fig label="1"/>)", { R"(1:1 W Any label in <fig label="1"/> | <fig label="1"/>)" } },
+        { R"(<figure alt="&amp;">)", {} },
+        { R"(<fig alt="&amp;"></fig>)",
+            { R"(1:1 E Bad entity in <fig alt="&amp;"> | <fig alt="&amp;"></fig>)" } },
+    };
+    for (const Case& c : cases) {
+        RuleFixture fixture("N/A | ATTRIBUNCONENTITY | W\r\n");
+        ASSERT_TRUE(fixture.loadTable(SupportFile::AttribUnconTbl,
+            "Tag | Attribute | Search | Message\r\n"
+            "fig | alt | &amp; | e / Bad entity\r\n"
+            "fig | title | &# | W / Numeric entity\r\n"
+            "fig | label |  | x:/Any label\r\n"));
+        EXPECT_EQ(fixture.run(c.input), c.expected) << c.input.constData();
+    }
+}
+
+TEST(RangeAttributes, AreMirrorImagesButNotSymmetric)
+{
+    struct Case {
+        QByteArray input;
+        QStringList range; // ATTRIBRANGEVALIDITY
+        QStringList number; // ATTRIBNUMBERVALIDITY
+    };
+    const QString multi = "Multi-data for number attribute is not allowed ";
+    const QString invalid = "Invalid range attribute value ";
+    const QList<Case> cases = {
+        { R"(<xref number="3-5">)", { "1:1 E " + multi + R"(<xref number="3-5"> | <xref number="3-5">)" },
+            {} },
+        { R"(<xref number="3-5" range="y">)", {}, {} },
+        { R"(<xref number="3 TO 5" range="Y">)", {}, {} },
+        { R"(<xref number="3 TO 5" range="N">)",
+            { "1:1 E " + multi + R"(<xref number="3 TO 5" range="N"> | <xref number="3 TO 5" range="N">)" },
+            {} },
+        { R"(<xref number="3-5" range=" Y">)",
+            { "1:1 E " + multi + R"(<xref number="3-5" range=" Y"> | <xref number="3-5" range=" Y">)" }, {} },
+        { R"(<xref number="3" range="Y">)", {},
+            { "1:1 W " + invalid + R"(<xref number="3" range="Y"> | <xref number="3" range="Y">)" } },
+        { R"(<xref range="Y">)", {}, { "1:1 W " + invalid + R"(<xref range="Y"> | <xref range="Y">)" } },
+        { R"(<xref number="3">)", {}, {} },
+        { R"(<xref number="">)", {}, {} },
+        { R"(<xref number="3to5" range="n">)", {}, {} },
+        { R"(</xref number="3-5">)", {}, {} },
+        { R"(</xref range="Y">)", {}, {} },
+    };
+    for (const Case& c : cases) {
+        RuleFixture range("N/A | ATTRIBRANGEVALIDITY | E\r\n");
+        range.state.config.ActiveTableSet.AttribRangeSeparators = { "-", " to " };
+        EXPECT_EQ(range.run(c.input), c.range) << c.input.constData();
+        RuleFixture number("N/A | ATTRIBNUMBERVALIDITY | W\r\n");
+        number.state.config.ActiveTableSet.AttribRangeSeparators = { "-", " to " };
+        EXPECT_EQ(number.run(c.input), c.number) << c.input.constData();
+    }
+}

@@ -1,0 +1,150 @@
+#include "rules/TagDashing.h"
+
+#include "core/RunState.h"
+#include "rules/ConversionText.h"
+#include "rules/ConvertToTag.h"
+#include "rules/LiteralConversion.h"
+#include "support/RecordingOperator.h"
+#include "text/xmlClass.h"
+
+#include <gtest/gtest.h>
+#include <random>
+
+namespace {
+
+// Random texts over few characters, so that stray "<", repeated tag texts
+// and tags joined by a replacement all turn up often.
+QString randomText(std::mt19937& random, int length, QStringView alphabet)
+{
+    std::uniform_int_distribution<qsizetype> pick(0, alphabet.size() - 1);
+    QString text;
+    for (int i = 0; i < length; ++i)
+        text += alphabet[pick(random)];
+    return text;
+}
+
+QString randomTagText(std::mt19937& random, int pieces)
+{
+    static const QStringList parts = { QStringLiteral("<a>"), QStringLiteral("<b>"), QStringLiteral("</a>"),
+        QStringLiteral("<a x=\"1\">"), QStringLiteral("Fig"), QStringLiteral(" "), QStringLiteral("<"),
+        QStringLiteral(">"), QStringLiteral("-"), QStringLiteral("<a"), QStringLiteral("."),
+        QStringLiteral("9") };
+    std::uniform_int_distribution<qsizetype> pick(0, parts.size() - 1);
+    QString text;
+    for (int i = 0; i < pieces; ++i)
+        text += parts[pick(random)];
+    return text;
+}
+
+} // namespace
+
+TEST(TagDashing, KnownTexts)
+{
+    const QList<std::pair<QString, QString>> cases = {
+        { "see <i>Table</i> 4", "see -Table- 4" },
+        { "a<b>c<b>d", "a-c-d" },
+        { "x < y <c> <c>", "x - -" }, // the stray "<" takes the first ">"
+        { "<x>a<y <x>b", "-a<y -b" }, // "<x>" was replaced everywhere before "<y" was reached
+        { "open <tag", "open <tag" },
+        { "a > b", "a > b" },
+        { "", "" },
+    };
+    for (const auto& [text, dashed] : cases) {
+        EXPECT_EQ(Literal::DashTags(text), dashed) << text.toStdString();
+        EXPECT_EQ(DashTags(text), dashed) << text.toStdString();
+    }
+}
+
+TEST(TagDashing, SameAsReplacingEveryOccurrence)
+{
+    std::mt19937 random(12);
+    for (int round = 0; round < 20000; ++round) {
+        const QString text
+            = round % 2 ? randomText(random, round % 40, u"<<>>ab-") : randomTagText(random, round % 30);
+        ASSERT_EQ(DashTags(text), Literal::DashTags(text)) << text.toStdString();
+    }
+}
+
+TEST(TagDashing, FedInPiecesGivesTheSameText)
+{
+    std::mt19937 random(7);
+    for (int round = 0; round < 3000; ++round) {
+        const QString text = randomTagText(random, 25);
+        TagDasher dasher;
+        std::uniform_int_distribution<qsizetype> step(0, 6);
+        for (qsizetype at = 0; at < text.size();) {
+            const qsizetype next = std::min(text.size(), at + step(random));
+            dasher.append(QStringView(text).sliced(at, next - at));
+            at = next;
+            ASSERT_EQ(dasher.result(), Literal::DashTags(text.left(at))) << text.toStdString();
+        }
+    }
+}
+
+TEST(PrecedingText, SameAsLookingAtTheWholeTextEachTime)
+{
+    std::mt19937 random(3);
+    const QStringList expandedTexts = { "Fig", "fig", "-", "a", "Fig.", "<a", "9", "" };
+    for (int round = 0; round < 1500; ++round) {
+        const QString whole = randomTagText(random, 40);
+        const qsizetype start = std::uniform_int_distribution<qsizetype>(0, 4)(random);
+        // No slack: the finished text is let go as soon as it can be.
+        PrecedingText preceding(start, expandedTexts, round % 2 ? 0 : 3);
+        for (qsizetype end = start; end <= whole.size();
+             end += std::uniform_int_distribution<qsizetype>(1, 5)(random)) {
+            preceding.extendTo(whole, end);
+            const QString text = whole.mid(start, end - start);
+            for (const QString& expanded : expandedTexts) {
+                ASSERT_EQ(
+                    preceding.endsWithExpanded(expanded), Literal::ExpandedTextStandsLast(text, expanded))
+                    << text.toStdString() << " | " << expanded.toStdString();
+            }
+        }
+    }
+}
+
+TEST(PrecedingText, LastWordNeedsOnlyTheRawTail)
+{
+    std::mt19937 random(5);
+    for (int round = 0; round < 5000; ++round) {
+        const QString whole = round % 2 ? randomTagText(random, 20) : randomText(random, 30, u"<>ab9 -");
+        const qsizetype start = std::uniform_int_distribution<qsizetype>(0, whole.size())(random);
+        const qsizetype end = std::uniform_int_distribution<qsizetype>(start, whole.size())(random);
+        ASSERT_EQ(LastWordBefore(whole, start, end), Literal::LastWord(whole.mid(start, end - start)))
+            << whole.toStdString() << " " << start << " " << end;
+    }
+}
+
+TEST(CurrentElementContent, SameAsGetPCDATAAtTheTag)
+{
+    static const QStringList parts
+        = { "<a>", "</a>", "<a x=\"1\">", "<b>", "</b>", "t", "<a", " ", "</a >", "<ab>" };
+    std::mt19937 random(11);
+    std::uniform_int_distribution<qsizetype> pick(0, parts.size() - 1);
+    RecordingOperator op;
+    for (int round = 0; round < 400; ++round) {
+        RunState state(op);
+        for (int i = 0; i < 30; ++i)
+            state.wholeText += parts[pick(random)];
+        const xmlClass xml(state.toolkit);
+        for (qsizetype lt = state.wholeText.indexOf(u'<'); lt >= 0;
+             lt = state.wholeText.indexOf(u'<', lt + 1)) {
+            const qsizetype gt = state.wholeText.indexOf(u'>', lt);
+            if (gt < 0)
+                break;
+            const QString tag = state.wholeText.mid(lt, gt - lt + 1);
+            if (tag.indexOf(u'<', 1) >= 0 || xml.GetTagType(tag) != TagKind::Start)
+                continue;
+            state.context.tagText = tag;
+            state.context.tagName = xml.GetTagName(tag);
+            state.context.filePosition = static_cast<std::int32_t>(lt + 1);
+            std::int32_t position = state.context.filePosition;
+            const QString expected
+                = xml.GetPCDATA(state.wholeText, tag, "</" + state.context.tagName + ">", position);
+            ASSERT_EQ(CurrentElementContent(state), expected) << state.wholeText.toStdString() << " @" << lt;
+            // A short stretch sends most elements to the whole-file index.
+            ASSERT_EQ(CurrentElementContent(state, 12), expected)
+                << state.wholeText.toStdString() << " @" << lt;
+        }
+    }
+}
