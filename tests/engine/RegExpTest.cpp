@@ -196,23 +196,6 @@ TEST(RegExpTest, Replace)
     }
 }
 
-TEST(RegExpTest, ChangingPatternOrCaseRecompiles)
-{
-    RegExp expression("abc");
-    EXPECT_FALSE(expression.test(u"ABC"));
-    expression.setIgnoreCase(true);
-    EXPECT_TRUE(expression.test(u"ABC"));
-    expression.setPattern("(x)(y)");
-    EXPECT_EQ(expression.captureCount(), 2);
-    EXPECT_TRUE(expression.test(u"XY"));
-    // More patterns than the cache holds: each object still gets its own pattern.
-    for (int i = 0; i < 200; ++i) {
-        const RegExp numbered(QStringLiteral("^n%1$").arg(i));
-        EXPECT_TRUE(numbered.test(QStringLiteral("n%1").arg(i)));
-        EXPECT_FALSE(numbered.test(QStringLiteral("n%1").arg(i + 1)));
-    }
-}
-
 TEST(RegExpTest, LongElementContentMatches)
 {
     QString content;

@@ -57,17 +57,6 @@ TEST_F(RuleHelpersStateTest, DataContentAt)
         EXPECT_EQ(DataContentAt(state, start), expected) << start;
 }
 
-TEST_F(RuleHelpersStateTest, ReportBySeverityPicksTheReport)
-{
-    const QList<std::pair<QString, bool>> rows { { "e", true }, { "E", true }, { "W", false }, { "", false },
-        { "EE", false } };
-    for (const auto& [severity, isError] : rows) {
-        const auto before = state.report.runErrorEntries;
-        ReportBySeverity(state, severity, 7, "message", "data", 3);
-        EXPECT_EQ(state.report.runErrorEntries - before, isError ? 1 : 0) << severity.toStdString();
-    }
-}
-
 TEST(RuleHelpersTest, OffsetToLineColumn)
 {
     struct Row {
@@ -137,14 +126,6 @@ ValidationContext openTag(const QString& name, const QString& text, std::int32_t
     tag.tagText = text;
     tag.filePosition = position;
     return tag;
-}
-
-TEST_F(RuleHelpersStateTest, OpenTagQueriesWithoutOpenTags)
-{
-    EXPECT_EQ(EnclosingOpenTag(state), "");
-    EXPECT_EQ(OpenTagAbove(state, 0), "");
-    EXPECT_EQ(EnclosingOpenTagPosition(state), 0);
-    EXPECT_FALSE(IsTagOpen(state, ""));
 }
 
 TEST_F(RuleHelpersStateTest, OpenTagQueries)

@@ -177,27 +177,6 @@ TEST_F(ReportRun, CleanFileLeavesEmptyReportsAndNoEditorLogForOtherEditors)
     EXPECT_TRUE(exists(state.outputFolder + "c"));
 }
 
-TEST_F(ReportRun, FileNameSplitsAtTheLastDot)
-{
-    struct Row {
-        QString fileName;
-        QString base;
-        QString extension;
-    };
-    const QList<Row> rows = { { "a.b.xml", "a.b", ".xml" }, { "noext", "noext", "" },
-        { "trail.", "trail", "." }, { ".hidden", "", ".hidden" } };
-    for (const Row& row : rows) {
-        input(row.fileName);
-        OpenReports(state);
-        EXPECT_EQ(state.report.baseName, row.base);
-        EXPECT_EQ(state.report.extension, row.extension);
-        EXPECT_EQ(state.report.errorReportPath, state.reportFolder + row.base + ".ERR");
-        EXPECT_EQ(state.report.warningReportPath, state.reportFolder + row.base + ".WRN");
-        CloseReports(state);
-        EXPECT_TRUE(exists(state.outputFolder + row.fileName)) << row.fileName.toStdString();
-    }
-}
-
 TEST_F(ReportRun, OutputFolderIsJoinedWithoutSeparator)
 {
     tmp.mkdir("out/Batch7");

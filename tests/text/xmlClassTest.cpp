@@ -57,31 +57,6 @@ TEST_F(Toolkit, GetTagTypeAndAttributeValue)
         EXPECT_EQ(xml.GetAttributeValue(img, name), value) << qPrintable(name);
 }
 
-TEST_F(Toolkit, GetPcdataCountsNestingAndLeavesPositionAlone)
-{
-    struct Row {
-        QString source, start, end;
-        std::int32_t position, positionAfter;
-        QString expected;
-    };
-    const Row rows[] = {
-        { "<b>1<b>2</b>3</b>", "<b>", "</b>", 1, 1, "1<b>2</b>3" },
-        { "<b>1<b x=\"y\">2</b>3</b>", "<b>", "</b>", 0, 1, "1<b x=\"y\">2</b>3" },
-        { "<b>1<b>2</b>3", "<b>", "</b>", 1, 1, "" }, // unbalanced inner start tag
-        { "x<b>1</b><b>2</b>", "<b>", "</b>", 5, 5, "2" }, // search starts at position
-        { "<b></b>", "<b>", "</b>", 1, 1, "" }, // empty element
-        { "<b>1", "<b>", "</b>", 1, 1, "" }, // no end tag
-        { "abc", "<b>", "</b>", 1, 1, "" }, // no start tag
-        { "<b>1</b>", "<b>", "</b>", 9, 9, "" }, // start past the text
-    };
-    for (const Row& row : rows) {
-        std::int32_t position = row.position;
-        EXPECT_EQ(xml.GetPCDATA(row.source, row.start, row.end, position), row.expected)
-            << qPrintable(row.source);
-        EXPECT_EQ(position, row.positionAfter) << qPrintable(row.source);
-    }
-}
-
 TEST_F(Toolkit, GetStringRangeAndGetFullTag)
 {
     EXPECT_EQ(xml.GetStringRange("ab[cd]ef]", "[", "]", 1), "[cd]");
@@ -94,22 +69,6 @@ TEST_F(Toolkit, GetStringRangeAndGetFullTag)
     EXPECT_EQ(xml.GetFullTag("<p>", text, 1), "<p>");
     EXPECT_EQ(xml.GetFullTag("q", text, 1), ""); // a stray "<" before the ">"
     EXPECT_EQ(xml.GetFullTag("s", text, 1), "");
-}
-
-TEST_F(Toolkit, NthTagSkipsRejectedCandidates)
-{
-    const QString text = "a < b <<c> <> <d e=\"1\"> </d>";
-    const std::tuple<std::int32_t, std::int32_t, QString> rows[] = {
-        { 1, 1, "<c>" },
-        { 2, 1, "<d e=\"1\">" },
-        { 3, 1, "</d>" },
-        { 4, 1, "" },
-        { 1, 11, "<d e=\"1\">" },
-        { 1, 0, "" },
-        { 0, 1, "" },
-    };
-    for (const auto& [n, position, expected] : rows)
-        EXPECT_EQ(xml.Get_nth_Tag(text, n, position), expected) << n << " from " << position;
 }
 
 TEST_F(Toolkit, CountStrCountsOverlapsAndKeepsTheFirstPosition)
@@ -152,23 +111,6 @@ TEST_F(Toolkit, NeighbourLinesAreCutAtCrLf)
     EXPECT_EQ(xml.GetNextLineStr("a\nb", 1), ""); // a lone LF is no line end
 }
 
-TEST_F(Toolkit, RetrieveTagsWalksTagsAndEndsWithMinusOne)
-{
-    const QString text = "a < b <c> x<d/>";
-    std::int32_t pos = 1;
-    EXPECT_EQ(xml.RetrieveTags(text, pos), "<c>");
-    EXPECT_EQ(pos, 7);
-    ++pos;
-    EXPECT_EQ(xml.RetrieveTags(text, pos), "<d/>");
-    EXPECT_EQ(pos, 12);
-    ++pos;
-    EXPECT_EQ(xml.RetrieveTags(text, pos), "");
-    EXPECT_EQ(pos, -1);
-    pos = 1;
-    EXPECT_EQ(xml.RetrieveTags("no > tags <", pos), "");
-    EXPECT_EQ(pos, -1);
-}
-
 TEST_F(Toolkit, QuotedMarkupIsNotedOncePerLineAndTag)
 {
     state.currentLineNumber = 4;
@@ -185,24 +127,6 @@ TEST_F(Toolkit, QuotedMarkupIsNotedOncePerLineAndTag)
     pos = 1;
     xml.RetrieveTags("<c d=\"x>", pos); // no closing quote anywhere: nothing to judge
     EXPECT_EQ(state.QuotedMarkupNote, "[4<a t=\"x<y\">][4<y\">][5<a t=\"x<y\">][5<y\">]");
-}
-
-TEST_F(Toolkit, RemoveTagsWithoutContentKeepsTheText)
-{
-    const std::pair<QString, QString> rows[] = {
-        { "<p>Hello <b>big</b> world</p>", "Hello big world" },
-        { "a<br/>b</br>", "ab" }, // "</br>" goes as a tag of its own
-        { "<a <b>c>d", "d" }, // removing <b> makes "<a c>" a tag
-        { "<<b>b>x", "x" }, // and joins "<" + "b>" into a second <b>
-        { "x < y > z", "x < y > z" }, // "< " is never a tag
-        { "<b x=\"1\">1</b><b x=\"1\">2</b>", "12" }, // every occurrence of a tag text
-        { "", "" },
-    };
-    for (const auto& [input, expected] : rows) {
-        QString text = input;
-        EXPECT_EQ(xml.RemoveTags(text, false), expected) << qPrintable(input);
-        EXPECT_EQ(text, expected) << qPrintable(input);
-    }
 }
 
 TEST_F(Toolkit, RemoveTagsWithContentLeavesMarkersAndLengths)
