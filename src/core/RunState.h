@@ -64,7 +64,9 @@ struct RunState {
     std::int32_t currentRow = 0;
     QString contextElement;
     QString routineParameter; // upper-cased by the dispatcher
-    QString currentRoutine; // the routine or check running now; names its findings
+    // The routine or check running now; names its findings. A view of the
+    // registry's name, so the dispatcher copies nothing per call.
+    QLatin1StringView currentRoutine;
     ConversionState conversion; // per file
     TextValidityState textValidity;
 

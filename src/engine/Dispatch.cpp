@@ -7,7 +7,7 @@ void RunRule(RunState& state, const RuleEntry& rule)
 {
     state.currentRoutine = rule.name;
     rule.run(state);
-    state.currentRoutine.clear();
+    state.currentRoutine = {};
 }
 
 void DispatchRow(RunState& state, int row, const RuleBook& rules)

@@ -80,7 +80,8 @@ std::int32_t LineColumnCursor::lineColumnAt(std::int32_t offset, std::int32_t& c
 void NoteCheckFailure(RunState& state, const std::exception& failure)
 {
     ++state.checkFailures;
-    const QString routine = state.currentRoutine.isEmpty() ? QStringLiteral("a check") : state.currentRoutine;
+    const QString routine
+        = state.currentRoutine.isEmpty() ? QStringLiteral("a check") : QString(state.currentRoutine);
     state.ui.diagnostic(QStringLiteral("%1: %2 ended early: %3")
                             .arg(state.inputFileName.isEmpty() ? state.inputPath : state.inputFileName,
                                 routine, QString::fromUtf8(failure.what())));

@@ -354,15 +354,15 @@ void ReportFinding(RunState& state, const Finding& finding)
 void WriteErrorEntry(RunState& state, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t column)
 {
-    ReportFinding(
-        state, { FindingKind::Error, lineNumber, column, message, dataContent, state.currentRoutine });
+    ReportFinding(state,
+        { FindingKind::Error, lineNumber, column, message, dataContent, QString(state.currentRoutine) });
 }
 
 void WriteWarningEntry(RunState& state, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t column)
 {
-    ReportFinding(
-        state, { FindingKind::Warning, lineNumber, column, message, dataContent, state.currentRoutine });
+    ReportFinding(state,
+        { FindingKind::Warning, lineNumber, column, message, dataContent, QString(state.currentRoutine) });
 }
 
 void DiscardReports(RunState& state)
