@@ -63,7 +63,9 @@ struct RunState {
     QList<std::int32_t> rowStack { 0 }; // element 0 is the base entry
     std::int32_t currentRow = 0;
     QString contextElement;
-    QString routineParameter; // upper-cased by the dispatcher
+    // Upper-cased at loading; a view of the declaration table's text, set by
+    // the dispatcher before every routine call.
+    QStringView routineParameter;
     // The routine or check running now; names its findings. A view of the
     // registry's name, so the dispatcher copies nothing per call.
     QLatin1StringView currentRoutine;

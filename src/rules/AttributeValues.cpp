@@ -23,7 +23,7 @@ bool holdsRangeSeparator(const RunState& state, const QString& value)
     return false;
 }
 
-void reportAtTag(RunState& state, const QString& severity, const QString& message)
+void reportAtTag(RunState& state, QStringView severity, const QString& message)
 {
     const ValidationContext& context = state.context;
     ReportBySeverity(

@@ -92,7 +92,7 @@ void CONVERT2TAG(RunState& state)
         }
         if (position == QLatin1String("E") || position == QLatin1String("B")) {
             if (!content)
-                content = CurrentElementContent(state);
+                content = CurrentElementText(state);
             const bool found = ContainsWholeWord(*content, row.word);
             if (isDelete && found)
                 report(state, row, " Found right after ");

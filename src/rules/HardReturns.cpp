@@ -179,7 +179,7 @@ void lineBreakInsideElement(RunState& state, const NoHrtTable& table)
 // their letter case, so the element it names is looked for ignoring case.
 bool parameterElementIsOpen(const RunState& state)
 {
-    const QString& parameter = state.routineParameter;
+    const QStringView parameter = state.routineParameter;
     if (parameter == u"N/A")
         return true;
     return std::any_of(state.openTags.begin(), state.openTags.end(), [&](const ValidationContext& open) {

@@ -497,6 +497,8 @@ void reportValue(RunState& state, const TextValidityRow& row, const PlacedConten
 
 const PlacedContent& ElementContent::preparedFor(const TextValidityRow& row, const xmlClass& xml)
 {
+    if (!row.splitOnTags && row.excluded.isEmpty())
+        return asIs_;
     const QString& key = row.preparationKey;
     if (const auto known = prepared_.constFind(key); known != prepared_.cend())
         return *known;

@@ -74,6 +74,7 @@ class ElementContent {
 public:
     explicit ElementContent(QString content, std::optional<TagPairs> filePairs = std::nullopt)
         : raw_(std::move(content))
+        , asIs_ { raw_, {} }
         , filePairs_(filePairs)
     {
     }
@@ -82,6 +83,7 @@ public:
 
 private:
     QString raw_;
+    PlacedContent asIs_; // for rows that neither split nor cut, the most common kind
     std::optional<TagPairs> filePairs_;
     QHash<QString, PlacedContent> prepared_; // by split flag and excluded list
 };
