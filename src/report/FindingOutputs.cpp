@@ -172,6 +172,9 @@ tr.warning td.kind { color: #8a5a00; }
 svg rect.error { fill: #c62828; }
 svg rect.warning { fill: #f0a020; }
 svg text { font-size: 12px; fill: #222; }
+.swatch { display: inline-block; width: 0.9em; height: 0.9em; vertical-align: middle; margin: 0 0.3em 0 0.8em; }
+.swatch.error { background: #c62828; }
+.swatch.warning { background: #f0a020; }
 )";
 
 // Sorting by a click on a column heading: numbers as numbers, the rest as
@@ -404,7 +407,9 @@ QByteArray FindingsHtml(const RunFindings& run)
                 .arg(run.errors())
                 .arg(run.warnings());
     html += QStringLiteral("<h2>Files</h2>\n") + filesTable(run);
-    html += QStringLiteral("<h2>Findings per routine</h2>\n") + routineChart(run);
+    html += QStringLiteral("<h2>Findings per routine</h2>\n<p class=\"legend\"><span class=\"swatch "
+                           "error\"></span>errors<span class=\"swatch warning\"></span>warnings</p>\n")
+        + routineChart(run);
     html += QStringLiteral("<h2>Findings per file</h2>\n");
     for (std::size_t i = 0; i < run.files.size(); ++i)
         html += fileSection(run.files[i], i + 1);
