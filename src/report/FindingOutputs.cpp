@@ -1,5 +1,7 @@
 #include "report/FindingOutputs.h"
 
+#include "report/ReportFormat.h"
+
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
@@ -450,10 +452,14 @@ FileFindings& FindingOutputs::current()
     return run_.files.back();
 }
 
+// The data as the reports show it (line breaks as "...", at most 250
+// characters): a rule hands over the rest of the line, and a batch of long
+// lines with many findings each must not be kept whole for every finding.
 void FindingOutputs::onFinding(const Finding& finding)
 {
     FileFindings& file = current();
     file.findings.append(finding);
+    file.findings.last().data = ReportFormat::preparedData(finding.data);
     ++(finding.kind == FindingKind::Error ? file.errors : file.warnings);
 }
 

@@ -69,6 +69,11 @@ TEST(FindingOutputs, GroupsFindingsByFileAndKeepsThoseBetweenFilesApart)
     EXPECT_EQ(run.errors(), 2);
     EXPECT_EQ(run.warnings(), 3);
     EXPECT_EQ(run.taskCode, "JRNL");
+
+    // Data is kept as the reports show it: line breaks as "...", 250 characters.
+    outputs.onFileStarted("long.xml");
+    outputs.onFinding({ FindingKind::Error, 1, 1, "Long", "a\r\nb" + QString(400, u'x'), "NOHRT" });
+    EXPECT_EQ(outputs.run().files.back().findings[0].data, "a...b" + QString(245, u'x'));
 }
 
 TEST(FindingOutputs, JsonReadsBackWithEveryFieldOfEveryFinding)
