@@ -205,6 +205,23 @@ TEST(FindingOutputsRun, TheSummaryPageOpensInAHeadlessBrowser)
     EXPECT_EQ(dom.count("<tr>") + dom.count("<tr class="), 1 + 2 + 1 + 4 + 1 + 1) << dom.toStdString();
     EXPECT_TRUE(dom.contains("<svg")) << dom.toStdString();
 
+    // A click on the errors heading sorts the files by their errors, fewest
+    // first: the page's own script, run by the browser.
+    const QString clicked = inst.root() + "clicked.html";
+    QFile page(clicked);
+    ASSERT_TRUE(page.open(QIODevice::WriteOnly));
+    page.write(Installation::read(html).replace(
+        "</body>", "<script>document.querySelectorAll(\"#files th\")[1].click();</script></body>"));
+    page.close();
+    QProcess sorted;
+    sorted.start(browser, common + QStringList { "--dump-dom", QUrl::fromLocalFile(clicked).toString() });
+    ASSERT_TRUE(sorted.waitForFinished(60000));
+    const QString sortedDom = QString::fromUtf8(sorted.readAllStandardOutput());
+    const QString filesTable = sortedDom.section("<table id=\"files\"", 1).section("</table>", 0, 0);
+    EXPECT_GT(filesTable.indexOf("a.xml"), filesTable.indexOf("b.xml")) << filesTable.toStdString();
+    EXPECT_GE(filesTable.indexOf("b.xml"), 0);
+    EXPECT_TRUE(filesTable.contains("aria-sort=\"ascending\"")) << filesTable.toStdString();
+
     const QString png = inst.root() + "page.png";
     QProcess shot;
     shot.start(browser,
