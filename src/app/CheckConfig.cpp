@@ -59,8 +59,7 @@ void checkExistence(const TableSet& set, bool isDefault, TableLint& lint)
         if (name.isEmpty() && !isDefault)
             continue;
         if (!QFileInfo(name).isFile())
-            lint.note(
-                name, 0, QStringLiteral("the table %1 names does not exist").arg(kSupportFileFields[i].key));
+            lint.note(name, 0, QStringLiteral("does not exist (named by %1)").arg(kSupportFileFields[i].key));
     }
 }
 

@@ -181,6 +181,8 @@ int runCheckConfig(int argc, char** argv, const CommandLineOptions& options)
         std::fflush(stdout);
         if (result.exitStatus == 2)
             std::fputs("quorvane: the configuration cannot be read\n", stderr);
+        else if (result.problems.isEmpty())
+            std::fputs("quorvane: no problems found\n", stderr);
         else
             std::fprintf(stderr, "quorvane: %lld problem(s) found\n", qlonglong(result.problems.size()));
         return result.exitStatus;

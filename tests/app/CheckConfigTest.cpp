@@ -59,13 +59,15 @@ TEST(CheckConfig, ListsEveryFaultOfABrokenInstallationAndExitsWithOne)
         = inst.writeTable("task-chars.tbl", "\"P\",\"M\",\"S\",\"C\"\r\n\"a\",\"b\",\"ERROR\",\"I\"\r\n");
     inst.appendIni("[I/O PATHS]\r\nKLMXINIFILE = " + inst.root() + "jobs.ini\r\n");
     inst.appendIni("[TASK]\r\nTASKCODE = T1\r\n[SUPPORT FILES]\r\nROUTINEDECLTBL = " + taskRoutines
-        + "\r\nSPECIALCHARTBL = " + taskCharacters + "\r\n[SETTINGS]\r\nCHECKSPECIALCHAR = FALSE\r\n");
+        + "\r\nSPECIALCHARTBL = " + taskCharacters + "\r\nCONVERT2TAGTBL = " + inst.root()
+        + "gone.tbl\r\n[SETTINGS]\r\nCHECKSPECIALCHAR = FALSE\r\n");
 
     const auto result = inst.run({ "--check-config" });
     EXPECT_EQ(result.exitCode, 1) << result.standardError.toStdString();
     const QStringList expected = {
         inst.appFolder() + "/Quorvane.INI: KLMXINIFILE names " + inst.root()
             + "jobs.ini, which does not exist",
+        inst.root() + "gone.tbl: does not exist (named by CONVERT2TAGTBL)",
         routines + ":2: row dropped: a routine before any tag row",
         routines + ":4: unknown routine name NOSUCHROUTINE",
         routines + ":5: row dropped: 2 field(s) where the table has 3",
@@ -89,7 +91,7 @@ TEST(CheckConfig, ListsEveryFaultOfABrokenInstallationAndExitsWithOne)
         taskCharacters + ": the table is never used: CHECKSPECIALCHAR is FALSE",
     };
     EXPECT_EQ(result.standardOutput.split('\n', Qt::SkipEmptyParts), expected);
-    EXPECT_EQ(result.standardError, "quorvane: 17 problem(s) found\n");
+    EXPECT_EQ(result.standardError, "quorvane: 18 problem(s) found\n");
 }
 
 TEST(CheckConfig, AnswersZeroForACleanInstallationAndTwoWithoutAConfiguration)
@@ -100,6 +102,7 @@ TEST(CheckConfig, AnswersZeroForACleanInstallationAndTwoWithoutAConfiguration)
     const auto clean = inst.run({ "--check-config" });
     EXPECT_EQ(clean.exitCode, 0) << clean.standardOutput.toStdString();
     EXPECT_EQ(clean.standardOutput, "");
+    EXPECT_EQ(clean.standardError, "quorvane: no problems found\n");
     // A table used by one task only is used.
     inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n");
     const QString taskRoutines
