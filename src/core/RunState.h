@@ -7,6 +7,7 @@
 #include "core/ReportState.h"
 #include "core/RuleFileCache.h"
 #include "core/SpellingEngine.h"
+#include "core/TableLint.h"
 #include "core/TextValidityState.h"
 #include "core/ToolkitState.h"
 #include "core/ValidationContext.h"
@@ -85,6 +86,8 @@ struct RunState {
     // Seconds an outside program may run before it is stopped; 0 waits for ever.
     int pluginTimeoutSeconds = 0;
     FindingSinks findingSinks; // outputs beside the fixed reports
+    // Set only by the configuration check: loaders tell it what they drop.
+    TableLint* tableLint = nullptr;
 };
 
 inline QStringView RunState::line(int index) const

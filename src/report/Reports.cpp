@@ -331,6 +331,7 @@ void OpenReports(RunState& state)
     report.warningReportPath = state.reportFolder + report.baseName + QStringLiteral(".WRN");
     report.errorReport = createReport(state, partial(report.errorReportPath), EntryKind::Error);
     report.warningReport = createReport(state, partial(report.warningReportPath), EntryKind::Warning);
+    state.findingSinks.fileStarted(headerInputPath(state));
 }
 
 void ReportFinding(RunState& state, const Finding& finding)
@@ -397,6 +398,7 @@ void CloseReports(RunState& state)
         writeErrorViewBlock(state);
     flush(report.programLog.get());
     flush(report.errorViewLog.get());
+    state.findingSinks.fileEnded();
 }
 
 void OpenProgramLogs(RunState& state)

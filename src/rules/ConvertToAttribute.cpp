@@ -12,7 +12,8 @@ bool LoadConvert2AttribTable(RunState& state, TableSet& set)
     if (!TableReading::ReadLines(state, set.file(SupportFile::Convert2AttribTbl), lines))
         return false;
     auto table = std::make_shared<Convert2AttribTable>();
-    for (const QStringList& f : TableReading::RowsOf(lines, 6))
+    for (const QStringList& f :
+        TableReading::RowsOf(state, set.file(SupportFile::Convert2AttribTbl), lines, 6))
         table->rows.append({ f[0], f[1], f[1].toUpper(), f[2], f[2].toUpper(), f[3], f[4], f[5] });
     set.table(SupportFile::Convert2AttribTbl) = std::move(table);
     return true;

@@ -42,6 +42,10 @@ struct TextValidityTable : SupportTable {
 
 // Fills a row from the nine trimmed columns of a table line.
 TextValidityRow ParseTextValidityRow(const QStringList& columns, const xmlClass& xml);
+// Why an operator would not do what its author most likely meant (a
+// comparison the rule does not know falls to the branch that forbids the
+// pattern); empty when it is one the rule knows.
+QString TextValidityOperatorProblem(const QString& operatorText);
 
 bool LoadTextValidityTable(RunState& state, TableSet& set);
 
