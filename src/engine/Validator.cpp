@@ -72,19 +72,21 @@ void updateOpenTags(RunState& state)
     }
 }
 
-void fillContext(RunState& state, const QString& tag, const QString& line, std::int32_t position,
+// Every field is written: the record may hold any older tag's values.
+void fillContext(RunState& state, QString&& tag, const QString& line, std::int32_t position,
     std::int32_t lineStart, std::int32_t lineNumber)
 {
     ValidationContext& context = state.context;
     const xmlClass xml(state.toolkit);
-    context.tagText = tag;
     context.tagName = xml.GetTagName(tag);
+    context.tagType = xml.GetTagType(tag);
+    context.tagText = std::move(tag);
     context.enclosingTag = EnclosingOpenTag(state);
-    context.lineText = line;
+    if (!context.lineText.isSharedWith(line))
+        context.lineText = line;
     context.linePosition = position;
     context.filePosition = position + lineStart;
     context.lineNumber = lineNumber;
-    context.tagType = xml.GetTagType(tag);
 }
 
 void validateLoadedFile(RunState& state, const RuleBook& rules)
@@ -141,14 +143,15 @@ void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std:
     const RoutineDeclTable* table = declarations(state);
     xmlClass xml(state.toolkit);
     std::int32_t counter = 0;
+    bool swapped = false;
     while (counter != -1) {
         ++counter;
-        const QString tag = xml.RetrieveTags(line, counter);
+        QString tag = xml.RetrieveTags(line, counter);
         if (counter == -1 || tag.isEmpty() || tag.contains(QLatin1String("<!"))
             || tag.contains(QLatin1String("<?")))
             continue;
 
-        fillContext(state, tag, line, counter, lineStart, lineNumber);
+        fillContext(state, std::move(tag), line, counter, lineStart, lineNumber);
         if (state.contextElement.isEmpty() && !state.context.tagName.isEmpty()
             && isLetter(state.context.tagName.front()))
             state.contextElement = state.context.tagName;
@@ -165,8 +168,14 @@ void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std:
         updateOpenTags(state);
         if (state.context.tagType == TagKind::Start)
             state.previousStartTag = state.context;
-        state.previousTag = state.context;
+        // The record of this tag becomes the previous tag's; the next tag
+        // fills the other record anew, so swapping spares copying it.
+        std::swap(state.previousTag, state.context);
+        swapped = true;
     }
+    // Between lines the current record is the last tag's again.
+    if (swapped)
+        state.context = state.previousTag;
 }
 
 void ValidateFile(RunState& state, const RuleBook& rules)

@@ -2,6 +2,7 @@
 
 #include <QRegularExpression>
 #include <QStringDecoder>
+#include <algorithm>
 #include <array>
 
 namespace {
@@ -45,11 +46,23 @@ constexpr std::array<char16_t, 32> kHighControlBlock = {
 
 QString DecodeWindows1252(QByteArrayView bytes)
 {
-    QString text(bytes.size(), Qt::Uninitialized);
-    QChar* out = text.data();
-    for (const char c : bytes) {
-        const auto byte = static_cast<unsigned char>(c);
-        *out++ = (byte >= 0x80 && byte <= 0x9F) ? QChar(kHighControlBlock[byte - 0x80]) : QChar(byte);
+    // Latin-1 is right for every byte but 0x80 to 0x9F, and Qt widens it in
+    // wide steps; only the blocks that hold such a byte are gone over again.
+    QString text = QString::fromLatin1(bytes);
+    char16_t* out = reinterpret_cast<char16_t*>(text.data());
+    constexpr qsizetype kBlock = 64;
+    for (qsizetype from = 0; from < bytes.size(); from += kBlock) {
+        const qsizetype to = std::min(from + kBlock, bytes.size());
+        bool high = false;
+        for (qsizetype i = from; i < to; ++i)
+            high |= static_cast<unsigned char>(bytes[i] - '\x80') < 0x20;
+        if (!high)
+            continue;
+        for (qsizetype i = from; i < to; ++i) {
+            const auto byte = static_cast<unsigned char>(bytes[i]);
+            if (byte >= 0x80 && byte <= 0x9F)
+                out[i] = kHighControlBlock[byte - 0x80];
+        }
     }
     return text;
 }

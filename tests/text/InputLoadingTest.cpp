@@ -2,6 +2,7 @@
 
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"
+#include "text/Encoding.h"
 
 #include <QFile>
 #include <gtest/gtest.h>
@@ -42,6 +43,22 @@ TEST_F(InputLoading, AnsiDecodesTheWindows1252HighBlock)
         EXPECT_EQ(text[3 + byte - 0x80].unicode(), expected) << std::hex << byte;
     EXPECT_TRUE(text.endsWith(QStringView(u"\u00E9\u00FF</p>")));
     EXPECT_TRUE(ui.messages.isEmpty());
+}
+
+// Long texts are decoded block by block: a byte decodes the same wherever it
+// stands, at a block's edge or far from any other high byte.
+TEST(DecodeWindows1252, EveryByteAnywhereDecodesAsOnItsOwn)
+{
+    QByteArray bytes;
+    for (int round = 0; round < 7; ++round) {
+        bytes += QByteArray(round * 13, 'a');
+        for (int b = 0; b < 256; ++b)
+            bytes += char((b * 37 + round) % 256);
+    }
+    const QString text = DecodeWindows1252(bytes);
+    ASSERT_EQ(text.size(), bytes.size());
+    for (qsizetype i = 0; i < bytes.size(); ++i)
+        ASSERT_EQ(text[i], DecodeWindows1252(bytes.sliced(i, 1)).front()) << i;
 }
 
 TEST_F(InputLoading, UnreadableFileFailsInsteadOfReadingAsEmpty)
