@@ -14,6 +14,7 @@ struct BatchRequest {
     QString taskCode; // the task-code box, as typed
     QString workPath; // the working-path box: where the reports go
     QString outputPath; // the output-path box
+    int jobs = 0; // files validated side by side; 0: one per core
 };
 
 // Told about the run as it goes, so a window or a terminal can show it.
@@ -60,6 +61,7 @@ struct BatchCommand {
     QString taskCode; // the window's task-code box starts empty
     std::optional<QString> workPath; // none: the configured working path
     std::optional<QString> outputPath; // none: the configured output path
+    int jobs = 0; // --jobs; 0: one per core
 };
 int RunBatchCommand(RunState& state, const BatchCommand& command, BatchObserver& observer);
 
