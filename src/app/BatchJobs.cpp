@@ -475,7 +475,9 @@ QString SequentialBatchReason(const RunState& state, const BatchPlan& plan)
     // one wins, and only one after another says which is later.
     QSet<QString> written;
     for (const PlannedFile& file : plan.files) {
-        for (const QString& path : filesWrittenFor(state, file)) {
+        // A file that writes one path twice does so in its own fixed order.
+        const QStringList paths = filesWrittenFor(state, file);
+        for (const QString& path : QSet<QString>(paths.cbegin(), paths.cend())) {
             if (written.contains(path))
                 return QStringLiteral("two files write ") + path;
             written.insert(path);
