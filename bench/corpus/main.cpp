@@ -1,4 +1,4 @@
-#include "corpus/Corpus.h"
+#include "Corpus.h"
 
 #include <QCoreApplication>
 #include <QDir>

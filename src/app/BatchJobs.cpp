@@ -10,7 +10,6 @@
 #include "report/Reports.h"
 #include "rules/RuleRegistry.h"
 #include "rules/TextValidity.h"
-#include "text/InputLoading.h"
 
 #include <QSet>
 #include <algorithm>
@@ -80,6 +79,8 @@ struct FileOutcome {
     int checkFailures = 0;
     QHash<const void*, std::int32_t> stepNumbers; // rows the file wrote
     std::int32_t firstMatchPosition = kFirstMatchUnwritten;
+    QList<ValidationContext> startedWith; // the open-tag list the file was validated from
+    CarriedTagState handedOn; // what the file hands on to the next one
 };
 
 struct FileJob {
@@ -228,6 +229,8 @@ public:
                 outcome.stepNumbers.insert(step.key(), step.value());
         }
         outcome.firstMatchPosition = state.toolkit.FirstMatchPosition;
+        outcome.startedWith = job.carried.openTags;
+        outcome.handedOn = CarriedTagStateOf(state);
         return outcome;
     }
 
@@ -240,13 +243,23 @@ private:
 // is taken once per file, never while a file is validated.
 class JobBoard {
 public:
-    void post(FileJob job)
+    void post(FileJob job, bool first = false)
     {
         {
             std::lock_guard lock(mutex_);
-            jobs_.push_back(std::move(job));
+            if (first)
+                jobs_.push_front(std::move(job));
+            else
+                jobs_.push_back(std::move(job));
         }
         jobPosted_.notify_one();
+    }
+    // Jobs no worker has taken yet start from the better guess.
+    void rebase(const CarriedTagState& carried)
+    {
+        std::lock_guard lock(mutex_);
+        for (FileJob& job : jobs_)
+            job.carried = carried;
     }
     // The next job, or none when the batch is over for the workers.
     std::optional<FileJob> take()
@@ -346,36 +359,17 @@ void publishOutcome(RunState& state, const PlannedFile& file, FileOutcome& outco
     PublishFileReports(state);
 }
 
-// Follows the tags of the files in batch order, on the main thread, to hand
-// every file the open-tag list and tag contexts the files before it leave.
-class TagPrePass {
-public:
-    explicit TagPrePass(const RunState& main)
-        : state_(operator_)
-        , utf8Input_(main.config.Utf8Input)
-    {
-        SeedCarriedTagState(state_, CarriedTagStateOf(main));
-    }
-    CarriedTagState carried() const { return CarriedTagStateOf(state_); }
-    void follow(const QString& path)
-    {
-        try {
-            state_.wholeText = LoadInputText(operator_, path, utf8Input_);
-        } catch (const std::exception&) {
-            // The file's validation fails the same way and ends the batch
-            // there; no later file is ever published.
-            state_.wholeText.clear();
-        }
-        operator_.calls.clear();
-        FollowTags(state_);
-        state_.toolkit.clearQuotedMarkupNote();
-    }
+bool sameContext(const ValidationContext& a, const ValidationContext& b)
+{
+    return a.tagText == b.tagText && a.tagName == b.tagName && a.enclosingTag == b.enclosingTag
+        && a.tagType == b.tagType && a.filePosition == b.filePosition && a.linePosition == b.linePosition
+        && a.lineNumber == b.lineNumber && a.lineText == b.lineText;
+}
 
-private:
-    WorkerOperator operator_;
-    RunState state_;
-    bool utf8Input_;
-};
+bool sameOpenTags(const QList<ValidationContext>& a, const QList<ValidationContext>& b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), sameContext);
+}
 
 void validateOneAfterAnother(RunState& state, const BatchPlan& plan, BatchObserver& observer)
 {
@@ -386,13 +380,21 @@ void validateOneAfterAnother(RunState& state, const BatchPlan& plan, BatchObserv
     }
 }
 
+// A file validated side by side must start from the open-tag list that the
+// files before it leave, which is known only once the file before it is
+// done. The routines read nothing else that one file hands to the next
+// (whole-file checks look at no tag, and the first tag of a file replaces
+// the tag contexts before any routine runs), so a file is validated on a
+// guess: that it starts where the latest file known starts. The guess is
+// checked when the file's turn comes; a file guessed wrong is validated
+// again from the list it really starts with. Complete documents leave the
+// list as they found it, so a batch of them is never validated twice.
 void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchObserver& observer)
 {
     const int total = static_cast<int>(plan.files.size());
     compileSharedPatterns(state.config.ActiveTableSet);
     const QHash<const void*, std::int32_t> unwrittenSteps = unwrittenStepNumbers(state.config.ActiveTableSet);
     const Configuration config = state.config;
-    TagPrePass prePass(state);
     JobBoard board;
     std::vector<std::unique_ptr<Worker>> workers;
     std::vector<std::thread> threads;
@@ -413,25 +415,29 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
         threads.clear();
     };
 
-    // The pre-pass stays a few files ahead of the files being published, so
-    // the workers never wait for it and the carried lists held are few.
-    const int ahead = 4 * jobs;
+    CarriedTagState known = CarriedTagStateOf(state); // where the next file to publish starts
+    // A few files are handed out ahead of the one to publish, so no worker
+    // waits, but few are validated on a guess that may turn out wrong.
+    const int ahead = 2 * jobs;
     int posted = 0;
     try {
         for (int published = 0; published < total;) {
-            while (posted < total && posted - published < ahead) {
-                board.post({ posted, prePass.carried() });
-                prePass.follow(plan.files[posted].path);
-                ++posted;
-            }
+            for (; posted < total && posted - published < ahead; ++posted)
+                board.post({ posted, known });
             std::optional<FileOutcome> outcome = board.collect(published, std::chrono::milliseconds(50));
             if (!outcome) {
                 // The window stays painted while the workers run.
                 state.ui.processEvents();
                 continue;
             }
+            if (!sameOpenTags(outcome->startedWith, known.openTags)) {
+                board.post({ published, known }, true);
+                continue;
+            }
             observer.fileStarted(published + 1, total, plan.files[published].path);
+            known = outcome->handedOn;
             publishOutcome(state, plan.files[published], *outcome);
+            board.rebase(known);
             ++published;
             state.ui.setProgressRange(0, total);
             state.ui.setProgressValue(published);
@@ -448,7 +454,7 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
         throw;
     }
     stopWorkers();
-    SeedCarriedTagState(state, prePass.carried());
+    SeedCarriedTagState(state, known);
 }
 
 } // namespace

@@ -186,33 +186,6 @@ void SeedCarriedTagState(RunState& state, const CarriedTagState& carried)
     state.previousStartTag = carried.previousStartTag;
 }
 
-// Must follow the tags exactly as ScanLine does: the parallel batch's
-// results depend on it (the batch differential test holds both to it).
-void FollowTags(RunState& state)
-{
-    SplitLines(state);
-    xmlClass xml(state.toolkit);
-    std::int32_t lineStart = 0;
-    for (int i = 0; i < state.lineCount(); ++i) {
-        const QString line = state.line(i).toString();
-        state.toolkit.currentLineNumber = i + 1;
-        std::int32_t counter = 0;
-        while (counter != -1) {
-            ++counter;
-            const QString tag = xml.RetrieveTags(line, counter);
-            if (counter == -1 || tag.isEmpty() || tag.contains(QLatin1String("<!"))
-                || tag.contains(QLatin1String("<?")))
-                continue;
-            fillContext(state, tag, line, counter, lineStart, i + 1);
-            updateOpenTags(state);
-            if (state.context.tagType == TagKind::Start)
-                state.previousStartTag = state.context;
-            state.previousTag = state.context;
-        }
-        lineStart += static_cast<std::int32_t>(line.size()) + 2;
-    }
-}
-
 void ValidateFile(RunState& state, const RuleBook& rules)
 {
     try {

@@ -39,9 +39,3 @@ struct CarriedTagState {
 CarriedTagState CarriedTagStateOf(const RunState& state);
 // Makes the state's driver continue from what an earlier file left behind.
 void SeedCarriedTagState(RunState& state, const CarriedTagState& carried);
-
-// Walks every tag of state.wholeText as the scanner does, but runs no routine:
-// afterwards the carried tag state is what validating the text would leave.
-// A batch finds each file's starting state this way before validating the
-// files side by side.
-void FollowTags(RunState& state);

@@ -1,11 +1,11 @@
 #include "app/BatchJobs.h"
 
+#include "Corpus.h"
 #include "app/BatchRun.h"
 #include "app/modGlobal.h"
 #include "config/ConfigurationFile.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
-#include "corpus/Corpus.h"
 #include "rules/TextValidity.h"
 #include "support/Installation.h"
 #include "support/RecordingOperator.h"
@@ -18,6 +18,7 @@
 namespace {
 
 const QDateTime kFixedTime(QDate(2026, 3, 15), QTime(9, 30, 5));
+constexpr int kGeneratedFiles = 40;
 
 // Files whose state runs on into the next one, beside the generated batch:
 // a section left open whose title comes in the next file (the title's rule
@@ -101,6 +102,8 @@ struct BatchResult {
     QStringList openTags;
     QList<std::int32_t> stepNumbers; // by text-validity row
     std::int64_t errorEntries = 0;
+    QList<int> progress; // the values the operator's progress bar was given
+    int progressMaximum = -1;
 };
 
 // Runs the batch of the installation's input folder in a run state of its
@@ -139,6 +142,8 @@ BatchResult runBatch(
             result.stepNumbers << state.textValidity.stepNumbers.value(&row, row.number);
     }
     result.errorEntries = state.report.runErrorEntries;
+    result.progress = ui.progressValues;
+    result.progressMaximum = ui.progressMaximum;
     return result;
 }
 
@@ -166,7 +171,7 @@ void expectSameRun(const BatchResult& one, const BatchResult& other)
 void writeGeneratedBatch(const Installation& inst)
 {
     // Documents cut across files leave elements open for the next file.
-    for (const Corpus::TreeFile& file : Corpus::Tree(16, 40, 3000, true))
+    for (const Corpus::TreeFile& file : Corpus::Tree(16, kGeneratedFiles, 3000, true))
         inst.writeInput("gen/" + file.path, file.bytes);
     for (const auto& [path, bytes] : kCarryOver)
         inst.writeInput(path, bytes);
@@ -193,6 +198,14 @@ TEST(BatchJobs, SideBySideWritesWhatOneAfterAnotherWritesInBothEditorLayouts)
         EXPECT_TRUE(carried.contains("<title>")) << carried.toStdString();
         EXPECT_FALSE(sequential.openTags.isEmpty());
         EXPECT_GT(sequential.work.size(), 80u);
+
+        // Side by side, the progress bar counts the files done, one by one.
+        const int files = kGeneratedFiles + static_cast<int>(std::size(kCarryOver));
+        EXPECT_EQ(parallel.progressMaximum, files);
+        QList<int> counted;
+        for (int i = 1; i <= files; ++i)
+            counted << i;
+        EXPECT_EQ(parallel.progress, counted);
     }
 }
 
