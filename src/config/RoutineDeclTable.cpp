@@ -17,7 +17,7 @@ void startRow(RunState& state, RoutineDeclTable& table, const QString& tagField)
 {
     RoutineDeclRow row;
     row.tag = isNotApplicable(tagField) ? tagField : xmlClass(state.toolkit).GetTagName(tagField);
-    table.indexText += QLatin1Char('[') + row.tag + QLatin1Char(']');
+    table.index.add(row.tag);
     const int index = static_cast<int>(table.rows.size());
     table.rowsByUpperTag[row.tag.toUpper()].append(index);
     if (table.firstNotApplicableRow < 0 && row.tag.toUpper() == kNotApplicable)

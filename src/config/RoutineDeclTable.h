@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/TableSet.h"
+#include "core/TagNameIndex.h"
 
 #include <QHash>
 #include <QList>
@@ -24,7 +25,7 @@ struct RoutineDeclRow {
 
 // The routine declaration table: which routines run for which element.
 struct RoutineDeclTable : SupportTable {
-    QString indexText; // "[" + tag + "]" for every row, in file order
+    TagNameIndex index; // the tag of every row, in file order
     QList<RoutineDeclRow> rows; // zero-based: the file's first row is rows[0]
 
     // Lookups the scanner makes for every tag, prepared once at load time.

@@ -1,6 +1,7 @@
 #include "engine/RegExp.h"
 
-#include <QElapsedTimer>
+#include <ctime>
+#include <mutex>
 
 #define PCRE2_CODE_UNIT_WIDTH 16
 #include <algorithm>
@@ -564,6 +565,67 @@ struct MatchDataDeleter {
 };
 using MatchData = std::unique_ptr<pcre2_match_data, MatchDataDeleter>;
 
+// Match data is made once per thread and nesting depth and reused by every
+// search, so that a search costs no allocation. A visitor may search again
+// (with another expression) while its own search is under way: that inner
+// search takes the next slot, and the outer one reads nothing of its slot
+// after the visitor has run.
+class MatchDataPool {
+public:
+    class Lease {
+    public:
+        Lease(MatchDataPool& pool, int pairs)
+            : pool_(pool)
+        {
+            const std::size_t depth = pool_.depth_++;
+            if (pool_.slots_.size() <= depth)
+                pool_.slots_.emplace_back();
+            Slot& slot = pool_.slots_[depth];
+            if (slot.pairs < pairs) {
+                slot.data.reset(pcre2_match_data_create(std::uint32_t(pairs), nullptr));
+                slot.pairs = slot.data ? pairs : 0;
+            }
+            if (!slot.data) {
+                --pool_.depth_;
+                throw PatternError("Not enough memory for regular-expression matching");
+            }
+            data_ = slot.data.get();
+        }
+        Lease(const Lease&) = delete;
+        Lease& operator=(const Lease&) = delete;
+        ~Lease() { --pool_.depth_; }
+        pcre2_match_data* get() const { return data_; }
+
+    private:
+        MatchDataPool& pool_;
+        pcre2_match_data* data_ = nullptr;
+    };
+
+private:
+    struct Slot {
+        MatchData data;
+        int pairs = 0;
+    };
+    std::vector<Slot> slots_;
+    std::size_t depth_ = 0;
+};
+
+MatchDataPool& matchDataPool()
+{
+    thread_local MatchDataPool pool;
+    return pool;
+}
+
+// The monotonic clock at its coarse resolution (a few milliseconds): plenty
+// for a budget of seconds, and far cheaper to read between the calls of a
+// search with many matches.
+qint64 coarseMilliseconds()
+{
+    timespec now {};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return qint64(now.tv_sec) * 1000 + now.tv_nsec / 1'000'000;
+}
+
 // Expands one "$" token of a replacement at position i (which holds "$");
 // returns how many characters of the replacement it used.
 qsizetype expandToken(
@@ -636,24 +698,67 @@ RegExp::RegExp(QString pattern, bool global, bool ignoreCase)
 {
 }
 
+RegExp::RegExp(const RegExp& other)
+    : pattern_(other.pattern_)
+    , searchBudgetMs_(other.searchBudgetMs_)
+    , global_(other.global_)
+    , ignoreCase_(other.ignoreCase_)
+{
+    // Only a published compiled form is taken over; it never changes again.
+    if (const CompiledPattern* ready = other.ready_.load(std::memory_order_acquire)) {
+        compiled_ = other.compiled_;
+        ready_.store(ready, std::memory_order_relaxed);
+    }
+}
+
+RegExp& RegExp::operator=(const RegExp& other)
+{
+    if (this != &other) {
+        RegExp copy(other);
+        pattern_ = std::move(copy.pattern_);
+        searchBudgetMs_ = copy.searchBudgetMs_;
+        global_ = copy.global_;
+        ignoreCase_ = copy.ignoreCase_;
+        compiled_ = std::move(copy.compiled_);
+        ready_.store(copy.ready_.load(std::memory_order_relaxed), std::memory_order_relaxed);
+    }
+    return *this;
+}
+
+void RegExp::forget()
+{
+    compiled_.reset();
+    ready_.store(nullptr, std::memory_order_relaxed);
+}
+
 void RegExp::setPattern(QString pattern)
 {
     pattern_ = std::move(pattern);
-    compiled_.reset();
+    forget();
 }
 
 void RegExp::setIgnoreCase(bool ignoreCase)
 {
     if (ignoreCase != ignoreCase_)
-        compiled_.reset();
+        forget();
     ignoreCase_ = ignoreCase;
 }
 
 const CompiledPattern& RegExp::compiled() const
 {
-    if (!compiled_)
-        compiled_ = patternCache().get(pattern_, ignoreCase_);
-    return *compiled_;
+    if (const CompiledPattern* ready = ready_.load(std::memory_order_acquire))
+        return *ready;
+    // Tables share their expressions between the threads of a batch. The
+    // first search of an expression publishes its compiled form once; every
+    // later one reads it with a single load.
+    auto fresh = patternCache().get(pattern_, ignoreCase_);
+    static std::mutex publishing;
+    const std::lock_guard lock(publishing);
+    if (!ready_.load(std::memory_order_relaxed)) {
+        compiled_ = std::move(fresh);
+        ready_.store(compiled_.get(), std::memory_order_release);
+    }
+    return *ready_.load(std::memory_order_relaxed);
 }
 
 int RegExp::captureCount() const
@@ -661,24 +766,29 @@ int RegExp::captureCount() const
     return compiled().captureCount;
 }
 
+// Calls visit(offsets) for the first match, or for every match when `all` is
+// on. The offsets are PCRE2's output vector: they are valid only during the
+// call, so a visitor copies what it keeps.
 template <typename Visitor> void RegExp::forEachMatch(QStringView text, bool all, Visitor&& visit) const
 {
     const CompiledPattern& pattern = compiled();
     pcre2_match_context* context = matchContext();
-    MatchData data(pcre2_match_data_create_from_pattern(pattern.code, nullptr));
-    if (!data)
-        throw PatternError("Not enough memory for regular-expression matching");
+    const MatchDataPool::Lease data(matchDataPool(), pattern.captureCount + 1);
     static const char16_t empty[1] = {};
     const auto* subject = reinterpret_cast<PCRE2_SPTR>(text.utf16() ? text.utf16() : empty);
     PCRE2_SIZE start = 0;
     // The match limit bounds one call; a search is many calls, each of which
     // may stay just under it. The whole search gets a time budget that grows
-    // with the text, far above what any sound pattern needs.
-    QElapsedTimer searching;
-    searching.start();
+    // with the text, far above what any sound pattern needs. The clock is
+    // first read after the first match, so a search that finds nothing or
+    // stops at its first match never reads it.
     const qint64 budgetMs = searchBudgetMs_ + text.size() / 1000; // + 1 s per million code units
+    qint64 startedMs = -1;
     while (start <= PCRE2_SIZE(text.size())) {
-        if (searching.elapsed() > budgetMs) {
+        if (startedMs < 0) {
+            if (start > 0)
+                startedMs = coarseMilliseconds();
+        } else if (coarseMilliseconds() - startedMs > budgetMs) {
             const QString reason
                 = QStringLiteral("Regular expression \"%1\" failed: the search took longer than "
                                  "%2 ms")
@@ -695,30 +805,41 @@ template <typename Visitor> void RegExp::forEachMatch(QStringView text, bool all
             throw PatternError(reason.toStdString());
         }
         const PCRE2_SIZE* offsets = pcre2_get_ovector_pointer(data.get());
-        visit(matchFromOffsets(text, offsets, pattern.captureCount));
+        // An empty match would be found again at the same place: move on by one code unit.
+        const PCRE2_SIZE next = offsets[1] == offsets[0] ? offsets[1] + 1 : offsets[1];
+        visit(offsets, pattern.captureCount);
         if (!all)
             return;
-        // An empty match would be found again at the same place: move on by one code unit.
-        start = offsets[1] == offsets[0] ? offsets[1] + 1 : offsets[1];
+        start = next;
     }
 }
 
 bool RegExp::test(QStringView text) const
 {
     bool found = false;
-    forEachMatch(text, false, [&](RegExpMatch&&) { found = true; });
+    forEachMatch(text, false, [&](const PCRE2_SIZE*, int) { found = true; });
     return found;
+}
+
+qsizetype RegExp::countMatches(QStringView text) const
+{
+    qsizetype count = 0;
+    forEachMatch(text, true, [&](const PCRE2_SIZE*, int) { ++count; });
+    return count;
 }
 
 void RegExp::visitMatches(QStringView text, const std::function<void(const RegExpMatch&)>& visit) const
 {
-    forEachMatch(text, global_, [&](RegExpMatch&& match) { visit(match); });
+    forEachMatch(text, global_,
+        [&](const PCRE2_SIZE* offsets, int groups) { visit(matchFromOffsets(text, offsets, groups)); });
 }
 
 QList<RegExpMatch> RegExp::execute(QStringView text) const
 {
     QList<RegExpMatch> matches;
-    forEachMatch(text, global_, [&](RegExpMatch&& match) { matches.append(std::move(match)); });
+    forEachMatch(text, global_, [&](const PCRE2_SIZE* offsets, int groups) {
+        matches.append(matchFromOffsets(text, offsets, groups));
+    });
     return matches;
 }
 
@@ -726,7 +847,8 @@ QString RegExp::replace(QStringView text, QStringView replacement) const
 {
     QString result;
     qsizetype copiedUpTo = 0;
-    forEachMatch(text, global_, [&](RegExpMatch&& match) {
+    forEachMatch(text, global_, [&](const PCRE2_SIZE* offsets, int groups) {
+        const RegExpMatch match = matchFromOffsets(text, offsets, groups);
         result += text.sliced(copiedUpTo, match.index - copiedUpTo);
         for (qsizetype i = 0; i < replacement.size();) {
             if (replacement[i] == u'$') {

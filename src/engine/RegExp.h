@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 #include <QStringView>
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <stdexcept>
@@ -35,6 +36,8 @@ class RegExp {
 public:
     RegExp() = default;
     explicit RegExp(QString pattern, bool global = false, bool ignoreCase = false);
+    RegExp(const RegExp& other);
+    RegExp& operator=(const RegExp& other);
 
     const QString& pattern() const { return pattern_; }
     void setPattern(QString pattern);
@@ -45,6 +48,8 @@ public:
 
     // Whether the pattern occurs anywhere in the text (global plays no part).
     bool test(QStringView text) const;
+    // How many matches a global search finds, whatever the global switch says.
+    qsizetype countMatches(QStringView text) const;
     // The first match, or every match left to right when global is on.
     QList<RegExpMatch> execute(QStringView text) const;
     // Replaces the first match (every match when global is on). The
@@ -63,10 +68,14 @@ public:
 private:
     template <typename Visitor> void forEachMatch(QStringView text, bool all, Visitor&& visit) const;
     const CompiledPattern& compiled() const;
+    void forget(); // drops the compiled form after a change of pattern or case
 
     QString pattern_;
     qint64 searchBudgetMs_ = 10'000;
     bool global_ = false;
     bool ignoreCase_ = false;
+    // Set once, on the first search; expressions in shared tables are
+    // searched from several threads, which read ready_ alone.
     mutable std::shared_ptr<const CompiledPattern> compiled_;
+    mutable std::atomic<const CompiledPattern*> ready_ { nullptr };
 };

@@ -32,9 +32,8 @@ void runWholeFileChecks(RunState& state, const RuleBook& rules)
 // tag included.
 void followRowStack(RunState& state, const RoutineDeclTable& table)
 {
-    const QString name = state.context.tagName;
-    const QString bracketed = QLatin1Char('[') + name + QLatin1Char(']');
-    if (!table.indexText.contains(bracketed, Qt::CaseInsensitive))
+    const QString& name = state.context.tagName;
+    if (!table.index.holds(name))
         return;
     if (state.context.tagType == TagKind::Start) {
         const auto rows = table.rowsByUpperTag.constFind(name.toUpper());
@@ -155,8 +154,8 @@ void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std:
             state.contextElement = state.context.tagName;
 
         if (table) {
-            if (table->firstNotApplicableRow >= 0
-                && table->indexText.contains(QLatin1String("[N/A]"), Qt::CaseInsensitive))
+            // A row tagged "N/A" (any case) runs for every tag.
+            if (table->firstNotApplicableRow >= 0)
                 DispatchRow(state, table->firstNotApplicableRow + 1, rules);
             followRowStack(state, *table);
             if (state.currentRow != 0)

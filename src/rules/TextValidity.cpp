@@ -76,35 +76,12 @@ bool LoadTextValidityTable(RunState& state, TableSet& set)
         if (columns.size() != 9)
             continue;
         TextValidityRow row = ParseTextValidityRow(columns, xml);
-        table->addToIndex(row.tag);
+        table->index.add(row.tag);
         table->rowsByTag[row.tag].append(int(table->rows.size()));
         table->rows.append(std::move(row));
     }
     set.table(SupportFile::TextValidityTbl) = std::move(table);
     return true;
-}
-
-namespace {
-
-bool hasSquareBracket(const QString& text)
-{
-    return text.contains(u'[') || text.contains(u']');
-}
-
-} // namespace
-
-void TextValidityTable::addToIndex(const QString& tag)
-{
-    indexText += u'[' + tag + u']';
-    foldedTags_.insert(tag.toCaseFolded());
-    bracketsInTags_ = bracketsInTags_ || hasSquareBracket(tag);
-}
-
-bool TextValidityTable::indexHolds(const QString& name) const
-{
-    if (bracketsInTags_ || hasSquareBracket(name))
-        return indexText.contains(u'[' + name + u']', Qt::CaseInsensitive);
-    return foldedTags_.contains(name.toCaseFolded());
 }
 
 // --- Numbers and comparisons -------------------------------------------------
@@ -546,7 +523,7 @@ void ApplyTextValidityRow(RunState& state, const TextValidityRow& row, ElementCo
     const auto found = [&] { return SearchPattern(values, placed.text); };
     const QString& op = row.operatorText;
     if (isCountOperator(op)) {
-        if (!CompareBy(op, double(SearchMatches(values, placed.text).size()), row.number).value())
+        if (!CompareBy(op, double(values.countMatches(placed.text)), row.number).value())
             reportAtTag(state, row, state.context.linePosition);
     } else if (op == u"!dup") {
         const PatternSearchResult result = found();
@@ -637,9 +614,9 @@ void TEXTVALIDITY(RunState& state)
 {
     const auto* table = state.config.ActiveTableSet.loaded<TextValidityTable>(SupportFile::TextValidityTbl);
     const ValidationContext& context = state.context;
-    if (!table || table->indexText.isEmpty() || context.tagType != TagKind::Start)
+    if (!table || table->index.isEmpty() || context.tagType != TagKind::Start)
         return;
-    if (!table->indexHolds(context.tagName))
+    if (!table->index.holds(context.tagName))
         return;
     // The index ignores letter case, the rows do not.
     const auto rows = table->rowsByTag.constFind(context.tagName);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/TableSet.h"
+#include "core/TagNameIndex.h"
 #include "engine/RegExp.h"
 
 #include <QHash>
@@ -35,18 +36,8 @@ struct TextValidityRow {
 
 struct TextValidityTable : SupportTable {
     QList<TextValidityRow> rows; // in file order
-    QString indexText; // "[" + tag + "]" for every row, in file order
+    TagNameIndex index; // the tag of every row, in file order
     QHash<QString, QList<int>> rowsByTag; // exact tag to its row indexes, ascending
-
-    // Whether "[" + name + "]" occurs in the index text, letter case aside.
-    bool indexHolds(const QString& name) const;
-    void addToIndex(const QString& tag);
-
-private:
-    // The index as a set, for the usual tags without square brackets, where
-    // a hit in the text can only be one whole bracketed tag.
-    QSet<QString> foldedTags_;
-    bool bracketsInTags_ = false;
 };
 
 // Fills a row from the nine trimmed columns of a table line.

