@@ -88,25 +88,6 @@ struct FileJob {
     CarriedTagState carried;
 };
 
-// The text-validity rows compile their patterns on first use and keep them
-// in the shared table; compiled here, on one thread, the workers only read
-// them. A pattern that does not compile stays uncompiled and fails where the
-// row is used, as it would one file after another.
-void compileSharedPatterns(const TableSet& set)
-{
-    const auto* table = set.loaded<TextValidityTable>(SupportFile::TextValidityTbl);
-    if (!table)
-        return;
-    for (const TextValidityRow& row : table->rows) {
-        for (const RegExp* expression : { &row.conditionExpression, &row.valueExpression }) {
-            try {
-                expression->captureCount();
-            } catch (const std::exception&) {
-            }
-        }
-    }
-}
-
 // A signed-step row carries the first value of the last element it checked
 // from file to file, but no finding ever reads that number back: whatever a
 // file starts with, its findings are the same. Each file therefore starts
@@ -392,7 +373,6 @@ void validateOneAfterAnother(RunState& state, const BatchPlan& plan, BatchObserv
 void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchObserver& observer)
 {
     const int total = static_cast<int>(plan.files.size());
-    compileSharedPatterns(state.config.ActiveTableSet);
     const QHash<const void*, std::int32_t> unwrittenSteps = unwrittenStepNumbers(state.config.ActiveTableSet);
     const Configuration config = state.config;
     JobBoard board;
