@@ -169,7 +169,9 @@ public:
         state.inputFileName = InputFileNameOf(file.path);
         state.reportFolder = file.reportFolder;
         state.outputFolder = file.outputFolder;
-        SeedCarriedTagState(state, job.carried);
+        // The tag contexts are replaced at the file's first tag before any
+        // routine reads them; left empty, they tell whether the file had a tag.
+        SeedCarriedTagState(state, { job.carried.openTags, {}, {}, {} });
         state.textValidity.stepNumbers = unwrittenSteps;
         state.toolkit.FirstMatchPosition = kFirstMatchUnwritten;
         state.report.runErrorEntries = 0;
@@ -340,6 +342,19 @@ void publishOutcome(RunState& state, const PlannedFile& file, FileOutcome& outco
     PublishFileReports(state);
 }
 
+// What a file hands on, given where it started: a file without tags leaves
+// the tag contexts it was given.
+CarriedTagState handedOn(const CarriedTagState& start, CarriedTagState end)
+{
+    if (end.previousTag.tagType == TagKind::None) {
+        end.context = start.context;
+        end.previousTag = start.previousTag;
+    }
+    if (end.previousStartTag.tagType == TagKind::None)
+        end.previousStartTag = start.previousStartTag;
+    return end;
+}
+
 bool sameContext(const ValidationContext& a, const ValidationContext& b)
 {
     return a.tagText == b.tagText && a.tagName == b.tagName && a.enclosingTag == b.enclosingTag
@@ -415,7 +430,7 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
                 continue;
             }
             observer.fileStarted(published + 1, total, plan.files[published].path);
-            known = outcome->handedOn;
+            known = handedOn(known, outcome->handedOn);
             publishOutcome(state, plan.files[published], *outcome);
             board.rebase(known);
             ++published;

@@ -24,6 +24,8 @@ public:
     // The inputs are taken and the program logs are open: lock the inputs.
     virtual void batchStarted() { }
     // number counts from 1; total is every file the batch found to validate.
+    // Files are told in batch order; validated side by side, a file is told
+    // when it is done.
     virtual void fileStarted(int number, int total, const QString& inputPath) { }
     // After the last file and the final message, or after a failure.
     virtual void batchFinished() { }

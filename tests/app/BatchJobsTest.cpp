@@ -35,6 +35,7 @@ const std::pair<const char*, QByteArray> kCarryOver[] = {
     { "carry/c.xml", "<p>Still in the section,\r\nand again.</p>\r\n</sec>\r\n</body>\r\n</article>\r\n" },
     { "carry/d.xml", "<p>Outside any section,\r\nnow.</p>\r\n" },
     { "last/z.xml", "<sec id=\"z\">\r\n<p>Left open at the end.</p>\r\n" },
+    { "last/zz.xml", "A last file without a tag.\r\n" },
 };
 
 // The sample installation's tables and settings in a temporary installation,
@@ -100,6 +101,7 @@ struct BatchResult {
     QStringList messages;
     QStringList diagnostics;
     QStringList openTags;
+    QStringList lastTags; // the last tag and the last start tag the run saw
     QList<std::int32_t> stepNumbers; // by text-validity row
     std::int64_t errorEntries = 0;
     QList<int> progress; // the values the operator's progress bar was given
@@ -136,6 +138,9 @@ BatchResult runBatch(
     for (const ValidationContext& open : state.openTags)
         result.openTags
             << QStringLiteral("%1 %2:%3").arg(open.tagText).arg(open.lineNumber).arg(open.filePosition);
+    for (const ValidationContext* last : { &state.previousTag, &state.previousStartTag, &state.context })
+        result.lastTags
+            << QStringLiteral("%1 %2:%3").arg(last->tagText).arg(last->lineNumber).arg(last->filePosition);
     if (const auto* table
         = state.config.ActiveTableSet.loaded<TextValidityTable>(SupportFile::TextValidityTbl)) {
         for (const TextValidityRow& row : table->rows)
@@ -164,6 +169,7 @@ void expectSameRun(const BatchResult& one, const BatchResult& other)
     EXPECT_EQ(one.messages, other.messages);
     EXPECT_EQ(one.diagnostics, other.diagnostics);
     EXPECT_EQ(one.openTags, other.openTags);
+    EXPECT_EQ(one.lastTags, other.lastTags);
     EXPECT_EQ(one.stepNumbers, other.stepNumbers);
     EXPECT_EQ(one.errorEntries, other.errorEntries);
 }
