@@ -50,6 +50,14 @@ public:
     std::vector<OperatorCall> calls;
 };
 
+// Keeps a worker's findings for the run's own sinks, which hear them on the
+// main thread, file after file.
+class KeptFindings : public FindingSink {
+public:
+    void onFinding(const Finding& finding) override { findings.push_back(finding); }
+    std::vector<Finding> findings;
+};
+
 // The signed-step number of a row that the file has not written. Values are
 // read from text as 32-bit numbers; this one stands for "not written" only.
 constexpr std::int32_t kStepUnwritten = std::numeric_limits<std::int32_t>::min();
@@ -81,6 +89,7 @@ struct FileOutcome {
     std::int32_t firstMatchPosition = kFirstMatchUnwritten;
     QList<ValidationContext> startedWith; // the open-tag list the file was validated from
     CarriedTagState handedOn; // what the file hands on to the next one
+    std::vector<Finding> findings; // kept only when the run has sinks of its own
 };
 
 struct FileJob {
@@ -150,6 +159,8 @@ public:
         state_.pluginTimeoutSeconds = main.pluginTimeoutSeconds;
         state_.report.now = main.report.now;
         state_.spelling.startAnother = main.spelling.startAnother;
+        if (!main.findingSinks.empty())
+            state_.findingSinks.subscribe(kept_);
     }
 
     // Runs on the worker's thread, so that the engines start side by side too.
@@ -214,11 +225,14 @@ public:
         outcome.firstMatchPosition = state.toolkit.FirstMatchPosition;
         outcome.startedWith = job.carried.openTags;
         outcome.handedOn = CarriedTagStateOf(state);
+        outcome.findings = std::move(kept_.findings);
+        kept_.findings.clear();
         return outcome;
     }
 
 private:
     WorkerOperator operator_;
+    KeptFindings kept_;
     RunState state_;
 };
 
@@ -320,6 +334,8 @@ void publishOutcome(RunState& state, const PlannedFile& file, FileOutcome& outco
     report.fileEnded = outcome.ended;
     if (outcome.reportsOpened)
         WriteFileStartToProgramLog(state);
+    for (const Finding& finding : outcome.findings)
+        state.findingSinks.publish(finding);
     for (const OperatorCall& call : outcome.calls) {
         if (call.isMessageBox)
             state.ui.messageBox(call.text, call.title, call.icon);

@@ -9,6 +9,7 @@
 #include "rules/TextValidity.h"
 #include "support/Installation.h"
 #include "support/RecordingOperator.h"
+#include "support/RecordingSink.h"
 
 #include <QDirIterator>
 #include <QFile>
@@ -100,6 +101,7 @@ struct BatchResult {
     std::map<QString, QByteArray> output;
     QStringList messages;
     QStringList diagnostics;
+    QStringList findings; // as the run's own sinks heard them
     QStringList openTags;
     QStringList lastTags; // the last tag and the last start tag the run saw
     QList<std::int32_t> stepNumbers; // by text-validity row
@@ -116,6 +118,8 @@ BatchResult runBatch(
     RecordingOperator ui;
     RunState state(ui);
     startUp(inst, state, ui);
+    RecordingSink sink;
+    state.findingSinks.subscribe(sink);
     const QString work = inst.root() + name + "-work/";
     const QString output = inst.root() + name + "-output/";
     QDir().mkpath(work); // the boxes name folders that exist
@@ -135,6 +139,7 @@ BatchResult runBatch(
     for (const RecordedMessage& message : ui.messages)
         result.messages << QString(message.title + ": " + message.text).replace(work, "WORK/");
     result.diagnostics = ui.diagnostics;
+    result.findings = sink.entries();
     for (const ValidationContext& open : state.openTags)
         result.openTags
             << QStringLiteral("%1 %2:%3").arg(open.tagText).arg(open.lineNumber).arg(open.filePosition);
@@ -168,6 +173,7 @@ void expectSameRun(const BatchResult& one, const BatchResult& other)
     expectSameBytes(one.output, other.output);
     EXPECT_EQ(one.messages, other.messages);
     EXPECT_EQ(one.diagnostics, other.diagnostics);
+    EXPECT_EQ(one.findings, other.findings);
     EXPECT_EQ(one.openTags, other.openTags);
     EXPECT_EQ(one.lastTags, other.lastTags);
     EXPECT_EQ(one.stepNumbers, other.stepNumbers);
@@ -204,6 +210,7 @@ TEST(BatchJobs, SideBySideWritesWhatOneAfterAnotherWritesInBothEditorLayouts)
         EXPECT_TRUE(carried.contains("<title>")) << carried.toStdString();
         EXPECT_FALSE(sequential.openTags.isEmpty());
         EXPECT_GT(sequential.work.size(), 80u);
+        EXPECT_GT(sequential.findings.size(), 20);
 
         // Side by side, the progress bar counts the files done, one by one.
         const int files = kGeneratedFiles + static_cast<int>(std::size(kCarryOver));
