@@ -70,6 +70,7 @@ struct FileOutcome {
     std::vector<OperatorCall> calls;
     std::exception_ptr failure;
     bool reportsOpened = false; // OpenReports began: the program log names the file
+    bool reportsCreated = false; // OpenReports ended: the sinks heard of the file
     QString inputPath;
     QString inputFileName;
     QString baseName;
@@ -193,6 +194,7 @@ public:
         try {
             RefuseInputThatIsItsOwnReport(state);
             OpenReports(state);
+            outcome.reportsCreated = true;
             ValidateFile(state, Rules());
             CompleteFileReports(state);
         } catch (...) {
@@ -334,6 +336,9 @@ void publishOutcome(RunState& state, const PlannedFile& file, FileOutcome& outco
     report.fileEnded = outcome.ended;
     if (outcome.reportsOpened)
         WriteFileStartToProgramLog(state);
+    // The sinks hear the file as one block, from its start to its end.
+    if (outcome.reportsCreated)
+        state.findingSinks.fileStarted(file.path);
     for (const Finding& finding : outcome.findings)
         state.findingSinks.publish(finding);
     for (const OperatorCall& call : outcome.calls) {

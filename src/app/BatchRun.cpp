@@ -165,6 +165,7 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     state.report.runErrorEntries = 0;
     state.checkFailures = 0;
     observer.batchStarted();
+    state.findingSinks.runStarted(state.taskCode, state.report.now());
     OpenProgramLogs(state);
     const QString inputFolder = WithTrailingSlash(request.inputFolder);
     state.parentFolderPart = batchParentFolderPart(inputFolder);
@@ -176,11 +177,14 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
         ValidatePlannedFiles(state, plan, request.jobs > 0 ? request.jobs : DefaultBatchJobs(), observer);
     } catch (const RunAborted&) {
         CloseProgramLogs(state);
+        state.findingSinks.runEnded(state.report.now(), false);
         observer.batchFinished();
         throw;
     }
     ReportImagesWithoutCallout(state);
     CloseProgramLogs(state);
+    // Before the final box: the outputs are there when the operator reads it.
+    state.findingSinks.runEnded(state.report.now(), true);
     state.ui.messageBox(QStringLiteral("Finish Processing! Please view the log file/s in ") + config.WorkPath,
         QStringLiteral("Complete Process"), MessageIcon::Information);
     observer.batchFinished();

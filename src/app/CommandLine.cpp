@@ -33,6 +33,35 @@ bool readBatchOption(const QStringList& arguments, qsizetype& i, CommandLineOpti
     return false;
 }
 
+// The outputs beside the reports, as "--name FILE" or "--name=FILE".
+bool readOutputOption(const QStringList& arguments, qsizetype& i, CommandLineOptions& options)
+{
+    const struct {
+        QLatin1StringView name;
+        QString CommandLineOptions::*field;
+    } outputOptions[] = {
+        { QLatin1StringView("--json"), &CommandLineOptions::jsonPath },
+        { QLatin1StringView("--sarif"), &CommandLineOptions::sarifPath },
+        { QLatin1StringView("--html"), &CommandLineOptions::htmlPath },
+    };
+    const QString& argument = arguments[i];
+    for (const auto& option : outputOptions) {
+        QString value;
+        if (argument == option.name) {
+            value = ++i < arguments.size() ? arguments[i] : QString();
+        } else if (argument.startsWith(option.name + QLatin1Char('='))) {
+            value = argument.mid(option.name.size() + 1);
+        } else {
+            continue;
+        }
+        if (value.isEmpty())
+            options.error = QStringLiteral("%1 needs a file").arg(option.name);
+        options.*option.field = value;
+        return true;
+    }
+    return false;
+}
+
 // With --batch the remaining arguments are entries of the folder; the
 // batch's boxes mean nothing to a single-file run.
 void finishBatchOptions(CommandLineOptions& options, const QStringList& rest)
@@ -99,7 +128,9 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
             options.task = arguments[i];
         } else if (argument.startsWith(QLatin1String("--task="))) {
             options.task = argument.mid(7);
-        } else if (readBatchOption(arguments, i, options)) {
+        } else if (argument == QLatin1String("--check-config")) {
+            options.checkConfig = true;
+        } else if (readBatchOption(arguments, i, options) || readOutputOption(arguments, i, options)) {
             if (!options.error.isEmpty())
                 return options;
         } else {
@@ -108,6 +139,13 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
         }
     }
     options.commandLine = rest.join(QLatin1Char(' '));
+    // The check validates no input: an argument would be silently ignored.
+    if (options.checkConfig && (!rest.isEmpty() || options.batchFolder)) {
+        options.error = QStringLiteral("--check-config takes no input; give only --task CODE with it");
+        return options;
+    }
+    if (options.checkConfig)
+        return options;
     finishBatchOptions(options, rest);
     if (!options.task.isEmpty() && !options.commandLine.isEmpty()) {
         // Two task codes for one file would leave the user guessing which one ran.
@@ -126,7 +164,8 @@ QString batchHelpText()
     return QStringLiteral("\n"
                           "Batch (what the batch window's PROCESS does, without a window):\n"
                           "  quorvane [--app-dir DIR] --batch FOLDER [--task CODE] [--work DIR]\n"
-                          "           [--output DIR] [--jobs N] [ENTRY...]\n"
+                          "           [--output DIR] [--jobs N] [--json FILE] [--sarif FILE]\n"
+                          "           [--html FILE] [ENTRY...]\n"
                           "  --batch FOLDER  validate the ENTRYs of FOLDER: its files when INPUTTYPE is\n"
                           "                  FILES, else its subfolders with everything below them;\n"
                           "                  no ENTRY takes every entry; implies --headless\n"
@@ -143,7 +182,8 @@ QString CommandLineHelpText()
 {
     return QStringLiteral(
                "Usage: quorvane [--app-dir DIR] [--headless] [--task CODE] [--plugin-timeout SECONDS]\n"
-               "                [--] [INPUT[|TASK]]\n"
+               "                [--json FILE] [--sarif FILE] [--html FILE] [--] [INPUT[|TASK]]\n"
+               "       quorvane [--app-dir DIR] --check-config [--task CODE]\n"
                "\n"
                "Validates tagged text against the rules configured in Quorvane.INI.\n"
                "\n"
@@ -157,6 +197,13 @@ QString CommandLineHelpText()
                "  --task CODE    the task code, as after \"|\" in INPUT|TASK\n"
                "  --plugin-timeout SECONDS\n"
                "                 stop an outside program that runs longer (default: wait)\n"
+               "  --json FILE    also write the run's findings as one JSON document\n"
+               "  --sarif FILE   also write them as a SARIF 2.1.0 log, for code review and CI\n"
+               "  --html FILE    also write a summary page for a browser (files, counts,\n"
+               "                 findings per routine); all three apply to batches too\n"
+               "  --check-config list the table lines the loaders drop and the tables no run\n"
+               "                 uses, as FILE:LINE: message, for the default set and each\n"
+               "                 task (or --task CODE); exit 0 clean, 1 problems, 2 unreadable\n"
                "  --headless     no window; messages go to standard error\n"
                "                 (implied when neither DISPLAY nor WAYLAND_DISPLAY is set)\n"
                "  --help         show this text\n"

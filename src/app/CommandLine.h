@@ -16,6 +16,13 @@ struct CommandLineOptions {
     QString commandLine; // the remaining arguments joined with single blanks (+ "|" + task)
     QString error; // not empty when the options could not be read
 
+    // Machine-readable findings of the run, beside the fixed reports; empty
+    // asks for none. They apply to every run of the process.
+    QString jsonPath; // --json FILE
+    QString sarifPath; // --sarif FILE
+    QString htmlPath; // --html FILE
+    bool checkConfig = false; // --check-config: lint the installation, validate nothing
+
     // The headless batch: --batch FOLDER, the remaining arguments its ENTRYs;
     // --task fills its task-code box.
     std::optional<QString> batchFolder;

@@ -104,12 +104,14 @@ int RunSingleFile(RunState& state)
         return ValidateSingleFile(state);
     } catch (const RunAborted&) {
         DiscardReports(state);
+        state.findingSinks.runEnded(state.report.now(), false);
         throw;
     }
 }
 
 int ValidateSingleFile(RunState& state)
 {
+    state.findingSinks.runStarted(state.taskCode, state.report.now());
     SelectTaskTableSet(state, state.taskCode);
     RefuseInputThatIsItsOwnReport(state);
     RunBeforePrograms(state);
@@ -122,6 +124,7 @@ int ValidateSingleFile(RunState& state)
     // The run's image list was filled while the file was validated.
     ReportImagesWithoutCallout(state);
     CloseProgramLogs(state);
+    state.findingSinks.runEnded(state.report.now(), true);
     RemoveRunTempFolder(state);
     return ExitStatusOf(state);
 }

@@ -1,4 +1,5 @@
 #include "app/BatchRun.h"
+#include "app/CheckConfig.h"
 #include "app/CommandLine.h"
 #include "app/HeadlessOperator.h"
 #include "app/SingleFileRun.h"
@@ -9,11 +10,13 @@
 #include "core/MoveFiles.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
+#include "report/FindingOutputs.h"
 
 #include <QApplication>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -164,6 +167,59 @@ int runWindowed(RunState& state, RunMode mode, WindowOperator& windowOperator)
     return status;
 }
 
+// The lint of --check-config: problems on standard output, one a line, so
+// scripts can read them; a one-line verdict on standard error.
+int runCheckConfig(int argc, char** argv, const CommandLineOptions& options)
+{
+    QCoreApplication application(argc, argv);
+    HeadlessOperator ui;
+    RunState state(ui);
+    state.config.ApplicationPath = applicationFolder(options);
+    try {
+        const ConfigCheckResult result = CheckConfiguration(state, options.task);
+        for (const QString& problem : result.problems)
+            std::printf("%s\n", qPrintable(problem));
+        std::fflush(stdout);
+        if (result.exitStatus == 2)
+            std::fputs("quorvane: the configuration cannot be read\n", stderr);
+        else if (result.problems.isEmpty())
+            std::fputs("quorvane: no problems found\n", stderr);
+        else
+            std::fprintf(stderr, "quorvane: %lld problem(s) found\n", qlonglong(result.problems.size()));
+        return result.exitStatus;
+    } catch (const RunAborted&) {
+        RemoveRunTempFolder(state);
+        return ExitStatus::Refused;
+    }
+}
+
+// An output whose folder is missing is refused before the run, not found
+// missing after a night's batch.
+bool outputFoldersExist(const FindingOutputPaths& paths)
+{
+    bool exist = true;
+    for (const QString& path : { paths.json, paths.sarif, paths.html }) {
+        if (path.isEmpty())
+            continue;
+        const QString folder = QFileInfo(path).absolutePath();
+        if (!QFileInfo(folder).isDir()) {
+            std::fprintf(stderr, "quorvane: cannot write %s: the folder %s does not exist\n",
+                qPrintable(path), qPrintable(folder));
+            exist = false;
+        }
+    }
+    return exist;
+}
+
+// The run's answer also covers the outputs it was asked for: a missing one is
+// a failure, not a clean run.
+int withOutputs(int status, const FindingOutputs& outputs, OperatorInterface& ui)
+{
+    for (const QString& failure : outputs.failures())
+        ui.diagnostic(QStringLiteral("cannot write ") + failure);
+    return outputs.failures().isEmpty() ? status : int(ExitStatus::Refused);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -187,6 +243,11 @@ int main(int argc, char** argv)
     }
 
     qInstallMessageHandler(quietQtMessages);
+    if (options.checkConfig)
+        return runCheckConfig(argc, argv, options);
+    const FindingOutputPaths outputPaths { options.jsonPath, options.sarifPath, options.htmlPath };
+    if (!outputFoldersExist(outputPaths))
+        return ExitStatus::Refused;
     // The command-line batch serves scripts and cron: it never opens a window.
     bool headless = options.headless || options.batchFolder || !displayAvailable();
     if (!headless && !displayOpens()) {
@@ -205,11 +266,15 @@ int main(int argc, char** argv)
     RunState state(ui);
     state.config.ApplicationPath = applicationFolder(options);
     state.pluginTimeoutSeconds = options.pluginTimeoutSeconds;
+    FindingOutputs outputs(kProgramTitle, QStringLiteral(QUORVANE_VERSION), outputPaths);
+    if (outputPaths.any())
+        state.findingSinks.subscribe(outputs);
 
     try {
         const RunMode mode = Main(state, options.commandLine);
-        return headless ? runHeadless(state, mode, options, headlessOperator)
-                        : runWindowed(state, mode, windowOperator);
+        const int status = headless ? runHeadless(state, mode, options, headlessOperator)
+                                    : runWindowed(state, mode, windowOperator);
+        return withOutputs(status, outputs, ui);
     } catch (const RunAborted& aborted) {
         RemoveRunTempFolder(state);
         return aborted.exitStatus();

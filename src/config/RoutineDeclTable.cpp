@@ -39,10 +39,17 @@ bool LoadRoutineDeclTable(RunState& state, TableSet& set, bool (*isRoutineName)(
         if (lines[i].trimmed().isEmpty())
             continue;
         const QStringList fields = TableReading::SplitRow(lines[i]);
-        if (fields.size() != 3)
+        if (fields.size() != 3) {
+            TableReading::Lint(state, fileName, i, TableReading::WrongFieldCount(fields.size(), 3));
             continue;
+        }
         if (!fields[0].isEmpty())
             startRow(state, *table, fields[0]);
+        // The check lists every unknown name rather than stopping at the first.
+        if (!isRoutineName(fields[1].toUpper()) && TableReading::Linting(state)) {
+            TableReading::Lint(state, fileName, i, QStringLiteral("unknown routine name ") + fields[1]);
+            continue;
+        }
         if (!isRoutineName(fields[1].toUpper())) {
             state.ui.messageBox(QStringLiteral("Invalid Routine Name: ") + fields[1]
                     + QStringLiteral("\r\nPlease check ") + fileName,
@@ -51,8 +58,11 @@ bool LoadRoutineDeclTable(RunState& state, TableSet& set, bool (*isRoutineName)(
         }
         // A continuation row before any tag row has no element to belong to;
         // it is dropped rather than given to an element the author never named.
-        if (table->rows.isEmpty())
+        if (table->rows.isEmpty()) {
+            TableReading::Lint(
+                state, fileName, i, QStringLiteral("row dropped: a routine before any tag row"));
             continue;
+        }
         table->rows.last().routines.append(
             { fields[1], fields[2], fields[1].toUpper(), fields[2].toUpper() });
     }

@@ -10,7 +10,11 @@ namespace TableReading {
 bool ReadLines(RunState& state, const QString& path, QStringList& lines)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    if (!file.open(QIODevice::ReadOnly) && Linting(state)) {
+        Lint(state, path, -1, QStringLiteral("cannot be read: ") + file.errorString());
+        return false;
+    }
+    if (!file.isOpen()) {
         state.ui.messageBox(QStringLiteral("Error while reading ") + path + QStringLiteral("!  -- Error: ")
                 + file.errorString(),
             kProgramTitle, MessageIcon::Critical);
@@ -39,6 +43,39 @@ QList<QStringList> RowsOf(const QStringList& lines, int width)
             rows.append(std::move(fields));
     }
     return rows;
+}
+
+QList<QStringList> RowsOf(RunState& state, const QString& path, const QStringList& lines, int width)
+{
+    if (!Linting(state))
+        return RowsOf(lines, width);
+    QList<QStringList> rows;
+    for (qsizetype i = 1; i < lines.size(); ++i) {
+        if (lines[i].trimmed().isEmpty())
+            continue;
+        QStringList fields = SplitRow(lines[i]);
+        if (fields.size() == width)
+            rows.append(std::move(fields));
+        else
+            Lint(state, path, i, WrongFieldCount(fields.size(), width));
+    }
+    return rows;
+}
+
+bool Linting(const RunState& state)
+{
+    return state.tableLint != nullptr;
+}
+
+void Lint(RunState& state, const QString& path, qsizetype index, const QString& message)
+{
+    if (state.tableLint)
+        state.tableLint->note(path, index < 0 ? 0 : index + 1, message);
+}
+
+QString WrongFieldCount(qsizetype fields, int width)
+{
+    return QStringLiteral("row dropped: %1 field(s) where the table has %2").arg(fields).arg(width);
 }
 
 QString Unescape(QString field)

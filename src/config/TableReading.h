@@ -20,6 +20,19 @@ QStringList SplitRow(const QString& line);
 // without exactly `width` fields are dropped, fields are trimmed.
 QList<QStringList> RowsOf(const QStringList& lines, int width);
 
+// The same, telling the run's table lint (when there is one) about every
+// non-blank row dropped for its number of fields.
+QList<QStringList> RowsOf(RunState& state, const QString& path, const QStringList& lines, int width);
+
+// Whether the configuration check is listening: loaders then tell it what
+// they would otherwise drop, refuse or announce in a message box.
+bool Linting(const RunState& state);
+// Tells the lint about line `index` (zero-based, as in the line list) of the
+// file; a negative index speaks of the whole file. Nothing without a lint.
+void Lint(RunState& state, const QString& path, qsizetype index, const QString& message);
+// The message for a row dropped for its number of fields.
+QString WrongFieldCount(qsizetype fields, int width);
+
 // "<space>", "<hrt>" and "<pipe>" stand for a blank, CR LF and "|".
 QString Unescape(QString field);
 

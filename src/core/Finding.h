@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDateTime>
 #include <QString>
 #include <cstdint>
 #include <vector>
@@ -19,10 +20,22 @@ struct Finding {
 };
 
 // Anything that wants the findings of a run besides the fixed reports.
+// The events of one run come in this order: onRunStarted; per input file
+// onFileStarted, the file's findings, onFileEnded; then onRunEnded. A sink
+// receives a file's findings together, between that file's own start and
+// end: whoever validates files side by side hands each file's findings on as
+// one block, so a sink never has to sort them out. A finding outside any file
+// (a check after the last file) comes between files.
 class FindingSink {
 public:
     virtual ~FindingSink() = default;
+    virtual void onRunStarted(const QString& taskCode, const QDateTime& startTime) { }
+    virtual void onFileStarted(const QString& inputPath) { }
     virtual void onFinding(const Finding& finding) = 0;
+    virtual void onFileEnded() { }
+    // completed is false when the run ended on a failure: what it found so
+    // far is no account of the inputs.
+    virtual void onRunEnded(const QDateTime& endTime, bool completed) { }
 };
 
 // The sinks of a run, in subscription order. They are not owned: a sink lives
@@ -36,6 +49,26 @@ public:
     {
         for (FindingSink* sink : sinks_)
             sink->onFinding(finding);
+    }
+    void runStarted(const QString& taskCode, const QDateTime& startTime) const
+    {
+        for (FindingSink* sink : sinks_)
+            sink->onRunStarted(taskCode, startTime);
+    }
+    void fileStarted(const QString& inputPath) const
+    {
+        for (FindingSink* sink : sinks_)
+            sink->onFileStarted(inputPath);
+    }
+    void fileEnded() const
+    {
+        for (FindingSink* sink : sinks_)
+            sink->onFileEnded();
+    }
+    void runEnded(const QDateTime& endTime, bool completed) const
+    {
+        for (FindingSink* sink : sinks_)
+            sink->onRunEnded(endTime, completed);
     }
 
 private:

@@ -7,6 +7,7 @@
 #include "core/ReportState.h"
 #include "core/RuleFileCache.h"
 #include "core/SpellingEngine.h"
+#include "core/TableLint.h"
 #include "core/TextValidityState.h"
 #include "core/ToolkitState.h"
 #include "core/ValidationContext.h"
@@ -63,7 +64,9 @@ struct RunState {
     QList<std::int32_t> rowStack { 0 }; // element 0 is the base entry
     std::int32_t currentRow = 0;
     QString contextElement;
-    QString routineParameter; // upper-cased by the dispatcher
+    // Upper-cased at loading; a view of the declaration table's text, set by
+    // the dispatcher before every routine call.
+    QStringView routineParameter;
     // The routine or check running now; names its findings. A view of the
     // registry's name, so the dispatcher copies nothing per call.
     QLatin1StringView currentRoutine;
@@ -83,6 +86,8 @@ struct RunState {
     // Seconds an outside program may run before it is stopped; 0 waits for ever.
     int pluginTimeoutSeconds = 0;
     FindingSinks findingSinks; // outputs beside the fixed reports
+    // Set only by the configuration check: loaders tell it what they drop.
+    TableLint* tableLint = nullptr;
 };
 
 inline QStringView RunState::line(int index) const

@@ -162,7 +162,10 @@ private:
         return pos_ + ahead < in_.size() ? in_[pos_ + ahead] : QChar(u'\0');
     }
     bool has(qsizetype ahead) const { return pos_ + ahead < in_.size(); }
-    [[noreturn]] void fail(const QString& reason) const { failPattern(in_, reason); }
+    [[noreturn]] void fail(const QString& reason) const
+    {
+        failPattern(in_, reason + QStringLiteral(" at offset %1").arg(pos_));
+    }
 
     // Without ignore-case "(?:" does; with it "(?-i:" stops the Unicode case
     // folding from letting the Kelvin sign or the long s into an ASCII class.
@@ -476,8 +479,14 @@ std::shared_ptr<const CompiledPattern> compilePattern(const QString& pattern, bo
     const std::uint32_t options = kBaseOptions | (ignoreCase ? kCaselessOptions : 0);
     pcre2_code* code = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(translated.utf16()), translated.size(),
         options, &errorCode, &errorOffset, nullptr);
-    if (!code)
-        failPattern(pattern, pcreMessage(errorCode));
+    // The offset is PCRE2's, in the pattern as handed to it: where the
+    // translation changed the pattern, that text is named too.
+    if (!code) {
+        const QString where = translated == pattern
+            ? QStringLiteral(" at offset %1").arg(errorOffset)
+            : QStringLiteral(" at offset %1 of \"%2\"").arg(errorOffset).arg(translated);
+        failPattern(pattern, pcreMessage(errorCode) + where);
+    }
     // Without JIT support the interpreter does the same work, only slower.
     pcre2_jit_compile(code, PCRE2_JIT_COMPLETE);
     std::uint32_t groups = 0;

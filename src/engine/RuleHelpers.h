@@ -23,8 +23,8 @@ bool MatchesPattern(const QString& text, const QString& pattern);
 QString DataContentAt(const RunState& state, std::int32_t start);
 
 // Writes an error entry when the severity is "E" (any case), else a warning entry.
-void ReportBySeverity(RunState& state, const QString& severity, std::int64_t lineNumber,
-    const QString& message, const QString& dataContent, std::int32_t extra);
+void ReportBySeverity(RunState& state, QStringView severity, std::int64_t lineNumber, const QString& message,
+    const QString& dataContent, std::int32_t extra);
 
 // One-based line and column of the character that follows the first offset
 // characters of the text; lines end at CR LF. For offset 0 or an empty text

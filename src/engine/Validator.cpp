@@ -124,7 +124,7 @@ void ResetPerFileState(RunState& state)
     state.report.errorCount = 0;
     state.report.warningCount = 0;
     state.contextElement.clear();
-    state.routineParameter.clear();
+    state.routineParameter = {};
     state.toolkit.clearQuotedMarkupNote();
     state.toolkit.RemovedContentLengths.clear();
     state.currentRow = 0;

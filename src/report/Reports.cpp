@@ -340,6 +340,7 @@ void OpenReports(RunState& state)
     report.warningReportPath = state.reportFolder + report.baseName + QStringLiteral(".WRN");
     report.errorReport = createReport(state, partial(report.errorReportPath), EntryKind::Error);
     report.warningReport = createReport(state, partial(report.warningReportPath), EntryKind::Warning);
+    state.findingSinks.fileStarted(headerInputPath(state));
 }
 
 void ReportFinding(RunState& state, const Finding& finding)
@@ -422,6 +423,7 @@ void PublishFileReports(RunState& state)
     writeErrorViewBlock(state);
     flush(report.programLog.get());
     flush(report.errorViewLog.get());
+    state.findingSinks.fileEnded();
 }
 
 void DiscardCompletedReports(const QString& errorReportPath, const QString& warningReportPath)
@@ -446,16 +448,10 @@ void CloseReports(RunState& state)
     editor.write(state);
     if (report.errorCount == 0)
         copyOver(state.inputPath, state.outputFolder + state.inputFileName);
-    if (state.batchMode) {
-        writeLine(report.programLog.get(),
-            QStringLiteral("End Time    : ") + ReportFormat::clockTime(report.now()));
-        writeLine(report.programLog.get(), QString());
-    }
     copyReportsToOutput(state);
-    if (state.batchMode)
-        writeErrorViewBlock(state);
     flush(report.programLog.get());
     flush(report.errorViewLog.get());
+    state.findingSinks.fileEnded();
 }
 
 void OpenProgramLogs(RunState& state)

@@ -23,7 +23,7 @@ bool holdsRangeSeparator(const RunState& state, const QString& value)
     return false;
 }
 
-void reportAtTag(RunState& state, const QString& severity, const QString& message)
+void reportAtTag(RunState& state, QStringView severity, const QString& message)
 {
     const ValidationContext& context = state.context;
     ReportBySeverity(
@@ -52,7 +52,8 @@ bool LoadNoLeadZeroTable(RunState& state, TableSet& set)
     if (!TableReading::ReadLines(state, set.file(SupportFile::NoLeadZeroTbl), lines))
         return false;
     auto table = std::make_shared<NoLeadZeroTable>();
-    for (const QStringList& fields : TableReading::RowsOf(lines, 3)) {
+    for (const QStringList& fields :
+        TableReading::RowsOf(state, set.file(SupportFile::NoLeadZeroTbl), lines, 3)) {
         table->rows.append({ fields[0], fields[1], ParseLeadZeroDelimiters(fields[2]) });
         table->tagIndex += bracketed(fields[0]);
         table->tagNames.insert(fields[0]);
@@ -67,7 +68,8 @@ bool LoadAttribUnconTable(RunState& state, TableSet& set)
     if (!TableReading::ReadLines(state, set.file(SupportFile::AttribUnconTbl), lines))
         return false;
     auto table = std::make_shared<AttribUnconTable>();
-    for (const QStringList& fields : TableReading::RowsOf(lines, 4)) {
+    for (const QStringList& fields :
+        TableReading::RowsOf(state, set.file(SupportFile::AttribUnconTbl), lines, 4)) {
         table->rows.append({ fields[0], fields[1], fields[2], fields[3] });
         table->tagIndex += bracketed(fields[0]);
         table->tagNames.insert(fields[0]);

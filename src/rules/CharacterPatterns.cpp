@@ -6,6 +6,7 @@
 #include "engine/RegExp.h"
 #include "engine/RuleHelpers.h"
 #include "report/Reports.h"
+#include "rules/PatternLint.h"
 
 #include <new>
 
@@ -52,11 +53,17 @@ bool LoadSpecialCharTable(RunState& state, TableSet& set)
     if (!TableReading::ReadLines(state, set.file(SupportFile::SpecialCharTbl), lines))
         return false;
     auto table = std::make_shared<SpecialCharTable>();
+    const QString& path = set.file(SupportFile::SpecialCharTbl);
     // The first line names the columns, as in every headed table.
     for (qsizetype i = 1; i < lines.size(); ++i) {
         SpecialCharRow row;
-        if (ParseSpecialCharLine(lines[i], row))
+        if (ParseSpecialCharLine(lines[i], row)) {
+            LintPattern(
+                state, path, i, PrepareSpecialCharPattern(row.pattern), row.caseFlag.toUpper() != u"C");
             table->rows.append(row);
+        } else if (!lines[i].trimmed().isEmpty()) {
+            TableReading::Lint(state, path, i, QStringLiteral("row dropped: not four quoted fields"));
+        }
     }
     set.table(SupportFile::SpecialCharTbl) = std::move(table);
     return true;

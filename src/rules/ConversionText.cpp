@@ -1,40 +1,19 @@
 #include "rules/ConversionText.h"
 
 #include "core/RunState.h"
+#include "rules/ElementContents.h"
 #include "text/xmlClass.h"
 
-QString CurrentElementContent(RunState& state, qsizetype window)
+QString CurrentElementText(RunState& state)
 {
     const ValidationContext& context = state.context;
-    const QString& name = context.tagName;
-    const QString endTag = QStringLiteral("</") + name + u'>';
-    const xmlClass xml(state.toolkit);
-    const bool plainName
-        = !name.isEmpty() && !name.contains(u' ') && !name.contains(u'<') && !name.contains(u'>');
-    const qsizetype tagStart = context.filePosition - 1;
-    const QStringView whole(state.wholeText);
-    const bool tagInPlace = tagStart >= 0 && whole.mid(tagStart, context.tagText.size()) == context.tagText;
-    if (!plainName || !tagInPlace) {
-        // Not a tag of the validated text as the scanner cut it: ask the
-        // toolkit directly.
-        std::int32_t position = context.filePosition;
-        return xml.GetPCDATA(state.wholeText, context.tagText, endTag, position);
-    }
-    const qsizetype contentStart = tagStart + context.tagText.size();
-    if (whole.mid(contentStart, endTag.size()) == endTag)
-        return QString();
-    // GetPCDATA walks the end tags in order and stops at the first that
-    // balances the element, so a stretch of the text that holds that end tag
-    // gives the same content. Empty here means only "not within the stretch".
-    const QString nearby = QString::fromRawData(
-        state.wholeText.constData() + tagStart, std::min(window, state.wholeText.size() - tagStart));
-    std::int32_t start = 1;
-    const QString content = xml.GetPCDATA(nearby, context.tagText, endTag, start);
-    if (!content.isEmpty())
-        return QString(content.constData(), content.size()); // a copy: nearby borrows the text
-    // The toolkit answers for the whole text from its index of the file.
+    if (const std::optional<ContentRange> range = CurrentElementContent(state, context))
+        return state.wholeText.sliced(range->start, range->end - range->start);
+    // Not a tag of the file as the scanner cut it, or an element the file
+    // does not close: the toolkit answers, from its index where it can.
     std::int32_t position = context.filePosition;
-    return xml.GetPCDATA(state.wholeText, context.tagText, endTag, position);
+    return xmlClass(state.toolkit)
+        .GetPCDATA(state.wholeText, context.tagText, QStringLiteral("</") + context.tagName + u'>', position);
 }
 
 PrecedingText::PrecedingText(qsizetype start, const QStringList& expandedTexts, qsizetype slack)

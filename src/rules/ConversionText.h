@@ -21,11 +21,9 @@ inline bool IsWordCharacter(QChar c)
 
 // The content of the element that the current start tag opens, as GetPCDATA
 // gives it from the tag's position: empty when the element is not closed.
-// The answer is first looked for within `window` characters of the tag; an
-// element that does not end there is left to the toolkit, whose index of the
-// whole file is then built once, so that unclosed elements never cost a pass
-// each.
-QString CurrentElementContent(RunState& state, qsizetype window = 4096);
+// The answer comes from the toolkit's index of the file, built once, so that
+// neither long nor unclosed elements cost a pass each.
+QString CurrentElementText(RunState& state);
 
 // The dashed text from a fixed start up to a tag, for tag after tag of one
 // element. The text only ever grows, so it is dashed once, and the answers

@@ -12,8 +12,9 @@ bool LoadConvert2AttribTable(RunState& state, TableSet& set)
     if (!TableReading::ReadLines(state, set.file(SupportFile::Convert2AttribTbl), lines))
         return false;
     auto table = std::make_shared<Convert2AttribTable>();
-    for (const QStringList& f : TableReading::RowsOf(lines, 6))
-        table->rows.append({ f[0], f[1], f[1].toUpper(), f[2], f[3], f[4], f[5] });
+    for (const QStringList& f :
+        TableReading::RowsOf(state, set.file(SupportFile::Convert2AttribTbl), lines, 6))
+        table->rows.append({ f[0], f[1], f[1].toUpper(), f[2], f[2].toUpper(), f[3], f[4], f[5] });
     set.table(SupportFile::Convert2AttribTbl) = std::move(table);
     return true;
 }
@@ -49,7 +50,7 @@ public:
     const QString& dashedContent()
     {
         if (!content_)
-            content_ = DashTags(CurrentElementContent(state_));
+            content_ = DashTags(CurrentElementText(state_));
         return *content_;
     }
 
@@ -100,7 +101,7 @@ void checkAfter(RunState& state, TagTexts& texts, const Convert2AttribRow& row)
     // Text that is not there at all is reported by neither action.
     if (!found)
         return;
-    const QString action = row.action.toUpper();
+    const QString& action = row.actionUpper;
     if (action == QLatin1String("DELETE") && *found)
         report(state, row, " Found after tag");
     else if (action == QLatin1String("COPY") && !*found)
@@ -110,7 +111,7 @@ void checkAfter(RunState& state, TagTexts& texts, const Convert2AttribRow& row)
 void checkBefore(RunState& state, TagTexts& texts, const Convert2AttribRow& row)
 {
     const bool found = texts.preceding().endsWithExpanded(row.expandedText);
-    const QString action = row.action.toUpper();
+    const QString& action = row.actionUpper;
     if (action == QLatin1String("DELETE") && found)
         report(state, row, " Found before tag");
     else if (action == QLatin1String("COPY") && !found)
@@ -130,9 +131,15 @@ void CONVERT2ATTRIB(RunState& state)
         return;
     const xmlClass xml(state.toolkit);
     TagTexts texts(state, *table);
+    // Rows often ask for the same attribute: it is read once per name.
+    const QString* lastName = nullptr;
+    QString upperValue;
     for (const Convert2AttribRow& row : table->rows) {
-        const QString value = xml.GetAttributeValue(context.tagText, row.attributeName);
-        if (value.toUpper() != row.attributeValueUpper)
+        if (!lastName || *lastName != row.attributeName) {
+            upperValue = xml.GetAttributeValue(context.tagText, row.attributeName).toUpper();
+            lastName = &row.attributeName;
+        }
+        if (upperValue != row.attributeValueUpper)
             continue;
         if (row.where == QLatin1String("S") || row.where == QLatin1String("B"))
             checkBefore(state, texts, row);

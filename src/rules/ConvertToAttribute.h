@@ -14,6 +14,7 @@ struct Convert2AttribRow {
     QString attributeValue; // the value the attribute must have for the row to apply
     QString attributeValueUpper; // the same, upper-cased once at loading
     QString action; // "DELETE" or "COPY"
+    QString actionUpper; // the same, upper-cased once at loading
     QString expandedText; // what the conversion should have removed or kept
     QString severity; // "E" gives an error
     QString where; // "S" before the tag, "E" after it, "B" both

@@ -11,7 +11,7 @@ bool LoadConvert2TagTable(RunState& state, TableSet& set)
     if (!TableReading::ReadLines(state, set.file(SupportFile::Convert2TagTbl), lines))
         return false;
     auto table = std::make_shared<Convert2TagTable>();
-    for (const QStringList& f : TableReading::RowsOf(lines, 5))
+    for (const QStringList& f : TableReading::RowsOf(state, set.file(SupportFile::Convert2TagTbl), lines, 5))
         table->rows.append({ f[0], f[1], f[2], f[3], f[4] });
     set.table(SupportFile::Convert2TagTbl) = std::move(table);
     return true;
@@ -92,7 +92,7 @@ void CONVERT2TAG(RunState& state)
         }
         if (position == QLatin1String("E") || position == QLatin1String("B")) {
             if (!content)
-                content = CurrentElementContent(state);
+                content = CurrentElementText(state);
             const bool found = ContainsWholeWord(*content, row.word);
             if (isDelete && found)
                 report(state, row, " Found right after ");

@@ -18,7 +18,8 @@ bool LoadNoHrtTable(RunState& state, TableSet& set)
     const xmlClass xml(state.toolkit);
     auto table = std::make_shared<NoHrtTable>();
     QString previousColumn;
-    for (const QStringList& row : TableReading::RowsOf(lines, 3)) {
+    for (const QStringList& row :
+        TableReading::RowsOf(state, set.file(SupportFile::NoHRTDeclTbl), lines, 3)) {
         // Only neighbouring lines share a group: a later line with the same
         // enclosing element starts a group of its own.
         if (table->groups.isEmpty() || row[0] != previousColumn)
@@ -37,7 +38,15 @@ bool LoadWithHrtTable(RunState& state, TableSet& set)
         return false;
     const xmlClass xml(state.toolkit);
     auto table = std::make_shared<WithHrtTable>();
-    for (const QStringList& row : TableReading::RowsOf(lines, 3))
+    const QString& path = set.file(SupportFile::WithHRTDeclTbl);
+    for (qsizetype i = 1; TableReading::Linting(state) && i < lines.size(); ++i) {
+        const QStringList fields = TableReading::SplitRow(lines[i]);
+        // A code the rule does not know asks for no hard return at all.
+        if (fields.size() == 3 && !QStringList { u"S"_s, u"E"_s, u"B"_s }.contains(fields[1].toUpper()))
+            TableReading::Lint(
+                state, path, i, u"position code \""_s + fields[1] + u"\" is none of S, E, B"_s);
+    }
+    for (const QStringList& row : TableReading::RowsOf(state, path, lines, 3))
         table->rows.append({ row[0], xml.GetTagName(row[0]), xml.GetTagType(row[0]), row[1], row[2] });
     set.table(SupportFile::WithHRTDeclTbl) = std::move(table);
     return true;
@@ -179,7 +188,7 @@ void lineBreakInsideElement(RunState& state, const NoHrtTable& table)
 // their letter case, so the element it names is looked for ignoring case.
 bool parameterElementIsOpen(const RunState& state)
 {
-    const QString& parameter = state.routineParameter;
+    const QStringView parameter = state.routineParameter;
     if (parameter == u"N/A")
         return true;
     return std::any_of(state.openTags.begin(), state.openTags.end(), [&](const ValidationContext& open) {

@@ -108,12 +108,13 @@ bool LoadHyphenatedTable(RunState& state, TableSet& set)
             continue;
         if (!line.contains(QLatin1Char('-'))) {
             badEntrySeen = true;
+            TableReading::Lint(state, path, i, QStringLiteral("entry dropped: no hyphen (-) in it"));
             continue;
         }
         table->entries.append(line);
         table->upperEntries.insert(line.toUpper());
     }
-    if (badEntrySeen) {
+    if (badEntrySeen && !TableReading::Linting(state)) {
         state.ui.messageBox(QStringLiteral("Hyphen (-) not found in some of the entries in ") + path,
             kProgramTitle, MessageIcon::Warning);
     }

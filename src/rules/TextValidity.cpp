@@ -6,6 +6,7 @@
 #include "core/RunState.h"
 #include "engine/PatternSearch.h"
 #include "engine/RuleHelpers.h"
+#include "rules/PatternLint.h"
 #include "text/TagSearch.h"
 #include "text/xmlClass.h"
 
@@ -69,13 +70,26 @@ bool LoadTextValidityTable(RunState& state, TableSet& set)
         return false;
     auto table = std::make_shared<TextValidityTable>();
     const xmlClass xml(state.toolkit);
-    for (const QString& line : std::as_const(lines)) {
+    const QString& path = set.file(SupportFile::TextValidityTbl);
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        const QString& line = lines[i];
         if (line.trimmed().isEmpty())
             continue;
         const QStringList columns = TableReading::SplitRow(line);
-        if (columns.size() != 9)
+        if (columns.size() != 9) {
+            // A first line of another width is the header it is meant to be.
+            if (i > 0)
+                TableReading::Lint(state, path, i, TableReading::WrongFieldCount(columns.size(), 9));
             continue;
+        }
         TextValidityRow row = ParseTextValidityRow(columns, xml);
+        if (TableReading::Linting(state)) {
+            if (!row.condition.isEmpty())
+                LintPattern(state, path, i, row.condition, true);
+            LintPattern(state, path, i, row.valuePattern, false);
+            if (const QString problem = TextValidityOperatorProblem(row.operatorText); !problem.isEmpty())
+                TableReading::Lint(state, path, i, problem);
+        }
         table->index.add(row.tag);
         table->rowsByTag[row.tag].append(int(table->rows.size()));
         table->rows.append(std::move(row));
@@ -236,6 +250,40 @@ bool EvaluateArithmetic(
             return false;
     }
     return true;
+}
+
+QString TextValidityOperatorProblem(const QString& operatorText)
+{
+    const QString& op = operatorText;
+    const QString known = QStringLiteral("=, <, >, =>, =<, !=");
+    if (isCountOperator(op) || op == u"dup" || op == u"!dup")
+        return {};
+    if (op.startsWith(u'+') || op.startsWith(u'-')) {
+        const QStringView digits = QStringView(op).sliced(1);
+        const bool whole = !digits.isEmpty() && std::all_of(digits.begin(), digits.end(), isAsciiDigit);
+        return whole ? QString() : QStringLiteral("operator \"%1\" is no whole-number step").arg(op);
+    }
+    if (op.contains(QStringLiteral("@eval"), Qt::CaseInsensitive)) {
+        const qsizetype close = op.lastIndexOf(u')');
+        if (comparisonIn(close < 0 ? QStringView(op) : QStringView(op).first(close + 1)).isEmpty())
+            return QStringLiteral("operator \"%1\" holds none of the comparisons %2").arg(op, known);
+        return {};
+    }
+    if (op.contains(QStringLiteral("@now"), Qt::CaseInsensitive)) {
+        if (!isCountOperator(QString(op).remove(QStringLiteral("@now"), Qt::CaseInsensitive).trimmed()))
+            return QStringLiteral("operator \"%1\" holds none of the comparisons %2").arg(op, known);
+        return {};
+    }
+    // Any other word forbids the pattern; one that looks like a comparison or
+    // a misspelt "dup" was meant as something else.
+    const bool comparisonLike
+        = op.contains(u'<') || op.contains(u'>') || op.contains(u'=') || op.contains(u'!');
+    if (comparisonLike || op.compare(u"dup", Qt::CaseInsensitive) == 0
+        || op.compare(u"!dup", Qt::CaseInsensitive) == 0)
+        return QStringLiteral(
+            "operator \"%1\" is none the rule knows (%2, dup, !dup); the row forbids its pattern")
+            .arg(op, known);
+    return {};
 }
 
 // --- Content preparation ------------------------------------------------------
@@ -497,6 +545,8 @@ void reportValue(RunState& state, const TextValidityRow& row, const PlacedConten
 
 const PlacedContent& ElementContent::preparedFor(const TextValidityRow& row, const xmlClass& xml)
 {
+    if (!row.splitOnTags && row.excluded.isEmpty())
+        return asIs_;
     const QString& key = row.preparationKey;
     if (const auto known = prepared_.constFind(key); known != prepared_.cend())
         return *known;

@@ -42,6 +42,10 @@ struct TextValidityTable : SupportTable {
 
 // Fills a row from the nine trimmed columns of a table line.
 TextValidityRow ParseTextValidityRow(const QStringList& columns, const xmlClass& xml);
+// Why an operator would not do what its author most likely meant (a
+// comparison the rule does not know falls to the branch that forbids the
+// pattern); empty when it is one the rule knows.
+QString TextValidityOperatorProblem(const QString& operatorText);
 
 bool LoadTextValidityTable(RunState& state, TableSet& set);
 
@@ -74,6 +78,7 @@ class ElementContent {
 public:
     explicit ElementContent(QString content, std::optional<TagPairs> filePairs = std::nullopt)
         : raw_(std::move(content))
+        , asIs_ { raw_, {} }
         , filePairs_(filePairs)
     {
     }
@@ -82,6 +87,7 @@ public:
 
 private:
     QString raw_;
+    PlacedContent asIs_; // for rows that neither split nor cut, the most common kind
     std::optional<TagPairs> filePairs_;
     QHash<QString, PlacedContent> prepared_; // by split flag and excluded list
 };

@@ -36,11 +36,20 @@ bool LoadUnconEntitiesTable(RunState& state, TableSet& set)
         return false;
     auto table = std::make_shared<UnconEntitiesTable>();
     QList<QString> needles;
-    for (const QString& line : lines) {
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        const QString& line = lines[i];
         const std::optional<UnconEntityRow> row = ParseUnconEntityLine(line);
-        if (!row)
+        if (!row) {
+            if (!line.trimmed().isEmpty() && !line.contains("Search string"_L1, Qt::CaseInsensitive))
+                TableReading::Lint(
+                    state, path, i, "row dropped: no blank between search string and message"_L1);
             continue;
-        if (row->message.size() > kLongestMessage) {
+        }
+        if (row->message.size() > kLongestMessage && TableReading::Linting(state)) {
+            TableReading::Lint(state, path, i,
+                u"message of %1 characters; the longest the report shows whole is 60"_s.arg(
+                    row->message.size()));
+        } else if (row->message.size() > kLongestMessage) {
             state.ui.messageBox(
                 "Please check "_L1 + path + "\r\nLength of Error Message should not be greater than 60."_L1,
                 kProgramTitle, MessageIcon::Critical);

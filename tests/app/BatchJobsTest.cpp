@@ -9,7 +9,6 @@
 #include "rules/TextValidity.h"
 #include "support/Installation.h"
 #include "support/RecordingOperator.h"
-#include "support/RecordingSink.h"
 
 #include <QDirIterator>
 #include <QFile>
@@ -65,6 +64,19 @@ void installSampleRules(Installation& inst, bool columns)
             .arg(columns ? "yes" : "no"));
 }
 
+// What the run's own sinks hear, in order: each file's start, its findings
+// and its end.
+class EventSink : public FindingSink {
+public:
+    void onFileStarted(const QString& inputPath) override { events << "start " + inputPath; }
+    void onFinding(const Finding& f) override
+    {
+        events << QStringLiteral("%1:%2 %3 | %4").arg(f.line).arg(f.column).arg(f.message, f.data);
+    }
+    void onFileEnded() override { events << "end"; }
+    QStringList events;
+};
+
 // Starts the installation up in the state, in batch mode, with a clock
 // that stands still.
 void startUp(const Installation& inst, RunState& state, const RecordingOperator& ui)
@@ -101,7 +113,7 @@ struct BatchResult {
     std::map<QString, QByteArray> output;
     QStringList messages;
     QStringList diagnostics;
-    QStringList findings; // as the run's own sinks heard them
+    QStringList findings; // what the run's own sinks heard
     QStringList openTags;
     QStringList lastTags; // the last tag and the last start tag the run saw
     QList<std::int32_t> stepNumbers; // by text-validity row
@@ -118,7 +130,7 @@ BatchResult runBatch(
     RecordingOperator ui;
     RunState state(ui);
     startUp(inst, state, ui);
-    RecordingSink sink;
+    EventSink sink;
     state.findingSinks.subscribe(sink);
     const QString work = inst.root() + name + "-work/";
     const QString output = inst.root() + name + "-output/";
@@ -139,7 +151,7 @@ BatchResult runBatch(
     for (const RecordedMessage& message : ui.messages)
         result.messages << QString(message.title + ": " + message.text).replace(work, "WORK/");
     result.diagnostics = ui.diagnostics;
-    result.findings = sink.entries();
+    result.findings = sink.events;
     for (const ValidationContext& open : state.openTags)
         result.openTags
             << QStringLiteral("%1 %2:%3").arg(open.tagText).arg(open.lineNumber).arg(open.filePosition);
@@ -211,6 +223,8 @@ TEST(BatchJobs, SideBySideWritesWhatOneAfterAnotherWritesInBothEditorLayouts)
         EXPECT_FALSE(sequential.openTags.isEmpty());
         EXPECT_GT(sequential.work.size(), 80u);
         EXPECT_GT(sequential.findings.size(), 20);
+        EXPECT_EQ(
+            sequential.findings.count("end"), kGeneratedFiles + static_cast<int>(std::size(kCarryOver)));
 
         // Side by side, the progress bar counts the files done, one by one.
         const int files = kGeneratedFiles + static_cast<int>(std::size(kCarryOver));

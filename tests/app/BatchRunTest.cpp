@@ -3,6 +3,7 @@
 #include "app/modGlobal.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
+#include "report/FindingOutputs.h"
 #include "support/Installation.h"
 #include "support/RecordingOperator.h"
 
@@ -186,6 +187,31 @@ TEST_F(BatchRunTest, ACleanBatchExitsZeroAndTheNextBatchCountsAfresh)
     input("j2/b.xml");
     EXPECT_EQ(RunBatch(state, request(inst.inputPath(), { "j1" }), observer), ExitStatus::ErrorsFound);
     EXPECT_EQ(RunBatch(state, request(inst.inputPath(), { "j2" }), observer), ExitStatus::Clean);
+}
+
+// What the window's PROCESS runs: every batch writes the outputs of its own
+// files, and the next batch replaces them.
+TEST_F(BatchRunTest, EveryBatchWritesTheOutputsOfItsOwnFiles)
+{
+    startUp();
+    input("j1/a.xml", kWithError);
+    input("j2/b.xml");
+    const QString json = inst.root() + "batch.json";
+    FindingOutputs outputs("Quorvane", "test", { json, {}, {} });
+    state.findingSinks.subscribe(outputs);
+    ASSERT_EQ(RunBatch(state, request(inst.inputPath(), { "j1", "j2" }), observer), ExitStatus::ErrorsFound);
+    const RunFindings& first = outputs.run();
+    ASSERT_EQ(first.files.size(), 2u);
+    EXPECT_EQ(first.files[0].path, inst.inputPath() + "j1/a.xml");
+    EXPECT_EQ(first.files[0].errors, 1);
+    EXPECT_EQ(first.files[0].findings[0].routine, "UNDELFNREF");
+    EXPECT_EQ(first.files[1].findings.size(), 0);
+    EXPECT_TRUE(Installation::read(json).contains("j1/a.xml"));
+
+    ASSERT_EQ(RunBatch(state, request(inst.inputPath(), { "j2" }), observer), ExitStatus::Clean);
+    EXPECT_EQ(outputs.run().files.size(), 1u);
+    EXPECT_FALSE(Installation::read(json).contains("j1/a.xml"));
+    state.findingSinks.unsubscribe(outputs);
 }
 
 TEST_F(BatchRunTest, NothingSelectedWarnsAndRunsNothing)

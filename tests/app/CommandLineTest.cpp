@@ -134,3 +134,37 @@ TEST(CommandLine, ReadsTheJobCountOfABatch)
     }
     EXPECT_TRUE(CommandLineHelpText().contains("--jobs N"));
 }
+
+TEST(CommandLine, ReadsTheOutputOptionsAndTheConfigurationCheck)
+{
+    struct Row {
+        QStringList arguments;
+        QString json, sarif, html;
+        bool checkConfig;
+        QString commandLine;
+        bool failed;
+    };
+    const Row rows[] = {
+        { { "q", "--json", "r.json", "--sarif=r.sarif", "--html", "r.html", "a.xml|T" }, "r.json", "r.sarif",
+            "r.html", false, "a.xml|T", false },
+        { { "q", "--html=/x/y z.html", "--batch", "/in" }, "", "", "/x/y z.html", false, "", false },
+        { { "q", "--check-config", "--task", "T1" }, "", "", "", true, "", false },
+        { { "q", "--json" }, "", "", "", false, "", true },
+        { { "q", "--sarif=", "a.xml" }, "", "", "", false, "", true },
+        // The check validates nothing: an input would be silently ignored.
+        { { "q", "--check-config", "a.xml" }, "", "", "", true, "", true },
+        { { "q", "--check-config", "--batch", "/in" }, "", "", "", true, "", true },
+    };
+    for (const Row& row : rows) {
+        const CommandLineOptions options = ParseCommandLineOptions(row.arguments);
+        const std::string shown = row.arguments.join(' ').toStdString();
+        EXPECT_EQ(!options.error.isEmpty(), row.failed) << shown;
+        if (row.failed)
+            continue;
+        EXPECT_EQ(options.jsonPath, row.json) << shown;
+        EXPECT_EQ(options.sarifPath, row.sarif) << shown;
+        EXPECT_EQ(options.htmlPath, row.html) << shown;
+        EXPECT_EQ(options.checkConfig, row.checkConfig) << shown;
+        EXPECT_EQ(options.commandLine, row.commandLine) << shown;
+    }
+}

@@ -1,0 +1,212 @@
+#include "app/CheckConfig.h"
+
+#include "app/SingleFileRun.h"
+#include "config/ConfigurationFile.h"
+#include "config/RoutineDeclTable.h"
+#include "config/TableReading.h"
+#include "config/TableSetFields.h"
+#include "core/RunState.h"
+#include "rules/RuleRegistry.h"
+
+#include <QFileInfo>
+#include <QSet>
+
+namespace {
+
+// Keeps every problem once: a table that the default set and a task share is
+// loaded for both, and says the same twice.
+class ProblemList : public TableLint {
+public:
+    void note(const QString& file, qsizetype line, const QString& message) override
+    {
+        const QString text = line > 0 ? QStringLiteral("%1:%2: %3").arg(file).arg(line).arg(message)
+                                      : QStringLiteral("%1: %2").arg(file, message);
+        if (seen_.contains(text))
+            return;
+        seen_.insert(text);
+        problems.append(text);
+    }
+    QStringList problems;
+
+private:
+    QSet<QString> seen_;
+};
+
+// Listens to the sets that were not asked for: their tables still decide
+// what is used, but their faults are not this check's to list.
+class NoLint : public TableLint {
+public:
+    void note(const QString&, qsizetype, const QString&) override { }
+};
+
+// One way a run can be configured: the default set, or a task over it.
+struct RunSetup {
+    QString taskCode; // empty for the default set
+    TableSet* ownSet; // the tables this setup names itself
+    bool asked;
+};
+
+QString canonical(const QString& path)
+{
+    return QFileInfo(path).canonicalFilePath();
+}
+
+void checkExistence(const TableSet& set, bool isDefault, TableLint& lint)
+{
+    for (int i = 0; i < kSupportFileCount; ++i) {
+        const QString& name = set.files[i];
+        // A task without its own name for a table borrows the default's.
+        if (name.isEmpty() && !isDefault)
+            continue;
+        if (!QFileInfo(name).isFile())
+            lint.note(name, 0, QStringLiteral("does not exist (named by %1)").arg(kSupportFileFields[i].key));
+    }
+}
+
+void loadSet(RunState& state, TableSet& set)
+{
+    for (const TableLoaderEntry& entry : SupportTableLoaders()) {
+        const QString& name = set.file(entry.file);
+        if (!name.isEmpty() && QFileInfo(name).isFile())
+            entry.load(state, set);
+    }
+}
+
+// The whole-file checks that have a switch run unless it says "FALSE".
+bool switchedOn(const TableSet& active, QLatin1StringView check)
+{
+    if (check == QLatin1StringView("CheckSpecialCharacters"))
+        return active.CheckSpecialChar.toUpper() != u"FALSE";
+    if (check == QLatin1StringView("CheckFileName"))
+        return active.CheckFilename.toUpper() != u"FALSE";
+    return true;
+}
+
+// The tables a run with this active set reads: its routine declaration table,
+// the tables of the routines that table declares, and those of the
+// whole-file checks that are switched on.
+void markUsed(const TableSet& active, QSet<QString>& used)
+{
+    used.insert(canonical(active.file(SupportFile::RoutineDeclTbl)));
+    QSet<QString> declared;
+    if (const auto* table = active.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl)) {
+        for (const RoutineDeclRow& row : table->rows) {
+            for (const RoutineCall& call : row.routines)
+                declared.insert(call.upperName);
+        }
+    }
+    for (const RuleEntry& rule : Rules().routines) {
+        if (rule.table && declared.contains(QString(rule.name)))
+            used.insert(canonical(active.file(*rule.table)));
+    }
+    for (const RuleEntry& check : Rules().wholeFileChecks) {
+        if (check.table && switchedOn(active, check.name))
+            used.insert(canonical(active.file(*check.table)));
+    }
+}
+
+// Every table key is required, so an installation that has no use for a rule
+// names a table with its header line alone: only a table with rows in it
+// can be forgotten.
+bool hasRows(RunState& state, const QString& path)
+{
+    QStringList lines;
+    if (!TableReading::ReadLines(state, path, lines))
+        return false;
+    for (qsizetype i = 1; i < lines.size(); ++i) {
+        if (!lines[i].trimmed().isEmpty())
+            return true;
+    }
+    return false;
+}
+
+QString unusedReason(SupportFile file)
+{
+    QStringList routines;
+    QStringList switches;
+    for (const RuleEntry& rule : Rules().routines) {
+        if (rule.table == file)
+            routines.append(QString(rule.name));
+    }
+    if (file == SupportFile::SpecialCharTbl)
+        switches.append(QStringLiteral("CHECKSPECIALCHAR is FALSE"));
+    if (file == SupportFile::FilenameCheck)
+        switches.append(QStringLiteral("CHECKFILENAME is FALSE"));
+    QStringList reasons;
+    if (!routines.isEmpty())
+        reasons.append(
+            QStringLiteral("no routine declaration table names ") + routines.join(QStringLiteral(" or ")));
+    reasons += switches;
+    return QStringLiteral("the table is never used: ") + reasons.join(QStringLiteral(", and "));
+}
+
+void checkUnused(RunState& state, const QList<RunSetup>& setups, const QSet<QString>& used, TableLint& lint)
+{
+    for (const RunSetup& setup : setups) {
+        if (!setup.asked)
+            continue;
+        for (int i = 0; i < kSupportFileCount; ++i) {
+            const QString& name = setup.ownSet->files[i];
+            if (name.isEmpty() || !QFileInfo(name).isFile() || used.contains(canonical(name)))
+                continue;
+            if (hasRows(state, name))
+                lint.note(name, 0, unusedReason(static_cast<SupportFile>(i)));
+        }
+    }
+}
+
+void checkJobFile(const RunState& state, TableLint& lint)
+{
+    const QString& jobFile = state.config.KlmxIniFile;
+    if (!jobFile.isEmpty() && !QFileInfo(jobFile).isFile())
+        lint.note(state.config.ApplicationPath + QStringLiteral("Quorvane.INI"), 0,
+            QStringLiteral("KLMXINIFILE names %1, which does not exist").arg(jobFile));
+}
+
+} // namespace
+
+ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode)
+{
+    ConfigCheckResult result;
+    if (!ReadConfigurationFile(state)) {
+        result.exitStatus = 2;
+        return result;
+    }
+    Configuration& config = state.config;
+    ProblemList problems;
+    NoLint quiet;
+
+    QList<RunSetup> setups { { QString(), &config.DefaultTableSet, true } };
+    bool taskFound = taskCode.isEmpty();
+    for (TaskTableSet& task : config.Tasks) {
+        const bool asked = taskCode.isEmpty() || task.TaskCode.toUpper() == taskCode.toUpper();
+        taskFound = taskFound || asked;
+        setups.append({ task.TaskCode, &task.set, asked });
+    }
+    if (!taskFound)
+        problems.note(config.ApplicationPath + QStringLiteral("Quorvane.INI"), 0,
+            QStringLiteral("no [TASK] section names the task code ") + taskCode);
+
+    checkJobFile(state, problems);
+    for (const RunSetup& setup : setups) {
+        if (setup.asked)
+            checkExistence(*setup.ownSet, setup.taskCode.isEmpty(), problems);
+    }
+    for (const RunSetup& setup : setups) {
+        state.tableLint = setup.asked ? static_cast<TableLint*>(&problems) : &quiet;
+        loadSet(state, *setup.ownSet);
+    }
+    QSet<QString> used;
+    for (const RunSetup& setup : setups) {
+        SelectTaskTableSet(state, setup.taskCode);
+        markUsed(config.ActiveTableSet, used);
+    }
+    state.tableLint = &problems;
+    checkUnused(state, setups, used, problems);
+    state.tableLint = nullptr;
+    RemoveRunTempFolder(state);
+
+    result.problems = problems.problems;
+    result.exitStatus = result.problems.isEmpty() ? 0 : 1;
+    return result;
+}

@@ -1,0 +1,164 @@
+#include "rules/TextValidity.h"
+#include "support/Installation.h"
+
+#include <gtest/gtest.h>
+
+// --check-config through the real executable.
+
+TEST(CheckConfig, ListsEveryFaultOfABrokenInstallationAndExitsWithOne)
+{
+    Installation inst;
+    const QString routines = inst.writeTable("routine.tbl",
+        "Tag | Routine | Parameter\r\n"
+        " | NOHRT | N/A\r\n" // a routine before any tag row
+        "<p> | TEXTVALIDITY | N/A\r\n"
+        " | NOSUCHROUTINE | N/A\r\n"
+        "<fig> | WITHHRT\r\n"
+        " | WITHHRT | N/A\r\n"
+        "\r\n"
+        " | HYPHENATEDWORDCHECK | E\r\n"
+        " | UNCONENTITIES | N/A\r\n"
+        " | NOLEADZERO | E\r\n");
+    inst.set("ROUTINEDECLTBL", routines);
+    const QString validity = inst.writeTable("validity.tbl",
+        "Condition | Value pattern | Tag | Split | Excluded | Operator | Number | Severity | Message\r\n"
+        " | (a | p | N | | = | 1 | E | Unclosed group\r\n"
+        " | a | p | N | | <= | 1 | E | A comparison the rule does not know\r\n"
+        "(?<=x)y | a | p | N | | x | 0 | W | Lookbehind in the condition\r\n"
+        " | a | p | N | x | 0 | W | Eight columns\r\n"
+        " | <b> | p | N | | x | 0 | W | Fine: any other word forbids the pattern\r\n");
+    inst.set("TEXTVALIDITYTBL", validity);
+    const QString withHrt
+        = inst.writeTable("withhrt.tbl", "Tag | Position | Severity\r\n<fig> | X | E\r\n<fig> | s | E\r\n");
+    inst.set("WITHHRTDECLTBL", withHrt);
+    const QString hyphenated = inst.writeTable("hyphen.tbl", "Words\r\nwell-known\r\nwellknown\r\n");
+    inst.set("HYPHENATEDTBL", hyphenated);
+    const QString entities = inst.writeTable("uncon.tbl",
+        "Search string   Message\r\n"
+        "&amp;#   E / "
+            + QByteArray(61, 'm')
+            + "\r\n"
+              "lonely\r\n");
+    inst.set("UNCONENTITIESTBL", entities);
+    const QString leadZero
+        = inst.writeTable("leadzero.tbl", "Tag | Attribute | Delimiters\r\nxref | number\r\n");
+    inst.set("NOLEADZEROTBL", leadZero);
+    const QString characters = inst.writeTable("chars.tbl",
+        "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
+        "\"[z-a]\",\"Backwards range\",\"ERROR\",\"I\"\r\n"
+        "\"x\",\"Three fields\",\"ERROR\"\r\n");
+    inst.set("SPECIALCHARTBL", characters);
+    const QString noHrt
+        = inst.writeTable("nohrt.tbl", "Enclosing | Element | Severity\r\n<sec> | <title> | E\r\n");
+    inst.set("NOHRTDECLTBL", noHrt);
+    // The task's routine table declares nothing its own characters table
+    // would need, and its switch keeps that table from ever being read.
+    const QString taskRoutines
+        = inst.writeTable("task-routine.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
+    const QString taskCharacters
+        = inst.writeTable("task-chars.tbl", "\"P\",\"M\",\"S\",\"C\"\r\n\"a\",\"b\",\"ERROR\",\"I\"\r\n");
+    inst.appendIni("[I/O PATHS]\r\nKLMXINIFILE = " + inst.root() + "jobs.ini\r\n");
+    inst.appendIni("[TASK]\r\nTASKCODE = T1\r\n[SUPPORT FILES]\r\nROUTINEDECLTBL = " + taskRoutines
+        + "\r\nSPECIALCHARTBL = " + taskCharacters + "\r\nCONVERT2TAGTBL = " + inst.root()
+        + "gone.tbl\r\n[SETTINGS]\r\nCHECKSPECIALCHAR = FALSE\r\n");
+
+    const auto result = inst.run({ "--check-config" });
+    EXPECT_EQ(result.exitCode, 1) << result.standardError.toStdString();
+    const QStringList expected = {
+        inst.appFolder() + "/Quorvane.INI: KLMXINIFILE names " + inst.root()
+            + "jobs.ini, which does not exist",
+        inst.root() + "gone.tbl: does not exist (named by CONVERT2TAGTBL)",
+        routines + ":2: row dropped: a routine before any tag row",
+        routines + ":4: unknown routine name NOSUCHROUTINE",
+        routines + ":5: row dropped: 2 field(s) where the table has 3",
+        validity + ":2: Invalid regular expression \"(a\": missing closing parenthesis at offset 2",
+        validity
+            + ":3: operator \"<=\" is none the rule knows (=, <, >, =>, =<, !=, dup, !dup); the row forbids "
+              "its pattern",
+        validity
+            + ":4: Invalid regular expression \"(?<=x)y\": lookbehind assertions are not supported at "
+              "offset 1",
+        validity + ":5: row dropped: 8 field(s) where the table has 9",
+        withHrt + ":2: position code \"X\" is none of S, E, B",
+        hyphenated + ":3: entry dropped: no hyphen (-) in it",
+        entities + ":2: message of 65 characters; the longest the report shows whole is 60",
+        entities + ":3: row dropped: no blank between search string and message",
+        leadZero + ":2: row dropped: 2 field(s) where the table has 3",
+        characters
+            + ":2: Invalid regular expression \"[z-a]\": range out of order in character class at offset 4",
+        characters + ":3: row dropped: not four quoted fields",
+        noHrt + ": the table is never used: no routine declaration table names NOHRT",
+        taskCharacters + ": the table is never used: CHECKSPECIALCHAR is FALSE",
+    };
+    EXPECT_EQ(result.standardOutput.split('\n', Qt::SkipEmptyParts), expected);
+    EXPECT_EQ(result.standardError, "quorvane: 18 problem(s) found\n");
+}
+
+TEST(CheckConfig, AnswersZeroForACleanInstallationAndTwoWithoutAConfiguration)
+{
+    Installation inst;
+    inst.writeTable("nohrtdecltbl.tbl", "Enclosing | Element | Severity\r\n<sec> | <title> | E\r\n");
+    inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<sec> | NOHRT | N/A\r\n");
+    const auto clean = inst.run({ "--check-config" });
+    EXPECT_EQ(clean.exitCode, 0) << clean.standardOutput.toStdString();
+    EXPECT_EQ(clean.standardOutput, "");
+    EXPECT_EQ(clean.standardError, "quorvane: no problems found\n");
+    // A table used by one task only is used.
+    inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n");
+    const QString taskRoutines
+        = inst.writeTable("t.tbl", "Tag | Routine | Parameter\r\n<sec> | NOHRT | N/A\r\n");
+    inst.appendIni("[TASK]\r\nTASKCODE = T1\r\n[SUPPORT FILES]\r\nROUTINEDECLTBL = " + taskRoutines + "\r\n");
+    EXPECT_EQ(inst.run({ "--check-config" }).exitCode, 0);
+    EXPECT_EQ(inst.run({ "--check-config", "--task", "t1" }).exitCode, 0);
+    const auto unknownTask = inst.run({ "--check-config", "--task", "T9" });
+    EXPECT_EQ(unknownTask.exitCode, 1);
+    EXPECT_TRUE(unknownTask.standardOutput.contains("no [TASK] section names the task code T9"));
+
+    inst.set("WORKPATH", QString()); // a required key missing: nothing to check against
+    const auto unreadable = inst.run({ "--check-config" });
+    EXPECT_EQ(unreadable.exitCode, 2);
+    EXPECT_EQ(unreadable.standardOutput, "");
+}
+
+TEST(CheckConfig, TheSampleInstallationIsClean)
+{
+    QProcess process;
+    process.setWorkingDirectory(QStringLiteral(QUORVANE_EXAMPLES_DIR) + "/..");
+    process.start(QStringLiteral(QUORVANE_EXECUTABLE), { "--app-dir", "examples", "--check-config" });
+    ASSERT_TRUE(process.waitForFinished(60000));
+    EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardOutput().toStdString();
+}
+
+TEST(CheckConfig, NamesTextValidityOperatorsThatWouldNotDoWhatTheyLookLike)
+{
+    struct Row {
+        QString op;
+        bool problem;
+    };
+    const Row rows[] = {
+        { "=", false },
+        { "!=", false },
+        { "=<", false },
+        { "=>", false },
+        { "dup", false },
+        { "!dup", false },
+        { "+1", false },
+        { "-10", false },
+        { "@eval(=)$1+$2", false },
+        { "=<@now", false },
+        { "@NOW>", false },
+        { "x", false },
+        { "", false }, // any other word forbids the pattern
+        { "<=", true },
+        { ">=", true },
+        { "==", true },
+        { "DUP", true },
+        { "+", true },
+        { "+1x", true },
+        { "@eval$1+$2", true },
+        { "<=@now", true },
+        { "@now", true },
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(!TextValidityOperatorProblem(row.op).isEmpty(), row.problem) << row.op.toStdString();
+}

@@ -1,0 +1,229 @@
+#include "report/FindingOutputs.h"
+
+#include "support/TempDir.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QXmlStreamReader>
+#include <gtest/gtest.h>
+
+namespace {
+
+const QDateTime kStart(QDate(2026, 3, 1), QTime(22, 5, 0), Qt::OffsetFromUTC, 3600);
+const QDateTime kEnd(QDate(2026, 3, 2), QTime(6, 40, 30), Qt::OffsetFromUTC, 3600);
+
+Finding error(std::int64_t line, std::int32_t column, const QString& message, const QString& routine)
+{
+    return { FindingKind::Error, line, column, message, "data " + message, routine };
+}
+
+Finding warning(std::int64_t line, std::int32_t column, const QString& message, const QString& routine)
+{
+    return { FindingKind::Warning, line, column, message, "data " + message, routine };
+}
+
+// Two files and a finding that came between them, fed as a run feeds a sink.
+RunFindings sampleRun(FindingOutputs& outputs)
+{
+    outputs.onRunStarted("JRNL", kStart);
+    outputs.onFileStarted("in/a b.xml");
+    outputs.onFinding(error(3, 7, "Bad <tag> & \"quote\"", "NOHRT"));
+    outputs.onFinding(warning(0, 1, "Too many hard returns", "CheckMultipleHardReturns"));
+    outputs.onFinding(warning(5, 0, "No column", "NOHRT"));
+    outputs.onFileEnded();
+    outputs.onFinding(warning(1, 1, "Image without callout", "CheckImageValidation"));
+    outputs.onFileStarted("/abs/c.xml");
+    outputs.onFinding(error(9, 2, "Bell \x07 here", "TEXTVALIDITY"));
+    outputs.onFileEnded();
+    outputs.onRunEnded(kEnd, true);
+    return outputs.run();
+}
+
+QJsonObject parse(const QByteArray& bytes)
+{
+    QJsonParseError problem;
+    const QJsonDocument document = QJsonDocument::fromJson(bytes, &problem);
+    EXPECT_EQ(problem.error, QJsonParseError::NoError) << problem.errorString().toStdString();
+    return document.object();
+}
+
+} // namespace
+
+TEST(FindingOutputs, GroupsFindingsByFileAndKeepsThoseBetweenFilesApart)
+{
+    FindingOutputs outputs("Quorvane", "1.2", {});
+    outputs.onRunStarted("OLD", kStart);
+    outputs.onFileStarted("old.xml");
+    outputs.onFinding(error(1, 1, "from the run before", "NOHRT"));
+    const RunFindings run = sampleRun(outputs);
+
+    ASSERT_EQ(run.files.size(), 3u);
+    EXPECT_EQ(run.files[0].path, "in/a b.xml");
+    EXPECT_EQ(run.files[0].findings.size(), 3);
+    EXPECT_EQ(run.files[0].errors, 1);
+    EXPECT_EQ(run.files[0].warnings, 2);
+    EXPECT_EQ(run.files[1].path, "");
+    EXPECT_EQ(run.files[1].warnings, 1);
+    EXPECT_EQ(run.files[2].path, "/abs/c.xml");
+    EXPECT_EQ(run.errors(), 2);
+    EXPECT_EQ(run.warnings(), 3);
+    EXPECT_EQ(run.taskCode, "JRNL");
+
+    // Data is kept as the reports show it: line breaks as "...", 250 characters.
+    outputs.onFileStarted("long.xml");
+    outputs.onFinding({ FindingKind::Error, 1, 1, "Long", "a\r\nb" + QString(400, u'x'), "NOHRT" });
+    EXPECT_EQ(outputs.run().files.back().findings[0].data, "a...b" + QString(245, u'x'));
+}
+
+TEST(FindingOutputs, JsonReadsBackWithEveryFieldOfEveryFinding)
+{
+    FindingOutputs outputs("Quorvane", "1.2", {});
+    const QJsonObject json = parse(FindingsJson(sampleRun(outputs)));
+
+    EXPECT_EQ(json["tool"]["name"].toString(), "Quorvane");
+    EXPECT_EQ(json["tool"]["version"].toString(), "1.2");
+    EXPECT_EQ(json["taskCode"].toString(), "JRNL");
+    EXPECT_EQ(json["startTime"].toString(), "2026-03-01T22:05:00+01:00");
+    EXPECT_EQ(json["endTime"].toString(), "2026-03-02T06:40:30+01:00");
+    EXPECT_EQ(json["errors"].toInt(), 2);
+    EXPECT_EQ(json["warnings"].toInt(), 3);
+    const QJsonArray files = json["files"].toArray();
+    ASSERT_EQ(files.size(), 3);
+    const QJsonObject first = files[0].toObject();
+    EXPECT_EQ(first["path"].toString(), "in/a b.xml");
+    EXPECT_EQ(first["errors"].toInt(), 1);
+    EXPECT_EQ(first["warnings"].toInt(), 2);
+    const QJsonObject finding = first["findings"][0].toObject();
+    EXPECT_EQ(finding["severity"].toString(), "error");
+    EXPECT_EQ(finding["line"].toInteger(), 3);
+    EXPECT_EQ(finding["column"].toInt(), 7);
+    EXPECT_EQ(finding["message"].toString(), "Bad <tag> & \"quote\"");
+    EXPECT_EQ(finding["data"].toString(), "data Bad <tag> & \"quote\"");
+    EXPECT_EQ(finding["routine"].toString(), "NOHRT");
+    EXPECT_EQ(first["findings"][1]["severity"].toString(), "warning");
+}
+
+TEST(FindingOutputs, SarifHasWhatViewersNeed)
+{
+    FindingOutputs outputs("Quorvane", "1.2", {});
+    const QJsonObject sarif = parse(FindingsSarif(sampleRun(outputs)));
+
+    EXPECT_EQ(sarif["version"].toString(), "2.1.0");
+    EXPECT_TRUE(sarif["$schema"].toString().contains("sarif-2.1.0"));
+    const QJsonArray runs = sarif["runs"].toArray();
+    ASSERT_EQ(runs.size(), 1);
+    const QJsonObject run = runs[0].toObject();
+    const QJsonObject driver = run["tool"]["driver"].toObject();
+    EXPECT_EQ(driver["name"].toString(), "Quorvane");
+    EXPECT_EQ(run["invocations"][0]["startTimeUtc"].toString(), "2026-03-01T21:05:00Z");
+    EXPECT_EQ(run["invocations"][0]["endTimeUtc"].toString(), "2026-03-02T05:40:30Z");
+
+    // One rule per routine name, and every result points at its own rule.
+    QStringList ruleIds;
+    for (const QJsonValue& rule : driver["rules"].toArray())
+        ruleIds << rule["id"].toString();
+    EXPECT_EQ(ruleIds,
+        QStringList({ "CheckImageValidation", "CheckMultipleHardReturns", "NOHRT", "TEXTVALIDITY" }));
+    const QJsonArray results = run["results"].toArray();
+    ASSERT_EQ(results.size(), 5);
+    for (const QJsonValue& result : results) {
+        EXPECT_EQ(ruleIds.value(result["ruleIndex"].toInt()), result["ruleId"].toString());
+        EXPECT_TRUE(result["level"] == "error" || result["level"] == "warning");
+        EXPECT_FALSE(result["message"]["text"].toString().isEmpty());
+    }
+
+    struct Row {
+        int result;
+        QString uri; // empty: no location at all
+        int startLine; // 0: no region
+        int startColumn; // 0: no column
+    };
+    const Row rows[] = {
+        { 0, "in/a%20b.xml", 3, 7 },
+        { 1, "in/a%20b.xml", 0, 0 }, // line 0 names no place in the file
+        { 2, "in/a%20b.xml", 5, 0 }, // column 0 leaves the column out
+        { 3, "", 0, 0 }, // found outside any file
+        { 4, "file:///abs/c.xml", 9, 2 },
+    };
+    for (const Row& row : rows) {
+        const QJsonObject result = results[row.result].toObject();
+        SCOPED_TRACE(row.result);
+        if (row.uri.isEmpty()) {
+            EXPECT_FALSE(result.contains("locations"));
+            continue;
+        }
+        const QJsonObject location = result["locations"][0]["physicalLocation"].toObject();
+        EXPECT_EQ(location["artifactLocation"]["uri"].toString(), row.uri);
+        EXPECT_EQ(location.contains("region"), row.startLine > 0);
+        if (row.startLine == 0)
+            continue;
+        const QJsonObject region = location["region"].toObject();
+        EXPECT_EQ(region["startLine"].toInt(), row.startLine);
+        EXPECT_EQ(region.contains("startColumn"), row.startColumn > 0);
+        EXPECT_EQ(region["startColumn"].toInt(), row.startColumn);
+    }
+    EXPECT_EQ(results[0]["level"].toString(), "error");
+    EXPECT_EQ(results[0]["message"]["text"].toString(), "Bad <tag> & \"quote\"");
+}
+
+TEST(FindingOutputs, HtmlIsWellFormedWithItsTablesAndChartEscaped)
+{
+    FindingOutputs outputs("Quorvane", "1.2", {});
+    const QByteArray html = FindingsHtml(sampleRun(outputs));
+    EXPECT_FALSE(html.contains("src=")) << "the page fetches nothing";
+
+    // Read as XML: escaping that failed anywhere would break the reading.
+    QXmlStreamReader reader(html);
+    QList<QStringList> fileRows;
+    QList<QStringList> findingRows;
+    int bars = 0;
+    QString table;
+    QStringList row;
+    while (!reader.atEnd()) {
+        reader.readNext();
+        if (reader.isStartElement() && reader.name() == u"table")
+            table = reader.attributes().value("id").toString();
+        if (reader.isStartElement() && reader.name() == u"tr")
+            row.clear();
+        if (reader.isStartElement() && reader.name() == u"td")
+            row << reader.readElementText(QXmlStreamReader::IncludeChildElements);
+        if (reader.isStartElement() && reader.name() == u"rect")
+            ++bars;
+        if (reader.isEndElement() && reader.name() == u"tr" && !row.isEmpty())
+            (table == u"files" ? fileRows : findingRows).append(row);
+    }
+    ASSERT_FALSE(reader.hasError()) << reader.errorString().toStdString() << " at line "
+                                    << reader.lineNumber();
+
+    EXPECT_EQ(fileRows,
+        QList<QStringList>({ { "in/a b.xml", "1", "2" }, { "(the run as a whole)", "0", "1" },
+            { "/abs/c.xml", "1", "0" } }));
+    ASSERT_EQ(findingRows.size(), 5);
+    EXPECT_EQ(findingRows[0],
+        QStringList({ "3", "7", "error", "NOHRT", "Bad <tag> & \"quote\"", "data Bad <tag> & \"quote\"" }));
+    EXPECT_EQ(findingRows[4][4], QString("Bell ") + QChar(0x2407) + " here"); // the bell made visible
+    EXPECT_EQ(bars, 2 * 4); // an error and a warning bar per routine
+}
+
+TEST(FindingOutputs, WritesWhatWasAskedWhenTheRunEndsAndRemovesItWhenTheRunFailed)
+{
+    TempDir dir;
+    const QString json = dir.path() + "run.json";
+    const QString html = dir.path() + "run.html";
+    FindingOutputs outputs("Quorvane", "1.2", { json, {}, html });
+    sampleRun(outputs);
+    EXPECT_EQ(parse(TempDir::read(json))["errors"].toInt(), 2);
+    EXPECT_TRUE(TempDir::read(html).startsWith("<!DOCTYPE html>"));
+    EXPECT_TRUE(outputs.failures().isEmpty());
+
+    outputs.onRunStarted("JRNL", kStart);
+    outputs.onRunEnded(kEnd, false);
+    EXPECT_FALSE(QFile::exists(json));
+    EXPECT_FALSE(QFile::exists(html));
+
+    FindingOutputs nowhere("Quorvane", "1.2", { dir.path() + "missing/run.json", {}, {} });
+    sampleRun(nowhere);
+    ASSERT_EQ(nowhere.failures().size(), 1);
+    EXPECT_TRUE(nowhere.failures()[0].startsWith(dir.path() + "missing/run.json: "));
+}
