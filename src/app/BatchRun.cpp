@@ -1,5 +1,6 @@
 #include "app/BatchRun.h"
 
+#include "app/BatchJobs.h"
 #include "app/SingleFileRun.h"
 #include "config/ConfigurationFile.h"
 #include "core/MoveFiles.h"
@@ -65,20 +66,6 @@ void makeOutputFolders(const RunState& state, const QString& outputFolder)
         modMoveFiles::MakeFolder(outputFolder + state.config.CreateLogFolder + QLatin1Char('/'));
 }
 
-// One file of the batch with the folders its reports and copies go to.
-struct PlannedFile {
-    QString path;
-    QString reportFolder;
-    QString outputFolder;
-};
-
-// The whole batch is found before the first file is validated, so progress
-// can say how many files there are; every folder is still listed only once.
-struct BatchPlan {
-    std::vector<PlannedFile> files;
-    bool walked = false; // folders mode: reports open before the before-programs
-};
-
 struct WalkContext {
     RunState& state;
     QString root; // the input folder: the mirrored trees start below it
@@ -128,36 +115,6 @@ BatchPlan planBatch(RunState& state, const QString& inputFolder, const QStringLi
         walkFolder(walk, inputFolder + name + QLatin1Char('/'));
     }
     return plan;
-}
-
-// The per-file sequence of the single-file run. A walked file has its
-// reports opened before the before-programs run, a listed file after them.
-void validateBatchFile(RunState& state, const PlannedFile& file, bool walked)
-{
-    state.inputPath = file.path;
-    state.currentInputPath = file.path;
-    state.inputFileName = InputFileNameOf(file.path);
-    state.reportFolder = file.reportFolder;
-    state.outputFolder = file.outputFolder;
-    RefuseInputThatIsItsOwnReport(state);
-    try {
-        if (walked) {
-            OpenReports(state);
-            RunBeforePrograms(state);
-        } else {
-            RunBeforePrograms(state);
-            OpenReports(state);
-        }
-        ValidateFile(state, Rules());
-    } catch (const RunAborted&) {
-        // Closed, the failing file's reports would look clean and its input
-        // would pass on to the output folder as validated; they are dropped,
-        // while the files before it keep theirs.
-        DiscardReports(state);
-        throw;
-    }
-    CloseReports(state);
-    RunAfterPrograms(state);
 }
 
 } // namespace
@@ -217,11 +174,7 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
 
     try {
         const BatchPlan plan = planBatch(state, inputFolder, request.selected);
-        const int total = static_cast<int>(plan.files.size());
-        for (int i = 0; i < total; ++i) {
-            observer.fileStarted(i + 1, total, plan.files[i].path);
-            validateBatchFile(state, plan.files[i], plan.walked);
-        }
+        ValidatePlannedFiles(state, plan, request.jobs > 0 ? request.jobs : DefaultBatchJobs(), observer);
     } catch (const RunAborted&) {
         CloseProgramLogs(state);
         state.findingSinks.runEnded(state.report.now(), false);
@@ -297,6 +250,7 @@ int RunBatchCommand(RunState& state, const BatchCommand& command, BatchObserver&
     request.taskCode = command.taskCode;
     request.workPath = command.workPath.value_or(config.SavedWorkPath);
     request.outputPath = command.outputPath.value_or(config.SavedOutputPath);
+    request.jobs = command.jobs;
     return RunBatch(state, request, observer);
 }
 

@@ -14,6 +14,7 @@ struct BatchRequest {
     QString taskCode; // the task-code box, as typed
     QString workPath; // the working-path box: where the reports go
     QString outputPath; // the output-path box
+    int jobs = 0; // files validated side by side; 0: one per core
 };
 
 // Told about the run as it goes, so a window or a terminal can show it.
@@ -23,6 +24,8 @@ public:
     // The inputs are taken and the program logs are open: lock the inputs.
     virtual void batchStarted() { }
     // number counts from 1; total is every file the batch found to validate.
+    // Files are told in batch order; validated side by side, a file is told
+    // when it is done.
     virtual void fileStarted(int number, int total, const QString& inputPath) { }
     // After the last file and the final message, or after a failure.
     virtual void batchFinished() { }
@@ -60,6 +63,7 @@ struct BatchCommand {
     QString taskCode; // the window's task-code box starts empty
     std::optional<QString> workPath; // none: the configured working path
     std::optional<QString> outputPath; // none: the configured output path
+    int jobs = 0; // --jobs; 0: one per core
 };
 int RunBatchCommand(RunState& state, const BatchCommand& command, BatchObserver& observer);
 

@@ -71,6 +71,8 @@ void finishBatchOptions(CommandLineOptions& options, const QStringList& rest)
         options.commandLine.clear();
     } else if (options.workPath || options.outputPath) {
         options.error = QStringLiteral("--work and --output go with --batch");
+    } else if (options.jobs > 0) {
+        options.error = QStringLiteral("--jobs goes with --batch");
     }
 }
 
@@ -106,6 +108,16 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
             options.pluginTimeoutSeconds = ++i < arguments.size() ? arguments[i].toInt(&number) : 0;
             if (!number || options.pluginTimeoutSeconds < 1) {
                 options.error = QStringLiteral("--plugin-timeout needs a number of seconds above 0");
+                return options;
+            }
+        } else if (argument == QLatin1String("--jobs") || argument.startsWith(QLatin1String("--jobs="))) {
+            const QString value = argument.size() > 6 ? argument.mid(7)
+                : ++i < arguments.size()              ? arguments[i]
+                                                      : QString();
+            bool number = false;
+            options.jobs = value.toInt(&number);
+            if (!number || options.jobs < 1) {
+                options.error = QStringLiteral("--jobs needs a number of files above 0");
                 return options;
             }
         } else if (argument == QLatin1String("--task")) {
@@ -152,13 +164,16 @@ QString batchHelpText()
     return QStringLiteral("\n"
                           "Batch (what the batch window's PROCESS does, without a window):\n"
                           "  quorvane [--app-dir DIR] --batch FOLDER [--task CODE] [--work DIR]\n"
-                          "           [--output DIR] [--json FILE] [--sarif FILE] [--html FILE] [ENTRY...]\n"
+                          "           [--output DIR] [--jobs N] [--json FILE] [--sarif FILE]\n"
+                          "           [--html FILE] [ENTRY...]\n"
                           "  --batch FOLDER  validate the ENTRYs of FOLDER: its files when INPUTTYPE is\n"
                           "                  FILES, else its subfolders with everything below them;\n"
                           "                  no ENTRY takes every entry; implies --headless\n"
                           "  --task CODE     the batch's task code (default: none)\n"
                           "  --work DIR      working path, where the reports go (default: WORKPATH)\n"
                           "  --output DIR    output path (default: OUTPUTPATH)\n"
+                          "  --jobs N        validate N files side by side (default: one per core);\n"
+                          "                  the reports and logs are the same as with --jobs 1\n"
                           "  Example, from the repository:\n"
                           "    quorvane --app-dir examples --batch examples input\n");
 }

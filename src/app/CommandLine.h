@@ -28,6 +28,7 @@ struct CommandLineOptions {
     std::optional<QString> batchFolder;
     std::optional<QString> workPath; // --work: the working-path box
     std::optional<QString> outputPath; // --output: the output-path box
+    int jobs = 0; // --jobs N: files validated side by side; 0: one per core
     QStringList entries;
 };
 

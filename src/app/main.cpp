@@ -124,6 +124,7 @@ int runHeadlessBatch(RunState& state, const CommandLineOptions& options, Headles
     command.taskCode = options.task;
     command.workPath = options.workPath;
     command.outputPath = options.outputPath;
+    command.jobs = options.jobs;
     TerminalBatchProgress progress(ui);
     try {
         const int status = RunBatchCommand(state, command, progress);

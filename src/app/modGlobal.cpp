@@ -22,16 +22,24 @@ void refuse()
 // The engine's answers are not examined here: a lexicon that failed to load
 // shows up as the engine's answers during the run. The file list goes to the
 // user-lexicon call, which looks in the user folder before the main one.
-void StartSpellingEngine(RunState& state)
+std::unique_ptr<SpellingEngine> startEngine(
+    const QString& mainLexPath, const QString& userLexPath, const QString& mainLexFiles)
 {
     constexpr std::uint32_t kEngineOption = 0x200000;
-    const Configuration& config = state.config;
     auto engine = std::make_unique<HunspellEngine>();
-    engine->SetMainLexPath(config.MainLexPath);
-    engine->SetUserLexPath(config.UserLexPath);
-    engine->SetUserLexFiles(config.MainLexFiles);
+    engine->SetMainLexPath(mainLexPath);
+    engine->SetUserLexPath(userLexPath);
+    engine->SetUserLexFiles(mainLexFiles);
     engine->SetOption(kEngineOption, 1);
-    state.spelling.engine = std::move(engine);
+    return engine;
+}
+
+void StartSpellingEngine(RunState& state)
+{
+    const Configuration& config = state.config;
+    state.spelling.engine = startEngine(config.MainLexPath, config.UserLexPath, config.MainLexFiles);
+    state.spelling.startAnother = [main = config.MainLexPath, user = config.UserLexPath,
+                                      files = config.MainLexFiles] { return startEngine(main, user, files); };
 }
 
 // The run ends here without a box; a shell user still learns which folder and why.

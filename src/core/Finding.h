@@ -44,6 +44,7 @@ class FindingSinks {
 public:
     void subscribe(FindingSink& sink) { sinks_.push_back(&sink); }
     void unsubscribe(FindingSink& sink) { std::erase(sinks_, &sink); }
+    bool empty() const { return sinks_.empty(); }
     void publish(const Finding& finding) const
     {
         for (FindingSink* sink : sinks_)

@@ -38,7 +38,12 @@ struct ReportState {
     // at its first file, and then collects the rest of the batch.
     QSet<QString> batchEditorFiles;
 
+    // When the batch file's validation started and ended, for the program log.
+    QDateTime fileStarted;
+    QDateTime fileEnded;
+
     // The clock behind every time the reports and logs carry; tests replace it.
+    // A parallel batch calls it from several threads at once.
     std::function<QDateTime()> now = [] { return QDateTime::currentDateTime(); };
 
     std::int64_t runErrorEntries = 0; // error entries of the whole run: feeds the exit status

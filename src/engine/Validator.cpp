@@ -178,6 +178,22 @@ void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std:
         state.context = state.previousTag;
 }
 
+CarriedTagState CarriedTagStateOf(const RunState& state)
+{
+    return { state.openTags, state.context, state.previousTag, state.previousStartTag };
+}
+
+void SeedCarriedTagState(RunState& state, const CarriedTagState& carried)
+{
+    state.openTags = carried.openTags;
+    state.openTagNames.clear();
+    for (const ValidationContext& open : carried.openTags)
+        ++state.openTagNames[open.tagName];
+    state.context = carried.context;
+    state.previousTag = carried.previousTag;
+    state.previousStartTag = carried.previousStartTag;
+}
+
 void ValidateFile(RunState& state, const RuleBook& rules)
 {
     try {

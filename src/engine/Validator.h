@@ -1,7 +1,9 @@
 #pragma once
 
+#include "core/ValidationContext.h"
 #include "engine/Dispatch.h"
 
+#include <QList>
 #include <QString>
 #include <cstdint>
 
@@ -25,3 +27,15 @@ void SplitLines(RunState& state);
 // offset of the line in the whole text, lineNumber is one-based.
 void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std::int32_t lineNumber,
     const RuleBook& rules);
+
+// What one file of a batch hands on to the next through the driver: the
+// open-tag list and the contexts of the last tag and the last start tag.
+struct CarriedTagState {
+    QList<ValidationContext> openTags;
+    ValidationContext context;
+    ValidationContext previousTag;
+    ValidationContext previousStartTag;
+};
+CarriedTagState CarriedTagStateOf(const RunState& state);
+// Makes the state's driver continue from what an earlier file left behind.
+void SeedCarriedTagState(RunState& state, const CarriedTagState& carried);

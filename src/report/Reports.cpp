@@ -165,7 +165,7 @@ void putInPlace(const QString& reportPath)
         QFile::encodeName(partial(reportPath)).constData(), QFile::encodeName(reportPath).constData());
 }
 
-void finishWarningReport(ReportState& report)
+void completeWarningReport(ReportState& report)
 {
     writeLine(report.warningReport.get(), QString());
     if (report.warningCount < 1) {
@@ -176,10 +176,15 @@ void finishWarningReport(ReportState& report)
             QStringLiteral("Total No. of Warnings: ") + QString::number(report.warningCount));
         closeFile(report.warningReport);
     }
+}
+
+void finishWarningReport(ReportState& report)
+{
+    completeWarningReport(report);
     putInPlace(report.warningReportPath);
 }
 
-void finishErrorReport(ReportState& report)
+void completeErrorReport(ReportState& report)
 {
     if (report.errorCount < 1) {
         createEmptyFile(partial(report.errorReportPath));
@@ -188,6 +193,11 @@ void finishErrorReport(ReportState& report)
         writeLine(file.get(), QString());
         writeLine(file.get(), QStringLiteral("Total No. of Errors: ") + QString::number(report.errorCount));
     }
+}
+
+void finishErrorReport(ReportState& report)
+{
+    completeErrorReport(report);
     putInPlace(report.errorReportPath);
 }
 
@@ -323,9 +333,8 @@ void OpenReports(RunState& state)
     resetFileEntries(report);
 
     if (state.batchMode) {
-        writeLine(report.programLog.get(),
-            QStringLiteral("Start Time  : ") + ReportFormat::clockTime(report.now()));
-        writeLine(report.programLog.get(), QStringLiteral("FilePath    : ") + headerInputPath(state));
+        report.fileStarted = report.now();
+        WriteFileStartToProgramLog(state);
     }
     report.errorReportPath = state.reportFolder + report.baseName + QStringLiteral(".ERR");
     report.warningReportPath = state.reportFolder + report.baseName + QStringLiteral(".WRN");
@@ -377,9 +386,60 @@ void DiscardReports(RunState& state)
     QFile::remove(partial(report.warningReportPath));
 }
 
+void WriteFileStartToProgramLog(RunState& state)
+{
+    ReportState& report = state.report;
+    writeLine(report.programLog.get(),
+        QStringLiteral("Start Time  : ") + ReportFormat::clockTime(report.fileStarted));
+    writeLine(report.programLog.get(), QStringLiteral("FilePath    : ") + headerInputPath(state));
+}
+
+void CompleteFileReports(RunState& state)
+{
+    ReportState& report = state.report;
+    completeWarningReport(report);
+    closeFile(report.errorReport);
+    completeErrorReport(report);
+    report.fileEnded = report.now();
+}
+
+// The editor file of a batch removes or extends a file that the whole report
+// folder shares, and the program logs are the whole batch's: this part runs
+// for one file after another, in batch order.
+void PublishFileReports(RunState& state)
+{
+    ReportState& report = state.report;
+    putInPlace(report.warningReportPath);
+    const EditorFlavour& editor = editorFlavour(state.config);
+    editor.prepare(state);
+    putInPlace(report.errorReportPath);
+    editor.write(state);
+    if (report.errorCount == 0)
+        copyOver(state.inputPath, state.outputFolder + state.inputFileName);
+    writeLine(report.programLog.get(),
+        QStringLiteral("End Time    : ") + ReportFormat::clockTime(report.fileEnded));
+    writeLine(report.programLog.get(), QString());
+    copyReportsToOutput(state);
+    writeErrorViewBlock(state);
+    flush(report.programLog.get());
+    flush(report.errorViewLog.get());
+    state.findingSinks.fileEnded();
+}
+
+void DiscardCompletedReports(const QString& errorReportPath, const QString& warningReportPath)
+{
+    QFile::remove(partial(errorReportPath));
+    QFile::remove(partial(warningReportPath));
+}
+
 void CloseReports(RunState& state)
 {
     ReportState& report = state.report;
+    if (state.batchMode) {
+        CompleteFileReports(state);
+        PublishFileReports(state);
+        return;
+    }
     finishWarningReport(report);
     closeFile(report.errorReport);
     const EditorFlavour& editor = editorFlavour(state.config);
@@ -388,14 +448,7 @@ void CloseReports(RunState& state)
     editor.write(state);
     if (report.errorCount == 0)
         copyOver(state.inputPath, state.outputFolder + state.inputFileName);
-    if (state.batchMode) {
-        writeLine(report.programLog.get(),
-            QStringLiteral("End Time    : ") + ReportFormat::clockTime(report.now()));
-        writeLine(report.programLog.get(), QString());
-    }
     copyReportsToOutput(state);
-    if (state.batchMode)
-        writeErrorViewBlock(state);
     flush(report.programLog.get());
     flush(report.errorViewLog.get());
     state.findingSinks.fileEnded();

@@ -19,6 +19,17 @@ void WriteErrorEntry(RunState& state, std::int64_t lineNumber, const QString& me
 void WriteWarningEntry(RunState& state, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t column);
 void CloseReports(RunState& state);
+// A batch file's CloseReports in two steps, so that files can be validated
+// side by side: CompleteFileReports gives the file's own reports their totals
+// (any thread, the file's own run state); PublishFileReports puts them in
+// place and writes what several files share, the editor file, the program
+// logs and the output copies (one file after another, in batch order).
+void CompleteFileReports(RunState& state);
+void PublishFileReports(RunState& state);
+// The program log's first lines of a batch file, with report.fileStarted.
+void WriteFileStartToProgramLog(RunState& state);
+// Drops the completed reports of a file that will never be published.
+void DiscardCompletedReports(const QString& errorReportPath, const QString& warningReportPath);
 // Drops the reports of a file whose run ended before they were closed; the
 // reports of an earlier run under the same names stay as they were.
 void DiscardReports(RunState& state);

@@ -109,6 +109,32 @@ TEST(CommandLine, ReadsTheBatchOptionsAndTakesTheRestAsEntries)
     }
 }
 
+TEST(CommandLine, ReadsTheJobCountOfABatch)
+{
+    struct Row {
+        QStringList arguments;
+        int jobs;
+        bool failed;
+    };
+    const Row rows[] = {
+        { { "q", "--batch", "/in" }, 0, false }, // 0: one per core
+        { { "q", "--batch", "/in", "--jobs", "4", "j1" }, 4, false },
+        { { "q", "--jobs=1", "--batch", "/in" }, 1, false },
+        { { "q", "--batch", "/in", "--jobs", "0" }, 0, true },
+        { { "q", "--batch", "/in", "--jobs", "many" }, 0, true },
+        { { "q", "--batch", "/in", "--jobs" }, 0, true },
+        { { "q", "--jobs", "2", "a.xml|T" }, 0, true }, // one file has nothing to share out
+    };
+    for (const Row& row : rows) {
+        const CommandLineOptions options = ParseCommandLineOptions(row.arguments);
+        const std::string shown = row.arguments.join(' ').toStdString();
+        EXPECT_EQ(!options.error.isEmpty(), row.failed) << shown;
+        if (!row.failed)
+            EXPECT_EQ(options.jobs, row.jobs) << shown;
+    }
+    EXPECT_TRUE(CommandLineHelpText().contains("--jobs N"));
+}
+
 TEST(CommandLine, ReadsTheOutputOptionsAndTheConfigurationCheck)
 {
     struct Row {

@@ -1,0 +1,546 @@
+#include "app/BatchJobs.h"
+
+#include "app/BatchRun.h"
+#include "app/SingleFileRun.h"
+#include "config/RoutineDeclTable.h"
+#include "core/Paths.h"
+#include "core/RunAborted.h"
+#include "core/RunState.h"
+#include "engine/Validator.h"
+#include "report/Reports.h"
+#include "rules/RuleRegistry.h"
+#include "rules/TextValidity.h"
+
+#include <QSet>
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <limits>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+namespace {
+
+// One operator call of a file validated on a worker, kept to be made on the
+// main thread when the file's turn comes.
+struct OperatorCall {
+    bool isMessageBox = false;
+    QString text;
+    QString title;
+    MessageIcon icon = MessageIcon::Information;
+};
+
+// The worker's operator: nobody watches a worker, so its message boxes and
+// diagnostics wait for the main thread and its progress goes nowhere.
+class WorkerOperator : public OperatorInterface {
+public:
+    void messageBox(const QString& text, const QString& title, MessageIcon icon) override
+    {
+        calls.push_back({ true, text, title, icon });
+    }
+    void setProgressRange(int, int) override { }
+    void setProgressValue(int) override { }
+    void processEvents() override { }
+    void diagnostic(const QString& line) override { calls.push_back({ false, line, {}, {} }); }
+
+    std::vector<OperatorCall> calls;
+};
+
+// Keeps a worker's findings for the run's own sinks, which hear them on the
+// main thread, file after file.
+class KeptFindings : public FindingSink {
+public:
+    void onFinding(const Finding& finding) override { findings.push_back(finding); }
+    std::vector<Finding> findings;
+};
+
+// The signed-step number of a row that the file has not written. Values are
+// read from text as 32-bit numbers; this one stands for "not written" only.
+constexpr std::int32_t kStepUnwritten = std::numeric_limits<std::int32_t>::min();
+// CountStr's first position when the file made no count that found anything;
+// positions are never negative.
+constexpr std::int32_t kFirstMatchUnwritten = -1;
+
+// Everything a file validated on a worker leaves for the main thread.
+struct FileOutcome {
+    std::vector<OperatorCall> calls;
+    std::exception_ptr failure;
+    bool reportsOpened = false; // OpenReports began: the program log names the file
+    bool reportsCreated = false; // OpenReports ended: the sinks heard of the file
+    QString inputPath;
+    QString inputFileName;
+    QString baseName;
+    QString extension;
+    QString errorReportPath;
+    QString warningReportPath;
+    std::int32_t errorCount = 0;
+    std::int32_t warningCount = 0;
+    QString plainEntryText;
+    QString columnEntryText;
+    QList<WarningRecord> warningList;
+    QDateTime started;
+    QDateTime ended;
+    std::int64_t errorEntries = 0;
+    int checkFailures = 0;
+    QHash<const void*, std::int32_t> stepNumbers; // rows the file wrote
+    std::int32_t firstMatchPosition = kFirstMatchUnwritten;
+    QList<ValidationContext> startedWith; // the open-tag list the file was validated from
+    CarriedTagState handedOn; // what the file hands on to the next one
+    std::vector<Finding> findings; // kept only when the run has sinks of its own
+};
+
+struct FileJob {
+    int index = 0;
+    CarriedTagState carried;
+};
+
+// A signed-step row carries the first value of the last element it checked
+// from file to file, but no finding ever reads that number back: whatever a
+// file starts with, its findings are the same. Each file therefore starts
+// from "not written" on every row, and the numbers it writes are carried
+// into the run state in batch order, so that the run ends with the numbers
+// one file after another leaves.
+QHash<const void*, std::int32_t> unwrittenStepNumbers(const TableSet& set)
+{
+    QHash<const void*, std::int32_t> numbers;
+    if (const auto* table = set.loaded<TextValidityTable>(SupportFile::TextValidityTbl)) {
+        for (const TextValidityRow& row : table->rows)
+            numbers.insert(&row, kStepUnwritten);
+    }
+    return numbers;
+}
+
+// The routines that read what CountStr left behind in the toolkit, possibly
+// from an earlier file: that cannot be known before the earlier file's
+// routines have run.
+bool declaresRoutineReadingFirstMatch(const TableSet& set)
+{
+    const auto* table = set.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
+    if (!table)
+        return false;
+    for (const RoutineDeclRow& row : table->rows) {
+        for (const RoutineCall& call : row.routines) {
+            if (call.upperName == u"CHECKPAIRVALIDITY" || call.upperName == u"CHECKPAIRCONTVALIDITY")
+                return true;
+        }
+    }
+    return false;
+}
+
+// The files a planned file writes apart from the shared ones.
+QStringList filesWrittenFor(const RunState& state, const PlannedFile& file)
+{
+    const QString name = InputFileNameOf(file.path);
+    const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+    const QString base = dot < 0 ? name : name.left(dot);
+    QString copies = file.outputFolder;
+    if (!state.config.CreateLogFolder.isEmpty())
+        copies += state.config.CreateLogFolder + QLatin1Char('/');
+    return { file.reportFolder + base + QStringLiteral(".ERR"),
+        file.reportFolder + base + QStringLiteral(".WRN"), copies + base + QStringLiteral(".ERR"),
+        copies + base + QStringLiteral(".WRN"), file.outputFolder + name };
+}
+
+// A worker: its own run state over the shared configuration and tables,
+// validating the files it is handed one at a time.
+class Worker {
+public:
+    Worker(const RunState& main, const Configuration& config)
+        : state_(operator_)
+    {
+        state_.config = config;
+        state_.programName = main.programName;
+        state_.taskCode = main.taskCode;
+        state_.batchMode = true;
+        state_.parentFolderPart = main.parentFolderPart;
+        state_.pluginTimeoutSeconds = main.pluginTimeoutSeconds;
+        state_.report.now = main.report.now;
+        state_.spelling.startAnother = main.spelling.startAnother;
+        if (!main.findingSinks.empty())
+            state_.findingSinks.subscribe(kept_);
+    }
+
+    // Runs on the worker's thread, so that the engines start side by side too.
+    void startSpellingEngine()
+    {
+        if (state_.spelling.startAnother)
+            state_.spelling.engine = state_.spelling.startAnother();
+    }
+
+    FileOutcome validate(
+        const PlannedFile& file, const FileJob& job, const QHash<const void*, std::int32_t>& unwrittenSteps)
+    {
+        RunState& state = state_;
+        operator_.calls.clear();
+        state.inputPath = file.path;
+        state.currentInputPath = file.path;
+        state.inputFileName = InputFileNameOf(file.path);
+        state.reportFolder = file.reportFolder;
+        state.outputFolder = file.outputFolder;
+        // The tag contexts are replaced at the file's first tag before any
+        // routine reads them; left empty, they tell whether the file had a tag.
+        SeedCarriedTagState(state, { job.carried.openTags, {}, {}, {} });
+        state.textValidity.stepNumbers = unwrittenSteps;
+        state.toolkit.FirstMatchPosition = kFirstMatchUnwritten;
+        state.report.runErrorEntries = 0;
+        state.report.fileStarted = QDateTime();
+        state.checkFailures = 0;
+
+        FileOutcome outcome;
+        try {
+            RefuseInputThatIsItsOwnReport(state);
+            OpenReports(state);
+            outcome.reportsCreated = true;
+            ValidateFile(state, Rules());
+            CompleteFileReports(state);
+        } catch (...) {
+            DiscardReports(state);
+            outcome.failure = std::current_exception();
+        }
+        const ReportState& report = state.report;
+        outcome.calls = std::move(operator_.calls);
+        outcome.reportsOpened = report.fileStarted.isValid();
+        outcome.inputPath = state.inputPath;
+        outcome.inputFileName = state.inputFileName;
+        outcome.baseName = report.baseName;
+        outcome.extension = report.extension;
+        outcome.errorReportPath = report.errorReportPath;
+        outcome.warningReportPath = report.warningReportPath;
+        outcome.errorCount = report.errorCount;
+        outcome.warningCount = report.warningCount;
+        outcome.plainEntryText = report.plainEntryText;
+        outcome.columnEntryText = report.columnEntryText;
+        outcome.warningList = report.warningList;
+        outcome.started = report.fileStarted;
+        outcome.ended = report.fileEnded;
+        outcome.errorEntries = report.runErrorEntries;
+        outcome.checkFailures = state.checkFailures;
+        for (auto step = state.textValidity.stepNumbers.cbegin();
+             step != state.textValidity.stepNumbers.cend(); ++step) {
+            if (step.value() != kStepUnwritten)
+                outcome.stepNumbers.insert(step.key(), step.value());
+        }
+        outcome.firstMatchPosition = state.toolkit.FirstMatchPosition;
+        outcome.startedWith = job.carried.openTags;
+        outcome.handedOn = CarriedTagStateOf(state);
+        outcome.findings = std::move(kept_.findings);
+        kept_.findings.clear();
+        return outcome;
+    }
+
+private:
+    WorkerOperator operator_;
+    KeptFindings kept_;
+    RunState state_;
+};
+
+// The jobs handed to the workers and the outcomes they hand back. The lock
+// is taken once per file, never while a file is validated.
+class JobBoard {
+public:
+    void post(FileJob job, bool first = false)
+    {
+        {
+            std::lock_guard lock(mutex_);
+            if (first)
+                jobs_.push_front(std::move(job));
+            else
+                jobs_.push_back(std::move(job));
+        }
+        jobPosted_.notify_one();
+    }
+    // Jobs no worker has taken yet start from the better guess.
+    void rebase(const CarriedTagState& carried)
+    {
+        std::lock_guard lock(mutex_);
+        for (FileJob& job : jobs_)
+            job.carried = carried;
+    }
+    // The next job, or none when the batch is over for the workers.
+    std::optional<FileJob> take()
+    {
+        std::unique_lock lock(mutex_);
+        jobPosted_.wait(lock, [&] { return closed_ || !jobs_.empty(); });
+        if (closed_ || jobs_.empty())
+            return std::nullopt;
+        FileJob job = std::move(jobs_.front());
+        jobs_.pop_front();
+        return job;
+    }
+    void close()
+    {
+        {
+            std::lock_guard lock(mutex_);
+            closed_ = true;
+            jobs_.clear();
+        }
+        jobPosted_.notify_all();
+    }
+    void deliver(int index, FileOutcome outcome)
+    {
+        {
+            std::lock_guard lock(mutex_);
+            outcomes_[index] = std::move(outcome);
+        }
+        delivered_.notify_all();
+    }
+    // The outcome of the file, waiting at most `wait` for it.
+    std::optional<FileOutcome> collect(int index, std::chrono::milliseconds wait)
+    {
+        std::unique_lock lock(mutex_);
+        if (!delivered_.wait_for(lock, wait, [&] { return outcomes_.contains(index); }))
+            return std::nullopt;
+        FileOutcome outcome = std::move(outcomes_[index]);
+        outcomes_.erase(index);
+        return outcome;
+    }
+    // Outcomes delivered but never collected: files after a failure.
+    std::vector<FileOutcome> leftOver()
+    {
+        std::lock_guard lock(mutex_);
+        std::vector<FileOutcome> left;
+        for (auto& [index, outcome] : outcomes_)
+            left.push_back(std::move(outcome));
+        outcomes_.clear();
+        return left;
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable jobPosted_;
+    std::condition_variable delivered_;
+    std::deque<FileJob> jobs_;
+    std::map<int, FileOutcome> outcomes_;
+    bool closed_ = false;
+};
+
+// Publishes a worker's file in the main run state, as the file validated
+// there would have left it.
+void publishOutcome(RunState& state, const PlannedFile& file, FileOutcome& outcome)
+{
+    state.inputPath = outcome.inputPath;
+    state.currentInputPath = file.path;
+    state.inputFileName = outcome.inputFileName;
+    state.reportFolder = file.reportFolder;
+    state.outputFolder = file.outputFolder;
+    ReportState& report = state.report;
+    report.baseName = outcome.baseName;
+    report.extension = outcome.extension;
+    report.errorReportPath = outcome.errorReportPath;
+    report.warningReportPath = outcome.warningReportPath;
+    report.fileStarted = outcome.started;
+    report.fileEnded = outcome.ended;
+    if (outcome.reportsOpened)
+        WriteFileStartToProgramLog(state);
+    // The sinks hear the file as one block, from its start to its end.
+    if (outcome.reportsCreated)
+        state.findingSinks.fileStarted(file.path);
+    for (const Finding& finding : outcome.findings)
+        state.findingSinks.publish(finding);
+    for (const OperatorCall& call : outcome.calls) {
+        if (call.isMessageBox)
+            state.ui.messageBox(call.text, call.title, call.icon);
+        else
+            state.ui.diagnostic(call.text);
+    }
+    report.errorCount = outcome.errorCount;
+    report.warningCount = outcome.warningCount;
+    report.plainEntryText = std::move(outcome.plainEntryText);
+    report.columnEntryText = std::move(outcome.columnEntryText);
+    report.warningList = std::move(outcome.warningList);
+    report.runErrorEntries += outcome.errorEntries;
+    state.checkFailures += outcome.checkFailures;
+    for (auto step = outcome.stepNumbers.cbegin(); step != outcome.stepNumbers.cend(); ++step)
+        state.textValidity.stepNumbers.insert(step.key(), step.value());
+    if (outcome.firstMatchPosition != kFirstMatchUnwritten)
+        state.toolkit.FirstMatchPosition = outcome.firstMatchPosition;
+    if (outcome.failure)
+        std::rethrow_exception(outcome.failure);
+    PublishFileReports(state);
+}
+
+// What a file hands on, given where it started: a file without tags leaves
+// the tag contexts it was given.
+CarriedTagState handedOn(const CarriedTagState& start, CarriedTagState end)
+{
+    if (end.previousTag.tagType == TagKind::None) {
+        end.context = start.context;
+        end.previousTag = start.previousTag;
+    }
+    if (end.previousStartTag.tagType == TagKind::None)
+        end.previousStartTag = start.previousStartTag;
+    return end;
+}
+
+bool sameContext(const ValidationContext& a, const ValidationContext& b)
+{
+    return a.tagText == b.tagText && a.tagName == b.tagName && a.enclosingTag == b.enclosingTag
+        && a.tagType == b.tagType && a.filePosition == b.filePosition && a.linePosition == b.linePosition
+        && a.lineNumber == b.lineNumber && a.lineText == b.lineText;
+}
+
+bool sameOpenTags(const QList<ValidationContext>& a, const QList<ValidationContext>& b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), sameContext);
+}
+
+void validateOneAfterAnother(RunState& state, const BatchPlan& plan, BatchObserver& observer)
+{
+    const int total = static_cast<int>(plan.files.size());
+    for (int i = 0; i < total; ++i) {
+        observer.fileStarted(i + 1, total, plan.files[i].path);
+        ValidateBatchFile(state, plan.files[i], plan.walked);
+    }
+}
+
+// A file validated side by side must start from the open-tag list that the
+// files before it leave, which is known only once the file before it is
+// done. The routines read nothing else that one file hands to the next
+// (whole-file checks look at no tag, and the first tag of a file replaces
+// the tag contexts before any routine runs), so a file is validated on a
+// guess: that it starts where the latest file known starts. The guess is
+// checked when the file's turn comes; a file guessed wrong is validated
+// again from the list it really starts with. Complete documents leave the
+// list as they found it, so a batch of them is never validated twice.
+void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchObserver& observer)
+{
+    const int total = static_cast<int>(plan.files.size());
+    const QHash<const void*, std::int32_t> unwrittenSteps = unwrittenStepNumbers(state.config.ActiveTableSet);
+    const Configuration config = state.config;
+    JobBoard board;
+    std::vector<std::unique_ptr<Worker>> workers;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < jobs; ++i) {
+        workers.push_back(std::make_unique<Worker>(state, config));
+        threads.emplace_back([&, worker = workers.back().get()] {
+            worker->startSpellingEngine();
+            while (std::optional<FileJob> job = board.take()) {
+                const int index = job->index;
+                board.deliver(index, worker->validate(plan.files[index], *job, unwrittenSteps));
+            }
+        });
+    }
+    auto stopWorkers = [&] {
+        board.close();
+        for (std::thread& thread : threads)
+            thread.join();
+        threads.clear();
+    };
+
+    CarriedTagState known = CarriedTagStateOf(state); // where the next file to publish starts
+    // A few files are handed out ahead of the one to publish, so no worker
+    // waits, but few are validated on a guess that may turn out wrong.
+    const int ahead = 2 * jobs;
+    int posted = 0;
+    try {
+        for (int published = 0; published < total;) {
+            for (; posted < total && posted - published < ahead; ++posted)
+                board.post({ posted, known });
+            std::optional<FileOutcome> outcome = board.collect(published, std::chrono::milliseconds(50));
+            if (!outcome) {
+                // The window stays painted while the workers run.
+                state.ui.processEvents();
+                continue;
+            }
+            if (!sameOpenTags(outcome->startedWith, known.openTags)) {
+                board.post({ published, known }, true);
+                continue;
+            }
+            observer.fileStarted(published + 1, total, plan.files[published].path);
+            known = handedOn(known, outcome->handedOn);
+            publishOutcome(state, plan.files[published], *outcome);
+            board.rebase(known);
+            ++published;
+            state.ui.setProgressRange(0, total);
+            state.ui.setProgressValue(published);
+            state.ui.processEvents();
+        }
+    } catch (...) {
+        // One file after another, the files after a failing one would never
+        // have been validated: what the workers finished of them goes.
+        stopWorkers();
+        for (const FileOutcome& left : board.leftOver()) {
+            if (!left.failure)
+                DiscardCompletedReports(left.errorReportPath, left.warningReportPath);
+        }
+        throw;
+    }
+    stopWorkers();
+    SeedCarriedTagState(state, known);
+}
+
+} // namespace
+
+int DefaultBatchJobs()
+{
+    return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+}
+
+QString SequentialBatchReason(const RunState& state, const BatchPlan& plan)
+{
+    const TableSet& active = state.config.ActiveTableSet;
+    if (plan.files.size() < 2)
+        return QStringLiteral("fewer than two files");
+    // Outside programs have always seen one file at a time, and the staged
+    // copies of the inputs share the temporary folder.
+    if (!active.InputPlugins.isEmpty() || !active.OutputPlugins.isEmpty())
+        return QStringLiteral("the task runs outside programs");
+    if (declaresRoutineReadingFirstMatch(active))
+        return QStringLiteral("a pair routine reads what an earlier file's counts left");
+    if (state.spelling.engine && !state.spelling.startAnother)
+        return QStringLiteral("the spelling engine cannot be started once more");
+    // Two files of one batch that write the same report or copy: the later
+    // one wins, and only one after another says which is later.
+    QSet<QString> written;
+    for (const PlannedFile& file : plan.files) {
+        // A file that writes one path twice does so in its own fixed order.
+        const QStringList paths = filesWrittenFor(state, file);
+        for (const QString& path : QSet<QString>(paths.cbegin(), paths.cend())) {
+            if (written.contains(path))
+                return QStringLiteral("two files write ") + path;
+            written.insert(path);
+        }
+    }
+    return {};
+}
+
+void ValidatePlannedFiles(RunState& state, const BatchPlan& plan, int jobs, BatchObserver& observer)
+{
+    if (jobs <= 1 || !SequentialBatchReason(state, plan).isEmpty()) {
+        validateOneAfterAnother(state, plan, observer);
+        return;
+    }
+    validateSideBySide(state, plan, std::min(jobs, static_cast<int>(plan.files.size())), observer);
+}
+
+void ValidateBatchFile(RunState& state, const PlannedFile& file, bool walked)
+{
+    state.inputPath = file.path;
+    state.currentInputPath = file.path;
+    state.inputFileName = InputFileNameOf(file.path);
+    state.reportFolder = file.reportFolder;
+    state.outputFolder = file.outputFolder;
+    RefuseInputThatIsItsOwnReport(state);
+    try {
+        if (walked) {
+            OpenReports(state);
+            RunBeforePrograms(state);
+        } else {
+            RunBeforePrograms(state);
+            OpenReports(state);
+        }
+        ValidateFile(state, Rules());
+    } catch (const RunAborted&) {
+        // Closed, the failing file's reports would look clean and its input
+        // would pass on to the output folder as validated; they are dropped,
+        // while the files before it keep theirs.
+        DiscardReports(state);
+        throw;
+    }
+    CloseReports(state);
+    RunAfterPrograms(state);
+}

@@ -1,0 +1,376 @@
+#include "app/BatchJobs.h"
+
+#include "Corpus.h"
+#include "app/BatchRun.h"
+#include "app/modGlobal.h"
+#include "config/ConfigurationFile.h"
+#include "core/RunAborted.h"
+#include "core/RunState.h"
+#include "rules/TextValidity.h"
+#include "support/Installation.h"
+#include "support/RecordingOperator.h"
+
+#include <QDirIterator>
+#include <QFile>
+#include <gtest/gtest.h>
+#include <map>
+
+namespace {
+
+const QDateTime kFixedTime(QDate(2026, 3, 15), QTime(9, 30, 5));
+constexpr int kGeneratedFiles = 40;
+
+// Files whose state runs on into the next one, beside the generated batch:
+// a section left open whose title comes in the next file (the title's rule
+// looks at the enclosing section), a list whose labels go on counting, a
+// section closed two files later.
+const std::pair<const char*, QByteArray> kCarryOver[] = {
+    { "carry/a.xml",
+        "<article id=\"c1\">\r\n<body>\r\n<sec id=\"s1\">\r\n<p>An open section with a\r\nbreak.</p>\r\n"
+        "<list "
+        "list-type=\"order\"><item><label>1.</label>x</item><item><label>2.</label>y</item></list>\r\n" },
+    { "carry/b.xml",
+        "<title>A title that\r\nbreaks</title>\r\n<list list-type=\"order\"><item><label>3.</label>x</item>"
+        "<item><label>5.</label>y</item></list>\r\n<p>Text \xE2\x80\x9Cquoted\xE2\x80\x9D.</p>\r\n" },
+    { "carry/c.xml", "<p>Still in the section,\r\nand again.</p>\r\n</sec>\r\n</body>\r\n</article>\r\n" },
+    { "carry/d.xml", "<p>Outside any section,\r\nnow.</p>\r\n" },
+    { "last/z.xml", "<sec id=\"z\">\r\n<p>Left open at the end.</p>\r\n" },
+    { "last/zz.xml", "A last file without a tag.\r\n" },
+};
+
+// The sample installation's tables and settings in a temporary installation,
+// so that runs write nothing under examples/.
+void installSampleRules(Installation& inst, bool columns)
+{
+    const QString examples = QStringLiteral(QUORVANE_EXAMPLES_DIR) + "/";
+    const std::pair<const char*, const char*> tables[] = { { "ROUTINEDECLTBL", "routine.tbl" },
+        { "TEXTVALIDITYTBL", "textvalidity.tbl" }, { "NOHRTDECLTBL", "nohrt.tbl" },
+        { "WITHHRTDECLTBL", "withhrt.tbl" }, { "HYPHENATEDTBL", "hyphenated.tbl" },
+        { "UNCONENTITIESTBL", "unconentities.tbl" }, { "NOLEADZEROTBL", "noleadzero.tbl" },
+        { "ATTRIBUNCONTBL", "attribuncon.tbl" }, { "SPECIALCHARTBL", "characters.tbl" },
+        { "CONVERT2ATTRIBTBL", "convert2attrib.tbl" }, { "CONVERT2TAGTBL", "convert2tag.tbl" } };
+    for (const auto& [key, file] : tables)
+        inst.set(key, inst.writeTable(file, Installation::read(examples + "tables/" + file)));
+    inst.set("MAINLEXPATH", "/usr/share/hunspell/");
+    inst.set("USERLEXPATH", examples + "lexicon/");
+    inst.set("MAINLEXFILES", "en_US.dic, project.txt");
+    inst.set("ATTRIBRANGESEPARATOR", "-|<space>to<space>");
+    inst.set("MULTIHRTMAXCOUNT", "2");
+    inst.set("CHECKMULTIHRT", "True|N/A");
+    inst.set("CHECKFILENAME", "FALSE");
+    inst.appendIni(
+        QStringLiteral("[I/O PATHS]\r\nEDITORPROGRAM = ZEPH\r\nXYCOORDINATES = %1\r\nUTF8INPUT = true\r\n"
+                       "INPUTFILEMASK = xml|sgm\r\n")
+            .arg(columns ? "yes" : "no"));
+}
+
+// What the run's own sinks hear, in order: each file's start, its findings
+// and its end.
+class EventSink : public FindingSink {
+public:
+    void onFileStarted(const QString& inputPath) override { events << "start " + inputPath; }
+    void onFinding(const Finding& f) override
+    {
+        events << QStringLiteral("%1:%2 %3 | %4").arg(f.line).arg(f.column).arg(f.message, f.data);
+    }
+    void onFileEnded() override { events << "end"; }
+    QStringList events;
+};
+
+// Starts the installation up in the state, in batch mode, with a clock
+// that stands still.
+void startUp(const Installation& inst, RunState& state, const RecordingOperator& ui)
+{
+    inst.writeConfiguration();
+    state.config.ApplicationPath = inst.appFolder() + "/";
+    try {
+        EXPECT_EQ(Main(state, QString()), RunMode::Batch);
+    } catch (const RunAborted&) {
+        for (const RecordedMessage& message : ui.messages)
+            ADD_FAILURE() << message.text.toStdString();
+        throw;
+    }
+    state.report.now = [] { return kFixedTime; };
+}
+
+// Every file under the folder, by relative path.
+std::map<QString, QByteArray> filesUnder(const QString& folder)
+{
+    std::map<QString, QByteArray> files;
+    QDirIterator it(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        files[path.mid(folder.size())] = Installation::read(path);
+    }
+    return files;
+}
+
+// What one batch run leaves: every file written, the status, the operator's
+// messages and the run state's carried values.
+struct BatchResult {
+    int status = -1;
+    std::map<QString, QByteArray> work;
+    std::map<QString, QByteArray> output;
+    QStringList messages;
+    QStringList diagnostics;
+    QStringList findings; // what the run's own sinks heard
+    QStringList openTags;
+    QStringList lastTags; // the last tag and the last start tag the run saw
+    QList<std::int32_t> stepNumbers; // by text-validity row
+    std::int64_t errorEntries = 0;
+    QList<int> progress; // the values the operator's progress bar was given
+    int progressMaximum = -1;
+};
+
+// Runs the batch of the installation's input folder in a run state of its
+// own, into its own working and output folders.
+BatchResult runBatch(
+    const Installation& inst, const QString& name, int jobs, const QStringList& selected = {})
+{
+    RecordingOperator ui;
+    RunState state(ui);
+    startUp(inst, state, ui);
+    EventSink sink;
+    state.findingSinks.subscribe(sink);
+    const QString work = inst.root() + name + "-work/";
+    const QString output = inst.root() + name + "-output/";
+    QDir().mkpath(work); // the boxes name folders that exist
+    QDir().mkpath(output);
+    BatchRequest request { inst.inputPath(), selected, QString(), work, output, jobs };
+    if (request.selected.isEmpty())
+        request.selected = BatchListEntries(state.config, inst.inputPath());
+    BatchObserver observer;
+    BatchResult result;
+    try {
+        result.status = RunBatch(state, request, observer);
+    } catch (const RunAborted& aborted) {
+        result.status = 100 + aborted.exitStatus();
+    }
+    result.work = filesUnder(work);
+    result.output = filesUnder(output);
+    for (const RecordedMessage& message : ui.messages)
+        result.messages << QString(message.title + ": " + message.text).replace(work, "WORK/");
+    result.diagnostics = ui.diagnostics;
+    result.findings = sink.events;
+    for (const ValidationContext& open : state.openTags)
+        result.openTags
+            << QStringLiteral("%1 %2:%3").arg(open.tagText).arg(open.lineNumber).arg(open.filePosition);
+    for (const ValidationContext* last : { &state.previousTag, &state.previousStartTag, &state.context })
+        result.lastTags
+            << QStringLiteral("%1 %2:%3").arg(last->tagText).arg(last->lineNumber).arg(last->filePosition);
+    if (const auto* table
+        = state.config.ActiveTableSet.loaded<TextValidityTable>(SupportFile::TextValidityTbl)) {
+        for (const TextValidityRow& row : table->rows)
+            result.stepNumbers << state.textValidity.stepNumbers.value(&row, row.number);
+    }
+    result.errorEntries = state.report.runErrorEntries;
+    result.progress = ui.progressValues;
+    result.progressMaximum = ui.progressMaximum;
+    return result;
+}
+
+void expectSameBytes(const std::map<QString, QByteArray>& one, const std::map<QString, QByteArray>& other)
+{
+    ASSERT_EQ(one.size(), other.size());
+    for (auto a = one.begin(), b = other.begin(); a != one.end(); ++a, ++b) {
+        ASSERT_EQ(a->first, b->first);
+        EXPECT_TRUE(a->second == b->second) << "differs: " << a->first.toStdString();
+    }
+}
+
+void expectSameRun(const BatchResult& one, const BatchResult& other)
+{
+    EXPECT_EQ(one.status, other.status);
+    expectSameBytes(one.work, other.work);
+    expectSameBytes(one.output, other.output);
+    EXPECT_EQ(one.messages, other.messages);
+    EXPECT_EQ(one.diagnostics, other.diagnostics);
+    EXPECT_EQ(one.findings, other.findings);
+    EXPECT_EQ(one.openTags, other.openTags);
+    EXPECT_EQ(one.lastTags, other.lastTags);
+    EXPECT_EQ(one.stepNumbers, other.stepNumbers);
+    EXPECT_EQ(one.errorEntries, other.errorEntries);
+}
+
+void writeGeneratedBatch(const Installation& inst)
+{
+    // Documents cut across files leave elements open for the next file.
+    for (const Corpus::TreeFile& file : Corpus::Tree(16, kGeneratedFiles, 3000, true))
+        inst.writeInput("gen/" + file.path, file.bytes);
+    for (const auto& [path, bytes] : kCarryOver)
+        inst.writeInput(path, bytes);
+}
+
+} // namespace
+
+TEST(BatchJobs, SideBySideWritesWhatOneAfterAnotherWritesInBothEditorLayouts)
+{
+    for (const bool columns : { true, false }) {
+        SCOPED_TRACE(columns ? "columns" : "plain");
+        Installation inst;
+        installSampleRules(inst, columns);
+        writeGeneratedBatch(inst);
+        const BatchResult sequential = runBatch(inst, "one", 1);
+        const BatchResult parallel = runBatch(inst, "four", 4);
+        expectSameRun(sequential, parallel);
+
+        // The batch does carry state across files: the title of carry/b.xml
+        // is reported only because carry/a.xml left its section open, and the
+        // run ends with elements still open.
+        EXPECT_EQ(sequential.status, ExitStatus::ErrorsFound) << sequential.messages.join("\n").toStdString();
+        const QByteArray carried = sequential.work.at("carry/b.ERR");
+        EXPECT_TRUE(carried.contains("<title>")) << carried.toStdString();
+        EXPECT_FALSE(sequential.openTags.isEmpty());
+        EXPECT_GT(sequential.work.size(), 80u);
+        EXPECT_GT(sequential.findings.size(), 20);
+        EXPECT_EQ(
+            sequential.findings.count("end"), kGeneratedFiles + static_cast<int>(std::size(kCarryOver)));
+
+        // Side by side, the progress bar counts the files done, one by one.
+        const int files = kGeneratedFiles + static_cast<int>(std::size(kCarryOver));
+        EXPECT_EQ(parallel.progressMaximum, files);
+        QList<int> counted;
+        for (int i = 1; i <= files; ++i)
+            counted << i;
+        EXPECT_EQ(parallel.progress, counted);
+    }
+}
+
+TEST(BatchJobs, AFailingFileEndsTheBatchThereWhateverTheJobCount)
+{
+    // A file that lies where its own report would be written is refused and
+    // ends the batch; the workers may have finished later files already,
+    // which must leave nothing behind.
+    Installation inst;
+    inst.set("INPUTTYPE", "FILES");
+    installSampleRules(inst, true);
+    QStringList selected;
+    for (int i = 0; i < 12; ++i) {
+        const QString name = QStringLiteral("f%1.xml").arg(i, 2, 10, QLatin1Char('0'));
+        // The long file before the failing one gives the workers time to
+        // finish the files after it.
+        inst.writeInput(name, Corpus::Document(std::uint64_t(i), i == 7 ? 400'000 : 2000));
+        selected << name;
+    }
+    inst.writeInput("g.ERR", "<p>its own report</p>\r\n");
+    selected.insert(8, "g.ERR");
+    // The refused input lies in the working folder of each run.
+    auto runWith = [&](const char* name, int jobs) {
+        const QString work = inst.root() + name + "-work/";
+        QDir().mkpath(work);
+        QFile::copy(inst.inputPath() + "g.ERR", work + "g.ERR");
+        RecordingOperator ui;
+        RunState state(ui);
+        startUp(inst, state, ui);
+        QStringList paths = selected;
+        paths[8] = "../" + QString(name) + "-work/g.ERR";
+        BatchObserver observer;
+        BatchResult result;
+        try {
+            result.status = RunBatch(
+                state, { inst.inputPath(), paths, {}, work, inst.root() + name + "-out/", jobs }, observer);
+        } catch (const RunAborted& aborted) {
+            result.status = 100 + aborted.exitStatus();
+        }
+        result.work = filesUnder(work);
+        result.output = filesUnder(inst.root() + name + "-out/");
+        for (const RecordedMessage& message : ui.messages)
+            result.messages << QString(message.text).replace(name + QStringLiteral("-work/"), "WORK/");
+        return result;
+    };
+    const BatchResult sequential = runWith("one", 1);
+    const BatchResult parallel = runWith("four", 4);
+    EXPECT_EQ(sequential.status, 100 + ExitStatus::Refused);
+    EXPECT_EQ(sequential.messages.size(), 1);
+    EXPECT_TRUE(sequential.work.contains("f07.ERR"));
+    EXPECT_FALSE(sequential.work.contains("f08.ERR"));
+    EXPECT_EQ(parallel.status, sequential.status);
+    EXPECT_EQ(parallel.messages, sequential.messages);
+    expectSameBytes(sequential.work, parallel.work);
+    expectSameBytes(sequential.output, parallel.output);
+}
+
+TEST(BatchJobs, WhatCannotBeKnownBeforeAFileRunsKeepsTheBatchOneAfterAnother)
+{
+    Installation inst;
+    inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<p> | CHECKPAIRVALIDITY | x\r\n");
+    inst.writeConfiguration();
+    RecordingOperator ui;
+    RunState state(ui);
+    state.config.ApplicationPath = inst.appFolder() + "/";
+    ASSERT_EQ(Main(state, QString()), RunMode::Batch);
+    SelectTaskTableSet(state, QString());
+    const QString work = inst.workPath();
+    const QString out = inst.outputPath();
+    const BatchPlan two { { { "/in/a.xml", work, out }, { "/in/b.xml", work, out } }, true };
+
+    EXPECT_FALSE(SequentialBatchReason(state, two).isEmpty()); // the pair routine reads earlier counts
+    state.config.ActiveTableSet = state.config.DefaultTableSet;
+    state.config.ActiveTableSet.tables = {};
+    EXPECT_EQ(SequentialBatchReason(state, two), QString());
+
+    struct Row {
+        const char* why;
+        BatchPlan plan;
+        QStringList inputPlugins;
+        QStringList outputPlugins;
+        bool sequential;
+    };
+    const Row rows[] = {
+        { "one file", { { { "/in/a.xml", work, out } }, true }, {}, {}, true },
+        { "before-programs", two, { "/bin/true" }, {}, true },
+        { "after-programs", two, {}, { "/bin/true" }, true },
+        { "same report name", { { { "/in/a.xml", work, out }, { "/in/a.sgm", work, out } }, false }, {}, {},
+            true },
+        { "same name, other folders",
+            { { { "/in/x/a.xml", work + "x/", out + "x/" }, { "/in/y/a.xml", work + "y/", out + "y/" } },
+                true },
+            {}, {}, false },
+    };
+    for (const Row& row : rows) {
+        state.config.ActiveTableSet.InputPlugins = row.inputPlugins;
+        state.config.ActiveTableSet.OutputPlugins = row.outputPlugins;
+        EXPECT_EQ(!SequentialBatchReason(state, row.plan).isEmpty(), row.sequential) << row.why;
+    }
+}
+
+TEST(BatchJobs, APairRoutineBatchRunsOneAfterAnotherWithTheSameBytes)
+{
+    Installation inst;
+    installSampleRules(inst, true);
+    inst.writeTable("routine.tbl",
+        Installation::read(QStringLiteral(QUORVANE_EXAMPLES_DIR) + "/tables/routine.tbl")
+            + "<sec> | CHECKPAIRVALIDITY | N/A\r\n");
+    for (const auto& [path, bytes] : kCarryOver)
+        inst.writeInput(path, bytes);
+    expectSameRun(runBatch(inst, "one", 1), runBatch(inst, "four", 4));
+}
+
+TEST(CorpusGenerator, TheSameSeedWritesTheSameBytes)
+{
+    const QByteArray document = Corpus::Document(42, 20'000);
+    EXPECT_EQ(Corpus::Document(42, 20'000), document);
+    EXPECT_NE(Corpus::Document(43, 20'000), document);
+    EXPECT_GE(document.size(), 20'000);
+    EXPECT_LT(document.size(), 24'000);
+    EXPECT_TRUE(document.endsWith("</article>\r\n") || document.endsWith("</chapter>\r\n"));
+    EXPECT_FALSE(document.contains('\n' + QByteArray("\n"))); // every line ends with CR LF
+    EXPECT_EQ(document.count("\r\n"), document.count('\n'));
+
+    const auto tree = Corpus::Tree(7, 230, 2000, true);
+    const auto again = Corpus::Tree(7, 230, 2000, true);
+    ASSERT_EQ(tree.size(), 230u);
+    int cut = 0;
+    for (std::size_t i = 0; i < tree.size(); ++i) {
+        EXPECT_EQ(tree[i].path, again[i].path);
+        EXPECT_TRUE(tree[i].bytes == again[i].bytes) << i;
+        if (!tree[i].bytes.endsWith("</article>\r\n") && !tree[i].bytes.endsWith("</chapter>\r\n"))
+            ++cut;
+    }
+    EXPECT_EQ(tree[0].path, "part000/doc00000.xml");
+    EXPECT_EQ(tree[229].path, "part002/doc00229.xml");
+    EXPECT_GT(cut, 10); // documents run on into the next file
+    EXPECT_TRUE(tree.back().bytes.endsWith(">\r\n"));
+    for (const auto& file : Corpus::Tree(7, 50, 2000, false))
+        EXPECT_TRUE(file.bytes.endsWith("</article>\r\n") || file.bytes.endsWith("</chapter>\r\n"));
+}
