@@ -64,7 +64,7 @@ const ElementIndex::Matching& ElementIndex::matchingOf(const QString& name) cons
         }
         waiting.push_back(k);
     }
-    return *matchings_.insert(name, std::move(matching));
+    return *matchings_.emplace(name, std::move(matching));
 }
 
 std::optional<QStringView> ElementIndex::elementContent(

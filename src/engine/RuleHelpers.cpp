@@ -58,6 +58,13 @@ std::int32_t LineColumnCursor::lineColumnAt(std::int32_t offset, std::int32_t& c
     if (offset < 0)
         return 0;
     const qsizetype end = std::min<qsizetype>(offset, text_.size());
+    if (end == 0)
+        return 1;
+    if (lineStarts_ && !lineStarts_->empty()) {
+        const auto after = std::upper_bound(lineStarts_->begin(), lineStarts_->end(), end);
+        column = std::int32_t(end - *(after - 1) + 1);
+        return std::int32_t(after - lineStarts_->begin());
+    }
     if (end < scanned_) {
         scanned_ = 0;
         breaks_ = 0;
@@ -71,8 +78,6 @@ std::int32_t LineColumnCursor::lineColumnAt(std::int32_t offset, std::int32_t& c
         lastLineStart_ = at + 2;
     }
     scanned_ = end;
-    if (end == 0)
-        return 1;
     column = std::int32_t(end - lastLineStart_ + 1);
     return breaks_ + 1;
 }

@@ -4,6 +4,7 @@
 #include <QStringView>
 #include <cstdint>
 #include <exception>
+#include <vector>
 
 struct RunState;
 
@@ -35,14 +36,19 @@ std::int32_t OffsetToLineColumn(QStringView text, std::int32_t offset, std::int3
 // without scanning the text again from its start when offsets ascend.
 class LineColumnCursor {
 public:
-    explicit LineColumnCursor(QStringView text)
+    // With the start offset of every line of the text (lines split at CR
+    // LF, the first at 0), answers come from them by a binary search, in any
+    // order of offsets.
+    explicit LineColumnCursor(QStringView text, const std::vector<std::int32_t>* lineStarts = nullptr)
         : text_(text)
+        , lineStarts_(lineStarts)
     {
     }
     std::int32_t lineColumnAt(std::int32_t offset, std::int32_t& column);
 
 private:
     QStringView text_;
+    const std::vector<std::int32_t>* lineStarts_;
     qsizetype scanned_ = 0; // length of the prefix whose line breaks are counted
     std::int32_t breaks_ = 0; // CR LF pairs inside that prefix
     qsizetype lastLineStart_ = 0; // offset just after the last of them

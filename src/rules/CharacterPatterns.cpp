@@ -75,7 +75,7 @@ void reportMatches(RunState& state, const SpecialCharRow& row)
 {
     RegExp search(PrepareSpecialCharPattern(row.pattern), true, row.caseFlag.toUpper() != QLatin1String("C"));
     const bool isError = row.severity.toUpper() == QLatin1String("ERROR");
-    LineColumnCursor cursor(state.wholeText);
+    LineColumnCursor cursor(state.wholeText, &state.lineStarts);
     search.visitMatches(state.wholeText, [&](const RegExpMatch& match) {
         std::int32_t column = 1;
         const std::int32_t line = cursor.lineColumnAt(static_cast<std::int32_t>(match.index), column);

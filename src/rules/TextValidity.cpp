@@ -557,7 +557,7 @@ const PlacedContent& ElementContent::preparedFor(const TextValidityRow& row, con
         placed = SplitOnTags(placed, xml, pairsNow());
     for (const QString& name : row.excluded)
         placed = CutElements(placed, name, xml, pairsNow());
-    return *prepared_.insert(key, std::move(placed));
+    return *prepared_.emplace(key, std::move(placed));
 }
 
 void ApplyTextValidityRow(RunState& state, const TextValidityRow& row, ElementContent& content)

@@ -105,6 +105,13 @@ TEST(RuleHelpersTest, LineColumnCursorAgreesWithSplitting)
         for (int i = 0; i < length; ++i)
             text += alphabet[random.bounded(alphabet.size())];
         LineColumnCursor cursor(text);
+        std::vector<std::int32_t> lineStarts;
+        for (qsizetype at = 0; at <= text.size(); at = text.indexOf(u"\r\n", at) + 2) {
+            lineStarts.push_back(std::int32_t(at));
+            if (text.indexOf(u"\r\n", at) < 0)
+                break;
+        }
+        LineColumnCursor indexed(text, &lineStarts);
         std::int32_t offset = 0;
         for (int step = 0; step < 20; ++step) {
             // Mostly ascending, sometimes back to an earlier offset.
@@ -113,6 +120,9 @@ TEST(RuleHelpersTest, LineColumnCursorAgreesWithSplitting)
             const std::int32_t expectedLine = lineColumnBySplitting(text, offset, expectedColumn);
             ASSERT_EQ(cursor.lineColumnAt(offset, cursorColumn), expectedLine) << round << ' ' << offset;
             ASSERT_EQ(cursorColumn, expectedColumn) << round << ' ' << offset;
+            std::int32_t indexedColumn = -1;
+            ASSERT_EQ(indexed.lineColumnAt(offset, indexedColumn), expectedLine) << round << ' ' << offset;
+            ASSERT_EQ(indexedColumn, expectedColumn) << round << ' ' << offset;
             ASSERT_EQ(OffsetToLineColumn(text, offset, plainColumn), expectedLine);
             ASSERT_EQ(plainColumn, expectedColumn);
         }
