@@ -13,6 +13,11 @@ struct RuleFileCache {
 // The caches of the rules that keep one, one slot each.
 struct RuleFileCaches {
     std::unique_ptr<RuleFileCache> unconvertedEntities; // the entity search over the whole text
+    std::unique_ptr<RuleFileCache> hyphenatedWords; // the text of the element last checked
 
-    void clear() { unconvertedEntities.reset(); }
+    void clear()
+    {
+        unconvertedEntities.reset();
+        hyphenatedWords.reset();
+    }
 };

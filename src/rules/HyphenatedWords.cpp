@@ -67,18 +67,39 @@ bool isWordKnown(RunState& state, const QString& text)
     return !answerFor(state, text).misspelt;
 }
 
+// Both checks are usually declared for the same elements: the text of the
+// element last asked for is kept for the other.
+struct ElementTextCache : RuleFileCache {
+    std::int32_t filePosition = -1;
+    QString tagText;
+    QString text;
+    QList<std::int32_t> removedContentLengths; // what RemoveTags left in the toolkit
+};
+
 // The element's text that both checks search: the start tag, its content with
 // every nested element replaced by "<?>", and the end tag.
 QString elementText(RunState& state)
 {
-    xmlClass xml(state.toolkit);
     const ValidationContext& context = state.context;
+    auto& slot = state.ruleCaches.hyphenatedWords;
+    if (!slot)
+        slot = std::make_unique<ElementTextCache>();
+    auto& cache = static_cast<ElementTextCache&>(*slot);
+    if (cache.filePosition == context.filePosition && cache.tagText == context.tagText) {
+        state.toolkit.RemovedContentLengths = cache.removedContentLengths;
+        return cache.text;
+    }
+    xmlClass xml(state.toolkit);
     const QString endTag = QStringLiteral("</") + context.tagName + QLatin1Char('>');
     std::int32_t position = context.filePosition;
     QString content = xml.GetPCDATA(state.wholeText, context.tagText, endTag, position);
     xml.RemoveTags(content, true);
     content.replace(QStringLiteral("teMpSEparAtor"), QStringLiteral("<?>"));
-    return context.tagText + content + endTag;
+    cache.filePosition = context.filePosition;
+    cache.tagText = context.tagText;
+    cache.text = context.tagText + content + endTag;
+    cache.removedContentLengths = state.toolkit.RemovedContentLengths;
+    return cache.text;
 }
 
 const HyphenatedTable* acceptedWords(const RunState& state)
