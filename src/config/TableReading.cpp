@@ -32,23 +32,12 @@ QStringList SplitRow(const QString& line)
     return fields;
 }
 
-QList<QStringList> RowsOf(const QStringList& lines, int width)
-{
-    QList<QStringList> rows;
-    for (qsizetype i = 1; i < lines.size(); ++i) {
-        if (lines[i].trimmed().isEmpty())
-            continue;
-        QStringList fields = SplitRow(lines[i]);
-        if (fields.size() == width)
-            rows.append(std::move(fields));
-    }
-    return rows;
-}
+namespace {
 
-QList<QStringList> RowsOf(RunState& state, const QString& path, const QStringList& lines, int width)
+// The rows of the given width after the header line; `dropped(index, fields)`
+// hears of every other non-blank line.
+template <class Dropped> QList<QStringList> rowsOf(const QStringList& lines, int width, Dropped&& dropped)
 {
-    if (!Linting(state))
-        return RowsOf(lines, width);
     QList<QStringList> rows;
     for (qsizetype i = 1; i < lines.size(); ++i) {
         if (lines[i].trimmed().isEmpty())
@@ -57,9 +46,24 @@ QList<QStringList> RowsOf(RunState& state, const QString& path, const QStringLis
         if (fields.size() == width)
             rows.append(std::move(fields));
         else
-            Lint(state, path, i, WrongFieldCount(fields.size(), width));
+            dropped(i, fields.size());
     }
     return rows;
+}
+
+} // namespace
+
+QList<QStringList> RowsOf(const QStringList& lines, int width)
+{
+    return rowsOf(lines, width, [](qsizetype, qsizetype) {});
+}
+
+QList<QStringList> RowsOf(RunState& state, const QString& path, const QStringList& lines, int width)
+{
+    if (!Linting(state))
+        return RowsOf(lines, width);
+    return rowsOf(lines, width,
+        [&](qsizetype index, qsizetype count) { Lint(state, path, index, WrongFieldCount(count, width)); });
 }
 
 bool Linting(const RunState& state)
