@@ -147,6 +147,56 @@ QStringList filesWrittenFor(const RunState& state, const PlannedFile& file)
 
 // A worker: its own run state over the shared configuration and tables,
 // validating the files it is handed one at a time.
+// The run's one spelling engine, asked by every worker in turn. Each worker
+// keeps its own answers, so the engine is only asked (and the lock only
+// taken) for a text that worker has not met yet, never for every tag;
+// starting a second engine would cost more than the whole of a small batch.
+class SharedSpellingEngine final : public SpellingEngine {
+public:
+    SharedSpellingEngine(SpellingEngine& engine, std::mutex& lock)
+        : engine_(engine)
+        , lock_(lock)
+    {
+    }
+
+private:
+    template <class Call> auto guarded(Call&& call)
+    {
+        const std::lock_guard hold(lock_);
+        return call();
+    }
+
+public:
+    void SetMainLexPath(const QString& folder) override
+    {
+        guarded([&] { engine_.SetMainLexPath(folder); });
+    }
+    void SetUserLexPath(const QString& folder) override
+    {
+        guarded([&] { engine_.SetUserLexPath(folder); });
+    }
+    void SetUserLexFiles(const QString& names) override
+    {
+        guarded([&] { engine_.SetUserLexFiles(names); });
+    }
+    void SetOption(std::uint32_t option, std::int32_t value) override
+    {
+        guarded([&] { engine_.SetOption(option, value); });
+    }
+    int CheckString(const QString& text) override
+    {
+        return guarded([&] { return engine_.CheckString(text); });
+    }
+    QStringList Suggest(const QString& text, int depth, int maxCount) override
+    {
+        return guarded([&] { return engine_.Suggest(text, depth, maxCount); });
+    }
+
+private:
+    SpellingEngine& engine_;
+    std::mutex& lock_;
+};
+
 class Worker {
 public:
     Worker(const RunState& main, const Configuration& config)
@@ -159,16 +209,14 @@ public:
         state_.parentFolderPart = main.parentFolderPart;
         state_.pluginTimeoutSeconds = main.pluginTimeoutSeconds;
         state_.report.now = main.report.now;
-        state_.spelling.startAnother = main.spelling.startAnother;
         if (!main.findingSinks.empty())
             state_.findingSinks.subscribe(kept_);
     }
 
-    // Runs on the worker's thread, so that the engines start side by side too.
-    void startSpellingEngine()
+    void shareSpellingEngine(SpellingEngine* engine, std::mutex& lock)
     {
-        if (state_.spelling.startAnother)
-            state_.spelling.engine = state_.spelling.startAnother();
+        if (engine)
+            state_.spelling.engine = std::make_unique<SharedSpellingEngine>(*engine, lock);
     }
 
     FileOutcome validate(
@@ -414,10 +462,11 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
     JobBoard board;
     std::vector<std::unique_ptr<Worker>> workers;
     std::vector<std::thread> threads;
+    std::mutex spellingLock;
     for (int i = 0; i < jobs; ++i) {
         workers.push_back(std::make_unique<Worker>(state, config));
+        workers.back()->shareSpellingEngine(state.spelling.engine.get(), spellingLock);
         threads.emplace_back([&, worker = workers.back().get()] {
-            worker->startSpellingEngine();
             while (std::optional<FileJob> job = board.take()) {
                 const int index = job->index;
                 board.deliver(index, worker->validate(plan.files[index], *job, unwrittenSteps));
@@ -491,8 +540,6 @@ QString SequentialBatchReason(const RunState& state, const BatchPlan& plan)
         return QStringLiteral("the task runs outside programs");
     if (declaresRoutineReadingFirstMatch(active))
         return QStringLiteral("a pair routine reads what an earlier file's counts left");
-    if (state.spelling.engine && !state.spelling.startAnother)
-        return QStringLiteral("the spelling engine cannot be started once more");
     // Two files of one batch that write the same report or copy: the later
     // one wins, and only one after another says which is later.
     QSet<QString> written;

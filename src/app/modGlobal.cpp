@@ -38,8 +38,6 @@ void StartSpellingEngine(RunState& state)
 {
     const Configuration& config = state.config;
     state.spelling.engine = startEngine(config.MainLexPath, config.UserLexPath, config.MainLexFiles);
-    state.spelling.startAnother = [main = config.MainLexPath, user = config.UserLexPath,
-                                      files = config.MainLexFiles] { return startEngine(main, user, files); };
 }
 
 // The run ends here without a box; a shell user still learns which folder and why.

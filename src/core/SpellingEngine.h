@@ -4,7 +4,6 @@
 #include <QString>
 #include <QStringList>
 #include <cstdint>
-#include <functional>
 #include <memory>
 
 // The spelling engine as the word checks use it: the lexicon settings handed
@@ -38,10 +37,9 @@ struct SpellingAnswer {
 
 // The engine of the run and what the word checks share around it.
 struct SpellingState {
-    std::unique_ptr<SpellingEngine> engine; // null until start-up starts it
-    // Starts another engine like this one. An engine serves one thread, so
-    // files validated side by side each get their own.
-    std::function<std::unique_ptr<SpellingEngine>()> startAnother;
+    // Null until start-up starts it. Files validated side by side share it,
+    // one question at a time.
+    std::unique_ptr<SpellingEngine> engine;
     QString suggestions; // emptied by the callers, filled by a misspelt check
     QHash<QString, SpellingAnswer> answers; // per text asked; the lexicon never changes during a run
 };
