@@ -180,17 +180,8 @@ TEST_F(BatchRunTest, ProgramLogsSpanTheBatch)
     EXPECT_EQ(errorView.count("Time Ended: "), 1);
 }
 
-TEST_F(BatchRunTest, ACleanBatchExitsZeroAndTheNextBatchCountsAfresh)
-{
-    startUp();
-    input("j1/a.xml", kWithError);
-    input("j2/b.xml");
-    EXPECT_EQ(RunBatch(state, request(inst.inputPath(), { "j1" }), observer), ExitStatus::ErrorsFound);
-    EXPECT_EQ(RunBatch(state, request(inst.inputPath(), { "j2" }), observer), ExitStatus::Clean);
-}
-
 // What the window's PROCESS runs: every batch writes the outputs of its own
-// files, and the next batch replaces them.
+// files, and the next batch, clean, counts afresh and replaces them.
 TEST_F(BatchRunTest, EveryBatchWritesTheOutputsOfItsOwnFiles)
 {
     startUp();
@@ -359,12 +350,6 @@ TEST_F(BatchRunTest, TheCommandLineBoxesDefaultToTheConfiguredPaths)
     EXPECT_TRUE(exists(otherWork + "/j1/a.ERR"));
     EXPECT_TRUE(exists(inst.outputPath() + "j1/a.WRN"));
     EXPECT_EQ(state.taskCode, "T1");
-
-    command.folder = inst.root() + "nowhere";
-    ui.messages.clear();
-    EXPECT_EQ(RunBatchCommand(state, command, observer), ExitStatus::Refused);
-    EXPECT_EQ(ui.messages,
-        QList<RecordedMessage>({ { command.folder + " not found!", kProgramTitle, MessageIcon::Critical } }));
 }
 
 TEST_F(BatchRunTest, NextAllocatedFolderIsTheJobFilesFirstNameBelowTheCurrentFolder)
