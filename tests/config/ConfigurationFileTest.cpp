@@ -181,16 +181,6 @@ TEST_F(ConfigurationFileTest, BadValuesAreShownAndFailTheRead)
     }
 }
 
-TEST_F(ConfigurationFileTest, ReadingGoesOnSoEveryBadValueIsShown)
-{
-    ini.set("CHECKSPECIALCHAR", "maybe").set("MULTIHRTMAXCOUNT", "x").drop("WORKPATH").write();
-    EXPECT_FALSE(read());
-    // The missing-field check does not run after a bad value.
-    EXPECT_EQ(ui.messages,
-        (QList { message("MultiHrtMaxCount value in INI file should be numeric", MessageIcon::Warning),
-            message("Invalid CheckSpecialChar value in INI file", MessageIcon::Warning) }));
-}
-
 struct EffectRow {
     const char* name;
     std::function<void(IniBuilder&)> change;
