@@ -262,16 +262,10 @@ TEST_F(BatchRunTest, AFailingFileEndsTheBatchWithItsReportsAndTheLogsClosed)
 TEST_F(BatchRunTest, ListedFilesRunTheirBeforeProgramsBeforeTheReportsOpenWalkedFilesAfter)
 {
     const QString log = inst.root() + "before.log";
-    const QString script = inst.root() + "before.sh";
-    QFile file(script);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(("#!/bin/sh\nname=$(basename \"$1\" .xml)\nif [ -e \"$REPORTS/$name.ERR.part\" ]; then echo "
-                "\"$1 open\" "
-                ">> '"
-        + log + "'; else echo \"$1 closed\" >> '" + log + "'; fi\n")
-                   .toUtf8());
-    file.close();
-    file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
+    const QString script = inst.writeScript("before.sh",
+        ("name=$(basename \"$1\" .xml)\nif [ -e \"$REPORTS/$name.ERR.part\" ]; then echo \"$1 open\" >> '"
+            + log + "'; else echo \"$1 closed\" >> '" + log + "'; fi\n")
+            .toUtf8());
     inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + script + "\r\n");
     startUp();
     input("j1/a.xml");
