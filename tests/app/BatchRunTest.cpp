@@ -180,17 +180,8 @@ TEST_F(BatchRunTest, ProgramLogsSpanTheBatch)
     EXPECT_EQ(errorView.count("Time Ended: "), 1);
 }
 
-TEST_F(BatchRunTest, ACleanBatchExitsZeroAndTheNextBatchCountsAfresh)
-{
-    startUp();
-    input("j1/a.xml", kWithError);
-    input("j2/b.xml");
-    EXPECT_EQ(RunBatch(state, request(inst.inputPath(), { "j1" }), observer), ExitStatus::ErrorsFound);
-    EXPECT_EQ(RunBatch(state, request(inst.inputPath(), { "j2" }), observer), ExitStatus::Clean);
-}
-
 // What the window's PROCESS runs: every batch writes the outputs of its own
-// files, and the next batch replaces them.
+// files, and the next batch, clean, counts afresh and replaces them.
 TEST_F(BatchRunTest, EveryBatchWritesTheOutputsOfItsOwnFiles)
 {
     startUp();
@@ -271,16 +262,10 @@ TEST_F(BatchRunTest, AFailingFileEndsTheBatchWithItsReportsAndTheLogsClosed)
 TEST_F(BatchRunTest, ListedFilesRunTheirBeforeProgramsBeforeTheReportsOpenWalkedFilesAfter)
 {
     const QString log = inst.root() + "before.log";
-    const QString script = inst.root() + "before.sh";
-    QFile file(script);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(("#!/bin/sh\nname=$(basename \"$1\" .xml)\nif [ -e \"$REPORTS/$name.ERR.part\" ]; then echo "
-                "\"$1 open\" "
-                ">> '"
-        + log + "'; else echo \"$1 closed\" >> '" + log + "'; fi\n")
-                   .toUtf8());
-    file.close();
-    file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
+    const QString script = inst.writeScript("before.sh",
+        ("name=$(basename \"$1\" .xml)\nif [ -e \"$REPORTS/$name.ERR.part\" ]; then echo \"$1 open\" >> '"
+            + log + "'; else echo \"$1 closed\" >> '" + log + "'; fi\n")
+            .toUtf8());
     inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + script + "\r\n");
     startUp();
     input("j1/a.xml");
@@ -359,12 +344,6 @@ TEST_F(BatchRunTest, TheCommandLineBoxesDefaultToTheConfiguredPaths)
     EXPECT_TRUE(exists(otherWork + "/j1/a.ERR"));
     EXPECT_TRUE(exists(inst.outputPath() + "j1/a.WRN"));
     EXPECT_EQ(state.taskCode, "T1");
-
-    command.folder = inst.root() + "nowhere";
-    ui.messages.clear();
-    EXPECT_EQ(RunBatchCommand(state, command, observer), ExitStatus::Refused);
-    EXPECT_EQ(ui.messages,
-        QList<RecordedMessage>({ { command.folder + " not found!", kProgramTitle, MessageIcon::Critical } }));
 }
 
 TEST_F(BatchRunTest, NextAllocatedFolderIsTheJobFilesFirstNameBelowTheCurrentFolder)

@@ -93,13 +93,7 @@ TEST(SingleFileRun, RunsBeforeProgramsOnACopyAndAfterProgramsThenCleansUp)
     Installation inst;
     const QString log = inst.root() + "plugins.log";
     const auto script = [&](const QString& name, const QString& word) {
-        const QString path = inst.root() + name;
-        QFile file(path);
-        file.open(QIODevice::WriteOnly);
-        file.write(("#!/bin/sh\necho \"" + word + " $1\" >> '" + log + "'\n").toUtf8());
-        file.close();
-        file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
-        return path;
+        return inst.writeScript(name, ("echo \"" + word + " $1\" >> '" + log + "'\n").toUtf8());
     };
     inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + script("one.sh", "before1") + " | "
         + script("two.sh", "before2") + "\r\nOUTPUTPLUGIN = " + script("three.sh", "after") + "\r\n");
@@ -120,12 +114,7 @@ TEST(SingleFileRun, WithoutBeforeProgramsTheInputIsValidatedInPlace)
 {
     Installation inst;
     const QString log = inst.root() + "after.log";
-    const QString path = inst.root() + "after.sh";
-    QFile file(path);
-    file.open(QIODevice::WriteOnly);
-    file.write(("#!/bin/sh\necho \"$1\" > '" + log + "'\n").toUtf8());
-    file.close();
-    file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
+    const QString path = inst.writeScript("after.sh", ("echo \"$1\" > '" + log + "'\n").toUtf8());
     inst.appendIni("[PLUG-IN]\r\nOUTPUTPLUGIN = " + path + "\r\n");
     const QString input = inst.writeInput("d.xml", "<doc/>\r\n");
     EXPECT_EQ(inst.run({ input }).exitCode, 0);
@@ -179,13 +168,7 @@ TEST(SingleFileRun, UnreadableOrMisplacedInputEndsWithStatusTwoAndLosesNothing)
     ASSERT_TRUE(earlierReport.contains("Found x"));
 
     // A before-program that deletes the staged copy leaves nothing to read.
-    const QString remover = inst.root() + "remove.sh";
-    QFile file(remover);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("#!/bin/sh\nrm -f \"$1\"\n");
-    file.close();
-    file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
-    inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + remover + "\r\n");
+    inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + inst.writeScript("remove.sh", "rm -f \"$1\"\n") + "\r\n");
     const auto result = inst.run({ input });
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_TRUE(result.standardError.contains("Error in Reading Input File!"))
@@ -211,28 +194,13 @@ TEST(SingleFileRun, InputNamedLikeItsOwnReportIsRefused)
     EXPECT_FALSE(QDir(inst.tempPath() + "Quorvane_Temp").exists());
 }
 
-namespace {
-
-QString writeScript(const Installation& inst, const QString& name, const QByteArray& body)
-{
-    const QString path = inst.root() + name;
-    QFile file(path);
-    file.open(QIODevice::WriteOnly);
-    file.write("#!/bin/sh\n" + body);
-    file.close();
-    file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
-    return path;
-}
-
-} // namespace
-
 // Outside programs that do not do their work are named; the run goes on.
 TEST(SingleFileRun, OutsideProgramsThatFailAreNamed)
 {
     Installation inst;
     const QString input = inst.writeInput("a.xml", "<a/>\r\n");
-    const QString failing = writeScript(inst, "fail.sh", "exit 3\n");
-    const QString slow = writeScript(inst, "slow.sh", "sleep 30\n");
+    const QString failing = inst.writeScript("fail.sh", "exit 3\n");
+    const QString slow = inst.writeScript("slow.sh", "sleep 30\n");
     inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + failing + "\r\nOUTPUTPLUGIN = " + slow + "\r\n");
     const auto result = inst.run({ "--plugin-timeout", "1", input });
     EXPECT_EQ(result.exitCode, 0);
@@ -251,7 +219,7 @@ TEST(SingleFileRun, RunsSharingATemporaryFolderTakeTurns)
         "\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
     const QString first = inst.writeInput("first.xml", "<a>x</a>\r\n");
     const QString second = inst.writeInput("second.xml", "<a>x</a>\r\n");
-    inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + writeScript(inst, "slow.sh", "sleep 1\n") + "\r\n");
+    inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + inst.writeScript("slow.sh", "sleep 1\n") + "\r\n");
     inst.run({ "--version" }); // writes the configuration
     auto start = [&](const QString& input) {
         auto process = std::make_unique<QProcess>();

@@ -37,10 +37,12 @@ TEST(Startup, RefusesWithItsMessageAndStatusTwo)
         { "missing table that is not the first",
             [](Installation& inst) { inst.set("CONVERT2TAGTBL", inst.root() + "tables/gone.tbl"); },
             { "x.xml" }, "[warning] Quorvane: Missing Support File/s:\n\n%ROOT%tables/gone.tbl\n" },
+        // Reading goes on past a bad value, but the missing-field check then does not run.
         { "bad switch values are all shown before the run is refused",
             [](Installation& inst) {
                 inst.set("CHECKSPECIALCHAR", "maybe");
                 inst.set("MULTIHRTMAXCOUNT", "two");
+                inst.set("WORKPATH", QString());
             },
             { "x.xml" },
             "[warning] Quorvane: MultiHrtMaxCount value in INI file should be numeric\n"

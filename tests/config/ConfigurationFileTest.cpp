@@ -22,6 +22,11 @@ const QString kNotFoundTail = QStringLiteral(" not found.\r\nPls. Check INI cont
 const QString kMissingHeading
     = QStringLiteral("Missing/Empty Fields found in the [DEFAULT] part of the INI file:");
 
+RecordedMessage message(const QString& text, MessageIcon icon)
+{
+    return { text, kProgramTitle, icon };
+}
+
 // One read of the written file with a fresh run state.
 struct ReadResult {
     bool ok = false;
@@ -46,8 +51,6 @@ protected:
         state.config.ApplicationPath = ini.appFolder();
         return ReadConfigurationFile(state);
     }
-
-    RecordedMessage message(const QString& text, MessageIcon icon) { return { text, kProgramTitle, icon }; }
 
     TempDir dir;
     IniBuilder ini { dir };
@@ -178,16 +181,6 @@ TEST_F(ConfigurationFileTest, BadValuesAreShownAndFailTheRead)
     }
 }
 
-TEST_F(ConfigurationFileTest, ReadingGoesOnSoEveryBadValueIsShown)
-{
-    ini.set("CHECKSPECIALCHAR", "maybe").set("MULTIHRTMAXCOUNT", "x").drop("WORKPATH").write();
-    EXPECT_FALSE(read());
-    // The missing-field check does not run after a bad value.
-    EXPECT_EQ(ui.messages,
-        (QList { message("MultiHrtMaxCount value in INI file should be numeric", MessageIcon::Warning),
-            message("Invalid CheckSpecialChar value in INI file", MessageIcon::Warning) }));
-}
-
 struct EffectRow {
     const char* name;
     std::function<void(IniBuilder&)> change;
@@ -220,7 +213,7 @@ TEST_F(ConfigurationFileTest, KeysAndValuesAreReadAsWritten)
             [](const Configuration& c) { return c.WorkPath; }, work + "/" },
         { "tab inside a value is removed", settings("IMAGEEXTENSION=.t\tif"),
             [=](const Configuration& c) { return set(c).ImageExtension; }, ".tif" },
-        { "second equals sign stays in the value", settings("IMAGEEXTENSION==x"),
+        { "mixed-case table key, second equals sign stays in the value", settings("ImageExtension==x"),
             [=](const Configuration& c) { return set(c).ImageExtension; }, "=x" },
         { "header in lower case with blanks",
             [](IniBuilder& b) { b.append("[SENTRY]\r\n   [settings]  \r\nIMAGEEXTENSION=.png\r\n"); },
@@ -342,24 +335,19 @@ struct CheckRow {
     std::function<QList<RecordedMessage>(const TempDir&)> messages;
 };
 
-RecordedMessage shown(const QString& text, MessageIcon icon)
-{
-    return { text, kProgramTitle, icon };
-}
-
 TEST_F(ConfigurationFileTest, ConfiguredPathsAreCheckedAndEveryProblemShown)
 {
     const CheckRow rows[] = {
         { "lexicon folder missing",
             [](IniBuilder& b, const TempDir& d) { b.set("MAINLEXPATH", d.path() + "nolex"); },
             [](const TempDir& d) {
-                return QList { shown(d.path() + "nolex/" + kNotFoundTail, MessageIcon::Warning) };
+                return QList { message(d.path() + "nolex/" + kNotFoundTail, MessageIcon::Warning) };
             } },
         { "lexicon files missing",
             [](IniBuilder& b, const TempDir&) { b.set("MAINLEXFILES", "main.dic, gone.dic,,other.txt"); },
             [](const TempDir& d) {
-                return QList { shown(d.path() + "lex/gone.dic" + kNotFoundTail, MessageIcon::Warning),
-                    shown(d.path() + "lex/other.txt" + kNotFoundTail, MessageIcon::Warning) };
+                return QList { message(d.path() + "lex/gone.dic" + kNotFoundTail, MessageIcon::Warning),
+                    message(d.path() + "lex/other.txt" + kNotFoundTail, MessageIcon::Warning) };
             } },
         { "lexicon file in neither folder is named in the main folder",
             [](IniBuilder& b, const TempDir& d) {
@@ -367,21 +355,21 @@ TEST_F(ConfigurationFileTest, ConfiguredPathsAreCheckedAndEveryProblemShown)
                 b.set("USERLEXPATH", d.path() + "userlex").set("MAINLEXFILES", "main.dic,project.txt");
             },
             [](const TempDir& d) {
-                return QList { shown(d.path() + "lex/project.txt" + kNotFoundTail, MessageIcon::Warning) };
+                return QList { message(d.path() + "lex/project.txt" + kNotFoundTail, MessageIcon::Warning) };
             } },
         { "input folder missing",
             [](IniBuilder& b, const TempDir& d) { b.set("INPUTPATH", d.path() + "noin"); },
             [](const TempDir& d) {
-                return QList { shown(d.path() + "noin/ not found.", MessageIcon::Critical) };
+                return QList { message(d.path() + "noin/ not found.", MessageIcon::Critical) };
             } },
         { "work folder is a file",
             [](IniBuilder& b, const TempDir& d) { b.set("WORKPATH", d.write("plain.txt", "x")); },
             [](const TempDir& d) {
-                return QList { shown(d.path() + "plain.txt/ not found.", MessageIcon::Critical) };
+                return QList { message(d.path() + "plain.txt/ not found.", MessageIcon::Critical) };
             } },
         { "output folder not writable", [](IniBuilder& b, const TempDir&) { b.set("OUTPUTPATH", "/proc"); },
             [](const TempDir&) {
-                return QList { shown("No Write Access in /proc/", MessageIcon::Critical) };
+                return QList { message("No Write Access in /proc/", MessageIcon::Critical) };
             } },
         { "every failing check is shown in order",
             [](IniBuilder& b, const TempDir& d) {
@@ -390,11 +378,11 @@ TEST_F(ConfigurationFileTest, ConfiguredPathsAreCheckedAndEveryProblemShown)
                 b.set("TEMPPATH", d.path() + "work");
             },
             [](const TempDir& d) {
-                return QList { shown(d.path() + "nolex/" + kNotFoundTail, MessageIcon::Warning),
-                    shown(d.path() + "noin/ not found.", MessageIcon::Critical),
-                    shown(d.path() + "noimg/ not found.", MessageIcon::Critical),
-                    shown(d.path() + "noout/ not found.", MessageIcon::Critical),
-                    shown(
+                return QList { message(d.path() + "nolex/" + kNotFoundTail, MessageIcon::Warning),
+                    message(d.path() + "noin/ not found.", MessageIcon::Critical),
+                    message(d.path() + "noimg/ not found.", MessageIcon::Critical),
+                    message(d.path() + "noout/ not found.", MessageIcon::Critical),
+                    message(
                         "TempPath should not be equal to WorkPath. Check INI file.", MessageIcon::Critical) };
             } },
         { "temp equal to work regardless of case",
@@ -403,13 +391,13 @@ TEST_F(ConfigurationFileTest, ConfiguredPathsAreCheckedAndEveryProblemShown)
                 b.set("TEMPPATH", d.path() + "WORK/");
             },
             [](const TempDir&) {
-                return QList { shown(
+                return QList { message(
                     "TempPath should not be equal to WorkPath. Check INI file.", MessageIcon::Critical) };
             } },
         { "temp folder missing",
             [](IniBuilder& b, const TempDir& d) { b.set("TEMPPATH", d.path() + "notemp"); },
             [](const TempDir& d) {
-                return QList { shown(d.path() + "notemp/ not found.", MessageIcon::Critical) };
+                return QList { message(d.path() + "notemp/ not found.", MessageIcon::Critical) };
             } },
     };
     for (const CheckRow& row : rows) {
@@ -546,18 +534,6 @@ TEST_F(ConfigurationFileTest, BadValueInsideATaskFailsTheRead)
     EXPECT_FALSE(read());
     EXPECT_EQ(
         ui.messages, QList { message("Invalid CheckFilename value in INI file", MessageIcon::Warning) });
-}
-
-TEST(ReadTableSetKeyTest, UnknownKeysChangeNothing)
-{
-    RecordingOperator ui;
-    RunState state(ui);
-    TableSet set;
-    EXPECT_TRUE(ReadTableSetKey(state, set, "routinedecltbl", "decl.tbl"));
-    EXPECT_TRUE(ReadTableSetKey(state, set, "NOSUCHKEY", "x"));
-    EXPECT_TRUE(ReadTableSetKey(state, set, "", ""));
-    EXPECT_EQ(set.file(SupportFile::RoutineDeclTbl), "decl.tbl");
-    EXPECT_TRUE(ui.messages.isEmpty());
 }
 
 } // namespace

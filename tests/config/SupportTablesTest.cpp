@@ -79,17 +79,27 @@ TEST(RoutineDeclTable, RefusesAnUnknownRoutineName)
     EXPECT_EQ(op.messages[0].icon, MessageIcon::Warning);
 }
 
-TEST(TableReading, ReportsAnUnreadableTable)
+// Every loader fails on a table it cannot read, a missing file or a folder,
+// and says which one.
+TEST(TableReading, EveryLoaderReportsAnUnreadableTable)
 {
-    RecordingOperator op;
-    RunState state(op);
     TempDir dir;
-    QStringList lines;
     const QString folder = dir.mkdir("not-a-file");
-    EXPECT_FALSE(TableReading::ReadLines(state, folder, lines));
-    ASSERT_EQ(op.messages.size(), 1);
-    EXPECT_TRUE(op.messages[0].text.startsWith("Error while reading " + folder + "!  -- Error: "))
-        << op.messages[0].text.toStdString();
+    int loaders = 0;
+    for (const TableLoaderEntry& entry : SupportTableLoaders()) {
+        for (const QString& path : { dir.path() + "absent.tbl", folder }) {
+            RecordingOperator op;
+            RunState state(op);
+            TableSet set;
+            set.file(entry.file) = path;
+            EXPECT_FALSE(entry.load(state, set)) << static_cast<int>(entry.file);
+            ASSERT_EQ(op.messages.size(), 1) << static_cast<int>(entry.file);
+            EXPECT_TRUE(op.messages[0].text.startsWith("Error while reading " + path + "!  -- Error: "))
+                << op.messages[0].text.toStdString();
+        }
+        ++loaders;
+    }
+    EXPECT_EQ(loaders, kSupportFileCount);
 }
 
 TEST(TableReading, SplitsRowsAndUnescapes)

@@ -84,17 +84,12 @@ TEST(Validator, DispatchesDeclaredRowsForTheRightTags)
             { "WITHHRT <a> (a)", "NOHRT <a> (a)" } },
         { "tags are found left to right over lines", "N/A | NOHRT | x\r\n", "<a>x<b>\r\n\r\ny</b></a>\r\n",
             { "NOHRT <a> (N/A)", "NOHRT <b> (N/A)", "NOHRT </b> (N/A)", "NOHRT </a> (N/A)" } },
+        { "the parameter is handed upper-cased", "<a> | COMPCONT | Err \r\n", "<a>", { "PARAM=ERR" } },
     };
     for (const Row& row : rows) {
         Fixture fixture(row.table);
         EXPECT_EQ(fixture.validate(row.input), row.expected) << row.name;
     }
-}
-
-TEST(Validator, HandsTheParameterUpperCased)
-{
-    Fixture fixture("<a> | COMPCONT | Err \r\n");
-    EXPECT_EQ(fixture.validate("<a>"), QStringList { "PARAM=ERR" });
 }
 
 TEST(Validator, FillsTheContextOfEveryTag)

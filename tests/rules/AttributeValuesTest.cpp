@@ -78,17 +78,6 @@ TEST(AttribUnconTable, KeepsFourFieldRowsWithTheirMarker)
     EXPECT_EQ(table->tagIndex, "[fig][link]");
 }
 
-TEST(AttributeTables, AMissingFileFailsTheLoading)
-{
-    RuleFixture fixture("");
-    TableSet& set = fixture.state.config.ActiveTableSet;
-    set.file(SupportFile::NoLeadZeroTbl) = fixture.dir.path() + QStringLiteral("absent.tbl");
-    EXPECT_FALSE(LoadNoLeadZeroTable(fixture.state, set));
-    ASSERT_EQ(fixture.op.messages.size(), 1);
-    EXPECT_TRUE(fixture.op.messages[0].text.startsWith(
-        "Error while reading " + set.file(SupportFile::NoLeadZeroTbl) + "!  -- Error: "));
-}
-
 TEST(NOLEADZERO, ReportsEveryFaultyRow)
 {
     struct Case {

@@ -75,17 +75,6 @@ TEST(TextValidityTable, ReadsEveryColumn)
     EXPECT_EQ(table.rowsByTag.value("p"), (QList<int> { 1, 2 }));
 }
 
-TEST(TextValidityTable, AMissingFileFailsTheLoading)
-{
-    RuleFixture fixture("<p> | TEXTVALIDITY | N/A\r\n");
-    TableSet& set = fixture.state.config.ActiveTableSet;
-    set.file(SupportFile::TextValidityTbl) = fixture.dir.path() + "absent.tbl";
-    EXPECT_FALSE(LoadTextValidityTable(fixture.state, set));
-    ASSERT_EQ(fixture.op.messages.size(), 1);
-    EXPECT_TRUE(fixture.op.messages[0].text.startsWith(
-        "Error while reading " + set.file(SupportFile::TextValidityTbl) + "!  -- Error: "));
-}
-
 TEST(TEXTVALIDITY, CountOperatorsSayWhatIsWrong)
 {
     // Three numbers in the element; each row reports when its relation to the number fails.

@@ -25,6 +25,13 @@ QString Installation::writeInput(const QString& name, const QByteArray& content)
     return dir_.write("input/" + name, content);
 }
 
+QString Installation::writeScript(const QString& name, const QByteArray& body) const
+{
+    const QString path = dir_.write(name, "#!/bin/sh\n" + body);
+    QFile::setPermissions(path, QFile::permissions(path) | QFileDevice::ExeOwner);
+    return path;
+}
+
 Installation::Result Installation::run(const QStringList& arguments, Mode mode) const
 {
     ini_.write();

@@ -31,6 +31,8 @@ public:
     // Writes a support table into tables/ and returns its full path.
     QString writeTable(const QString& name, const QByteArray& content) const;
     QString writeInput(const QString& name, const QByteArray& content) const;
+    // Writes an executable shell script (the body after "#!/bin/sh") at the root.
+    QString writeScript(const QString& name, const QByteArray& body) const;
 
     struct Result {
         int exitCode = -1;
