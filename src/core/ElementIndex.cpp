@@ -12,9 +12,9 @@ ElementIndex::ElementIndex(QStringView text)
             ++stop;
         const QStringView key = text.sliced(lt + 1, stop - lt - 1);
         if (stop < text.size() && text[stop] == u'>')
-            closedByGt_[key].push_back(lt);
+            closedByGt_[key].push_back(std::int32_t(lt));
         else if (stop < text.size() && text[stop] == u' ')
-            closedByBlank_[key].push_back(lt);
+            closedByBlank_[key].push_back(std::int32_t(lt));
         lt = stop < text.size() && text[stop] == u'<' ? stop : text.indexOf(u'<', stop);
     }
 }
@@ -52,17 +52,17 @@ const ElementIndex::Matching& ElementIndex::matchingOf(const QString& name) cons
         takeEnd ? ++e : ++o;
     }
     const qsizetype count = static_cast<qsizetype>(matching.positions.size());
-    std::vector<qsizetype> level(count + 1, 0);
+    std::vector<std::int32_t> level(count + 1, 0);
     for (qsizetype k = 0; k < count; ++k)
         level[k + 1] = level[k] + (isEnd[k] ? -1 : 1);
     matching.closer.assign(count + 1, -1);
-    std::vector<qsizetype> waiting; // indexes whose next lower level is not found yet
+    std::vector<std::int32_t> waiting; // indexes whose next lower level is not found yet
     for (qsizetype k = 0; k <= count; ++k) {
         while (!waiting.empty() && level[k] < level[waiting.back()]) {
-            matching.closer[waiting.back()] = k - 1;
+            matching.closer[waiting.back()] = std::int32_t(k - 1);
             waiting.pop_back();
         }
-        waiting.push_back(k);
+        waiting.push_back(std::int32_t(k));
     }
     return *matchings_.emplace(name, std::move(matching));
 }

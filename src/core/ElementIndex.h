@@ -3,6 +3,7 @@
 #include <QHash>
 #include <QString>
 #include <QStringView>
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -27,13 +28,15 @@ public:
         qsizetype tagStart, qsizetype tagLength, const QString& name) const;
 
 private:
-    using Positions = std::vector<qsizetype>;
+    // Offsets fit in 32 bits, as line positions do everywhere in a run; half
+    // the width keeps a large file's index in half the memory.
+    using Positions = std::vector<std::int32_t>;
 
     // The start and end tags of one name in text order, with what closes what.
     struct Matching {
         Positions positions; // every "<name>", "<name " and "</name>"
-        std::vector<qsizetype> closer; // per position: the index of the end tag that brings the
-                                       // nesting below its level, -1 for none
+        std::vector<std::int32_t> closer; // per position: the index of the end tag that brings the
+                                          // nesting below its level, -1 for none
     };
 
     const Positions& positionsOf(const QHash<QStringView, Positions>& map, QStringView key) const;
