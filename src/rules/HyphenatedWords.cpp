@@ -6,6 +6,8 @@
 #include "report/Reports.h"
 #include "text/xmlClass.h"
 
+#include <optional>
+
 namespace {
 
 constexpr int kSuggestionDepth = 35;
@@ -192,15 +194,43 @@ std::int16_t SpellCheckWord(RunState& state, const QString& word)
     return -1;
 }
 
-void HYPHENATEDWORDCHECK(RunState& state)
+namespace {
+
+// What both word checks need of the current element, or nothing for any
+// other tag than a start tag.
+struct WordCheck {
+    QString text;
+    const HyphenatedTable* accepted;
+    QString foundIn; // " found in " + the start tag
+
+    // "<kind><word> found in <tag>", or with the suggestions in its place.
+    QString message(const char* kind, const QString& word, const QString& suggestions) const
+    {
+        return suggestions.isEmpty()
+            ? QLatin1String(kind) + word + foundIn
+            : QLatin1String(kind) + word + QStringLiteral(" Suggested Words: ") + suggestions;
+    }
+};
+
+std::optional<WordCheck> startWordCheck(RunState& state)
 {
     const ValidationContext& context = state.context;
     if (context.tagType != TagKind::Start)
+        return std::nullopt;
+    return WordCheck { elementText(state), acceptedWords(state),
+        QStringLiteral(" found in ") + context.tagText };
+}
+
+} // namespace
+
+void HYPHENATEDWORDCHECK(RunState& state)
+{
+    const std::optional<WordCheck> check = startWordCheck(state);
+    if (!check)
         return;
-    const QString text = elementText(state);
-    const HyphenatedTable* accepted = acceptedWords(state);
+    const ValidationContext& context = state.context;
+    const QString& text = check->text;
     QString& suggestions = state.spelling.suggestions;
-    const QString foundIn = QStringLiteral(" found in ") + context.tagText;
     for (qsizetype hit = text.indexOf(QStringLiteral("-\r\n")); hit >= 0;
          hit = text.indexOf(QStringLiteral("-\r\n"), hit + 1)) {
         const QString word
@@ -211,33 +241,29 @@ void HYPHENATEDWORDCHECK(RunState& state)
         // (An empty word, from a split number, is such a joined form too.)
         if (!word.endsWith(QLatin1Char('-')) && isWordKnown(state, QString(word).remove(QLatin1Char('-')))) {
             ReportBySeverity(state, state.routineParameter, context.lineNumber,
-                QStringLiteral("Hyphenated word: ") + word + foundIn, DataContentAt(state, 0),
-                context.linePosition);
+                check->message("Hyphenated word: ", word, {}), DataContentAt(state, 0), context.linePosition);
             open = false;
         }
-        if (open && isAccepted(accepted, word))
+        if (open && isAccepted(check->accepted, word))
             open = false;
         if (!open)
             continue;
         suggestions.clear();
         if (SpellCheckWord(state, word) == 0)
             continue;
-        const QString message = suggestions.isEmpty()
-            ? QStringLiteral("Hyphenated word: ") + word + foundIn
-            : QStringLiteral("Hyphenated word: ") + word + QStringLiteral(" Suggested Words: ") + suggestions;
-        WriteWarningEntry(state, context.lineNumber, message, DataContentAt(state, 0), context.linePosition);
+        WriteWarningEntry(state, context.lineNumber, check->message("Hyphenated word: ", word, suggestions),
+            DataContentAt(state, 0), context.linePosition);
     }
 }
 
 void COMPOUNDWORDCHECK(RunState& state)
 {
-    const ValidationContext& context = state.context;
-    if (context.tagType != TagKind::Start)
+    const std::optional<WordCheck> check = startWordCheck(state);
+    if (!check)
         return;
-    const QString text = elementText(state);
-    const HyphenatedTable* accepted = acceptedWords(state);
+    const ValidationContext& context = state.context;
+    const QString& text = check->text;
     QString& suggestions = state.spelling.suggestions;
-    const QString foundIn = QStringLiteral(" found in ") + context.tagText;
     qsizetype hit = text.indexOf(QLatin1Char('-'));
     while (hit >= 0) {
         const QString word
@@ -246,19 +272,17 @@ void COMPOUNDWORDCHECK(RunState& state)
             hit = text.indexOf(QLatin1Char('-'), hit + 1);
             continue;
         }
-        bool open = !isAccepted(accepted, word);
+        bool open = !isAccepted(check->accepted, word);
         suggestions.clear();
         if (open && SpellCheckWord(state, word) == 0) {
-            WriteWarningEntry(state, context.lineNumber, QStringLiteral("Compound Word: ") + word + foundIn,
+            WriteWarningEntry(state, context.lineNumber, check->message("Compound Word: ", word, {}),
                 DataContentAt(state, 0), context.linePosition);
             open = false;
         }
         if (open) {
-            const QString message = suggestions.isEmpty() ? QStringLiteral("Compound Word: ") + word + foundIn
-                                                          : QStringLiteral("Compound Word: ") + word
-                    + QStringLiteral(" Suggested Words: ") + suggestions;
-            ReportBySeverity(state, state.routineParameter, context.lineNumber, message,
-                DataContentAt(state, 0), context.linePosition);
+            ReportBySeverity(state, state.routineParameter, context.lineNumber,
+                check->message("Compound Word: ", word, suggestions), DataContentAt(state, 0),
+                context.linePosition);
         }
         // Resuming at the word's first hyphen is deliberate: in "a-b-c" the
         // search goes on at the second hyphen and examines "b-c" as well.
