@@ -1,3 +1,4 @@
+#include "BenchSupport.h"
 #include "app/BatchRun.h"
 #include "config/RoutineDeclTable.h"
 #include "core/RunState.h"
@@ -14,15 +15,6 @@ namespace {
 constexpr int kFiles = 1000;
 constexpr qsizetype kFileSize = 10 * 1000;
 
-// Nobody watches a benchmark: the final message box and progress go nowhere.
-class SilentOperator : public OperatorInterface {
-public:
-    void messageBox(const QString&, const QString&, MessageIcon) override { }
-    void setProgressRange(int, int) override { }
-    void setProgressValue(int) override { }
-    void processEvents() override { }
-};
-
 // One 10 KB article: paragraphs with inline elements, a footnote each, and a
 // double blank now and then for the special-character search.
 QByteArray MakeArticle(int number)
@@ -34,14 +26,6 @@ QByteArray MakeArticle(int number)
             + " note</fn></p>\r\n";
     }
     return text + "</article>\r\n";
-}
-
-void WriteFile(const QString& path, const QByteArray& bytes)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    file.open(QIODevice::WriteOnly | QIODevice::Truncate);
-    file.write(bytes);
 }
 
 // The same 10 MB of articles, as 1,000 files in one folder (range 0) or as

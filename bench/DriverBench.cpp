@@ -1,19 +1,5 @@
-#include "app/HeadlessOperator.h"
-#include "config/RoutineDeclTable.h"
-#include "core/RunState.h"
-#include "engine/Validator.h"
-#include "report/Reports.h"
-#include "rules/AttributeValues.h"
-#include "rules/CharacterPatterns.h"
-#include "rules/ConvertToAttribute.h"
-#include "rules/ConvertToTag.h"
-#include "rules/HardReturns.h"
-#include "rules/RuleRegistry.h"
-#include "rules/TextValidity.h"
-#include "rules/UnconvertedEntities.h"
+#include "BenchSupport.h"
 
-#include <QFile>
-#include <QTemporaryDir>
 #include <benchmark/benchmark.h>
 
 namespace {
@@ -107,20 +93,12 @@ QByteArray TextValidityRows()
     return table;
 }
 
-void WriteFile(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    file.open(QIODevice::WriteOnly | QIODevice::Truncate);
-    file.write(bytes);
-}
-
 // The whole per-file job: load, whole-file checks, scan and dispatch, reports.
 void ValidateBook(benchmark::State& bench)
 {
-    QTemporaryDir dir;
-    const QString root = dir.path() + '/';
+    BenchRun run;
     // The second argument picks the routines: every one, the text-validity
-    // rows alone, or the attribute and conversion routines alone.
+    // rows alone, the attribute and conversion routines alone, or none.
     const QByteArray attributeRows = "N/A | CONVERT2TAG | x\r\n | CONVERT2ATTRIB | x\r\n | NOLEADZERO | W\r\n"
                                      " | ATTRIBUNCONENTITY | x\r\n | ATTRIBRANGEVALIDITY | W\r\n"
                                      " | ATTRIBNUMBERVALIDITY | W\r\n";
@@ -131,47 +109,25 @@ void ValidateBook(benchmark::State& bench)
         attributeRows,
         "",
     };
-    WriteFile(root + "routine.tbl", "Tag | Routine | Parameter\r\n" + declared[bench.range(1)]);
-    WriteFile(root + "textvalidity.tbl", TextValidityRows());
-    WriteFile(root + "convert2tag.tbl",
+    run.state.config.ActiveTableSet.AttribRangeSeparators = { QStringLiteral("-"), QStringLiteral(" to ") };
+    run.table(SupportFile::RoutineDeclTbl, "routine.tbl",
+        "Tag | Routine | Parameter\r\n" + declared[bench.range(1)]);
+    run.table(SupportFile::TextValidityTbl, "textvalidity.tbl", TextValidityRows());
+    run.table(SupportFile::Convert2TagTbl, "convert2tag.tbl",
         "h\r\nxref | DELETE | see | W | B\r\nfn | COPY | note | W | E\r\ni | DELETE | with | W | S\r\n");
-    WriteFile(root + "convert2attrib.tbl",
+    run.table(SupportFile::Convert2AttribTbl, "convert2attrib.tbl",
         "h\r\ntype | fig | DELETE | Figure | W | B\r\ntype | fig | COPY | Fig. | W | E\r\nrid |  | DELETE | "
         "Note | W | E\r\n");
-    WriteFile(root + "noleadzero.tbl", "h\r\nxref | number | - #& ,\r\np | id |\r\n");
-    WriteFile(
-        root + "attribuncon.tbl", "h\r\nxref | rid | &amp; | E / Entity\r\nfn | fnref | &# | W / Entity\r\n");
-    WriteFile(root + "special.tbl", "h\r\n\"(space)(space)\",\"Double space\",\"WARNING\",\"I\"\r\n");
-    WriteFile(root + "book.xml", MakeBook(bench.range(0) * 1000 * 1000));
-
-    HeadlessOperator ui;
-    RunState state(ui);
-    TableSet& set = state.config.ActiveTableSet;
-    set.file(SupportFile::RoutineDeclTbl) = root + "routine.tbl";
-    set.file(SupportFile::SpecialCharTbl) = root + "special.tbl";
-    set.file(SupportFile::TextValidityTbl) = root + "textvalidity.tbl";
-    LoadRoutineDeclTable(state, set, IsRoutineName);
-    LoadSpecialCharTable(state, set);
-    set.file(SupportFile::Convert2TagTbl) = root + "convert2tag.tbl";
-    set.file(SupportFile::Convert2AttribTbl) = root + "convert2attrib.tbl";
-    set.file(SupportFile::NoLeadZeroTbl) = root + "noleadzero.tbl";
-    set.file(SupportFile::AttribUnconTbl) = root + "attribuncon.tbl";
-    LoadConvert2TagTable(state, set);
-    LoadConvert2AttribTable(state, set);
-    LoadNoLeadZeroTable(state, set);
-    LoadAttribUnconTable(state, set);
-    set.AttribRangeSeparators = { QStringLiteral("-"), QStringLiteral(" to ") };
-    LoadTextValidityTable(state, set);
-    state.reportFolder = root;
-    state.outputFolder = root;
-    for (auto _ : bench) {
-        state.inputPath = root + "book.xml";
-        OpenReports(state);
-        ValidateFile(state, Rules());
-        CloseReports(state);
-    }
-    bench.counters["lines"] = state.lineCount();
-    bench.counters["findings"] = state.report.errorCount + state.report.warningCount;
+    run.table(SupportFile::NoLeadZeroTbl, "noleadzero.tbl", "h\r\nxref | number | - #& ,\r\np | id |\r\n");
+    run.table(SupportFile::AttribUnconTbl, "attribuncon.tbl",
+        "h\r\nxref | rid | &amp; | E / Entity\r\nfn | fnref | &# | W / Entity\r\n");
+    run.table(SupportFile::SpecialCharTbl, "special.tbl",
+        "h\r\n\"(space)(space)\",\"Double space\",\"WARNING\",\"I\"\r\n");
+    run.input(MakeBook(bench.range(0) * 1000 * 1000));
+    for (auto _ : bench)
+        run.validate();
+    bench.counters["lines"] = run.state.lineCount();
+    bench.counters["findings"] = run.state.report.errorCount + run.state.report.warningCount;
     bench.SetBytesProcessed(bench.iterations() * bench.range(0) * 1000 * 1000);
 }
 
@@ -203,41 +159,25 @@ QByteArray MakeNestedBook(qsizetype targetSize)
 // rules declared for every section.
 void ValidateNestedBook(benchmark::State& bench)
 {
-    QTemporaryDir dir;
-    const QString root = dir.path() + '/';
-    WriteFile(root + "routine.tbl",
+    BenchRun run;
+    TableSet& set = run.state.config.ActiveTableSet;
+    set.CheckMultiHrt = "True";
+    set.MultiHrtMaxCount = 2;
+    run.table(SupportFile::RoutineDeclTbl, "routine.tbl",
         "Tag | Routine | Parameter\r\n<sec> | UNCONENTITIES | N/A\r\n | NOHRT | N/A\r\n | WITHHRT | N/A\r\n"
         "<fn> | UNDELFNREF | E\r\n");
-    WriteFile(root + "nohrt.tbl", "h\r\n<sec> | <title> | E\r\n<sec> | <p> | W\r\n<p> | <p> | W\r\n");
-    WriteFile(root + "withhrt.tbl", "h\r\n<sec> | S | E\r\n</p> | E | W\r\n<title> | S | W\r\n");
-    WriteFile(root + "uncon.tbl",
+    run.table(SupportFile::NoHRTDeclTbl, "nohrt.tbl",
+        "h\r\n<sec> | <title> | E\r\n<sec> | <p> | W\r\n<p> | <p> | W\r\n");
+    run.table(SupportFile::WithHRTDeclTbl, "withhrt.tbl",
+        "h\r\n<sec> | S | E\r\n</p> | E | W\r\n<title> | S | W\r\n");
+    run.table(SupportFile::UnConEntitiesTbl, "uncon.tbl",
         "&amp;# E / Numeric entity escaped twice\r\n&lt;i&gt; E / Escaped italic tag\r\n-- W / Double "
         "hyphen\r\n"
         "`` W / Backquotes\r\n<space>, W / Blank before a comma\r\n&nbsp<space> E / No semicolon\r\n");
-    WriteFile(root + "book.xml", MakeNestedBook(bench.range(0) * 1000 * 1000));
-
-    HeadlessOperator ui;
-    RunState state(ui);
-    TableSet& set = state.config.ActiveTableSet;
-    set.file(SupportFile::RoutineDeclTbl) = root + "routine.tbl";
-    set.file(SupportFile::NoHRTDeclTbl) = root + "nohrt.tbl";
-    set.file(SupportFile::WithHRTDeclTbl) = root + "withhrt.tbl";
-    set.file(SupportFile::UnConEntitiesTbl) = root + "uncon.tbl";
-    set.CheckMultiHrt = "True";
-    set.MultiHrtMaxCount = 2;
-    LoadRoutineDeclTable(state, set, IsRoutineName);
-    LoadNoHrtTable(state, set);
-    LoadWithHrtTable(state, set);
-    LoadUnconEntitiesTable(state, set);
-    state.reportFolder = root;
-    state.outputFolder = root;
-    for (auto _ : bench) {
-        state.inputPath = root + "book.xml";
-        OpenReports(state);
-        ValidateFile(state, Rules());
-        CloseReports(state);
-    }
-    bench.counters["findings"] = state.report.errorCount + state.report.warningCount;
+    run.input(MakeNestedBook(bench.range(0) * 1000 * 1000));
+    for (auto _ : bench)
+        run.validate();
+    bench.counters["findings"] = run.state.report.errorCount + run.state.report.warningCount;
     bench.SetBytesProcessed(bench.iterations() * bench.range(0) * 1000 * 1000);
 }
 

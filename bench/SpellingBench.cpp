@@ -1,15 +1,7 @@
-#include "app/HeadlessOperator.h"
-#include "config/RoutineDeclTable.h"
-#include "core/RunState.h"
-#include "engine/Validator.h"
-#include "report/Reports.h"
-#include "rules/HyphenatedWords.h"
-#include "rules/RuleRegistry.h"
+#include "BenchSupport.h"
 #include "spelling/HunspellEngine.h"
 
-#include <QFile>
 #include <QFileInfo>
-#include <QTemporaryDir>
 #include <benchmark/benchmark.h>
 #include <ctime>
 #include <type_traits>
@@ -106,13 +98,6 @@ QByteArray MakeHyphenatedBook(qsizetype targetSize)
     return text + "</book>\r\n";
 }
 
-void WriteFile(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    file.open(QIODevice::WriteOnly | QIODevice::Truncate);
-    file.write(bytes);
-}
-
 // The whole per-file job with both word checks on every paragraph, the
 // engine on the system's en-US dictionary, its answers cached for the run.
 void ValidateHyphenatedBook(benchmark::State& bench)
@@ -121,23 +106,13 @@ void ValidateHyphenatedBook(benchmark::State& bench)
         bench.SkipWithError("the en-US Hunspell dictionary is not installed");
         return;
     }
-    QTemporaryDir dir;
-    const QString root = dir.path() + '/';
-    WriteFile(root + "routine.tbl",
+    BenchRun run;
+    RunState& state = run.state;
+    run.table(SupportFile::RoutineDeclTbl, "routine.tbl",
         "Tag | Routine | Parameter\r\n<p> | HYPHENATEDWORDCHECK | E\r\n | COMPOUNDWORDCHECK | W\r\n");
-    WriteFile(
-        root + "hyphenated.tbl", "Accepted hyphenated words\r\nwater-based\r\nlong-term\r\nself-free\r\n");
-    WriteFile(root + "book.xml", MakeHyphenatedBook(bench.range(0) * 1000 * 1000));
-
-    HeadlessOperator ui;
-    RunState state(ui);
-    TableSet& set = state.config.ActiveTableSet;
-    set.file(SupportFile::RoutineDeclTbl) = root + "routine.tbl";
-    set.file(SupportFile::HyphenatedTbl) = root + "hyphenated.tbl";
-    LoadRoutineDeclTable(state, set, IsRoutineName);
-    LoadHyphenatedTable(state, set);
-    state.reportFolder = root;
-    state.outputFolder = root;
+    run.table(SupportFile::HyphenatedTbl, "hyphenated.tbl",
+        "Accepted hyphenated words\r\nwater-based\r\nlong-term\r\nself-free\r\n");
+    run.input(MakeHyphenatedBook(bench.range(0) * 1000 * 1000));
     double engineSeconds = 0;
     std::int64_t suggests = 0;
     std::int64_t checks = 0;
@@ -145,16 +120,13 @@ void ValidateHyphenatedBook(benchmark::State& bench)
         // Every iteration is a fresh run: a new engine and an empty cache.
         auto hunspell = std::make_unique<HunspellEngine>();
         hunspell->SetMainLexPath(kDictionaryFolder);
-        hunspell->SetUserLexPath(root);
+        hunspell->SetUserLexPath(run.root);
         hunspell->SetUserLexFiles(QStringLiteral("en_US.dic"));
         auto timed = std::make_unique<TimedEngine>(std::move(hunspell));
         TimedEngine& engine = *timed;
         state.spelling.engine = std::move(timed);
         state.spelling.answers.clear();
-        state.inputPath = root + "book.xml";
-        OpenReports(state);
-        ValidateFile(state, Rules());
-        CloseReports(state);
+        run.validate();
         engineSeconds += engine.seconds;
         suggests += engine.suggests;
         checks += engine.checks;

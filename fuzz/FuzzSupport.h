@@ -7,16 +7,6 @@
 #include <cstddef>
 #include <cstdint>
 
-// An operator that shows nothing: the fuzzers look for crashes, sanitizer
-// reports, hangs and wrong answers, not for messages.
-class SilentOperator : public OperatorInterface {
-public:
-    void messageBox(const QString&, const QString&, MessageIcon) override { }
-    void setProgressRange(int, int) override { }
-    void setProgressValue(int) override { }
-    void processEvents() override { }
-};
-
 inline QByteArray FuzzBytes(const std::uint8_t* data, std::size_t size)
 {
     return QByteArray(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));

@@ -27,5 +27,15 @@ public:
     virtual void diagnostic(const QString& line) { (void)line; }
 };
 
+// An operator nobody watches: benchmarks and fuzzers, which look at times,
+// crashes and answers, not at messages.
+class SilentOperator : public OperatorInterface {
+public:
+    void messageBox(const QString&, const QString&, MessageIcon) override { }
+    void setProgressRange(int, int) override { }
+    void setProgressValue(int) override { }
+    void processEvents() override { }
+};
+
 // The title every message box of the program carries.
 inline const QString kProgramTitle = QStringLiteral("Quorvane");
