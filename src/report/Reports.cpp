@@ -142,7 +142,7 @@ ReportFormat::EntryTexts addEntry(RunState& state, EntryKind kind, std::int64_t 
     // kept: a file with millions of findings must not hold every entry twice
     // in memory for nothing.
     const bool columns = state.config.XYCoordinates;
-    const bool kv7 = state.config.EditorProgram.toUpper() == u"KV7";
+    const bool kv7 = state.config.EditorProgram.compare(u"KV7", Qt::CaseInsensitive) == 0;
     if (!columns && (state.batchMode || kv7))
         report.plainEntryText += texts.plainLine;
     if (columns && (state.batchMode || kv7))
