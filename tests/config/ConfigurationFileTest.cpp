@@ -214,7 +214,7 @@ TEST_F(ConfigurationFileTest, KeysAndValuesAreReadAsWritten)
             "True," },
         { "2.5 rounds to 2", settings("MULTIHRTMAXCOUNT=2.5"),
             [=](const Configuration& c) { return QString::number(set(c).MultiHrtMaxCount); }, "2" },
-        { "3.5 rounds to 4", settings("MULTIHRTMAXCOUNT=3.5"),
+        { "3.5 rounds to 4", settings("MULTIHRTMAXCOUNT=+3.5"),
             [=](const Configuration& c) { return QString::number(set(c).MultiHrtMaxCount); }, "4" },
         { "range separators with spaces", settings("ATTRIBRANGESEPARATOR= - | <space>to<space> "),
             [=](const Configuration& c) { return joined(set(c).AttribRangeSeparators); }, "-# to " },
