@@ -74,13 +74,6 @@ TEST_F(ConfigurationFileTest, BaseConfigurationPassesAndPreparesTheFolders)
         EXPECT_FALSE(QFileInfo::exists(ini.folder(folder) + "/quillph16.txt")) << folder;
 }
 
-TEST_F(ConfigurationFileTest, MissingFileIsReportedWithoutReading)
-{
-    EXPECT_FALSE(read());
-    EXPECT_EQ(ui.messages,
-        QList { message("Missing Quorvane.INI in the application path", MessageIcon::Critical) });
-}
-
 TEST_F(ConfigurationFileTest, EveryLineEndIsAccepted)
 {
     // The final line end must not open one more (empty) line, which would
