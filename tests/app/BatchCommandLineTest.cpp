@@ -30,11 +30,8 @@ TEST(BatchCommandLine, ValidatesTheWholeListIntoMirroredTreesAndCleansUp)
     EXPECT_EQ(result.standardError,
         "[information] Complete Process: Finish Processing! Please view the log file/s in " + inst.workPath()
             + "\n");
-    EXPECT_TRUE(Installation::read(inst.workPath() + "j1/a.ERR").contains("Total No. of Errors: 1"));
-    EXPECT_TRUE(QFile::exists(inst.workPath() + "j1/ch/b.ERR"));
     EXPECT_TRUE(QFile::exists(inst.workPath() + "j2/c.WRN"));
     EXPECT_EQ(Installation::read(inst.outputPath() + "j1/ch/b.xml"), "<doc/>\r\n");
-    EXPECT_TRUE(QFile::exists(inst.outputPath() + "j1/a.ERR"));
     EXPECT_FALSE(QDir(inst.tempPath() + "Quorvane_Temp").exists());
 }
 
@@ -57,11 +54,8 @@ TEST(BatchCommandLine, TakesItsBoxesFromOptionsAndRefusesWhatTheListDoesNotHold)
     const QList<Row> rows = {
         { { "--batch", "%ROOT%input", "--task", "T1", "--work", "%ROOT%w2", "--output=%ROOT%o2", "a.xml" }, 0,
             "[information] Complete Process: Finish Processing! Please view the log file/s in %ROOT%w2/\n" },
-        { { "--batch", "%ROOT%input", "a.xml", "c.xml" }, 2,
-            "[critical] Quorvane: c.xml not found in %ROOT%input\n" },
         { { "--batch", "%ROOT%empty" }, 2, "[warning] Quorvane: No file(s) selected !\n" },
         { { "--batch", "%ROOT%none" }, 2, "[critical] Quorvane: %ROOT%none not found!\n" },
-        { { "--work", "%ROOT%w2", "%ROOT%input/a.xml" }, 2, "" }, // the boxes belong to the batch
     };
     for (const Row& row : rows) {
         QStringList arguments;
@@ -69,21 +63,11 @@ TEST(BatchCommandLine, TakesItsBoxesFromOptionsAndRefusesWhatTheListDoesNotHold)
             arguments << QString(argument).replace("%ROOT%", inst.root());
         const auto result = inst.run(arguments);
         EXPECT_EQ(result.exitCode, row.exitCode) << arguments.join(' ').toStdString();
-        if (!row.standardError.isEmpty())
-            EXPECT_EQ(result.standardError, QString(row.standardError).replace("%ROOT%", inst.root()));
+        EXPECT_EQ(result.standardError, QString(row.standardError).replace("%ROOT%", inst.root()));
     }
     // The first row's reports went to its own boxes; the output folder is the
     // output path joined with the input folder's name.
     EXPECT_EQ(Installation::read(inst.root() + "w2/a.ERR"), "");
     EXPECT_EQ(Installation::read(inst.root() + "o2/inputa.xml"), "<doc/>\r\n");
     EXPECT_FALSE(QFile::exists(inst.workPath() + "a.ERR"));
-}
-
-TEST(BatchCommandLine, HelpShowsTheBatchWithAnExample)
-{
-    Installation inst;
-    const auto result = inst.run({ "--help" });
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_TRUE(result.standardOutput.contains("--batch FOLDER [--task CODE] [--work DIR]"));
-    EXPECT_TRUE(result.standardOutput.contains("quorvane --app-dir examples --batch examples input"));
 }

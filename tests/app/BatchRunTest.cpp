@@ -3,7 +3,6 @@
 #include "app/modGlobal.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
-#include "report/FindingOutputs.h"
 #include "support/Installation.h"
 #include "support/RecordingOperator.h"
 
@@ -70,10 +69,9 @@ TEST(BatchFileMask, IgnoresCaseAndPassesNamesWithoutExtension)
         bool passes;
     };
     const Row rows[] = {
-        { "|xml|sgm|", "a.xml", true }, { "|xml|sgm|", "a.XML", true }, { "|xml|sgm|", "a.sgm", true },
-        { "|xml|sgm|", "a.txt", false }, { "|xml|sgm|", "README", true }, // no "." at all
+        { "|xml|sgm|", "a.XML", true }, { "|xml|sgm|", "a.txt", false },
+        { "|xml|sgm|", "README", true }, // no "." at all
         { "|xml|sgm|", "a.b.xml", true }, // the last extension counts
-        { "|xml|sgm|", "a.xml.bak", false },
         { "|xml|sgm|", "a.", false }, // an empty extension is no extension of the mask
         { "|xml|sgm|", "a.ml", false }, // a whole extension, not a piece of one
         { "", "a.txt", true }, // no mask: every file
@@ -156,53 +154,6 @@ TEST_F(BatchRunTest, FoldersModeWalksNestedFoldersIntoMirroredTreesWithTheirLogF
     EXPECT_FALSE(exists(work + "j1/ch/notes.ERR"));
     EXPECT_FALSE(exists(work + "j2"));
     EXPECT_FALSE(exists(work + "loose.ERR"));
-}
-
-TEST_F(BatchRunTest, ProgramLogsSpanTheBatch)
-{
-    startUp();
-    input("j1/a.xml", kWithError);
-    input("j2/b.xml");
-    ASSERT_EQ(RunBatch(state, request(inst.inputPath(), { "j2", "j1" }), observer), ExitStatus::ErrorsFound);
-
-    const QString log = QString::fromUtf8(Installation::read(inst.workPath() + "quorvane.LOG"));
-    EXPECT_EQ(log.count("Time Started: "), 1);
-    EXPECT_EQ(log.count("Time Ended: "), 1);
-    // Selected folders in the order of the selection.
-    const qsizetype second = log.indexOf("FilePath    : " + inst.inputPath() + "j2/b.xml");
-    const qsizetype first = log.indexOf("FilePath    : " + inst.inputPath() + "j1/a.xml");
-    EXPECT_GE(second, 0);
-    EXPECT_GT(first, second);
-    const QString errorView = QString::fromUtf8(Installation::read(inst.workPath() + "quorvane_ErrView.LOG"));
-    EXPECT_EQ(errorView.count("Input File: "), 2);
-    EXPECT_EQ(errorView.count("No Errors Found!"), 1);
-    EXPECT_TRUE(errorView.endsWith(QString("\r\n")));
-    EXPECT_EQ(errorView.count("Time Ended: "), 1);
-}
-
-// What the window's PROCESS runs: every batch writes the outputs of its own
-// files, and the next batch, clean, counts afresh and replaces them.
-TEST_F(BatchRunTest, EveryBatchWritesTheOutputsOfItsOwnFiles)
-{
-    startUp();
-    input("j1/a.xml", kWithError);
-    input("j2/b.xml");
-    const QString json = inst.root() + "batch.json";
-    FindingOutputs outputs("Quorvane", "test", { json, {}, {} });
-    state.findingSinks.subscribe(outputs);
-    ASSERT_EQ(RunBatch(state, request(inst.inputPath(), { "j1", "j2" }), observer), ExitStatus::ErrorsFound);
-    const RunFindings& first = outputs.run();
-    ASSERT_EQ(first.files.size(), 2u);
-    EXPECT_EQ(first.files[0].path, inst.inputPath() + "j1/a.xml");
-    EXPECT_EQ(first.files[0].errors, 1);
-    EXPECT_EQ(first.files[0].findings[0].routine, "UNDELFNREF");
-    EXPECT_EQ(first.files[1].findings.size(), 0);
-    EXPECT_TRUE(Installation::read(json).contains("j1/a.xml"));
-
-    ASSERT_EQ(RunBatch(state, request(inst.inputPath(), { "j2" }), observer), ExitStatus::Clean);
-    EXPECT_EQ(outputs.run().files.size(), 1u);
-    EXPECT_FALSE(Installation::read(json).contains("j1/a.xml"));
-    state.findingSinks.unsubscribe(outputs);
 }
 
 TEST_F(BatchRunTest, NothingSelectedWarnsAndRunsNothing)
@@ -328,22 +279,6 @@ TEST_F(BatchRunTest, TheCommandLineChoosesEntriesByNameOrTakesTheWholeList)
             EXPECT_FALSE(exists(inst.workPath() + "quorvane.LOG"));
         }
     }
-}
-
-TEST_F(BatchRunTest, TheCommandLineBoxesDefaultToTheConfiguredPaths)
-{
-    startUp();
-    input("j1/a.xml");
-    const QString otherWork = inst.root() + "otherwork";
-    QDir().mkpath(otherWork);
-    BatchCommand command;
-    command.folder = inst.inputPath();
-    command.workPath = otherWork; // without its final "/"
-    command.taskCode = "  T1 ";
-    EXPECT_EQ(RunBatchCommand(state, command, observer), ExitStatus::Clean);
-    EXPECT_TRUE(exists(otherWork + "/j1/a.ERR"));
-    EXPECT_TRUE(exists(inst.outputPath() + "j1/a.WRN"));
-    EXPECT_EQ(state.taskCode, "T1");
 }
 
 TEST_F(BatchRunTest, NextAllocatedFolderIsTheJobFilesFirstNameBelowTheCurrentFolder)

@@ -137,26 +137,17 @@ TEST(CheckConfig, NamesTextValidityOperatorsThatWouldNotDoWhatTheyLookLike)
     };
     const Row rows[] = {
         { "=", false },
-        { "!=", false },
         { "=<", false },
-        { "=>", false },
         { "dup", false },
-        { "!dup", false },
         { "+1", false },
-        { "-10", false },
         { "@eval(=)$1+$2", false },
         { "=<@now", false },
-        { "@NOW>", false },
         { "x", false },
         { "", false }, // any other word forbids the pattern
         { "<=", true },
-        { ">=", true },
-        { "==", true },
         { "DUP", true },
         { "+", true },
-        { "+1x", true },
         { "@eval$1+$2", true },
-        { "<=@now", true },
         { "@now", true },
     };
     for (const Row& row : rows)

@@ -4,7 +4,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
-#include <QStandardPaths>
 #include <gtest/gtest.h>
 
 // The machine-readable outputs of real runs against the fixed reports of the
@@ -110,11 +109,6 @@ TEST(FindingOutputsRun, JsonAndSarifAgreeWithTheReportsOfASingleFile)
     ASSERT_EQ(warnings.size(), 2); // two double spaces
 
     const QJsonObject document = readJson(json);
-    EXPECT_EQ(document["taskCode"].toString(), "T");
-    EXPECT_FALSE(document["tool"]["version"].toString().isEmpty());
-    // Times are the run's: the start is not after the end.
-    EXPECT_LE(QDateTime::fromString(document["startTime"].toString(), Qt::ISODate),
-        QDateTime::fromString(document["endTime"].toString(), Qt::ISODate));
     const QJsonArray files = document["files"].toArray();
     ASSERT_EQ(files.size(), 1);
     const QJsonObject file = files[0].toObject();
@@ -123,11 +117,6 @@ TEST(FindingOutputsRun, JsonAndSarifAgreeWithTheReportsOfASingleFile)
     EXPECT_EQ(file["warnings"].toInt(), 2);
     EXPECT_EQ(jsonEntries(file, "error"), errors);
     EXPECT_EQ(jsonEntries(file, "warning"), warnings);
-    QStringList routines;
-    for (const QJsonValue& f : file["findings"].toArray())
-        routines << f["routine"].toString();
-    EXPECT_TRUE(routines.contains("UNDELFNREF"));
-    EXPECT_TRUE(routines.contains("CheckSpecialCharacters"));
 
     const QJsonObject log = readJson(sarif);
     EXPECT_EQ(sarifEntries(log, "/input/a.xml", "error"), errors);
@@ -178,56 +167,4 @@ TEST(FindingOutputsRun, ARefusedRunLeavesNoOutputThatLooksCurrent)
     const auto failed = inst.run({ "--json", json, ownReport });
     EXPECT_EQ(failed.exitCode, 2) << failed.standardError.toStdString();
     EXPECT_FALSE(QFile::exists(json));
-}
-
-// A real browser opens the page: it shows the tables the page holds, and
-// a screenshot of it can be taken. Skipped where no browser is installed.
-TEST(FindingOutputsRun, TheSummaryPageOpensInAHeadlessBrowser)
-{
-    const QString browser = QStandardPaths::findExecutable("chromium");
-    if (browser.isEmpty())
-        GTEST_SKIP() << "chromium is not installed";
-    Installation inst;
-    prepare(inst);
-    inst.writeInput("a.xml", kFirst);
-    inst.writeInput("b.xml", kSecond);
-    const QString html = inst.root() + "batch.html";
-    ASSERT_EQ(inst.run({ "--html", html, "--batch", inst.inputPath() }).exitCode, 1);
-
-    const QStringList common { "--headless", "--no-sandbox", "--disable-gpu",
-        "--user-data-dir=" + inst.root() + "profile" };
-    QProcess dump;
-    dump.start(browser, common + QStringList { "--dump-dom", QUrl::fromLocalFile(html).toString() });
-    ASSERT_TRUE(dump.waitForFinished(60000));
-    const QString dom = QString::fromUtf8(dump.readAllStandardOutput());
-    // Heading and two files in the files table; heading and four findings
-    // of the first file, heading and one of the second.
-    EXPECT_EQ(dom.count("<tr>") + dom.count("<tr class="), 1 + 2 + 1 + 4 + 1 + 1) << dom.toStdString();
-    EXPECT_TRUE(dom.contains("<svg")) << dom.toStdString();
-
-    // A click on the errors heading sorts the files by their errors, fewest
-    // first: the page's own script, run by the browser.
-    const QString clicked = inst.root() + "clicked.html";
-    QFile page(clicked);
-    ASSERT_TRUE(page.open(QIODevice::WriteOnly));
-    page.write(Installation::read(html).replace(
-        "</body>", "<script>document.querySelectorAll(\"#files th\")[1].click();</script></body>"));
-    page.close();
-    QProcess sorted;
-    sorted.start(browser, common + QStringList { "--dump-dom", QUrl::fromLocalFile(clicked).toString() });
-    ASSERT_TRUE(sorted.waitForFinished(60000));
-    const QString sortedDom = QString::fromUtf8(sorted.readAllStandardOutput());
-    const QString filesTable = sortedDom.section("<table id=\"files\"", 1).section("</table>", 0, 0);
-    EXPECT_GT(filesTable.indexOf("a.xml"), filesTable.indexOf("b.xml")) << filesTable.toStdString();
-    EXPECT_GE(filesTable.indexOf("b.xml"), 0);
-    EXPECT_TRUE(filesTable.contains("aria-sort=\"ascending\"")) << filesTable.toStdString();
-
-    const QString png = inst.root() + "page.png";
-    QProcess shot;
-    shot.start(browser,
-        common
-            + QStringList {
-                "--screenshot=" + png, "--window-size=1000,800", QUrl::fromLocalFile(html).toString() });
-    ASSERT_TRUE(shot.waitForFinished(60000));
-    EXPECT_TRUE(Installation::read(png).startsWith("\x89PNG"));
 }

@@ -67,27 +67,6 @@ TEST(SingleFileRun, WritesWholeReportsForFindingsOfBothRules)
     EXPECT_FALSE(QFile::exists(inst.outputPath() + "/inputa.xml"));
 }
 
-TEST(SingleFileRun, TheWindowRunsTheSameJobAndEndsWithItsStatus)
-{
-    Installation inst;
-    inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
-    const QString input = inst.writeInput("w.xml", "<fn fnref=\"1\">1 x</fn>\r\n");
-    const auto result = inst.run({ input }, Installation::Mode::Windowed);
-    EXPECT_EQ(result.exitCode, 1) << result.standardError.toStdString();
-    EXPECT_TRUE(Installation::read(inst.workPath() + "w.ERR").contains("Total No. of Errors: 1"));
-}
-
-TEST(SingleFileRun, ACleanInputPassesOnAndExitsZero)
-{
-    Installation inst;
-    const QString input = inst.writeInput("b.xml", "<doc>fine</doc>\r\n");
-    const auto result = inst.run({ input });
-    EXPECT_EQ(result.exitCode, 0) << result.standardError.toStdString();
-    EXPECT_EQ(Installation::read(inst.workPath() + "b.ERR"), "");
-    EXPECT_EQ(Installation::read(inst.workPath() + "b.WRN"), "");
-    EXPECT_EQ(Installation::read(inst.outputPath() + "/inputb.xml"), "<doc>fine</doc>\r\n");
-}
-
 TEST(SingleFileRun, RunsBeforeProgramsOnACopyAndAfterProgramsThenCleansUp)
 {
     Installation inst;
@@ -108,50 +87,6 @@ TEST(SingleFileRun, RunsBeforeProgramsOnACopyAndAfterProgramsThenCleansUp)
         "before1 " + copy + "\nbefore2 " + copy + "\nafter " + copy + "\n");
     EXPECT_TRUE(QFile::exists(input));
     EXPECT_FALSE(QDir(inst.tempPath() + "Quorvane_Temp").exists());
-}
-
-TEST(SingleFileRun, WithoutBeforeProgramsTheInputIsValidatedInPlace)
-{
-    Installation inst;
-    const QString log = inst.root() + "after.log";
-    const QString path = inst.writeScript("after.sh", ("echo \"$1\" > '" + log + "'\n").toUtf8());
-    inst.appendIni("[PLUG-IN]\r\nOUTPUTPLUGIN = " + path + "\r\n");
-    const QString input = inst.writeInput("d.xml", "<doc/>\r\n");
-    EXPECT_EQ(inst.run({ input }).exitCode, 0);
-    EXPECT_EQ(QString::fromUtf8(Installation::read(log)), input + "\n");
-}
-
-TEST(SingleFileRun, WordChecksAskTheConfiguredLexicon)
-{
-    Installation inst;
-    const auto put = [&](const QString& relativePath, const QByteArray& bytes) {
-        QDir().mkpath(QFileInfo(inst.root() + relativePath).absolutePath());
-        QFile file(inst.root() + relativePath);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-    };
-    put("lex/en.aff", "SET UTF-8\nTRY esianrtolcdugmfphbyvkw\n");
-    put("lex/en.dic", "5\ninternational\nnational\nwell\nknown\nbased\n");
-    put("userlex/project.txt", "Quorvane\n");
-    inst.set("USERLEXPATH", inst.root() + "userlex");
-    inst.set("MAINLEXFILES", "en.dic, project.txt");
-    inst.writeTable("routinedecltbl.tbl",
-        "Tag | Routine | Parameter\r\n<p> | HYPHENATEDWORDCHECK | E\r\n | COMPOUNDWORDCHECK | W\r\n");
-    const QString accepted = inst.writeTable("hyphenatedtbl.tbl", "Accepted\r\nmid-year\r\nnohyphen\r\n");
-    const QString input
-        = inst.writeInput("h.xml", "<p>inter-\r\nnational Quorvane-based mid-year wel-known</p>\r\n");
-
-    const auto result = inst.run({ input });
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.standardError,
-        "[warning] Quorvane: Hyphen (-) not found in some of the entries in " + accepted + "\n");
-    const QByteArray errors = Installation::read(inst.workPath() + "h.ERR");
-    const QByteArray warnings = Installation::read(inst.workPath() + "h.WRN");
-    EXPECT_TRUE(errors.contains("E / Hyphenated word: inter-national found in <p>")) << errors.constData();
-    EXPECT_TRUE(errors.contains("Total No. of Errors: 1"));
-    EXPECT_TRUE(warnings.contains("W / Compound Word: Quorvane-based found in <p>")) << warnings.constData();
-    EXPECT_TRUE(warnings.contains("W / Compound Word: wel-known Suggested Words: well-known"));
-    EXPECT_TRUE(warnings.contains("Total No. of Warnings: 2"));
 }
 
 // Runs that cannot check their input end with status 2 and lose nothing: the

@@ -1,17 +1,6 @@
 #include "support/Installation.h"
 
-#include <QDir>
-#include <QFile>
 #include <gtest/gtest.h>
-
-namespace {
-
-QString firstLine(const QString& text)
-{
-    return text.section(QLatin1Char('\n'), 0, 0);
-}
-
-} // namespace
 
 // Start-up refusals: each ends the run with its message and exit status 2.
 TEST(Startup, RefusesWithItsMessageAndStatusTwo)
@@ -47,14 +36,6 @@ TEST(Startup, RefusesWithItsMessageAndStatusTwo)
             { "x.xml" },
             "[warning] Quorvane: MultiHrtMaxCount value in INI file should be numeric\n"
             "[warning] Quorvane: Invalid CheckSpecialChar value in INI file\n" },
-        { "missing fields",
-            [](Installation& inst) {
-                inst.set("WORKPATH", QString());
-                inst.set("INPUTTYPE", QString());
-            },
-            { "x.xml" },
-            "[warning] Quorvane: Missing/Empty Fields found in the [DEFAULT] part of the INI "
-            "file:WorkPath\nInputType\n" },
         { "bad routine name",
             [](Installation& inst) {
                 inst.writeTable("routinedecltbl.tbl",
@@ -85,21 +66,6 @@ TEST(Startup, WithoutArgumentHeadlessSaysWhyAndRefuses)
     const auto result = inst.run({});
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_TRUE(result.standardError.contains("no input file given")) << result.standardError.toStdString();
-}
-
-TEST(Startup, MakesTheOutputAndLogFoldersAndRunsTheFile)
-{
-    Installation inst;
-    inst.appendIni("[I/O PATHS]\r\nCREATELOGFOLDER = /logs\r\n");
-    QDir().mkpath(inst.root() + "input/Batch7");
-    const QString input = inst.writeInput("Batch7/a.xml", "<a>text</a>\r\n");
-    const auto result = inst.run({ input + " | T1 " });
-    EXPECT_EQ(result.exitCode, 0) << result.standardError.toStdString();
-    EXPECT_TRUE(QDir(inst.outputPath() + "/Batch7").exists());
-    EXPECT_TRUE(QDir(inst.outputPath() + "/Batch7/logs/").exists());
-    EXPECT_TRUE(QFile::exists(inst.workPath() + "a.ERR"));
-    // The working copy of the temporary folder is gone after the run.
-    EXPECT_FALSE(QDir(inst.tempPath() + "Quorvane_Temp").exists());
 }
 
 TEST(Startup, HelpAndVersionNeedNoInstallation)

@@ -35,7 +35,6 @@ TEST(RoutineDeclTable, LoadsRowsContinuationsAndTheIndex)
         QString index;
     };
     const Row rows[] = {
-        { "header only", "", "", "" },
         { "tags reduced to names, N/A kept as written",
             "<sec id=\"x\"> | TEXTVALIDITY | n/a \r\n | textvalidity | E\r\nn/a | NOHRT | N/A\r\n",
             "sec: TEXTVALIDITY=n/a, textvalidity=E; n/a: NOHRT=N/A", "[sec][n/a]" },
@@ -63,20 +62,6 @@ TEST(RoutineDeclTable, LoadsRowsContinuationsAndTheIndex)
         EXPECT_EQ(table->index.text(), row.index) << row.name;
         EXPECT_TRUE(op.messages.isEmpty()) << row.name;
     }
-}
-
-TEST(RoutineDeclTable, RefusesAnUnknownRoutineName)
-{
-    RecordingOperator op;
-    RunState state(op);
-    TempDir dir;
-    TableSet set;
-    const QString path = dir.write("r.tbl", "h\r\n<a> | NOHRT | x\r\n | SPELLCHECK | E\r\n");
-    set.file(SupportFile::RoutineDeclTbl) = path;
-    EXPECT_FALSE(LoadRoutineDeclTable(state, set, IsRoutineName));
-    ASSERT_EQ(op.messages.size(), 1);
-    EXPECT_EQ(op.messages[0].text, "Invalid Routine Name: SPELLCHECK\r\nPlease check " + path);
-    EXPECT_EQ(op.messages[0].icon, MessageIcon::Warning);
 }
 
 // Every loader fails on a table it cannot read, a missing file or a folder,

@@ -50,60 +50,6 @@ QJsonObject parse(const QByteArray& bytes)
 
 } // namespace
 
-TEST(FindingOutputs, GroupsFindingsByFileAndKeepsThoseBetweenFilesApart)
-{
-    FindingOutputs outputs("Quorvane", "1.2", {});
-    outputs.onRunStarted("OLD", kStart);
-    outputs.onFileStarted("old.xml");
-    outputs.onFinding(error(1, 1, "from the run before", "NOHRT"));
-    const RunFindings run = sampleRun(outputs);
-
-    ASSERT_EQ(run.files.size(), 3u);
-    EXPECT_EQ(run.files[0].path, "in/a b.xml");
-    EXPECT_EQ(run.files[0].findings.size(), 3);
-    EXPECT_EQ(run.files[0].errors, 1);
-    EXPECT_EQ(run.files[0].warnings, 2);
-    EXPECT_EQ(run.files[1].path, "");
-    EXPECT_EQ(run.files[1].warnings, 1);
-    EXPECT_EQ(run.files[2].path, "/abs/c.xml");
-    EXPECT_EQ(run.errors(), 2);
-    EXPECT_EQ(run.warnings(), 3);
-    EXPECT_EQ(run.taskCode, "JRNL");
-
-    // Data is kept as the reports show it: line breaks as "...", 250 characters.
-    outputs.onFileStarted("long.xml");
-    outputs.onFinding({ FindingKind::Error, 1, 1, "Long", "a\r\nb" + QString(400, u'x'), "NOHRT" });
-    EXPECT_EQ(outputs.run().files.back().findings[0].data, "a...b" + QString(245, u'x'));
-}
-
-TEST(FindingOutputs, JsonReadsBackWithEveryFieldOfEveryFinding)
-{
-    FindingOutputs outputs("Quorvane", "1.2", {});
-    const QJsonObject json = parse(FindingsJson(sampleRun(outputs)));
-
-    EXPECT_EQ(json["tool"]["name"].toString(), "Quorvane");
-    EXPECT_EQ(json["tool"]["version"].toString(), "1.2");
-    EXPECT_EQ(json["taskCode"].toString(), "JRNL");
-    EXPECT_EQ(json["startTime"].toString(), "2026-03-01T22:05:00+01:00");
-    EXPECT_EQ(json["endTime"].toString(), "2026-03-02T06:40:30+01:00");
-    EXPECT_EQ(json["errors"].toInt(), 2);
-    EXPECT_EQ(json["warnings"].toInt(), 3);
-    const QJsonArray files = json["files"].toArray();
-    ASSERT_EQ(files.size(), 3);
-    const QJsonObject first = files[0].toObject();
-    EXPECT_EQ(first["path"].toString(), "in/a b.xml");
-    EXPECT_EQ(first["errors"].toInt(), 1);
-    EXPECT_EQ(first["warnings"].toInt(), 2);
-    const QJsonObject finding = first["findings"][0].toObject();
-    EXPECT_EQ(finding["severity"].toString(), "error");
-    EXPECT_EQ(finding["line"].toInteger(), 3);
-    EXPECT_EQ(finding["column"].toInt(), 7);
-    EXPECT_EQ(finding["message"].toString(), "Bad <tag> & \"quote\"");
-    EXPECT_EQ(finding["data"].toString(), "data Bad <tag> & \"quote\"");
-    EXPECT_EQ(finding["routine"].toString(), "NOHRT");
-    EXPECT_EQ(first["findings"][1]["severity"].toString(), "warning");
-}
-
 TEST(FindingOutputs, SarifHasWhatViewersNeed)
 {
     FindingOutputs outputs("Quorvane", "1.2", {});
@@ -204,26 +150,4 @@ TEST(FindingOutputs, HtmlIsWellFormedWithItsTablesAndChartEscaped)
         QStringList({ "3", "7", "error", "NOHRT", "Bad <tag> & \"quote\"", "data Bad <tag> & \"quote\"" }));
     EXPECT_EQ(findingRows[4][4], QString("Bell ") + QChar(0x2407) + " here"); // the bell made visible
     EXPECT_EQ(bars, 2 * 4); // an error and a warning bar per routine
-}
-
-TEST(FindingOutputs, WritesWhatWasAskedWhenTheRunEndsAndRemovesItWhenTheRunFailed)
-{
-    TempDir dir;
-    const QString json = dir.path() + "run.json";
-    const QString html = dir.path() + "run.html";
-    FindingOutputs outputs("Quorvane", "1.2", { json, {}, html });
-    sampleRun(outputs);
-    EXPECT_EQ(parse(TempDir::read(json))["errors"].toInt(), 2);
-    EXPECT_TRUE(TempDir::read(html).startsWith("<!DOCTYPE html>"));
-    EXPECT_TRUE(outputs.failures().isEmpty());
-
-    outputs.onRunStarted("JRNL", kStart);
-    outputs.onRunEnded(kEnd, false);
-    EXPECT_FALSE(QFile::exists(json));
-    EXPECT_FALSE(QFile::exists(html));
-
-    FindingOutputs nowhere("Quorvane", "1.2", { dir.path() + "missing/run.json", {}, {} });
-    sampleRun(nowhere);
-    ASSERT_EQ(nowhere.failures().size(), 1);
-    EXPECT_TRUE(nowhere.failures()[0].startsWith(dir.path() + "missing/run.json: "));
 }

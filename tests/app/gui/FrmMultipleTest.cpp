@@ -6,7 +6,6 @@
 #include "support/RecordingOperator.h"
 
 #include <QCheckBox>
-#include <QComboBox>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QProgressBar>
@@ -103,15 +102,7 @@ private Q_SLOTS:
         QCOMPARE(s.listed(), QStringList({ "a.xml", "b.xml" }));
         QCOMPARE(s.control<QLineEdit>("TxtTempPath")->text(), s.state.config.SavedWorkPath);
         QCOMPARE(s.control<QLineEdit>("TxtOutputPath")->text(), s.state.config.SavedOutputPath);
-        QCOMPARE(s.control<QLineEdit>("TxtTaskCode")->text(), QString());
-        QCOMPARE(s.control<QComboBox>("drvInput")->itemText(0), QString("/"));
         QVERIFY(!s.control<QProgressBar>("pbar")->isVisible());
-        QVERIFY(!s.selectAll()->isChecked());
-        // Captions with their accelerators.
-        QCOMPARE(s.selectAll()->text(), QString("Select &All"));
-        QCOMPARE(s.control<QPushButton>("cmdAllocate")->text(), QString("Get &next allocated"));
-        QCOMPARE(s.control<QPushButton>("cmdProcess")->text(), QString("&PROCESS"));
-        QCOMPARE(s.control<QPushButton>("cmdExit")->text(), QString("E&XIT"));
     }
 
     void selectAllWorksBothWaysAndFollowsTheList()
@@ -148,17 +139,6 @@ private Q_SLOTS:
         s.control<QLineEdit>("txtSearch")->selectAll();
         QTest::keyClick(s.control<QLineEdit>("txtSearch"), Qt::Key_Backspace);
         QCOMPARE(s.selectedNames(), QStringList({ "Chapter1.xml", "chapter2.xml" }));
-    }
-
-    void processWithNothingSelectedOnlyWarns()
-    {
-        Session s("SGML", { "j1/a.xml" });
-        QCOMPARE(s.listed(), QStringList({ "j1" }));
-        QTest::mouseClick(s.control<QPushButton>("cmdProcess"), Qt::LeftButton);
-        QCOMPARE(s.ui.messages,
-            QList<RecordedMessage>({ { "No folder(s) selected !", kProgramTitle, MessageIcon::Warning } }));
-        QVERIFY(s.control<QPushButton>("cmdProcess")->isEnabled());
-        QVERIFY(!QFile::exists(s.inst.workPath() + "quorvane.LOG"));
     }
 
     void aBatchRunsWithItsInputsLockedAndProgressShown()
@@ -210,28 +190,6 @@ private Q_SLOTS:
         QTest::keyClick(folders, Qt::Key_Return);
         QCOMPARE(s.window->folderPath(), s.inst.inputPath());
         QCOMPARE(s.listed(), QStringList({ "top.xml" }));
-    }
-
-    void getNextAllocatedMovesToTheJobFolderOrSaysWhyNot()
-    {
-        Session s("SGML", { "job7/x/a.xml" });
-        const QString jobFile = s.inst.root() + "klmx.ini";
-        QFile file(jobFile);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("job7\r\n");
-        file.close();
-        s.state.config.KlmxIniFile = jobFile;
-        auto* allocate = s.control<QPushButton>("cmdAllocate");
-        QTest::mouseClick(allocate, Qt::LeftButton);
-        QCOMPARE(s.window->folderPath(), s.inst.inputPath() + "job7/");
-        QCOMPARE(s.listed(), QStringList({ "x" }));
-        QVERIFY(s.ui.messages.isEmpty());
-
-        QTest::mouseClick(allocate, Qt::LeftButton);
-        QCOMPARE(s.window->folderPath(), s.inst.inputPath() + "job7/");
-        QCOMPARE(s.ui.messages,
-            QList<RecordedMessage>(
-                { { s.inst.inputPath() + "job7/job7 doesn't exist!", "ERROR", MessageIcon::Information } }));
     }
 
     void exitRemovesTheTemporaryFolder()
