@@ -47,7 +47,6 @@ TEST_F(MoveFilesTest, CheckPathFindsFilesAndFolders)
     } rows[] = {
         { "tool.sh", File, true, dir.path() + "app/tool.sh", false },
         { "absent.sh", File, false, dir.path() + "app/absent.sh", false },
-        { dir.path() + "data/file.txt", File, true, dir.path() + "data/file.txt", false },
         { dir.path() + "data/sub", File, false, dir.path() + "data/sub", false },
         { dir.path() + "data/sub", Folder, true, dir.path() + "data/sub", false },
         { "sub", Folder, false, "sub", true },

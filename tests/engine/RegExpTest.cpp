@@ -218,7 +218,6 @@ TEST(RegExpTest, Replace)
         { "(a)|(b)", true, false, "ab", "[$1$2]", "[a][b]" },
         { "x*", true, false, "abc", "-", "-a-b-c-" },
         { "b", true, true, "abAB", "_", "a_A_" },
-        { "q", true, false, "abc", "$&", "abc" },
     };
     for (const Row& row : rows) {
         const RegExp expression(row.pattern, row.global, row.ignoreCase);

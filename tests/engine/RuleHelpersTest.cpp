@@ -17,14 +17,9 @@ TEST(RuleHelpersTest, MatchesPattern)
         bool expected;
     };
     const QList<Row> rows {
-        { "ABC", "^abc$", true },
-        { "xabcx", "^abc$", false },
-        { "a\r\nb", "a[hrt]b", true },
-        { "aHb", "a[HRT]b", true },
-        { "a\r\nb", "a[HRT]b", false },
-        { "a b", "^a[space]b$", true },
-        { "a\tb", "^a[tab]b$", true },
-        { "<P>one\r\ntwo</P>", "^<p>[text]</p>$", true },
+        { "ABC", "^abc$", true }, { "xabcx", "^abc$", false }, { "a\r\nb", "a[hrt]b", true },
+        { "aHb", "a[HRT]b", true }, { "a\r\nb", "a[HRT]b", false }, { "a b", "^a[space]b$", true },
+        { "a\tb", "^a[tab]b$", true }, { "<P>one\r\ntwo</P>", "^<p>[text]</p>$", true },
         { "a b", "[te[space]xt]", true }, // "[text]" is expanded first, then the blank inside a class
     };
     for (const Row& row : rows)

@@ -47,8 +47,7 @@ TEST(CONVERT2TAG, BeforeTheTagTheLastWordCounts)
 TEST(CONVERT2TAG, AfterTheTagAWholeWordOfTheContentCounts)
 {
     const QList<std::pair<QByteArray, QStringList>> cases = {
-        { R"(<fig id="f1"><title>Figure 1</title></fig>)", {} },
-        { "<fig>see the FIGURE.</fig>", {} },
+        { R"(<fig id="f1"><title>Figure 1</title></fig>)", {} }, { "<fig>see the FIGURE.</fig>", {} },
         { "<fig>Figures and figure2</fig>",
             { R"(1:1 W "Figure" Not found right after <fig> | <fig>Figures and figure2</fig>)" } },
         { "<fig>Figures, then figure</fig>", {} }, // the search goes on past a longer word

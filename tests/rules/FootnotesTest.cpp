@@ -16,7 +16,8 @@ TEST(UNDELFNREF, ReportsAReferenceLeftInTheFirstTwoWords)
             { R"~(1:4 E fnref value found in the first two words | <fn fnref="12">12 Note.</fn>)~" } },
         { R"~(<fn fnref="3">Note 3: see</fn>)~",
             { R"~(1:1 E fnref value found in the first two words | <fn fnref="3">Note 3: see</fn>)~" } },
-        { R"~(<fn fnref="1"/>1 x)~", {} }, { R"~(<fn>1 x</fn>)~", {} },
+        { R"~(<fn fnref="1"/>1 x)~", {} },
+        { R"~(<fn>1 x</fn>)~", {} },
         { "<fn fnref=\"7\">\r\n7 spans lines</fn>",
             { "1:1 E fnref value found in the first two words | <fn fnref=\"7\">" } },
     };
