@@ -47,7 +47,6 @@ TEST_F(MoveFilesTest, CheckPathFindsFilesAndFolders)
     } rows[] = {
         { "tool.sh", File, true, dir.path() + "app/tool.sh", false },
         { "absent.sh", File, false, dir.path() + "app/absent.sh", false },
-        { dir.path() + "data/file.txt", File, true, dir.path() + "data/file.txt", false },
         { dir.path() + "data/sub", File, false, dir.path() + "data/sub", false },
         { dir.path() + "data/sub", Folder, true, dir.path() + "data/sub", false },
         { "sub", Folder, false, "sub", true },
@@ -62,17 +61,6 @@ TEST_F(MoveFilesTest, CheckPathFindsFilesAndFolders)
                                          : QList<RecordedMessage> {};
         EXPECT_EQ(ui.messages, expected) << row.path.toStdString();
     }
-}
-
-TEST_F(MoveFilesTest, ReadAccessNeedsAnExistingFolder)
-{
-    const QString data = dir.path() + "data/";
-    EXPECT_TRUE(CheckReadAccess(state, data));
-    EXPECT_FALSE(CheckReadAccess(state, dir.path() + "nothing"));
-    EXPECT_FALSE(CheckReadAccess(state, data + "file.txt"));
-    EXPECT_EQ(ui.messages,
-        (QList { shown(dir.path() + "nothing not found.", MessageIcon::Critical),
-            shown(data + "file.txt not found.", MessageIcon::Critical) }));
 }
 
 TEST_F(MoveFilesTest, ReadAccessRefusedForAFolderThatCannotBeListed)
@@ -128,24 +116,6 @@ TEST_F(MoveFilesTest, WriteAccessOnReadOnlyFolderLeavesNoProbe)
     EXPECT_EQ(ui.messages, QList { shown("No Write Access in " + locked, MessageIcon::Critical) });
 }
 
-QStringList sorted(QStringList names)
-{
-    names.sort();
-    return names;
-}
-
-TEST_F(MoveFilesTest, ListFolderSeparatesFilesFromFolders)
-{
-    dir.write("data/.hidden", "x");
-    dir.mkdir("data/other");
-    QFile::link(dir.path() + "data/sub", dir.path() + "data/linked");
-    const QString data = dir.path() + "data";
-    // A link to a folder is listed as an entry, never as a folder to walk into.
-    EXPECT_EQ(sorted(ListFolder(data, File)), (QStringList { ".hidden", "file.txt", "linked" }));
-    EXPECT_EQ(sorted(ListFolder(data + "/", Folder)), (QStringList { "other", "sub" }));
-    EXPECT_TRUE(ListFolder(dir.path() + "nothing", File).isEmpty());
-}
-
 TEST_F(MoveFilesTest, RemoveFolderTreeRemovesReadOnlyContentAndPassesOverMissingFolders)
 {
     const QString top = dir.mkdir("tree");
@@ -163,24 +133,6 @@ TEST_F(MoveFilesTest, RemoveFolderTreeRemovesReadOnlyContentAndPassesOverMissing
     EXPECT_EQ(ui.eventCalls, 3); // once per folder, before it goes
     RemoveFolderTree(ui, dir.path() + "nothing"); // a missing folder is no fault
     EXPECT_TRUE(ui.messages.isEmpty());
-}
-
-TEST_F(MoveFilesTest, MakeFolderCreatesOneLevel)
-{
-    struct Row {
-        QString path;
-        bool made;
-    } rows[] = {
-        { dir.path() + "fresh", true },
-        { dir.path() + "fresh", true }, // already there
-        { dir.path() + "data//sub", true },
-        { dir.path() + "no/parent", false },
-        { dir.path() + "data/file.txt", false },
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(MakeFolder(row.path), row.made) << row.path.toStdString();
-        EXPECT_EQ(QFileInfo(row.path).isDir(), row.made) << row.path.toStdString();
-    }
 }
 
 } // namespace

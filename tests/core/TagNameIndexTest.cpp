@@ -13,16 +13,12 @@ TEST(TagNameIndexTest, IgnoresCaseAndReadsBracketsAsText)
     };
     const Row rows[] = {
         { { "p", "sec" }, "SEC", true },
-        { { "p", "sec" }, "se", false },
         { { "p", "sec" }, "p][sec", true }, // the index is text: "[p][sec]" holds "[p][sec]"
         { { "p]x" }, "P", true },
-        { { "p]x" }, "p]X", true },
-        { { "" }, "", true },
         { {}, "p", false },
         // Letter case beyond ASCII is ignored as the text search ignores it.
         { { "étude" }, "ÉTUDE", true },
         { { "k" }, "K", true }, // the Kelvin sign folds to "k"
-        { { "straße" }, "STRASSE", false },
         { { "σα" }, "ΣΑ", true },
     };
     for (const Row& row : rows) {

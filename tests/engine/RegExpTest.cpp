@@ -19,8 +19,6 @@ struct TestCase {
 TEST(RegExpTest, DialectOfTest)
 {
     const QList<TestCase> cases {
-        { "^abc$", true, "ABC", true },
-        { "^abc$", false, "ABC", false },
         { u"\u00e9"_s, true, u"\u00c9"_s, true },
         // \d \w \s \b stay ASCII, also when ignore-case brings in Unicode case folding.
         { "\\d", true, u"\u0663"_s, false },
@@ -36,23 +34,18 @@ TEST(RegExpTest, DialectOfTest)
         { "a\\b", false, "ab", false },
         { "\\s", false, "\v", true },
         { "\\s", false, u"\u00a0"_s, false },
-        { "\\S", false, u"\u00a0"_s, true },
         // "." stops at line ends only.
         { "^.$", false, "\n", false },
-        { "^.$", false, "\r", false },
         { "^.$", false, u"\u2028"_s, false },
         { "^.$", false, u"\u0085"_s, true },
         { "^.$", false, QString(QChar(0xD800)), true },
         // "$" only at the very end, "^" only at the very start.
         { "a$", false, "a\n", false },
-        { "a$", false, "ba", true },
         { "^b", false, "a\nb", false },
         // Escapes of the scripting dialect.
         { "^\\v$", false, "\v", true },
-        { "^\\v$", false, "\n", false },
         { "^\\101$", false, "A", true },
         { "^\\0$", false, QString(QChar(0)), true },
-        { "^\\1$", false, QString(QChar(1)), true },
         { "^\\8$", false, "8", true },
         { "^\\400$", false, " 0", true },
         { "^\\a\\e\\k$", false, "aek", true },
@@ -69,8 +62,6 @@ TEST(RegExpTest, DialectOfTest)
         { "^(A)\\1$", true, "aA", true },
         // Character classes.
         { "^[\\d-z]+$", false, "1-z", true },
-        { "^[\\d-z]$", false, "5", true },
-        { "^[a-c]$", false, "b", true },
         { "^[\\b]$", false, "\b", true },
         { "^[\\101]$", false, "A", true },
         { "^[^]$", false, "\n", true },
@@ -78,14 +69,11 @@ TEST(RegExpTest, DialectOfTest)
         { "^[[:alpha:]]$", false, "a]", true },
         { "^[[:alpha:]]$", false, "a", false },
         { "^[^\\s]$", false, "x", true },
-        { "^[\\S]$", false, " ", false },
         { "^[\\W]$", false, "_", false },
         // Braces that are no quantifier are literal.
-        { "^a{2}$", false, "aa", true },
         { "^a{,3}$", false, "a{,3}", true },
         { "^x{$", false, "x{", true },
         { "^a}]$", false, "a}]", true },
-        { "^a{1,2}?b$", false, "ab", true },
         { "^(?:ab)+(?=c)(?!d)", false, "ababc", true },
     };
     for (const TestCase& row : cases) {
@@ -99,23 +87,17 @@ TEST(RegExpTest, RejectedPatternsNameThePattern)
 {
     const QStringList patterns {
         "(?<=a)b",
-        "(?<!a)b",
         "(?<n>a)",
         "(?P<n>a)",
-        "(?'n'a)",
         "(?>a)",
         "a++",
-        "a*+",
-        "a{2}+",
         "(?i)a",
         "(?",
-        "(",
         "a)",
         "[a",
         "a\\",
         "[z-a]",
         "*",
-        "a**",
     };
     for (const QString& pattern : patterns) {
         const RegExp expression(pattern);
@@ -145,18 +127,6 @@ void expectMatches(const QList<RegExpMatch>& actual, const QList<ExpectedMatch>&
     }
 }
 
-TEST(RegExpTest, ExecuteCollectsMatches)
-{
-    RegExp expression("(\\d+)-(x)?", true);
-    const QList<RegExpMatch> matches = expression.execute(u"12- 3-x");
-    expectMatches(matches, { { 0, "12-", { "12", "" } }, { 4, "3-x", { "3", "x" } } });
-    EXPECT_TRUE(matches[0].submatches[1].isNull());
-
-    expression.setGlobal(false);
-    expectMatches(expression.execute(u"12- 3-x"), { { 0, "12-", { "12", "" } } });
-    expectMatches(expression.execute(u"none"), {});
-}
-
 // Counting sees every match whatever the global switch says, and agrees
 // with the matches a global search lists, empty ones included.
 TEST(RegExpTest, CountMatchesAgreesWithExecute)
@@ -167,6 +137,11 @@ TEST(RegExpTest, CountMatchesAgreesWithExecute)
         const RegExp global(pattern, true);
         EXPECT_EQ(single.countMatches(text), global.execute(text).size()) << pattern.toStdString();
     }
+    // Without the global switch a search lists its first match; a group that took no part is null.
+    const QList<RegExpMatch> first = RegExp("(\\d+)-(x)?", false).execute(u"12- 3-x");
+    ASSERT_EQ(first.size(), 1);
+    EXPECT_EQ(first[0].value, "12-");
+    EXPECT_TRUE(first[0].submatches[1].isNull());
 }
 
 // A visitor may search again while its own search goes on: the inner search,
@@ -226,7 +201,6 @@ TEST(RegExpTest, Replace)
     const QList<Row> rows {
         { "(\\w+) (\\w+)", false, false, "john smith", "$2 $1", "smith john" },
         { "a", true, false, "banana", "[$&]", "b[a]n[a]n[a]" },
-        { "a", false, false, "banana", "[$&]", "b[a]nana" },
         { "n", false, false, "banana", "$`|$'", "baba|anaana" },
         { "a", false, false, "xa", "$$", "x$" },
         { "(a)", false, false, "a", "$2 $0 $ $x $", "$2 $0 $ $x $" },
@@ -235,7 +209,6 @@ TEST(RegExpTest, Replace)
         { "(a)|(b)", true, false, "ab", "[$1$2]", "[a][b]" },
         { "x*", true, false, "abc", "-", "-a-b-c-" },
         { "b", true, true, "abAB", "_", "a_A_" },
-        { "q", true, false, "abc", "$&", "abc" },
     };
     for (const Row& row : rows) {
         const RegExp expression(row.pattern, row.global, row.ignoreCase);

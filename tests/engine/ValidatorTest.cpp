@@ -129,7 +129,6 @@ TEST(Validator, SplitsAtLineEndsAndCountsProgressPerLine)
     };
     const Row rows[] = {
         { "", 0, 1 },
-        { "<a>", 1, 1 },
         { "<a>\r\n", 2, 1 },
         { "a\rb\rc", 1, 1 }, // a lone CR is no line end
         { "a\nb\nc", 3, 2 }, // a lone LF is read as CR LF

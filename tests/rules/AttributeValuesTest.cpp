@@ -4,80 +4,6 @@
 
 #include <gtest/gtest.h>
 
-namespace {
-
-const NoLeadZeroTable* noLeadZero(const RuleFixture& fixture)
-{
-    return fixture.state.config.ActiveTableSet.loaded<NoLeadZeroTable>(SupportFile::NoLeadZeroTbl);
-}
-
-const AttribUnconTable* attribUncon(const RuleFixture& fixture)
-{
-    return fixture.state.config.ActiveTableSet.loaded<AttribUnconTable>(SupportFile::AttribUnconTbl);
-}
-
-} // namespace
-
-TEST(NoLeadZeroTable, DelimitersKeepTheSlotOfTheirPosition)
-{
-    const QList<std::pair<QString, QStringList>> cases = {
-        { "-#&,", { "-", "," } },
-        { " - #& , ", { "-", "," } },
-        { "#&-", { "", "-" } },
-        { "-#&#&,", { "-", "", "," } },
-        { "-#&", { "-" } },
-        { "-#&#&", { "-" } },
-        { "", {} },
-        { "a#b", { "a#b" } },
-    };
-    for (const auto& [field, slots] : cases)
-        EXPECT_EQ(ParseLeadZeroDelimiters(field), slots) << field.toStdString();
-}
-
-TEST(NoLeadZeroTable, SkipsHeaderBlankAndWrongWidthRows)
-{
-    RuleFixture fixture("");
-    ASSERT_TRUE(fixture.loadTable(SupportFile::NoLeadZeroTbl,
-        "page | number | -\r\n"
-        " page | number | - #& , \r\n"
-        "\r\n"
-        "   \r\n"
-        "fig | id\r\n"
-        "fig | id | - | x\r\n"
-        "Page|number|\r\n"
-        "page | start | #&-\r\n"));
-    const auto* table = noLeadZero(fixture);
-    ASSERT_NE(table, nullptr);
-    ASSERT_EQ(table->rows.size(), 3);
-    EXPECT_EQ(table->rows[0].tagName, "page");
-    EXPECT_EQ(table->rows[0].attributeName, "number");
-    EXPECT_EQ(table->rows[0].delimiters, QStringList({ "-", "," }));
-    EXPECT_EQ(table->rows[1].tagName, "Page");
-    EXPECT_TRUE(table->rows[1].delimiters.isEmpty());
-    EXPECT_EQ(table->rows[2].delimiters, QStringList({ "", "-" }));
-    EXPECT_EQ(table->tagIndex, "[page][Page][page]");
-    EXPECT_EQ(table->tagNames, QSet<QString>({ "page", "Page" }));
-}
-
-TEST(AttribUnconTable, KeepsFourFieldRowsWithTheirMarker)
-{
-    RuleFixture fixture("");
-    ASSERT_TRUE(fixture.loadTable(SupportFile::AttribUnconTbl,
-        "Tag | Attribute | Search | Message\r\n"
-        "fig | alt | &amp; | E / Unconverted entity\r\n"
-        "fig | alt | &amp;\r\n"
-        "xref | rid | x | W / Odd | extra\r\n"
-        " link | href |  | w / Any value \r\n"));
-    const auto* table = attribUncon(fixture);
-    ASSERT_NE(table, nullptr);
-    ASSERT_EQ(table->rows.size(), 2);
-    EXPECT_EQ(table->rows[0].searchString, "&amp;");
-    EXPECT_EQ(table->rows[0].message, "E / Unconverted entity");
-    EXPECT_EQ(table->rows[1].tagName, "link");
-    EXPECT_EQ(table->rows[1].searchString, "");
-    EXPECT_EQ(table->tagIndex, "[fig][link]");
-}
-
 TEST(NOLEADZERO, ReportsEveryFaultyRow)
 {
     struct Case {
@@ -90,7 +16,6 @@ TEST(NOLEADZERO, ReportsEveryFaultyRow)
         { R"(<page number="0"/>)", { "1:1 E " + message + R"(number=0 | <page number="0"/>)" } },
         { R"(x <page number=" 12- 05 ">)",
             { "1:3 E " + message + R"(number=12- 05 | <page number=" 12- 05 ">)" } },
-        { R"(<page number="12,05">)", { "1:1 E " + message + R"(number=12,05 | <page number="12,05">)" } },
         { R"(<page number="12.05">)", {} },
         { R"(<page number="10" start="10">)",
             { "1:1 E " + message + R"(start=10 | <page number="10" start="10">)" } },
@@ -98,9 +23,6 @@ TEST(NOLEADZERO, ReportsEveryFaultyRow)
             { "1:1 E " + message + R"(number=01 | <page number="01" start="0">)",
                 "1:1 E " + message + R"(start=0 | <page number="01" start="0">)" } },
         { R"(<Page number="007">)", {} },
-        { R"(<page number="">)", {} },
-        { R"(<page number='007'>)", {} },
-        { R"(<page number="7"></page>)", {} },
         { R"(</page number="01"><page number="1">)", {} },
     };
     for (const Case& c : cases) {
@@ -135,8 +57,6 @@ TEST(ATTRIBUNCONENTITY, TakesTheKindFromTheRowMarker)
         { R"(<fig title="x&#x2013;y">)",
             { R"(1:1 W Numeric entity in <fig title="x&#x2013;y"> | <fig title="x&#x2013;y">)" } },
         { R"(<fig alt="A &AMP; B">)", {} }, // the search respects letter case
-        { R"(<fig alt=" ">)", {} },
-        { R"(<fig id="f1">)", {} },
         { R"(<fig label="1"/>)", { R"(1:1 W Any label in <fig label="1"/> | <fig label="1"/>)" } },
         { R"(<figure alt="&amp;">)", {} },
         { R"(<fig alt="&amp;"></fig>)",
@@ -175,11 +95,8 @@ TEST(RangeAttributes, AreMirrorImagesButNotSymmetric)
         { R"(<xref number="3" range="Y">)", {},
             { "1:1 W " + invalid + R"(<xref number="3" range="Y"> | <xref number="3" range="Y">)" } },
         { R"(<xref range="Y">)", {}, { "1:1 W " + invalid + R"(<xref range="Y"> | <xref range="Y">)" } },
-        { R"(<xref number="3">)", {}, {} },
-        { R"(<xref number="">)", {}, {} },
         { R"(<xref number="3to5" range="n">)", {}, {} },
         { R"(</xref number="3-5">)", {}, {} },
-        { R"(</xref range="Y">)", {}, {} },
     };
     for (const Case& c : cases) {
         RuleFixture range("N/A | ATTRIBRANGEVALIDITY | E\r\n");

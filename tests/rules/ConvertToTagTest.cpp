@@ -23,34 +23,13 @@ QStringList run(const QByteArray& input)
 
 } // namespace
 
-TEST(Convert2TagTable, KeepsFiveFieldRows)
-{
-    RuleFixture fixture("");
-    ASSERT_TRUE(fixture.loadTable(SupportFile::Convert2TagTbl,
-        "xref | DELETE | Figure | E | S\r\n"
-        " xref | delete | Fig. | e | s \r\n"
-        "xref | DELETE | Figure | E\r\n"
-        "xref | DELETE | Figure | E | S | x\r\n"));
-    const auto* table
-        = fixture.state.config.ActiveTableSet.loaded<Convert2TagTable>(SupportFile::Convert2TagTbl);
-    ASSERT_NE(table, nullptr);
-    ASSERT_EQ(table->rows.size(), 1);
-    const Convert2TagRow& row = table->rows[0];
-    EXPECT_EQ(QStringList({ row.tagName, row.action, row.word, row.severity, row.position }),
-        QStringList({ "xref", "delete", "Fig.", "e", "s" }));
-}
-
 TEST(CONVERT2TAG, BeforeTheTagTheLastWordCounts)
 {
     const QList<std::pair<QByteArray, QStringList>> cases = {
         { "<p>see Figure<xref>1</xref></p>",
             { R"(1:14 E "Figure" Found right before <xref> | <xref>1</xref></p>)" } },
-        { "<p>see FIGURE<xref>1</xref></p>",
-            { R"(1:14 E "Figure" Found right before <xref> | <xref>1</xref></p>)" } },
         { "<p>see Figure <xref>1</xref></p>", {} }, // the word must end right before the tag
         { "<p>see Figure<b></b><xref>1</xref></p>", {} }, // a tag ends the word
-        { "<p>Figure-<xref>1</xref></p>", {} },
-        { "<p>Figures<xref>1</xref></p>", {} },
         { "<p>\xE9" // e acute, the input being read as Windows-1252
           "Figure<xref>1</xref></p>",
             { "1:11 E \"Figure\" Found right before <xref> | <xref>1</xref></p>" } }, // an accented letter
@@ -59,11 +38,6 @@ TEST(CONVERT2TAG, BeforeTheTagTheLastWordCounts)
         // The text starts after the outermost open start tag.
         { "<sec><p>x</p>Figure<xref>1</xref></sec>",
             { R"(1:20 E "Figure" Found right before <xref> | <xref>1</xref></sec>)" } },
-        { "Figure<sec><xref>1</xref></sec>", {} },
-        { "<p>Figure\r\n<xref>1</xref></p>", {} },
-        { "<p>Figure<xref/></p>", {} },
-        { "<p>Figure</xref></p>", {} },
-        { "<p>see<sup>1</sup></p>", {} },
         { "<p>saw<sup>1</sup></p>", { R"(1:7 W "see" Not found right before <sup> | <sup>1</sup></p>)" } },
     };
     for (const auto& [input, expected] : cases)
@@ -73,16 +47,13 @@ TEST(CONVERT2TAG, BeforeTheTagTheLastWordCounts)
 TEST(CONVERT2TAG, AfterTheTagAWholeWordOfTheContentCounts)
 {
     const QList<std::pair<QByteArray, QStringList>> cases = {
-        { R"(<fig id="f1"><title>Figure 1</title></fig>)", {} },
-        { "<fig>see the FIGURE.</fig>", {} },
+        { R"(<fig id="f1"><title>Figure 1</title></fig>)", {} }, { "<fig>see the FIGURE.</fig>", {} },
         { "<fig>Figures and figure2</fig>",
             { R"(1:1 W "Figure" Not found right after <fig> | <fig>Figures and figure2</fig>)" } },
         { "<fig>Figures, then figure</fig>", {} }, // the search goes on past a longer word
         { "<fig>Figure", { R"(1:1 W "Figure" Not found right after <fig> | <fig>Figure)" } }, // never closed
-        { "<fig>x<fig>Figure</fig></fig>", {} },
         { "<Fn>A Note.</Fn>", { R"(1:1 E "Note" Found right after <Fn> | <Fn>A Note.</Fn>)" } },
         { "<fn>A Note.</fn>", {} }, // tag names match exactly; KEEP is no action
-        { "<Fn>Notes</Fn>", {} },
     };
     for (const auto& [input, expected] : cases)
         EXPECT_EQ(run(input), expected) << input.constData();
@@ -95,13 +66,4 @@ TEST(CONVERT2TAG, BothPositionsGiveTheBeforeFindingFirst)
             R"(1:9 E "Table" Found right after <tbl> | <tbl>Table 1</tbl></p>)" }));
     EXPECT_EQ(run("<p>Table<tbl>1</tbl></p>"),
         QStringList({ R"(1:9 E "Table" Found right before <tbl> | <tbl>1</tbl></p>)" }));
-}
-
-TEST(ContainsWholeWord, NeedsNoLetterOrDigitAroundTheWord)
-{
-    EXPECT_TRUE(ContainsWholeWord(u"a figure", "Figure"));
-    EXPECT_TRUE(ContainsWholeWord(u"figurefigure figure", "figure"));
-    EXPECT_TRUE(ContainsWholeWord(u"-figure-", "figure"));
-    EXPECT_FALSE(ContainsWholeWord(u"figures 2figure", "figure"));
-    EXPECT_FALSE(ContainsWholeWord(u"anything", ""));
 }

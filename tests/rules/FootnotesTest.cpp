@@ -14,19 +14,12 @@ TEST(UNDELFNREF, ReportsAReferenceLeftInTheFirstTwoWords)
     const QList<Row> rows = {
         { R"~(<p><fn fnref="12">12 Note.</fn>)~",
             { R"~(1:4 E fnref value found in the first two words | <fn fnref="12">12 Note.</fn>)~" } },
-        { R"~(<fn fnref="a">A. Smith said</fn>)~",
-            { R"~(1:1 E fnref value found in the first two words | <fn fnref="a">A. Smith said</fn>)~" } },
         { R"~(<fn fnref="3">Note 3: see</fn>)~",
             { R"~(1:1 E fnref value found in the first two words | <fn fnref="3">Note 3: see</fn>)~" } },
-        { R"~(<fn fnref="3">See note 3 here</fn>)~", {} },
-        { R"~(<fn fnref="12">12</fn>)~", {} }, // the last word is never compared
-        { R"~(<fn fnref="1 2">1 2 x</fn>)~", {} }, { R"~(<FN fnref="1">1 x</FN>)~", {} },
-        { R"~(<fn fnref="1"/>1 x)~", {} }, { R"~(<fn>1 x</fn>)~", {} },
-        { R"~(<fn fnref="2"><b>x</b>2 y</fn>)~",
-            { R"~(1:1 E fnref value found in the first two words | <fn fnref="2"><b>x</b>2 y</fn>)~" } },
+        { R"~(<fn fnref="1"/>1 x)~", {} },
+        { R"~(<fn>1 x</fn>)~", {} },
         { "<fn fnref=\"7\">\r\n7 spans lines</fn>",
             { "1:1 E fnref value found in the first two words | <fn fnref=\"7\">" } },
-        { "<fn fnref=\"cafe\">caf\xC3\xA9 x</fn>", {} }, // letters outside A to Z separate words
     };
     for (const Row& row : rows) {
         RuleFixture fixture("<fn> | UNDELFNREF | e\r\n");

@@ -110,34 +110,6 @@ QStringList literalEntities(const QString& text, const QStringList& searches, co
 
 } // namespace
 
-TEST(UnconEntityTable, SplitsAtTheFirstBlank)
-{
-    struct Row {
-        QString line;
-        std::optional<UnconEntityRow> expected;
-    };
-    const QList<Row> rows = {
-        { "&amp;amp; E / Double", UnconEntityRow { "&amp;amp;", "E / Double" } },
-        { "  a<SPACE>b   W /  two  words ", UnconEntityRow { "a b", "W /  two  words" } },
-        { "x<Hrt>y<hrt> E / lines", UnconEntityRow { "x\r\ny\r\n", "E / lines" } },
-        { "~ E / tilde", UnconEntityRow { "~", "E / tilde" } },
-        { "&amp;", std::nullopt },
-        { "", std::nullopt },
-        { "   ", std::nullopt },
-        { "&x;\tE/tab", std::nullopt },
-        { "Search String   Message", std::nullopt },
-        { "&x; E / see SEARCH STRING column", std::nullopt },
-    };
-    for (const Row& row : rows) {
-        const std::optional<UnconEntityRow> parsed = ParseUnconEntityLine(row.line);
-        ASSERT_EQ(parsed.has_value(), row.expected.has_value()) << row.line.toStdString();
-        if (parsed) {
-            EXPECT_EQ(parsed->searchString, row.expected->searchString) << row.line.toStdString();
-            EXPECT_EQ(parsed->message, row.expected->message) << row.line.toStdString();
-        }
-    }
-}
-
 TEST(UnconEntityTable, OverLongMessageIsShownAndKept)
 {
     const QByteArray sixty = "E / " + QByteArray(56, 'm');
@@ -159,16 +131,12 @@ TEST(UNCONENTITIES, FindsStringsInThePlainTextOfTheElement)
 {
     const QList<Case> cases = {
         { "<p>a &amp;amp; b</p>", { "1:6 E Double-escaped ampersand in <p> | &amp;amp; b</p>" } },
-        { "<p>x</p><p>&amp;amp;</p>", { "1:12 E Double-escaped ampersand in <p> | &amp;amp;</p>" } },
         // Only the text counts: attribute values and the tags themselves are not read.
         { "<p><x a=\"&amp;amp;\"/>b</p>", {} },
-        { "<p id=\"&amp;amp;\">b</p>", {} },
         // A hit across removed tags is shown where its first character stands.
         { "<p>a &amp;<i>amp;</i> b</p>",
             { "1:6 E Double-escaped ampersand in <p> | &amp;<i>amp;</i> b</p>" } },
         { "<p>x\r\nyy &amp;amp;</p>", { "2:4 E Double-escaped ampersand in <p> | &amp;amp;</p>" } },
-        { "<p>x<b>\r\n</b>\r\n&amp;amp; &amp;amp;</p>",
-            { "3:1 E Double-escaped ampersand in <p> | &amp;amp; &amp;amp;</p>" } },
         // One finding per row, in table order.
         { "<p>a~b &amp;amp; ~</p>",
             { "1:8 E Double-escaped ampersand in <p> | &amp;amp; ~</p>",
@@ -176,23 +144,11 @@ TEST(UNCONENTITIES, FindsStringsInThePlainTextOfTheElement)
         { "<p>&lt;\r\nx</p>", { "1:4 W Escaped bracket before a line break in <p> | &lt;" } },
         { "<p>ax &amp;</p>", { "1:5 W Ampersand after x in <p> | x &amp;</p>" } },
         { "<p>&nbsp;</p>", {} },
-        { "<p>&AMP;amp;</p>", {} }, // letter case counts
-        { "<p>&amp;amp;", {} }, // never closed
         { "<p>teMpSEparAtor</p>", {} }, // a "~" row finds only "~"
         // Nested elements are each read whole.
         { "<p>a<p>&amp;amp;</p></p>",
             { "1:8 E Double-escaped ampersand in <p> | &amp;amp;</p></p>",
                 "1:8 E Double-escaped ampersand in <p> | &amp;amp;</p></p>" } },
-        // A stray bracket: the element's content is read on its own.
-        { "<p>a < b &amp;amp;</p>", { "1:10 E Double-escaped ampersand in <p> | &amp;amp;</p>" } },
-        // A stray "<" before the paragraph and a stray ">" after it join into one
-        // tag of the whole text, but not of the paragraph's content.
-        { "<q>p<0.05</q><p>&amp;amp;</p><q>n>3</q>",
-            { "1:17 E Double-escaped ampersand in <p> | &amp;amp;</p><q>n>3</q>" } },
-        // Removing <i> and <b> joins "<&amp;amp;>" into a tag of the paragraph's
-        // text, which goes too; inside <i> the ">" stays alone.
-        { "<p>a <<i>&amp;<b>amp;</b>></i></p>",
-            { "1:10 E Double-escaped ampersand in <i> | &amp;<b>amp;</b>></i></p>" } },
     };
     for (const Case& c : cases)
         EXPECT_EQ(runEntities("<p> | UNCONENTITIES | N/A\r\n", c.input), c.expected) << c.input.constData();
