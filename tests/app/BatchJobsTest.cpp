@@ -333,3 +333,25 @@ TEST(BatchJobs, WhatCannotBeKnownBeforeAFileRunsKeepsTheBatchOneAfterAnother)
         EXPECT_EQ(!SequentialBatchReason(state, row.plan).isEmpty(), row.sequential) << row.why;
     }
 }
+
+// The benchmarks compare runs on generated text: the same seed must give
+// the same bytes, and a tree with run-on documents must cut some of them.
+TEST(CorpusGenerator, TheSameSeedWritesTheSameBytes)
+{
+    const QByteArray document = Corpus::Document(42, 20'000);
+    EXPECT_EQ(Corpus::Document(42, 20'000), document);
+    EXPECT_NE(Corpus::Document(43, 20'000), document);
+    EXPECT_EQ(document.count("\r\n"), document.count('\n')); // every line ends with CR LF
+
+    const auto tree = Corpus::Tree(7, 230, 2000, true);
+    const auto again = Corpus::Tree(7, 230, 2000, true);
+    ASSERT_EQ(tree.size(), again.size());
+    int cut = 0;
+    for (std::size_t i = 0; i < tree.size(); ++i) {
+        EXPECT_EQ(tree[i].path, again[i].path);
+        EXPECT_TRUE(tree[i].bytes == again[i].bytes) << i;
+        if (!tree[i].bytes.endsWith("</article>\r\n") && !tree[i].bytes.endsWith("</chapter>\r\n"))
+            ++cut;
+    }
+    EXPECT_GT(cut, 10);
+}
