@@ -82,13 +82,9 @@ void RefuseInputThatIsItsOwnReport(RunState& state)
     const QString name = InputFileNameOf(state.inputPath);
     const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
     const QString base = state.reportFolder + (dot < 0 ? name : name.left(dot));
-    const QString input = QFileInfo(state.inputPath).canonicalFilePath();
-    // A missing input has no canonical path, nor has a report not yet written:
-    // that is no match, and the reading of the input reports what is missing.
-    if (input.isEmpty())
-        return;
+    // A missing input matches nothing: the reading of the input reports it.
     for (const QString& report : { base + QStringLiteral(".ERR"), base + QStringLiteral(".WRN") }) {
-        if (QFileInfo(report).canonicalFilePath() != input)
+        if (!IsSameFile(state.inputPath, report))
             continue;
         state.ui.messageBox(state.inputPath
                 + QStringLiteral(" is where its own report would be written.\r\n"

@@ -1,6 +1,8 @@
 #include "core/Paths.h"
 
+#include <QFile>
 #include <QStringList>
+#include <sys/stat.h>
 
 QString InputFileNameOf(const QString& inputPath)
 {
@@ -14,4 +16,16 @@ QString ParentFolderPartOf(const QString& inputPath)
     const QStringList pieces = inputPath.split(QLatin1Char('/'));
     const QString parent = QLatin1Char('/') + pieces[pieces.size() - 2].trimmed();
     return parent.contains(QLatin1Char(':')) ? QString() : parent;
+}
+
+// Compared by device and inode rather than by resolved path: resolving walks
+// every folder of both paths, which a batch would pay for several times a
+// file, and a hard link is the same file although its path is not.
+bool IsSameFile(const QString& a, const QString& b)
+{
+    struct stat first { };
+    struct stat second { };
+    return ::stat(QFile::encodeName(a).constData(), &first) == 0
+        && ::stat(QFile::encodeName(b).constData(), &second) == 0 && first.st_dev == second.st_dev
+        && first.st_ino == second.st_ino;
 }

@@ -37,6 +37,10 @@ struct ReportState {
     // Batch editor files already started in this batch: each is emptied once,
     // at its first file, and then collects the rest of the batch.
     QSet<QString> batchEditorFiles;
+    // The batch editor file written last, kept open while the files of its
+    // report folder follow one another.
+    QString openEditorPath;
+    std::unique_ptr<QFile> openEditorFile;
 
     // When the batch file's validation started and ended, for the program log.
     QDateTime fileStarted;

@@ -6,7 +6,13 @@
 #include "report/ReportFormat.h"
 
 #include <QFileInfo>
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
 
 using ReportFormat::EntryKind;
 
@@ -62,31 +68,54 @@ void writeWholeFile(const QString& path, const QString& text)
     writeText(file.get(), text);
 }
 
+bool writeAll(int descriptor, const char* data, ssize_t size)
+{
+    while (size > 0) {
+        const ssize_t written = ::write(descriptor, data, size);
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return false;
+        data += written;
+        size -= written;
+    }
+    return true;
+}
+
 // Copies over an existing destination; a failed copy is left for the operator
 // to notice, it does not stop the run. Copying a file onto itself would
 // empty it first, so that case is left as it is. The destination is
 // rewritten in place rather than removed and made anew: a batch copies
 // thousands of reports, and creating files costs the file system far more
-// than writing them.
+// than writing them. Plain descriptors, because a batch makes several copies
+// a file and QFile asks the file system about each file again and again.
 void copyOver(const QString& source, const QString& destination)
 {
-    const QFileInfo fromInfo(source);
-    const QFileInfo toInfo(destination);
-    if (toInfo.exists() && fromInfo.canonicalFilePath() == toInfo.canonicalFilePath())
+    if (IsSameFile(source, destination))
         return;
-    QFile from(source);
-    if (!from.open(QIODevice::ReadOnly))
+    const int from = ::open(QFile::encodeName(source).constData(), O_RDONLY | O_CLOEXEC);
+    if (from < 0)
         return;
-    QFile to(destination);
-    if (!to.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return;
-    constexpr qint64 kChunk = 1 << 20;
-    while (!from.atEnd()) {
-        const QByteArray chunk = from.read(kChunk);
-        if (chunk.isEmpty() || to.write(chunk) != chunk.size())
-            break;
+    struct stat fromStat { };
+    const int to = ::fstat(from, &fromStat) == 0
+        ? ::open(QFile::encodeName(destination).constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)
+        : -1;
+    if (to >= 0) {
+        std::vector<char> buffer(std::clamp<std::size_t>(fromStat.st_size, 1, 1 << 20));
+        for (off_t copied = 0;;) {
+            const ssize_t got = ::read(from, buffer.data(), buffer.size());
+            if (got <= 0 || !writeAll(to, buffer.data(), got))
+                break;
+            // A regular file read to its size is done; the extra read to find
+            // its end would cost one more call per copy.
+            copied += got;
+            if (S_ISREG(fromStat.st_mode) && copied >= fromStat.st_size)
+                break;
+        }
+        ::fchmod(to, fromStat.st_mode & 0777);
+        ::close(to);
     }
-    to.setPermissions(from.permissions());
+    ::close(from);
 }
 
 // The operator chose the original file; a copy made for the before-programs is
@@ -184,21 +213,32 @@ void finishWarningReport(ReportState& report)
     putInPlace(report.warningReportPath);
 }
 
-void completeErrorReport(ReportState& report)
+// The error report gets its totals after it was closed: the single-file run
+// hands its editor the entries alone in between. `open` is the report while
+// it is still open, or none.
+void completeErrorReport(ReportState& report, std::unique_ptr<QFile> open = nullptr)
 {
     if (report.errorCount < 1) {
+        open.reset();
         createEmptyFile(partial(report.errorReportPath));
-    } else {
-        auto file = openFile(partial(report.errorReportPath), QIODevice::WriteOnly | QIODevice::Append);
-        writeLine(file.get(), QString());
-        writeLine(file.get(), QStringLiteral("Total No. of Errors: ") + QString::number(report.errorCount));
+        return;
     }
+    if (!open)
+        open = openFile(partial(report.errorReportPath), QIODevice::WriteOnly | QIODevice::Append);
+    writeLine(open.get(), QString());
+    writeLine(open.get(), QStringLiteral("Total No. of Errors: ") + QString::number(report.errorCount));
 }
 
 void finishErrorReport(ReportState& report)
 {
     completeErrorReport(report);
     putInPlace(report.errorReportPath);
+}
+
+void closeBatchEditorFile(ReportState& report)
+{
+    closeFile(report.openEditorFile);
+    report.openEditorPath.clear();
 }
 
 QString editorFilePath(const RunState& state)
@@ -240,6 +280,8 @@ public:
             copyOver(partial(state.report.errorReportPath), editorFile); // the entries without their totals
         } else if (state.batchMode) {
             if (!state.report.batchEditorFiles.contains(editorFile)) {
+                if (state.report.openEditorPath == editorFile)
+                    closeBatchEditorFile(state.report);
                 QFile::remove(editorFile);
                 state.report.batchEditorFiles.insert(editorFile);
             }
@@ -253,14 +295,32 @@ public:
         if (!state.batchMode)
             return;
         const ReportState& report = state.report;
-        auto file = openFile(editorFilePath(state), QIODevice::WriteOnly | QIODevice::Append);
+        QFile* file = batchEditorFile(state);
         if (state.config.XYCoordinates) {
-            writeText(file.get(), report.columnEntryText);
-            return;
+            writeText(file, report.columnEntryText);
+        } else {
+            for (const WarningRecord& record : report.warningList)
+                writeLine(file, record.lineField + record.messageField + record.dataField);
+            appendTotals(file, report);
         }
-        for (const WarningRecord& record : report.warningList)
-            writeLine(file.get(), record.lineField + record.messageField + record.dataField);
-        appendTotals(file.get(), report);
+        // Complete on disk after every file, as if it had been closed.
+        if (file)
+            file->flush();
+    }
+
+private:
+    // Files of one report folder mostly follow one another: opening the
+    // shared file again for each of them would cost more than writing it.
+    static QFile* batchEditorFile(RunState& state)
+    {
+        ReportState& report = state.report;
+        const QString path = editorFilePath(state);
+        if (report.openEditorPath != path || !report.openEditorFile) {
+            closeBatchEditorFile(report);
+            report.openEditorFile = openFile(path, QIODevice::WriteOnly | QIODevice::Append);
+            report.openEditorPath = path;
+        }
+        return report.openEditorFile.get();
     }
 };
 
@@ -398,8 +458,9 @@ void CompleteFileReports(RunState& state)
 {
     ReportState& report = state.report;
     completeWarningReport(report);
-    closeFile(report.errorReport);
-    completeErrorReport(report);
+    // No editor reads a batch file's entries without their totals, so they
+    // go on before the report is closed instead of opening it again.
+    completeErrorReport(report, std::move(report.errorReport));
     report.fileEnded = report.now();
 }
 
@@ -459,6 +520,7 @@ void OpenProgramLogs(RunState& state)
     ReportState& report = state.report;
     const QString started = QStringLiteral("Time Started: ") + ReportFormat::logDateTime(report.now());
     report.batchEditorFiles.clear();
+    closeBatchEditorFile(report);
     // A log that cannot be created stays unwritten; the run itself goes on.
     report.programLog = createFile(state.reportFolder + state.programName + QStringLiteral(".LOG"));
     writeLine(report.programLog.get(), kProgramTitle);
@@ -477,6 +539,7 @@ void CloseProgramLogs(RunState& state)
     writeLine(report.programLog.get(), kProgramLogRule);
     writeLine(report.programLog.get(), ended);
     closeFile(report.programLog);
+    closeBatchEditorFile(report);
     if (state.batchMode) {
         writeLine(report.errorViewLog.get(), ReportFormat::errorViewRule());
         writeLine(report.errorViewLog.get(), QString());

@@ -120,7 +120,11 @@ TEST_F(ReportRun, SingleFileWithKv7LogInBothColumnModes)
         state.config.XYCoordinates = row.columnMode;
         state.config.EditorProgram = "Kv7";
         tmp.write("rep/error.edt", "stale");
+        // Copies replace longer stale ones and take their source's permissions.
+        tmp.write("out/b.WRN", QByteArray(5000, 'x'));
+        tmp.write("out/b.txt", QByteArray(5000, 'x'));
         const QString source = input("b.txt");
+        QFile::setPermissions(source, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup);
         OpenReports(state);
         WriteWarningEntry(state, 7, "Bad tag", "<x>", 12);
         WriteWarningEntry(state, 10, "", "", 0);
@@ -134,6 +138,7 @@ TEST_F(ReportRun, SingleFileWithKv7LogInBothColumnModes)
         EXPECT_TRUE(exists(state.reportFolder + "b.ERR"));
         EXPECT_FALSE(exists(state.reportFolder + "error.edt")) << "a stale editor file is removed";
         EXPECT_EQ(output("b.txt"), TempDir::read(source)) << "an error-free input passes on";
+        EXPECT_EQ(QFile::permissions(state.outputFolder + "b.txt"), QFile::permissions(source));
         EXPECT_EQ(output("b.WRN"), report("b.WRN"));
         EXPECT_EQ(state.report.runErrorEntries, 0);
     }
@@ -225,25 +230,37 @@ TEST_F(ReportRun, BatchInColumnModeCollectsColumnEntries)
     state.batchMode = true;
     state.config.XYCoordinates = true;
     state.config.EditorProgram = "Zeph";
+    const QString otherFolder = tmp.mkdir("rep2");
     OpenProgramLogs(state);
-    for (const QString name : { "a.xml", "b.xml" }) {
-        input(name);
+    // Two report folders taking turns: each collects its own files, and is
+    // complete on disk after each of them, while the batch still runs.
+    const QStringList folders = { state.reportFolder, otherFolder, state.reportFolder };
+    const QStringList names = { "a.xml", "b.xml", "c.xml" };
+    auto entry
+        = [&](const QString& name) { return "0000000007 - 00012 - E / Bad tag" + sp(48) + " - " + name; };
+    for (int i = 0; i < names.size(); ++i) {
+        state.reportFolder = folders[i];
+        input(names[i]);
         OpenReports(state);
-        WriteErrorEntry(state, 7, "Bad tag", name, 12);
+        WriteErrorEntry(state, 7, "Bad tag", names[i], 12);
         CloseReports(state);
+        if (i == 0)
+            EXPECT_EQ(report("error.edt"), crlf({ entry("a.xml") }));
     }
+    state.reportFolder = folders[0];
     CloseProgramLogs(state);
 
-    const QString a = "0000000007 - 00012 - E / Bad tag" + sp(48) + " - a.xml";
-    const QString b = "0000000007 - 00012 - E / Bad tag" + sp(48) + " - b.xml";
+    const QString a = entry("a.xml");
+    const QString b = entry("c.xml");
     EXPECT_EQ(report("error.edt"), crlf({ a, b }));
+    EXPECT_EQ(TempDir::read(otherFolder + "error.edt"), crlf({ entry("b.xml") }));
     EXPECT_EQ(
-        report("b.ERR"), crlf(errorHeader("b", true) + QStringList { b, "", "Total No. of Errors: 1" }));
+        report("c.ERR"), crlf(errorHeader("c", true) + QStringList { b, "", "Total No. of Errors: 1" }));
     EXPECT_TRUE(
         report(state.programName + "_ErrView.LOG")
             .contains(crlf({ "Line No - Column No" + sp(3) + "Error Message" + sp(47) + "Data Content",
                 rule(137), a })));
-    EXPECT_EQ(state.report.runErrorEntries, 2);
+    EXPECT_EQ(state.report.runErrorEntries, 3);
 }
 
 } // namespace
