@@ -8,6 +8,7 @@
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 #include "rules/RuleRegistry.h"
+#include "spelling/DeferredSpellingEngine.h"
 #include "spelling/HunspellEngine.h"
 
 #include <QFileInfo>
@@ -37,7 +38,10 @@ std::unique_ptr<SpellingEngine> startEngine(
 void StartSpellingEngine(RunState& state)
 {
     const Configuration& config = state.config;
-    state.spelling.engine = startEngine(config.MainLexPath, config.UserLexPath, config.MainLexFiles);
+    state.spelling.engine = std::make_unique<DeferredSpellingEngine>(
+        [main = config.MainLexPath, user = config.UserLexPath, files = config.MainLexFiles] {
+            return startEngine(main, user, files);
+        });
 }
 
 // The run ends here without a box; a shell user still learns which folder and why.

@@ -1,0 +1,62 @@
+#include "spelling/DeferredSpellingEngine.h"
+
+DeferredSpellingEngine::DeferredSpellingEngine(Factory make)
+    : engine_(std::async(std::launch::async, [make = std::move(make)] {
+        return std::shared_ptr<SpellingEngine>(make());
+    }).share())
+{
+}
+
+DeferredSpellingEngine::~DeferredSpellingEngine()
+{
+    // A run that ends before asking anything still waits for the thread:
+    // it must not outlive what it loads into.
+    engine_.wait();
+    if (!leak_)
+        return;
+    try {
+        new std::shared_ptr<SpellingEngine>(engine_.get()); // deliberately never deleted
+    } catch (...) {
+        // An engine that failed to load has nothing to keep.
+    }
+}
+
+void DeferredSpellingEngine::leakAtExit()
+{
+    leak_ = true;
+}
+
+SpellingEngine& DeferredSpellingEngine::engine()
+{
+    return *engine_.get();
+}
+
+void DeferredSpellingEngine::SetMainLexPath(const QString& folder)
+{
+    engine().SetMainLexPath(folder);
+}
+
+void DeferredSpellingEngine::SetUserLexPath(const QString& folder)
+{
+    engine().SetUserLexPath(folder);
+}
+
+void DeferredSpellingEngine::SetUserLexFiles(const QString& names)
+{
+    engine().SetUserLexFiles(names);
+}
+
+void DeferredSpellingEngine::SetOption(std::uint32_t option, std::int32_t value)
+{
+    engine().SetOption(option, value);
+}
+
+int DeferredSpellingEngine::CheckString(const QString& text)
+{
+    return engine().CheckString(text);
+}
+
+QStringList DeferredSpellingEngine::Suggest(const QString& text, int depth, int maxCount)
+{
+    return engine().Suggest(text, depth, maxCount);
+}
