@@ -2,24 +2,20 @@
 #include "app/CheckConfig.h"
 #include "app/CommandLine.h"
 #include "app/HeadlessOperator.h"
+#include "app/ProgramRun.h"
 #include "app/SingleFileRun.h"
-#include "app/gui/FrmMain.h"
-#include "app/gui/FrmMultiple.h"
-#include "app/gui/WindowOperator.h"
+#include "app/WindowsModule.h"
 #include "app/modGlobal.h"
-#include "core/MoveFiles.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 #include "report/FindingOutputs.h"
 
-#include <QApplication>
 #include <QCoreApplication>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <cstdio>
 #include <cstring>
-#include <memory>
+#include <dlfcn.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -52,6 +48,27 @@ bool waylandSocketOpens()
     return opened;
 }
 
+// libxcb is opened here rather than linked, so that only a run that wants a
+// window loads it. Without it Qt could not use X either.
+bool xDisplayOpens()
+{
+    void* xcb = dlopen("libxcb.so.1", RTLD_NOW | RTLD_LOCAL);
+    if (!xcb)
+        return false;
+    const auto xcbConnect = reinterpret_cast<decltype(&xcb_connect)>(dlsym(xcb, "xcb_connect"));
+    const auto xcbHasError
+        = reinterpret_cast<decltype(&xcb_connection_has_error)>(dlsym(xcb, "xcb_connection_has_error"));
+    const auto xcbDisconnect = reinterpret_cast<decltype(&xcb_disconnect)>(dlsym(xcb, "xcb_disconnect"));
+    bool opened = false;
+    if (xcbConnect && xcbHasError && xcbDisconnect) {
+        xcb_connection_t* connection = xcbConnect(nullptr, nullptr);
+        opened = xcbHasError(connection) == 0;
+        xcbDisconnect(connection);
+    }
+    dlclose(xcb);
+    return opened;
+}
+
 // Qt ends the process when its platform cannot open the display it was told
 // about; finding out first lets the run fall back to headless instead.
 bool displayOpens()
@@ -59,13 +76,8 @@ bool displayOpens()
     // A platform the user chose is the user's to answer for.
     if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         return true;
-    if (qEnvironmentVariableIsSet("DISPLAY")) {
-        xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
-        const bool opened = xcb_connection_has_error(connection) == 0;
-        xcb_disconnect(connection);
-        if (opened)
-            return true;
-    }
+    if (qEnvironmentVariableIsSet("DISPLAY") && xDisplayOpens())
+        return true;
     return waylandSocketOpens();
 }
 
@@ -81,22 +93,6 @@ void quietQtMessages(QtMsgType type, const QMessageLogContext& context, const QS
     if (type == QtDebugMsg || type == QtInfoMsg)
         return;
     std::fprintf(stderr, "%s\n", qPrintable(message));
-}
-
-// Scripts and terminals see no window: say what the run found and where the
-// reports are.
-void printSummary(const RunState& state)
-{
-    std::printf("%s: %d error(s), %d warning(s)\nReports: %s %s\n", qPrintable(state.inputFileName),
-        state.report.errorCount, state.report.warningCount, qPrintable(state.report.errorReportPath),
-        qPrintable(state.report.warningReportPath));
-    std::fflush(stdout);
-}
-
-QString applicationFolder(const CommandLineOptions& options)
-{
-    return modMoveFiles::WithTrailingSlash(
-        options.appDir.isEmpty() ? QCoreApplication::applicationDirPath() : options.appDir);
 }
 
 // Files done out of files found, and the file being validated.
@@ -147,23 +143,7 @@ int runHeadless(RunState& state, RunMode mode, const CommandLineOptions& options
         return ExitStatus::Refused;
     }
     const int status = RunSingleFile(state);
-    printSummary(state);
-    return status;
-}
-
-int runWindowed(RunState& state, RunMode mode, WindowOperator& windowOperator)
-{
-    if (mode == RunMode::Batch) {
-        FrmMultiple window(state, &windowOperator);
-        window.show();
-        return QApplication::exec();
-    }
-    FrmMain window(state, windowOperator);
-    window.show();
-    const int status = QApplication::exec();
-    // Started from a terminal, the window run answers the shell too.
-    if (status != ExitStatus::Refused && isatty(STDOUT_FILENO))
-        printSummary(state);
+    PrintRunSummary(state);
     return status;
 }
 
@@ -174,7 +154,7 @@ int runCheckConfig(int argc, char** argv, const CommandLineOptions& options)
     QCoreApplication application(argc, argv);
     HeadlessOperator ui;
     RunState state(ui);
-    state.config.ApplicationPath = applicationFolder(options);
+    state.config.ApplicationPath = ApplicationFolder(options);
     try {
         const ConfigCheckResult result = CheckConfiguration(state, options.task);
         for (const QString& problem : result.problems)
@@ -211,13 +191,37 @@ bool outputFoldersExist(const FindingOutputPaths& paths)
     return exist;
 }
 
-// The run's answer also covers the outputs it was asked for: a missing one is
-// a failure, not a clean run.
-int withOutputs(int status, const FindingOutputs& outputs, OperatorInterface& ui)
+// The windows module beside the executable: the one built with it, whatever
+// the library search path holds; /proc/self/exe also sees through a symbolic
+// link to the executable.
+QString windowsModulePath()
 {
-    for (const QString& failure : outputs.failures())
-        ui.diagnostic(QStringLiteral("cannot write ") + failure);
-    return outputs.failures().isEmpty() ? status : int(ExitStatus::Refused);
+    const QString executable = QFile::symLinkTarget(QStringLiteral("/proc/self/exe"));
+    return QFileInfo(executable).absolutePath() + QStringLiteral("/" QUORVANE_WINDOWS_MODULE);
+}
+
+// Without its windows module the program still validates: the run falls back
+// to headless with a note, as it does when the display cannot be opened, so a
+// half-copied installation, or a script run where a display happens to be set,
+// still gets its reports and its exit status rather than a refusal.
+RunWindowsFunction loadWindows()
+{
+    const QByteArray path = QFile::encodeName(windowsModulePath());
+    // Every symbol is bound now, so a module that does not fit this executable
+    // is found here and not in the middle of a run.
+    void* module = dlopen(path.constData(), RTLD_NOW | RTLD_LOCAL);
+    void* entry = module ? dlsym(module, kRunWindowsSymbol) : nullptr;
+    if (entry)
+        return reinterpret_cast<RunWindowsFunction>(entry);
+    QByteArray why = dlerror();
+    if (module)
+        dlclose(module);
+    // dlerror() mostly starts with the path again.
+    if (why.startsWith(path + ": "))
+        why.remove(0, path.size() + 2);
+    std::fprintf(stderr, "quorvane: cannot load the windows from %s (%s); running headless\n",
+        path.constData(), why.constData());
+    return nullptr;
 }
 
 } // namespace
@@ -254,33 +258,13 @@ int main(int argc, char** argv)
         std::fputs("quorvane: the display cannot be opened; running headless\n", stderr);
         headless = true;
     }
-    std::unique_ptr<QCoreApplication> application;
-    if (headless)
-        application = std::make_unique<QCoreApplication>(argc, argv);
-    else
-        application = std::make_unique<QApplication>(argc, argv);
-
-    HeadlessOperator headlessOperator;
-    WindowOperator windowOperator;
-    OperatorInterface& ui = headless ? static_cast<OperatorInterface&>(headlessOperator) : windowOperator;
-    RunState state(ui);
-    state.config.ApplicationPath = applicationFolder(options);
-    state.pluginTimeoutSeconds = options.pluginTimeoutSeconds;
-    FindingOutputs outputs(kProgramTitle, QStringLiteral(QUORVANE_VERSION), outputPaths);
-    if (outputPaths.any())
-        state.findingSinks.subscribe(outputs);
-
-    try {
-        const RunMode mode = Main(state, options.commandLine);
-        const int status = headless ? runHeadless(state, mode, options, headlessOperator)
-                                    : runWindowed(state, mode, windowOperator);
-        return withOutputs(status, outputs, ui);
-    } catch (const RunAborted& aborted) {
-        RemoveRunTempFolder(state);
-        return aborted.exitStatus();
-    } catch (const std::exception& failure) {
-        std::fprintf(stderr, "quorvane: unexpected failure: %s\n", failure.what());
-        RemoveRunTempFolder(state);
-        return ExitStatus::Refused;
+    if (!headless) {
+        if (const RunWindowsFunction runWindows = loadWindows())
+            return runWindows(&argc, argv, &options);
     }
+
+    QCoreApplication application(argc, argv);
+    HeadlessOperator ui;
+    return RunProgram(
+        options, ui, [&](RunState& state, RunMode mode) { return runHeadless(state, mode, options, ui); });
 }
