@@ -7,6 +7,7 @@
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 #include "report/FindingOutputs.h"
+#include "spelling/DeferredSpellingEngine.h"
 
 #include <QCoreApplication>
 #include <cstdio>
@@ -43,6 +44,15 @@ int RunProgram(const CommandLineOptions& options, OperatorInterface& ui,
     const std::function<int(RunState& state, RunMode mode)>& runMode)
 {
     RunState state(ui);
+    // The process ends with the run: its dictionary is left to the system.
+    struct LeaveDictionaryToExit {
+        RunState& state;
+        ~LeaveDictionaryToExit()
+        {
+            if (auto* engine = dynamic_cast<DeferredSpellingEngine*>(state.spelling.engine.get()))
+                engine->leakAtExit();
+        }
+    } leaveDictionary { state };
     state.config.ApplicationPath = ApplicationFolder(options);
     state.pluginTimeoutSeconds = options.pluginTimeoutSeconds;
     const FindingOutputPaths outputPaths { options.jsonPath, options.sarifPath, options.htmlPath };
