@@ -330,20 +330,38 @@ public:
     }
     void deliver(int index, FileOutcome outcome)
     {
+        bool awaitedAreIn = false;
         {
             std::lock_guard lock(mutex_);
             outcomes_[index] = std::move(outcome);
+            awaitedAreIn = awaitedCount_ > 0 && index >= awaitedFrom_ && index < awaitedFrom_ + awaitedCount_
+                && allDelivered(awaitedFrom_, awaitedCount_);
         }
-        delivered_.notify_all();
+        // Waking the main thread costs a round through the kernel: it is
+        // woken only for what it waits for, not for every file.
+        if (awaitedAreIn)
+            delivered_.notify_one();
     }
-    // The outcome of the file, waiting at most `wait` for it.
-    std::optional<FileOutcome> collect(int index, std::chrono::milliseconds wait)
+    // Waits at most `wait` until the `count` files from `from` on are all
+    // done; says whether they are.
+    bool awaitDelivered(int from, int count, std::chrono::milliseconds wait)
     {
         std::unique_lock lock(mutex_);
-        if (!delivered_.wait_for(lock, wait, [&] { return outcomes_.contains(index); }))
+        awaitedFrom_ = from;
+        awaitedCount_ = count;
+        const bool delivered = delivered_.wait_for(lock, wait, [&] { return allDelivered(from, count); });
+        awaitedCount_ = 0;
+        return delivered;
+    }
+    // The outcome of the file when it is done, without waiting.
+    std::optional<FileOutcome> collect(int index)
+    {
+        std::lock_guard lock(mutex_);
+        const auto found = outcomes_.find(index);
+        if (found == outcomes_.end())
             return std::nullopt;
-        FileOutcome outcome = std::move(outcomes_[index]);
-        outcomes_.erase(index);
+        FileOutcome outcome = std::move(found->second);
+        outcomes_.erase(found);
         return outcome;
     }
     // Outcomes delivered but never collected: files after a failure.
@@ -358,12 +376,23 @@ public:
     }
 
 private:
+    bool allDelivered(int from, int count) const
+    {
+        for (int index = from; index < from + count; ++index) {
+            if (!outcomes_.contains(index))
+                return false;
+        }
+        return true;
+    }
+
     std::mutex mutex_;
     std::condition_variable jobPosted_;
     std::condition_variable delivered_;
     std::deque<FileJob> jobs_;
     std::map<int, FileOutcome> outcomes_;
     bool closed_ = false;
+    int awaitedFrom_ = 0;
+    int awaitedCount_ = 0; // none awaited
 };
 
 // Publishes a worker's file in the main run state, as the file validated
@@ -481,31 +510,37 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
     };
 
     CarriedTagState known = CarriedTagStateOf(state); // where the next file to publish starts
-    // A few files are handed out ahead of the one to publish, so no worker
-    // waits, but few are validated on a guess that may turn out wrong.
-    const int ahead = 2 * jobs;
+    // Done files are published a few at a time, so the main thread wakes
+    // once for several of them. Enough more are handed out ahead of those
+    // that no worker runs dry while the main thread waits for a processor
+    // (with every core busy, that takes milliseconds); a guess that turns out
+    // wrong costs at most those files again.
+    const int together = 4 * jobs;
+    const int ahead = together + 16 * jobs;
     int posted = 0;
     try {
         for (int published = 0; published < total;) {
             for (; posted < total && posted - published < ahead; ++posted)
                 board.post({ posted, known });
-            std::optional<FileOutcome> outcome = board.collect(published, std::chrono::milliseconds(50));
-            if (!outcome) {
+            if (!board.awaitDelivered(
+                    published, std::min(together, total - published), std::chrono::milliseconds(50))) {
                 // The window stays painted while the workers run.
                 state.ui.processEvents();
                 continue;
             }
-            if (!sameOpenTags(outcome->startedWith, known.openTags)) {
-                board.post({ published, known }, true);
-                continue;
+            while (std::optional<FileOutcome> outcome = board.collect(published)) {
+                if (!sameOpenTags(outcome->startedWith, known.openTags)) {
+                    board.post({ published, known }, true);
+                    break;
+                }
+                observer.fileStarted(published + 1, total, plan.files[published].path);
+                known = handedOn(known, outcome->handedOn);
+                publishOutcome(state, plan.files[published], *outcome);
+                board.rebase(known);
+                ++published;
+                state.ui.setProgressRange(0, total);
+                state.ui.setProgressValue(published);
             }
-            observer.fileStarted(published + 1, total, plan.files[published].path);
-            known = handedOn(known, outcome->handedOn);
-            publishOutcome(state, plan.files[published], *outcome);
-            board.rebase(known);
-            ++published;
-            state.ui.setProgressRange(0, total);
-            state.ui.setProgressValue(published);
             state.ui.processEvents();
         }
     } catch (...) {
