@@ -142,7 +142,7 @@ TEST_F(BatchRunTest, FoldersModeWalksNestedFoldersIntoMirroredTreesWithTheirLogF
             "3/4 " + in + "j1/ch/b.XML", "4/4 " + in + "j1/ch/deep/c.sgm", "finished" }));
     const QString work = inst.workPath();
     const QString out = inst.outputPath();
-    for (const QString& report : { "j1/a", "j1/ch/README", "j1/ch/b", "j1/ch/deep/c" }) {
+    for (const QString report : { "j1/a", "j1/ch/README", "j1/ch/b", "j1/ch/deep/c" }) {
         EXPECT_TRUE(exists(work + report + ".ERR")) << report.toStdString();
         EXPECT_TRUE(exists(work + report + ".WRN")) << report.toStdString();
         const QString logFolder = out + QFileInfo(report).path() + "/LOGS/";

@@ -30,10 +30,11 @@ void recordParameter(RunState& state)
 }
 
 const RuleBook kRecorders { {
-    { QLatin1StringView("NOHRT"), record<kFirst> },
-    { QLatin1StringView("WITHHRT"), record<kSecond> },
-    { QLatin1StringView("COMPCONT"), recordParameter },
-} };
+                                { QLatin1StringView("NOHRT"), record<kFirst> },
+                                { QLatin1StringView("WITHHRT"), record<kSecond> },
+                                { QLatin1StringView("COMPCONT"), recordParameter },
+                            },
+    {} };
 
 struct Fixture {
     RecordingOperator op;
@@ -147,7 +148,7 @@ TEST(Validator, UnexpectedFailureIsShownAndEndsTheRun)
 {
     Fixture fixture("<a> | NOHRT | x\r\n");
     const RuleBook failing {
-        { { QLatin1StringView("NOHRT"), [](RunState&) { throw std::runtime_error("disk gone"); } } }
+        { { QLatin1StringView("NOHRT"), [](RunState&) { throw std::runtime_error("disk gone"); } } }, {}
     };
     fixture.state.inputPath = fixture.dir.write("input.xml", "<a>");
     try {
