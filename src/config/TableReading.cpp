@@ -77,6 +77,24 @@ void Lint(RunState& state, const QString& path, qsizetype index, const QString& 
         state.tableLint->note(path, index < 0 ? 0 : index + 1, message);
 }
 
+void LintCodes(RunState& state, const QString& path, const QStringList& lines, int width,
+    const QList<FieldCodes>& fields)
+{
+    // The first line is the table's header.
+    for (qsizetype i = 1; Linting(state) && i < lines.size(); ++i) {
+        const QStringList row = SplitRow(lines[i]);
+        if (row.size() != width)
+            continue;
+        for (const FieldCodes& field : fields) {
+            const QString& code = row[field.column];
+            if (!field.known.contains(code, field.caseSensitivity))
+                Lint(state, path, i,
+                    field.name + QStringLiteral(" \"") + code + QStringLiteral("\" is none of ")
+                        + field.known.join(QStringLiteral(", ")));
+        }
+    }
+}
+
 QString WrongFieldCount(qsizetype fields, int width)
 {
     return QStringLiteral("row dropped: %1 field(s) where the table has %2").arg(fields).arg(width);

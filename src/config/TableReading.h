@@ -33,6 +33,19 @@ void Lint(RunState& state, const QString& path, qsizetype index, const QString& 
 // The message for a row dropped for its number of fields.
 QString WrongFieldCount(qsizetype fields, int width);
 
+// A coded field of a table: the column, what the lint calls it, the codes
+// the rule acts on, and whether it tells their letter case apart.
+struct FieldCodes {
+    int column;
+    QString name;
+    QStringList known;
+    Qt::CaseSensitivity caseSensitivity = Qt::CaseInsensitive;
+};
+// Tells the lint about every row of `width` fields whose coded field holds a
+// code the rule does not act on: such a row loads, and checks nothing.
+void LintCodes(RunState& state, const QString& path, const QStringList& lines, int width,
+    const QList<FieldCodes>& fields);
+
 // "<space>", "<hrt>" and "<pipe>" stand for a blank, CR LF and "|".
 QString Unescape(QString field);
 

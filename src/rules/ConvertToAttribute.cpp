@@ -12,6 +12,12 @@ bool LoadConvert2AttribTable(RunState& state, TableSet& set)
     if (!TableReading::ReadLines(state, set.file(SupportFile::Convert2AttribTbl), lines))
         return false;
     auto table = std::make_shared<Convert2AttribTable>();
+    // The rule compares its position code as written: a lower-case code
+    // checks nothing.
+    TableReading::LintCodes(state, set.file(SupportFile::Convert2AttribTbl), lines, 6,
+        { { 2, QStringLiteral("action"), { QStringLiteral("COPY"), QStringLiteral("DELETE") } },
+            { 5, QStringLiteral("position code"),
+                { QStringLiteral("S"), QStringLiteral("E"), QStringLiteral("B") }, Qt::CaseSensitive } });
     for (const QStringList& f :
         TableReading::RowsOf(state, set.file(SupportFile::Convert2AttribTbl), lines, 6))
         table->rows.append({ f[0], f[1], f[1].toUpper(), f[2], f[2].toUpper(), f[3], f[4], f[5] });

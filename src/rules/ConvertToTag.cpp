@@ -11,6 +11,10 @@ bool LoadConvert2TagTable(RunState& state, TableSet& set)
     if (!TableReading::ReadLines(state, set.file(SupportFile::Convert2TagTbl), lines))
         return false;
     auto table = std::make_shared<Convert2TagTable>();
+    TableReading::LintCodes(state, set.file(SupportFile::Convert2TagTbl), lines, 5,
+        { { 1, QStringLiteral("action"), { QStringLiteral("COPY"), QStringLiteral("DELETE") } },
+            { 4, QStringLiteral("position code"),
+                { QStringLiteral("S"), QStringLiteral("E"), QStringLiteral("B") } } });
     for (const QStringList& f : TableReading::RowsOf(state, set.file(SupportFile::Convert2TagTbl), lines, 5))
         table->rows.append({ f[0], f[1], f[2], f[3], f[4] });
     set.table(SupportFile::Convert2TagTbl) = std::move(table);

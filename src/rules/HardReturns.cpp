@@ -39,13 +39,8 @@ bool LoadWithHrtTable(RunState& state, TableSet& set)
     const xmlClass xml(state.toolkit);
     auto table = std::make_shared<WithHrtTable>();
     const QString& path = set.file(SupportFile::WithHRTDeclTbl);
-    for (qsizetype i = 1; TableReading::Linting(state) && i < lines.size(); ++i) {
-        const QStringList fields = TableReading::SplitRow(lines[i]);
-        // A code the rule does not know asks for no hard return at all.
-        if (fields.size() == 3 && !QStringList { u"S"_s, u"E"_s, u"B"_s }.contains(fields[1].toUpper()))
-            TableReading::Lint(
-                state, path, i, u"position code \""_s + fields[1] + u"\" is none of S, E, B"_s);
-    }
+    // A code the rule does not know asks for no hard return at all.
+    TableReading::LintCodes(state, path, lines, 3, { { 1, u"position code"_s, { u"S"_s, u"E"_s, u"B"_s } } });
     for (const QStringList& row : TableReading::RowsOf(state, path, lines, 3))
         table->rows.append({ row[0], xml.GetTagName(row[0]), xml.GetTagType(row[0]), row[1], row[2] });
     set.table(SupportFile::WithHRTDeclTbl) = std::move(table);

@@ -18,8 +18,21 @@ TEST(CheckConfig, ListsEveryFaultOfABrokenInstallationAndExitsWithOne)
         "\r\n"
         " | HYPHENATEDWORDCHECK | E\r\n"
         " | UNCONENTITIES | N/A\r\n"
-        " | NOLEADZERO | E\r\n");
+        " | NOLEADZERO | E\r\n"
+        " | CONVERT2TAG | N/A\r\n"
+        " | CONVERT2ATTRIB | N/A\r\n");
     inst.set("ROUTINEDECLTBL", routines);
+    // Codes the rules do not act on; CONVERT2ATTRIB takes its position code as written.
+    const QString toTag = inst.writeTable("c2tag.tbl",
+        "Tag | Action | Word | Severity | Position\r\n"
+        "sup | delete | exp | E | s\r\n"
+        "sup | MOVE | exp | E | X\r\n");
+    inst.set("CONVERT2TAGTBL", toTag);
+    const QString toAttribute = inst.writeTable("c2attrib.tbl",
+        "Attribute | Value | Action | Expanded | Severity | Where\r\n"
+        "type | fig | Copy | Figure | W | B\r\n"
+        "type | fig | DELETE | Figure | W | s\r\n");
+    inst.set("CONVERT2ATTRIBTBL", toAttribute);
     const QString validity = inst.writeTable("validity.tbl",
         "Condition | Value pattern | Tag | Split | Excluded | Operator | Number | Severity | Message\r\n"
         " | (a | p | N | | = | 1 | E | Unclosed group\r\n"
@@ -87,11 +100,14 @@ TEST(CheckConfig, ListsEveryFaultOfABrokenInstallationAndExitsWithOne)
         characters
             + ":2: Invalid regular expression \"[z-a]\": range out of order in character class at offset 4",
         characters + ":3: row dropped: not four quoted fields",
+        toAttribute + ":3: position code \"s\" is none of S, E, B",
+        toTag + ":3: action \"MOVE\" is none of COPY, DELETE",
+        toTag + ":3: position code \"X\" is none of S, E, B",
         noHrt + ": the table is never used: no routine declaration table names NOHRT",
         taskCharacters + ": the table is never used: CHECKSPECIALCHAR is FALSE",
     };
     EXPECT_EQ(result.standardOutput.split('\n', Qt::SkipEmptyParts), expected);
-    EXPECT_EQ(result.standardError, "quorvane: 18 problem(s) found\n");
+    EXPECT_EQ(result.standardError, "quorvane: 21 problem(s) found\n");
 }
 
 TEST(CheckConfig, AnswersZeroForACleanInstallationAndTwoWithoutAConfiguration)
