@@ -168,7 +168,9 @@ void checkJobFile(const RunState& state, TableLint& lint)
 ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode)
 {
     ConfigCheckResult result;
-    if (!ReadConfigurationFile(state)) {
+    // A check must neither wait for a night's batch nor clear the folder
+    // where that batch stages its inputs.
+    if (!ReadConfigurationFile(state, TempFolderUse::Leave)) {
         result.exitStatus = 2;
         return result;
     }
@@ -204,7 +206,6 @@ ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode)
     state.tableLint = &problems;
     checkUnused(state, setups, used, problems);
     state.tableLint = nullptr;
-    RemoveRunTempFolder(state);
 
     result.problems = problems.problems;
     result.exitStatus = result.problems.isEmpty() ? 0 : 1;

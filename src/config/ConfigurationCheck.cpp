@@ -106,13 +106,17 @@ QString MissingConfigurationFields(const Configuration& config)
     return list;
 }
 
-bool CheckConfiguredPaths(RunState& state)
+bool CheckConfiguredPaths(RunState& state, bool claimTemp)
 {
     Configuration& config = state.config;
     bool usable = checkLexicon(state);
     usable = checkFolderAccess(state) && usable;
     if (!modMoveFiles::CheckWriteAccess(state, config.TempPath))
         return false;
+    config.SavedWorkPath = config.WorkPath;
+    config.SavedOutputPath = config.OutputPath;
+    if (!claimTemp)
+        return usable;
     // Runs that share a temporary folder take turns: one run's clean-up would
     // otherwise delete the input another run has staged there.
     state.tempFolderLock
@@ -129,7 +133,5 @@ bool CheckConfiguredPaths(RunState& state)
             config.TempPath + QStringLiteral(" could not be created."), kProgramTitle, MessageIcon::Critical);
         return false;
     }
-    config.SavedWorkPath = config.WorkPath;
-    config.SavedOutputPath = config.OutputPath;
     return usable;
 }

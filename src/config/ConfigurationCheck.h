@@ -10,5 +10,6 @@ struct RunState;
 QString MissingConfigurationFields(const Configuration& config);
 
 // Checks the configured lexicon, folders and temporary folder, showing a
-// message for each problem, and makes the working subfolder of TempPath.
-bool CheckConfiguredPaths(RunState& state);
+// message for each problem, and, when `claimTemp`, waits for its turn at
+// TempPath and makes the working subfolder there.
+bool CheckConfiguredPaths(RunState& state, bool claimTemp = true);

@@ -217,7 +217,7 @@ void resetBeforeReading(Configuration& config)
 
 } // namespace
 
-bool ReadConfigurationFile(RunState& state)
+bool ReadConfigurationFile(RunState& state, TempFolderUse temp)
 {
     Configuration& config = state.config;
     if (!config.ApplicationPath.isEmpty())
@@ -245,7 +245,7 @@ bool ReadConfigurationFile(RunState& state)
             kProgramTitle, MessageIcon::Warning);
         return false;
     }
-    return CheckConfiguredPaths(state);
+    return CheckConfiguredPaths(state, temp == TempFolderUse::Claim);
 }
 
 namespace {

@@ -1,6 +1,10 @@
 #include "rules/TextValidity.h"
 #include "support/Installation.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QLockFile>
 #include <gtest/gtest.h>
 
 // --check-config through the real executable.
@@ -134,6 +138,25 @@ TEST(CheckConfig, AnswersZeroForACleanInstallationAndTwoWithoutAConfiguration)
     const auto unreadable = inst.run({ "--check-config" });
     EXPECT_EQ(unreadable.exitCode, 2);
     EXPECT_EQ(unreadable.standardOutput, "");
+}
+
+// A night's batch holds the temporary folder for hours: the check neither
+// waits for it nor clears what the batch has staged there.
+TEST(CheckConfig, LeavesTheTemporaryFolderToTheRunThatHoldsIt)
+{
+    Installation inst;
+    inst.run({ "--version" }); // writes the configuration
+    QDir().mkpath(inst.tempPath() + "Quorvane_Temp");
+    const QString staged = inst.tempPath() + "Quorvane_Temp/staged.xml";
+    QFile(staged).open(QIODevice::WriteOnly);
+    QLockFile held(inst.tempPath() + "Quorvane_Temp.lock");
+    ASSERT_TRUE(held.tryLock(0));
+
+    // Waiting for the lock would keep the check from ever answering.
+    const auto result = inst.run({ "--check-config" });
+    EXPECT_EQ(result.exitCode, 0) << result.standardError.toStdString();
+    EXPECT_EQ(result.standardError, "quorvane: no problems found\n");
+    EXPECT_TRUE(QFileInfo::exists(staged));
 }
 
 TEST(CheckConfig, TheSampleInstallationIsClean)

@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QThread>
 #include <gtest/gtest.h>
@@ -164,7 +165,10 @@ TEST(SingleFileRun, RunsSharingATemporaryFolderTakeTurns)
         return process;
     };
     auto one = start(first);
-    QThread::msleep(300);
+    // The second starts once the first holds the folder, however slow the machine.
+    for (int waited = 0; !QFileInfo::exists(inst.tempPath() + "Quorvane_Temp.lock") && waited < 30000;
+         waited += 10)
+        QThread::msleep(10);
     auto two = start(second);
     ASSERT_TRUE(one->waitForFinished(60000));
     ASSERT_TRUE(two->waitForFinished(60000));
