@@ -2,6 +2,7 @@
 
 #include "config/TableReading.h"
 #include "core/ElementIndex.h"
+#include "core/HugePages.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 #include "engine/PatternSearch.h"
@@ -303,8 +304,8 @@ public:
     explicit PlacedBuilder(const PlacedContent& from)
         : from_(from)
     {
-        out_.text.reserve(from.text.size());
-        out_.origin.reserve(from.text.size());
+        ReserveLarge(out_.text, from.text.size());
+        ReserveLarge(out_.origin, std::size_t(from.text.size()));
     }
     void keep(qsizetype start, qsizetype end)
     {

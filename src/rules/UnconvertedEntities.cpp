@@ -1,6 +1,7 @@
 #include "rules/UnconvertedEntities.h"
 
 #include "config/TableReading.h"
+#include "core/HugePages.h"
 #include "core/RunState.h"
 #include "report/Reports.h"
 #include "rules/ElementContents.h"
@@ -176,7 +177,8 @@ struct TagRemoval {
             qsizetype plainAt;
         };
         std::vector<Open> opens;
-        plain.reserve(text.size());
+        ReserveLarge(plain, text.size());
+        ReserveLarge(runs, std::size_t(text.count(u'>')) + 1); // a run at most per tag, and one more
         qsizetype from = 0;
         for (qsizetype at = 0; at < text.size(); ++at) {
             const QChar c = text[at];

@@ -1,22 +1,35 @@
 #include "text/InputLoading.h"
 
+#include "core/HugePages.h"
 #include "core/OperatorInterface.h"
 #include "text/Encoding.h"
 
 #include <QFile>
 #include <QProcess>
 #include <QStringDecoder>
+#include <algorithm>
 
 namespace {
 
 QByteArray readBytes(const QString& path)
 {
     QFile file(path);
+    const auto unreadable = [&] {
+        return InputUnreadable(QStringLiteral("%1: %2").arg(path, file.errorString()).toStdString());
+    };
     if (!file.open(QIODevice::ReadOnly))
-        throw InputUnreadable(QStringLiteral("%1: %2").arg(path, file.errorString()).toStdString());
-    QByteArray bytes = file.readAll();
+        throw unreadable();
+    // Read into a buffer of the file's size; whatever the file has grown by
+    // since (or all of it, for a file of no known size) follows.
+    QByteArray bytes(std::max<qint64>(file.size(), 0), Qt::Uninitialized);
+    AdviseHugePages(bytes.data(), std::size_t(bytes.size()));
+    const qint64 got = bytes.isEmpty() ? 0 : file.read(bytes.data(), bytes.size());
+    if (got < 0)
+        throw unreadable();
+    bytes.truncate(got);
+    bytes += file.readAll();
     if (file.error() != QFileDevice::NoError)
-        throw InputUnreadable(QStringLiteral("%1: %2").arg(path, file.errorString()).toStdString());
+        throw unreadable();
     return bytes;
 }
 
@@ -51,7 +64,12 @@ QString DecodeUtf8(QByteArrayView bytes)
 {
     QStringDecoder utf8(
         QStringDecoder::Utf8, QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
-    return utf8.decode(bytes);
+    // Decoded into room made beforehand, so that the room can be advised.
+    QString text(utf8.requiredSpace(bytes.size()), Qt::Uninitialized);
+    AdviseHugePages(text.data(), std::size_t(text.size()) * sizeof(QChar));
+    const QChar* end = utf8.appendToBuffer(text.data(), bytes);
+    text.truncate(end - text.constData());
+    return text;
 }
 
 QString ReadUtf8File(const QString& path)

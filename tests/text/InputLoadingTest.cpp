@@ -85,11 +85,20 @@ TEST_F(InputLoading, Utf8DecodingKeepsLineEndsAndReplacesBadBytes)
     const std::pair<QByteArray, QString> rows[] = {
         { "a\nb\nc", "a\nb\nc" }, // lone LF kept: one line for the CR LF split
         { "x\xFFy", QString("x") + QChar(0xFFFD) + "y" }, // invalid byte
+        { "\xFF\xFE\xFD", QString(3, QChar(0xFFFD)) }, // as many characters as bytes
+        { "\xF0\x9F\x98\x80!", QString::fromUcs4(U"\U0001F600!") }, // two UTF-16 units
+        { "ab\xE2\x82", QString("ab") + QString(2, QChar(0xFFFD)) }, // cut off: each byte replaced
+        { "", "" },
     };
     for (const auto& [bytes, expected] : rows) {
         EXPECT_EQ(DecodeUtf8(bytes), expected) << bytes.toHex().constData();
         EXPECT_EQ(ReadUtf8File(dir.write("u.txt", bytes)), expected) << bytes.toHex().constData();
     }
+    // A file large enough to be read and decoded into advised buffers.
+    QByteArray large;
+    while (large.size() < (6 << 20))
+        large += "<p>caf\xC3\xA9 \xE2\x80\x9Cquoted\xE2\x80\x9D \xF0\x9F\x98\x80 \xFF</p>\r\n";
+    EXPECT_EQ(ReadUtf8File(dir.write("large.txt", large)), QString::fromUtf8(large));
 }
 
 TEST_F(InputLoading, LoneLineFeedsAreReadAsCarriageReturnLineFeed)
