@@ -311,12 +311,12 @@ public:
     {
         out_.text += QStringView(from_.text).sliced(start, end - start);
         for (qsizetype i = start; i < end; ++i)
-            out_.origin.push_back(from_.originOf(i));
+            out_.origin.push_back(std::int32_t(from_.originOf(i)));
     }
     void put(QChar c, qsizetype standsFor)
     {
         out_.text += c;
-        out_.origin.push_back(from_.originOf(standsFor));
+        out_.origin.push_back(std::int32_t(from_.originOf(standsFor)));
     }
     PlacedContent take() { return std::move(out_); }
 
@@ -402,7 +402,7 @@ PlacedContent cutElements(
 
 } // namespace
 
-PlacedContent SplitOnTags(const PlacedContent& content, const xmlClass& xml, std::optional<TagPairs> pairs)
+PlacedContent SplitOnTags(PlacedContent content, const xmlClass& xml, std::optional<TagPairs> pairs)
 {
     const QString& text = content.text;
     if (!text.contains(u'<'))
@@ -411,7 +411,7 @@ PlacedContent SplitOnTags(const PlacedContent& content, const xmlClass& xml, std
 }
 
 PlacedContent CutElements(
-    const PlacedContent& content, const QString& name, const xmlClass& xml, std::optional<TagPairs> pairs)
+    PlacedContent content, const QString& name, const xmlClass& xml, std::optional<TagPairs> pairs)
 {
     const QString& text = content.text;
     if (name.isEmpty() || !text.contains(u'<' + name))
@@ -554,10 +554,15 @@ const PlacedContent& ElementContent::preparedFor(const TextValidityRow& row, con
     PlacedContent placed { raw_, {} };
     // The file's pairs serve as long as no step has changed the content.
     const auto pairsNow = [&] { return placed.origin.empty() ? filePairs_ : std::nullopt; };
-    if (row.splitOnTags)
-        placed = SplitOnTags(placed, xml, pairsNow());
-    for (const QString& name : row.excluded)
-        placed = CutElements(placed, name, xml, pairsNow());
+    // The pairs are asked for before the content is handed over.
+    if (row.splitOnTags) {
+        const std::optional<TagPairs> pairs = pairsNow();
+        placed = SplitOnTags(std::move(placed), xml, pairs);
+    }
+    for (const QString& name : row.excluded) {
+        const std::optional<TagPairs> pairs = pairsNow();
+        placed = CutElements(std::move(placed), name, xml, pairs);
+    }
     return *prepared_.emplace(key, std::move(placed));
 }
 

@@ -57,7 +57,7 @@ void TEXTVALIDITY(RunState& state);
 // in the element content, so that findings are placed in the file.
 struct PlacedContent {
     QString text;
-    std::vector<qsizetype> origin; // empty: the text is the content itself
+    std::vector<std::int32_t> origin; // empty: the text is the content itself
 
     qsizetype originOf(qsizetype at) const;
 };
@@ -100,12 +100,14 @@ void ApplyTextValidityRow(RunState& state, const TextValidityRow& row, ElementCo
 // Every embedded element, start tag through end tag, and every stand-alone
 // tag become one "|". A start tag whose end tag is missing gives "|" alone.
 // Without pairs for the content's text, the text is indexed on the spot.
+// Both take the content and hand it back as it was when there is nothing to
+// do: a copy of a long element's places would cost more than the search.
 PlacedContent SplitOnTags(
-    const PlacedContent& content, const xmlClass& xml, std::optional<TagPairs> pairs = std::nullopt);
+    PlacedContent content, const xmlClass& xml, std::optional<TagPairs> pairs = std::nullopt);
 
 // Removes every embedded element of the name, start tag through end tag; a
 // start tag without its end tag stays.
-PlacedContent CutElements(const PlacedContent& content, const QString& name, const xmlClass& xml,
+PlacedContent CutElements(PlacedContent content, const QString& name, const xmlClass& xml,
     std::optional<TagPairs> pairs = std::nullopt);
 
 // Text read as a number the way the tables mean it: leading blanks, a sign
