@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <cstring>
 #include <dlfcn.h>
+#include <limits>
 #include <malloc.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -269,6 +270,12 @@ int main(int argc, char** argv)
             return runWindows(&argc, argv, &options);
     }
 
+    // A headless process ends with its run, so freed memory need not go
+    // back to the system: big buffers come from the heap and stay there for
+    // the next one, instead of each being mapped, faulted in and zeroed
+    // anew. The window stays frugal: it may sit open for a day.
+    mallopt(M_MMAP_MAX, 0);
+    mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
     QCoreApplication application(argc, argv);
     HeadlessOperator ui;
     return RunProgram(
