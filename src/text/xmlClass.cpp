@@ -7,6 +7,23 @@
 namespace {
 
 const QString kRemovedElementMarker = QStringLiteral("teMpSEparAtor");
+
+// Whether the text starts with the start tag, the content and the end tag of
+// the name, letter case aside, compared piece by piece rather than built into
+// one string: the content is mostly the very characters of the text, and
+// then there is nothing to compare.
+bool readsAsElement(QStringView text, QStringView tag, QStringView content, QStringView name)
+{
+    const qsizetype endAt = tag.size() + content.size();
+    if (text.size() < endAt + name.size() + 3)
+        return false;
+    const QStringView there = text.sliced(tag.size(), content.size());
+    return text.first(tag.size()).compare(tag, Qt::CaseInsensitive) == 0
+        && (there.data() == content.data() || there.compare(content, Qt::CaseInsensitive) == 0)
+        && text.sliced(endAt, 2) == u"</"
+        && text.sliced(endAt + 2, name.size()).compare(name, Qt::CaseInsensitive) == 0
+        && text[endAt + 2 + name.size()] == u'>';
+}
 const QString kLineBreak = QStringLiteral("\r\n");
 
 // One-based search from a one-based start, 0 when absent. Starts below 1 are
@@ -282,18 +299,16 @@ QString xmlClass::RemoveElements(QString& str)
         if (GetTagType(tag) != TagKind::Start)
             continue;
         const qsizetype start = tag_pos - 1;
-        const QString endTag = QStringLiteral("</") + GetTagName(tag) + u'>';
-        const std::optional<QStringView> content = index.elementContent(start, tag.size(), GetTagName(tag));
+        const QString name = GetTagName(tag);
+        const std::optional<QStringView> content = index.elementContent(start, tag.size(), name);
         const QStringView pcdata = content.value_or(QStringView());
-        const qsizetype elementLength = tag.size() + pcdata.size() + endTag.size();
+        const qsizetype elementLength = tag.size() + pcdata.size() + name.size() + 3; // "</" name ">"
         // GetPCDATA answers "" both for an empty element and for one it could not close, so
         // the element is only taken when the text really reads start tag + content + end tag
         // there (letter case aside). An unclosed start tag stays, and its inner elements are
         // still removed one by one; a removed element takes its nested elements with it,
         // which is what the word checks want: nothing inside a nested element is read.
-        const QString element = tag + pcdata.toString() + endTag;
-        if (QStringView(original).sliced(start).left(elementLength).compare(element, Qt::CaseInsensitive)
-            != 0)
+        if (!readsAsElement(QStringView(original).sliced(start), tag, pcdata, name))
             continue;
         result += QStringView(original).sliced(copiedUpTo, start - copiedUpTo);
         result += kRemovedElementMarker;
