@@ -342,16 +342,14 @@ public:
         if (awaitedAreIn)
             delivered_.notify_one();
     }
-    // Waits at most `wait` until the `count` files from `from` on are all
-    // done; says whether they are.
-    bool awaitDelivered(int from, int count, std::chrono::milliseconds wait)
+    // Waits at most `wait` until the `count` files from `from` on are all done.
+    void awaitDelivered(int from, int count, std::chrono::milliseconds wait)
     {
         std::unique_lock lock(mutex_);
         awaitedFrom_ = from;
         awaitedCount_ = count;
-        const bool delivered = delivered_.wait_for(lock, wait, [&] { return allDelivered(from, count); });
+        delivered_.wait_for(lock, wait, [&] { return allDelivered(from, count); });
         awaitedCount_ = 0;
-        return delivered;
     }
     // The outcome of the file when it is done, without waiting.
     std::optional<FileOutcome> collect(int index)
@@ -516,18 +514,16 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
     // (with every core busy, that takes milliseconds); a guess that turns out
     // wrong costs at most those files again.
     const int together = 4 * jobs;
+    constexpr std::chrono::milliseconds kLongestWait(50);
     const int ahead = together + 16 * jobs;
     int posted = 0;
     try {
         for (int published = 0; published < total;) {
             for (; posted < total && posted - published < ahead; ++posted)
                 board.post({ posted, known });
-            if (!board.awaitDelivered(
-                    published, std::min(together, total - published), std::chrono::milliseconds(50))) {
-                // The window stays painted while the workers run.
-                state.ui.processEvents();
-                continue;
-            }
+            // Whatever is done is published at the latest when the wait
+            // runs out, so big files move the progress bar one by one.
+            board.awaitDelivered(published, std::min(together, total - published), kLongestWait);
             while (std::optional<FileOutcome> outcome = board.collect(published)) {
                 if (!sameOpenTags(outcome->startedWith, known.openTags)) {
                     board.post({ published, known }, true);
@@ -541,6 +537,7 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
                 state.ui.setProgressRange(0, total);
                 state.ui.setProgressValue(published);
             }
+            // The window stays painted while the workers run.
             state.ui.processEvents();
         }
     } catch (...) {
