@@ -415,7 +415,8 @@ void ReportFinding(RunState& state, const Finding& finding)
     } else {
         ++report.warningCount;
         // Only the batch editor file of the plain layout lists the warnings again.
-        if (state.batchMode && !state.config.XYCoordinates && state.config.EditorProgram.toUpper() == u"ZEPH")
+        if (state.batchMode && !state.config.XYCoordinates
+            && state.config.EditorProgram.compare(u"ZEPH", Qt::CaseInsensitive) == 0)
             report.warningList.append(texts.record);
     }
     state.findingSinks.publish(finding);
