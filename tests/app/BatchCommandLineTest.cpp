@@ -45,7 +45,6 @@ TEST(BatchCommandLine, TakesItsBoxesFromOptionsAndRefusesWhatTheListDoesNotHold)
     inst.writeInput("b.xml", kWithError);
     QDir().mkpath(inst.root() + "w2");
     QDir().mkpath(inst.root() + "o2");
-    QDir().mkpath(inst.root() + "empty");
     struct Row {
         QStringList arguments;
         int exitCode;
@@ -54,7 +53,6 @@ TEST(BatchCommandLine, TakesItsBoxesFromOptionsAndRefusesWhatTheListDoesNotHold)
     const QList<Row> rows = {
         { { "--batch", "%ROOT%input", "--task", "T1", "--work", "%ROOT%w2", "--output=%ROOT%o2", "a.xml" }, 0,
             "[information] Complete Process: Finish Processing! Please view the log file/s in %ROOT%w2/\n" },
-        { { "--batch", "%ROOT%empty" }, 2, "[warning] Quorvane: No file(s) selected !\n" },
         { { "--batch", "%ROOT%none" }, 2, "[critical] Quorvane: %ROOT%none not found!\n" },
     };
     for (const Row& row : rows) {

@@ -149,7 +149,7 @@ BatchResult runBatch(
     result.work = filesUnder(work);
     result.output = filesUnder(output);
     for (const RecordedMessage& message : ui.messages)
-        result.messages << QString(message.title + ": " + message.text).replace(work, "WORK/");
+        result.messages << QString(message.title + ": " + message.text).replace(name + "-work/", "WORK/");
     result.diagnostics = ui.diagnostics;
     result.findings = sink.events;
     for (const ValidationContext& open : state.openTags)
@@ -256,27 +256,11 @@ TEST(BatchJobs, AFailingFileEndsTheBatchThereWhateverTheJobCount)
     selected.insert(8, "g.ERR");
     // The refused input lies in the working folder of each run.
     auto runWith = [&](const char* name, int jobs) {
-        const QString work = inst.root() + name + "-work/";
-        QDir().mkpath(work);
-        QFile::copy(inst.inputPath() + "g.ERR", work + "g.ERR");
-        RecordingOperator ui;
-        RunState state(ui);
-        startUp(inst, state, ui);
+        QDir().mkpath(inst.root() + name + "-work/");
+        QFile::copy(inst.inputPath() + "g.ERR", inst.root() + name + "-work/g.ERR");
         QStringList paths = selected;
         paths[8] = "../" + QString(name) + "-work/g.ERR";
-        BatchObserver observer;
-        BatchResult result;
-        try {
-            result.status = RunBatch(
-                state, { inst.inputPath(), paths, {}, work, inst.root() + name + "-out/", jobs }, observer);
-        } catch (const RunAborted& aborted) {
-            result.status = 100 + aborted.exitStatus();
-        }
-        result.work = filesUnder(work);
-        result.output = filesUnder(inst.root() + name + "-out/");
-        for (const RecordedMessage& message : ui.messages)
-            result.messages << QString(message.text).replace(name + QStringLiteral("-work/"), "WORK/");
-        return result;
+        return runBatch(inst, name, jobs, paths);
     };
     const BatchResult sequential = runWith("one", 1);
     const BatchResult parallel = runWith("four", 4);

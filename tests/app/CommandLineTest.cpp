@@ -11,7 +11,6 @@ TEST(CommandLine, SplitsAtTheFirstBarAndTrims)
         QString commandLine, path, task;
     };
     const Row rows[] = {
-        { "a.xml|T1", "a.xml", "T1" },
         { "  C:/a.xml | T1 ", "C:/a.xml", "T1" },
         { "x/y/a.xml|T|U", "x/y/a.xml", "T|U" },
         { "/jobs/a b.xml", "/jobs/a b.xml", "" },

@@ -4,7 +4,6 @@
 #include <QFile>
 #include <QProcess>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 // What a newcomer sees on standard error when a run cannot go on, and the
 // --task form of the single-file run.
@@ -48,8 +47,6 @@ TEST(FirstContact, UnknownTaskCodeIsToldAndTheDefaultTablesRun)
     EXPECT_EQ(result.standardError,
         "quorvane: task code NOPE is not named by any [TASK] section of Quorvane.INI; the default tables are "
         "used\n");
-    // A run without a task code has nothing to be told.
-    EXPECT_EQ(inst.run({ input }).standardError, "");
 }
 
 TEST(FirstContact, TaskOptionIsTheSameAsTheBarForm)
@@ -75,26 +72,4 @@ TEST(FirstContact, TaskOptionIsTheSameAsTheBarForm)
     EXPECT_TRUE(
         both.standardError.startsWith("quorvane: give the task code either with --task or after \"|\""))
         << both.standardError.toStdString();
-}
-
-TEST(FirstContact, DisplayThatCannotBeOpenedFallsBackToHeadless)
-{
-    Installation inst;
-    const QString input = inst.writeInput("a.xml", "<a/>\r\n");
-    QProcess process;
-    process.setWorkingDirectory(inst.root());
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("DISPLAY", ":quorvane-no-such-display");
-    environment.remove("WAYLAND_DISPLAY");
-    environment.remove("QT_QPA_PLATFORM");
-    process.setProcessEnvironment(environment);
-    inst.run({ "--version" }); // writes the configuration
-    process.start(QStringLiteral(QUORVANE_EXECUTABLE), { "--app-dir", inst.root() + "app/", input });
-    ASSERT_TRUE(process.waitForFinished(60000));
-    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(process.exitCode(), 0);
-    EXPECT_EQ(QString::fromUtf8(process.readAllStandardError()),
-        "quorvane: the display cannot be opened; running headless\n");
-    EXPECT_TRUE(
-        QString::fromUtf8(process.readAllStandardOutput()).startsWith("a.xml: 0 error(s), 0 warning(s)"));
 }

@@ -61,22 +61,16 @@ struct Session {
     }
     QListWidget* files() const { return control<QListWidget>("lstFiles"); }
     QCheckBox* selectAll() const { return control<QCheckBox>("chkAll"); }
-    QStringList selectedNames() const
+    QStringList listed(bool selectedOnly = false) const
     {
         QStringList names;
         for (int i = 0; i < files()->count(); ++i) {
-            if (files()->item(i)->isSelected())
+            if (!selectedOnly || files()->item(i)->isSelected())
                 names << files()->item(i)->text();
         }
         return names;
     }
-    QStringList listed() const
-    {
-        QStringList names;
-        for (int i = 0; i < files()->count(); ++i)
-            names << files()->item(i)->text();
-        return names;
-    }
+    QStringList selectedNames() const { return listed(true); }
     void clickEntry(QListWidget* list, int row, Qt::KeyboardModifiers modifiers = {}) const
     {
         QTest::mouseClick(
@@ -95,16 +89,6 @@ class FrmMultipleTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void startsWithTheConfiguredFoldersAndNoProgress()
-    {
-        Session s("FILES", { "b.xml", "a.xml", "sub/c.xml" });
-        QCOMPARE(s.window->folderPath(), s.inst.inputPath());
-        QCOMPARE(s.listed(), QStringList({ "a.xml", "b.xml" }));
-        QCOMPARE(s.control<QLineEdit>("TxtTempPath")->text(), s.state.config.SavedWorkPath);
-        QCOMPARE(s.control<QLineEdit>("TxtOutputPath")->text(), s.state.config.SavedOutputPath);
-        QVERIFY(!s.control<QProgressBar>("pbar")->isVisible());
-    }
-
     void selectAllWorksBothWaysAndFollowsTheList()
     {
         Session s("FILES", { "a.xml", "b.xml", "c.xml" });
@@ -175,9 +159,15 @@ private Q_SLOTS:
         QCOMPARE(s.selectedNames(), QStringList({ "j1" }));
     }
 
-    void enterInTheFolderListOpensTheHighlightedFolder()
+    // The window starts in the configured folders, without progress shown.
+    void startsInTheConfiguredFoldersAndEnterOpensTheHighlightedFolder()
     {
         Session s("FILES", { "top.xml", "sub/inner.xml" });
+        QCOMPARE(s.window->folderPath(), s.inst.inputPath());
+        QCOMPARE(s.listed(), QStringList({ "top.xml" }));
+        QCOMPARE(s.control<QLineEdit>("TxtTempPath")->text(), s.state.config.SavedWorkPath);
+        QCOMPARE(s.control<QLineEdit>("TxtOutputPath")->text(), s.state.config.SavedOutputPath);
+        QVERIFY(!s.control<QProgressBar>("pbar")->isVisible());
         auto* folders = s.control<QListWidget>("dirInput");
         QCOMPARE(folders->item(0)->text(), QString(".."));
         QCOMPARE(folders->item(1)->text(), QString("sub"));
