@@ -42,9 +42,6 @@ TEST(RoutineDeclTable, LoadsRowsContinuationsAndTheIndex)
             "<a> | NOHRT\r\n<b> | NOHRT | x | y\r\n   \r\n<c> | WITHHRT | S\r\n", "c: WITHHRT=S", "[c]" },
         { "a continuation before any tag row belongs to nothing", " | NOHRT | x\r\n<a> | WITHHRT | y\r\n",
             "a: WITHHRT=y", "[a]" },
-        { "two rows for one tag stay two entries",
-            "<p> | NOHRT | 1\r\n<q> | NOHRT | 2\r\n<p> | WITHHRT | 3\r\n",
-            "p: NOHRT=1; q: NOHRT=2; p: WITHHRT=3", "[p][q][p]" },
         { "LF line ends read the same", "<a> | NOHRT | x\n | UNDELFNREF | E\n", "a: NOHRT=x, UNDELFNREF=E",
             "[a]" },
     };
