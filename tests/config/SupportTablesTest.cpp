@@ -94,12 +94,12 @@ TEST(TableReading, SplitsRowsAndUnescapes)
 namespace {
 
 // A default set whose nineteen tables all exist (header lines only).
-struct LoadingFixture {
+struct SupportTables : ::testing::Test {
     RecordingOperator op;
     RunState state { op };
     TempDir dir;
 
-    LoadingFixture()
+    SupportTables()
     {
         for (int i = 0; i < kSupportFileCount; ++i)
             state.config.DefaultTableSet.files[i] = dir.write(QString("t%1.tbl").arg(i), "Header\r\n");
@@ -108,11 +108,8 @@ struct LoadingFixture {
 
 } // namespace
 
-TEST(SupportTables, LoadsTheDefaultSetThenEveryTask)
+TEST_F(SupportTables, LoadsTheDefaultSetThenEveryTask)
 {
-    LoadingFixture fixture;
-    RunState& state = fixture.state;
-    TempDir& dir = fixture.dir;
     TableSet& defaults = state.config.DefaultTableSet;
     defaults.file(SupportFile::RoutineDeclTbl) = dir.write("r.tbl", "h\r\n<a> | NOHRT | x\r\n");
     TaskTableSet task { "T1", {} };
@@ -129,10 +126,8 @@ TEST(SupportTables, LoadsTheDefaultSetThenEveryTask)
         EXPECT_NE(defaults.tables[i], nullptr) << i;
 }
 
-TEST(SupportTables, ListsMissingTablesOfTheDefaultSetThenOfTheTasks)
+TEST_F(SupportTables, ListsMissingTablesOfTheDefaultSetThenOfTheTasks)
 {
-    LoadingFixture fixture;
-    RunState& state = fixture.state;
     TableSet& defaults = state.config.DefaultTableSet;
     defaults.file(SupportFile::NoHRTDeclTbl) = "gone1.tbl";
     defaults.file(SupportFile::ImageValidationTbl) = "gone2.tbl";
@@ -141,9 +136,8 @@ TEST(SupportTables, ListsMissingTablesOfTheDefaultSetThenOfTheTasks)
     state.config.Tasks.append(task);
 
     EXPECT_FALSE(LoadAllSupportTables(state, SupportTableLoaders()));
-    ASSERT_EQ(fixture.op.messages.size(), 1);
-    EXPECT_EQ(
-        fixture.op.messages[0].text, "Missing Support File/s:\r\n\r\ngone1.tbl\r\ngone2.tbl\r\ngone3.tbl");
-    EXPECT_EQ(fixture.op.messages[0].icon, MessageIcon::Warning);
+    ASSERT_EQ(op.messages.size(), 1);
+    EXPECT_EQ(op.messages[0].text, "Missing Support File/s:\r\n\r\ngone1.tbl\r\ngone2.tbl\r\ngone3.tbl");
+    EXPECT_EQ(op.messages[0].icon, MessageIcon::Warning);
     EXPECT_EQ(defaults.tables[0], nullptr); // nothing is loaded after a failed check
 }
