@@ -5,18 +5,12 @@
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"
 
-#include <QDir>
 #include <QFileInfo>
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 
 namespace {
-
-QString crlf(const QString& a, const QString& b)
-{
-    return a + QStringLiteral("\r\n") + b;
-}
 
 const QString kNotFoundTail = QStringLiteral(" not found.\r\nPls. Check INI content.");
 const QString kMissingHeading
@@ -88,63 +82,89 @@ TEST_F(ConfigurationFileTest, EveryLineEndIsAccepted)
     }
 }
 
-struct MissingRow {
+struct RefusedRow {
     const char* name;
     std::function<void(IniBuilder&)> change;
-    QString list;
+    QList<RecordedMessage> messages;
 };
 
-TEST_F(ConfigurationFileTest, MissingFieldsAreListedWithTheirOddLayout)
+RecordedMessage warning(const QString& text)
 {
-    const MissingRow rows[] = {
-        { "WorkPath alone starts the list", [](IniBuilder& b) { b.drop("WORKPATH"); }, "WorkPath" },
-        { "other names start on a new line", [](IniBuilder& b) { b.drop("INPUTPATH"); }, "\r\nInputPath" },
-        { "WorkPath then others", [](IniBuilder& b) { b.drop("WORKPATH").drop("INPUTTYPE"); },
-            crlf("WorkPath", "InputType") },
+    return message(text, MessageIcon::Warning);
+}
+
+RecordedMessage critical(const QString& text)
+{
+    return message(text, MessageIcon::Critical);
+}
+
+// Missing fields, bad values and unusable paths: each fails the read and is shown.
+TEST_F(ConfigurationFileTest, RefusedConfigurationsFailTheReadAndShowEveryProblem)
+{
+    auto setting
+        = [](const char* key, const QString& value) { return [=](IniBuilder& b) { b.set(key, value); }; };
+    const QString d = dir.path();
+    const RecordedMessage tempIsWork = critical("TempPath should not be equal to WorkPath. Check INI file.");
+    const RefusedRow rows[] = {
+        // Missing fields are listed with their odd layout.
+        { "WorkPath alone starts the list", [](IniBuilder& b) { b.drop("WORKPATH"); },
+            { warning(kMissingHeading + "WorkPath") } },
         { "an empty path value counts as given",
-            [](IniBuilder& b) { b.set("WORKPATH", "").drop("TEMPPATH"); }, "\r\nTempPath" },
-        { "an empty character list is missing", [](IniBuilder& b) { b.set("VALIDFILENAMECHAR", ""); },
-            "\r\nValidFilenameChar" },
+            [](IniBuilder& b) { b.set("WORKPATH", "").drop("TEMPPATH"); },
+            { warning(kMissingHeading + "\r\nTempPath") } },
+        { "an empty character list is missing", setting("VALIDFILENAMECHAR", ""),
+            { warning(kMissingHeading + "\r\nValidFilenameChar") } },
         { "list order follows the record, not the file",
             [](IniBuilder& b) { b.drop("CHECKSPECIALCHAR").drop("CHECKMULTIHRT").drop("IMAGEEXTENSION"); },
-            "\r\nCheckMultiHrt\r\nCheckSpecialChar\r\nImageExtension" },
+            { warning(kMissingHeading + "\r\nCheckMultiHrt\r\nCheckSpecialChar\r\nImageExtension") } },
+        // Bad values.
+        { "CheckMultiHrt", setting("CHECKMULTIHRT", "maybe"),
+            { warning("Invalid CheckMultiHrt value in INI file") } },
+        { "CheckImageZeroBytes", setting("CHECKIMAGEZEROBYTES", "TRUE!"),
+            { warning("Invalid CHECKIMAGEZEROBYTES value in INI file") } },
+        { "count not numeric", setting("MULTIHRTMAXCOUNT", "three"),
+            { warning("MultiHrtMaxCount value in INI file should be numeric") } },
+        // Too large for the 32-bit count: refused rather than wrapped.
+        { "count too large", setting("MULTIHRTMAXCOUNT", "3000000000"),
+            { warning("MultiHrtMaxCount value in INI file should be numeric") } },
+        { "empty range separator", setting("ATTRIBRANGESEPARATOR", "-|"),
+            { warning("Empty field found in AttribRangeSeparator") } },
+        { "missing plug-in", setting("INPUTPLUGIN", "absent.sh"),
+            { message("Missing " + d + "app/absent.sh", MessageIcon::Information) } },
+        // Configured paths.
+        { "lexicon files missing", setting("MAINLEXFILES", "main.dic, gone.dic,,other.txt"),
+            { warning(d + "lex/gone.dic" + kNotFoundTail), warning(d + "lex/other.txt" + kNotFoundTail) } },
+        { "lexicon file in neither folder is named in the main folder",
+            [&](IniBuilder& b) {
+                dir.mkdir("userlex");
+                b.set("USERLEXPATH", d + "userlex").set("MAINLEXFILES", "main.dic,project.txt");
+            },
+            { warning(d + "lex/project.txt" + kNotFoundTail) } },
+        { "work folder is a file", [&](IniBuilder& b) { b.set("WORKPATH", dir.write("plain.txt", "x")); },
+            { critical(d + "plain.txt/ not found.") } },
+        { "output folder not writable", setting("OUTPUTPATH", "/proc"),
+            { critical("No Write Access in /proc/") } },
+        { "every failing check is shown in order",
+            [&](IniBuilder& b) {
+                b.set("MAINLEXPATH", d + "nolex").set("INPUTPATH", d + "noin");
+                b.set("IMAGEPATH", d + "noimg").set("OUTPUTPATH", d + "noout");
+                b.set("TEMPPATH", d + "work");
+            },
+            { warning(d + "nolex/" + kNotFoundTail), critical(d + "noin/ not found."),
+                critical(d + "noimg/ not found."), critical(d + "noout/ not found."), tempIsWork } },
+        { "temp equal to work regardless of case",
+            [&](IniBuilder& b) {
+                dir.mkdir("WORK");
+                b.set("TEMPPATH", d + "WORK/");
+            },
+            { tempIsWork } },
     };
-    for (const MissingRow& row : rows) {
+    for (const RefusedRow& row : rows) {
         IniBuilder builder = ini;
         row.change(builder);
         const ReadResult result = readFresh(builder);
         EXPECT_FALSE(result.ok) << row.name;
-        EXPECT_EQ(result.messages, QList { message(kMissingHeading + row.list, MessageIcon::Warning) })
-            << row.name;
-    }
-}
-
-struct ValueRow {
-    const char* key;
-    QString value;
-    QString text;
-    MessageIcon icon = MessageIcon::Warning;
-};
-
-TEST_F(ConfigurationFileTest, BadValuesAreShownAndFailTheRead)
-{
-    const ValueRow rows[] = {
-        { "CHECKMULTIHRT", "maybe", "Invalid CheckMultiHrt value in INI file" },
-        { "CHECKFILENAME", "", "Invalid CheckFilename value in INI file" },
-        { "CHECKIMAGEZEROBYTES", "TRUE!", "Invalid CHECKIMAGEZEROBYTES value in INI file" },
-        { "MULTIHRTMAXCOUNT", "three", "MultiHrtMaxCount value in INI file should be numeric" },
-        { "MULTIHRTMAXCOUNT", "1.2.3", "MultiHrtMaxCount value in INI file should be numeric" },
-        // Too large for the 32-bit count: refused rather than wrapped.
-        { "MULTIHRTMAXCOUNT", "3000000000", "MultiHrtMaxCount value in INI file should be numeric" },
-        { "ATTRIBRANGESEPARATOR", "-|", "Empty field found in AttribRangeSeparator" },
-        { "INPUTPLUGIN", "absent.sh", "Missing " + dir.path() + "app/absent.sh", MessageIcon::Information },
-    };
-    for (const ValueRow& row : rows) {
-        IniBuilder builder = ini;
-        const ReadResult result = readFresh(builder.set(row.key, row.value));
-        EXPECT_FALSE(result.ok) << row.key << " " << row.value.toStdString();
-        EXPECT_EQ(result.messages, QList { message(row.text, row.icon) })
-            << row.key << " " << row.value.toStdString();
+        EXPECT_EQ(result.messages, row.messages) << row.name;
     }
 }
 
@@ -169,6 +189,10 @@ TEST_F(ConfigurationFileTest, KeysAndValuesAreReadAsWritten)
         return [=](IniBuilder& b) { b.append("[SETTINGS]\r\n" + lines + "\r\n"); };
     };
     auto set = [](const Configuration& c) -> const TableSet& { return c.DefaultTableSet; };
+    auto image = [=](const Configuration& c) { return set(c).ImageExtension; };
+    auto multiHrt
+        = [=](const Configuration& c) { return set(c).CheckMultiHrt + "," + set(c).CheckMultiHrtOption; };
+    auto count = [=](const Configuration& c) { return QString::number(set(c).MultiHrtMaxCount); };
     const QString work = dir.path() + "work";
     const EffectRow rows[] = {
         { "lower-case key, blanks and tabs",
@@ -176,18 +200,14 @@ TEST_F(ConfigurationFileTest, KeysAndValuesAreReadAsWritten)
                 b.drop("WORKPATH").append("[I/O PATHS]\r\n  work\tpath \t=  " + work + "  \r\n");
             },
             [](const Configuration& c) { return c.WorkPath; }, work + "/" },
-        { "tab inside a value is removed", settings("IMAGEEXTENSION=.t\tif"),
-            [=](const Configuration& c) { return set(c).ImageExtension; }, ".tif" },
-        { "mixed-case table key, second equals sign stays in the value", settings("ImageExtension==x"),
-            [=](const Configuration& c) { return set(c).ImageExtension; }, "=x" },
+        { "mixed-case table key, second equals sign stays in the value", settings("ImageExtension==x"), image,
+            "=x" },
         { "header in lower case with blanks",
-            [](IniBuilder& b) { b.append("[SENTRY]\r\n   [settings]  \r\nIMAGEEXTENSION=.png\r\n"); },
-            [=](const Configuration& c) { return set(c).ImageExtension; }, ".png" },
-        { "semicolon line is just an unknown key", settings(";IMAGEEXTENSION=.bmp"),
-            [=](const Configuration& c) { return set(c).ImageExtension; }, ".tif" },
+            [](IniBuilder& b) { b.append("[SENTRY]\r\n   [settings]  \r\nIMAGEEXTENSION=.png\r\n"); }, image,
+            ".png" },
+        { "semicolon line is just an unknown key", settings(";IMAGEEXTENSION=.bmp"), image, ".tif" },
         { "keys under [DEFAULT] are ignored",
-            [](IniBuilder& b) { b.append("[DEFAULT]\r\nIMAGEEXTENSION=.x\r\n"); },
-            [=](const Configuration& c) { return set(c).ImageExtension; }, ".tif" },
+            [](IniBuilder& b) { b.append("[DEFAULT]\r\nIMAGEEXTENSION=.x\r\n"); }, image, ".tif" },
         { "last input mask wins",
             [&](IniBuilder& b) {
                 io("INPUTFILEMASK", "*.sgm")(b);
@@ -199,16 +219,10 @@ TEST_F(ConfigurationFileTest, KeysAndValuesAreReadAsWritten)
             [](const Configuration& c) { return QString::number(c.XYCoordinates); }, "1" },
         { "colour by name", io("ERRORLOGCOLOR", "blue"),
             [](const Configuration& c) { return QString::number(c.ErrorLogColor, 16); }, "ff0000" },
-        { "true multi-hrt with option", settings("CHECKMULTIHRT=yes true | 5"),
-            [=](const Configuration& c) { return set(c).CheckMultiHrt + "," + set(c).CheckMultiHrtOption; },
-            "True,5" },
-        { "three pieces leave the option", settings("CHECKMULTIHRT=true|5|6"),
-            [=](const Configuration& c) { return set(c).CheckMultiHrt + "," + set(c).CheckMultiHrtOption; },
-            "True," },
-        { "2.5 rounds to 2", settings("MULTIHRTMAXCOUNT=2.5"),
-            [=](const Configuration& c) { return QString::number(set(c).MultiHrtMaxCount); }, "2" },
-        { "3.5 rounds to 4", settings("MULTIHRTMAXCOUNT=+3.5"),
-            [=](const Configuration& c) { return QString::number(set(c).MultiHrtMaxCount); }, "4" },
+        { "true multi-hrt with option", settings("CHECKMULTIHRT=yes true | 5"), multiHrt, "True,5" },
+        { "three pieces leave the option", settings("CHECKMULTIHRT=true|5|6"), multiHrt, "True," },
+        { "2.5 rounds to 2", settings("MULTIHRTMAXCOUNT=2.5"), count, "2" },
+        { "3.5 rounds to 4", settings("MULTIHRTMAXCOUNT=+3.5"), count, "4" },
         { "range separators with spaces", settings("ATTRIBRANGESEPARATOR= - | <space>to<space> "),
             [=](const Configuration& c) { return joined(set(c).AttribRangeSeparators); }, "-# to " },
         // Nothing after "=" means "no separators", given on purpose.
@@ -264,71 +278,6 @@ TEST_F(ConfigurationFileTest, PluginsAreCompletedBesideTheProgram)
     ASSERT_TRUE(read());
     EXPECT_EQ(state.config.DefaultTableSet.InputPlugins, (QStringList { own, elsewhere }));
     EXPECT_EQ(state.config.DefaultTableSet.OutputPlugins, QStringList { elsewhere });
-}
-
-struct CheckRow {
-    const char* name;
-    std::function<void(IniBuilder&, const TempDir&)> change;
-    std::function<QList<RecordedMessage>(const TempDir&)> messages;
-};
-
-TEST_F(ConfigurationFileTest, ConfiguredPathsAreCheckedAndEveryProblemShown)
-{
-    const CheckRow rows[] = {
-        { "lexicon files missing",
-            [](IniBuilder& b, const TempDir&) { b.set("MAINLEXFILES", "main.dic, gone.dic,,other.txt"); },
-            [](const TempDir& d) {
-                return QList { message(d.path() + "lex/gone.dic" + kNotFoundTail, MessageIcon::Warning),
-                    message(d.path() + "lex/other.txt" + kNotFoundTail, MessageIcon::Warning) };
-            } },
-        { "lexicon file in neither folder is named in the main folder",
-            [](IniBuilder& b, const TempDir& d) {
-                d.mkdir("userlex");
-                b.set("USERLEXPATH", d.path() + "userlex").set("MAINLEXFILES", "main.dic,project.txt");
-            },
-            [](const TempDir& d) {
-                return QList { message(d.path() + "lex/project.txt" + kNotFoundTail, MessageIcon::Warning) };
-            } },
-        { "work folder is a file",
-            [](IniBuilder& b, const TempDir& d) { b.set("WORKPATH", d.write("plain.txt", "x")); },
-            [](const TempDir& d) {
-                return QList { message(d.path() + "plain.txt/ not found.", MessageIcon::Critical) };
-            } },
-        { "output folder not writable", [](IniBuilder& b, const TempDir&) { b.set("OUTPUTPATH", "/proc"); },
-            [](const TempDir&) {
-                return QList { message("No Write Access in /proc/", MessageIcon::Critical) };
-            } },
-        { "every failing check is shown in order",
-            [](IniBuilder& b, const TempDir& d) {
-                b.set("MAINLEXPATH", d.path() + "nolex").set("INPUTPATH", d.path() + "noin");
-                b.set("IMAGEPATH", d.path() + "noimg").set("OUTPUTPATH", d.path() + "noout");
-                b.set("TEMPPATH", d.path() + "work");
-            },
-            [](const TempDir& d) {
-                return QList { message(d.path() + "nolex/" + kNotFoundTail, MessageIcon::Warning),
-                    message(d.path() + "noin/ not found.", MessageIcon::Critical),
-                    message(d.path() + "noimg/ not found.", MessageIcon::Critical),
-                    message(d.path() + "noout/ not found.", MessageIcon::Critical),
-                    message(
-                        "TempPath should not be equal to WorkPath. Check INI file.", MessageIcon::Critical) };
-            } },
-        { "temp equal to work regardless of case",
-            [](IniBuilder& b, const TempDir& d) {
-                d.mkdir("WORK");
-                b.set("TEMPPATH", d.path() + "WORK/");
-            },
-            [](const TempDir&) {
-                return QList { message(
-                    "TempPath should not be equal to WorkPath. Check INI file.", MessageIcon::Critical) };
-            } },
-    };
-    for (const CheckRow& row : rows) {
-        IniBuilder builder = ini;
-        row.change(builder, dir);
-        const ReadResult result = readFresh(builder);
-        EXPECT_FALSE(result.ok) << row.name;
-        EXPECT_EQ(result.messages, row.messages(dir)) << row.name;
-    }
 }
 
 TEST_F(ConfigurationFileTest, LexiconFilesMayLieInTheUserFolder)
@@ -448,8 +397,7 @@ TEST_F(ConfigurationFileTest, BadValueInsideATaskFailsTheRead)
 {
     ini.append("[TASK]\r\nTASKCODE=T1\r\n[SETTINGS]\r\nCHECKFILENAME=sometimes\r\n").write();
     EXPECT_FALSE(read());
-    EXPECT_EQ(
-        ui.messages, QList { message("Invalid CheckFilename value in INI file", MessageIcon::Warning) });
+    EXPECT_EQ(ui.messages, QList { warning("Invalid CheckFilename value in INI file") });
 }
 
 } // namespace

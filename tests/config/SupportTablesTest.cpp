@@ -42,9 +42,6 @@ TEST(RoutineDeclTable, LoadsRowsContinuationsAndTheIndex)
             "<a> | NOHRT\r\n<b> | NOHRT | x | y\r\n   \r\n<c> | WITHHRT | S\r\n", "c: WITHHRT=S", "[c]" },
         { "a continuation before any tag row belongs to nothing", " | NOHRT | x\r\n<a> | WITHHRT | y\r\n",
             "a: WITHHRT=y", "[a]" },
-        { "two rows for one tag stay two entries",
-            "<p> | NOHRT | 1\r\n<q> | NOHRT | 2\r\n<p> | WITHHRT | 3\r\n",
-            "p: NOHRT=1; q: NOHRT=2; p: WITHHRT=3", "[p][q][p]" },
         { "LF line ends read the same", "<a> | NOHRT | x\n | UNDELFNREF | E\n", "a: NOHRT=x, UNDELFNREF=E",
             "[a]" },
     };
@@ -97,12 +94,12 @@ TEST(TableReading, SplitsRowsAndUnescapes)
 namespace {
 
 // A default set whose nineteen tables all exist (header lines only).
-struct LoadingFixture {
+struct SupportTables : ::testing::Test {
     RecordingOperator op;
     RunState state { op };
     TempDir dir;
 
-    LoadingFixture()
+    SupportTables()
     {
         for (int i = 0; i < kSupportFileCount; ++i)
             state.config.DefaultTableSet.files[i] = dir.write(QString("t%1.tbl").arg(i), "Header\r\n");
@@ -111,11 +108,8 @@ struct LoadingFixture {
 
 } // namespace
 
-TEST(SupportTables, LoadsTheDefaultSetThenEveryTask)
+TEST_F(SupportTables, LoadsTheDefaultSetThenEveryTask)
 {
-    LoadingFixture fixture;
-    RunState& state = fixture.state;
-    TempDir& dir = fixture.dir;
     TableSet& defaults = state.config.DefaultTableSet;
     defaults.file(SupportFile::RoutineDeclTbl) = dir.write("r.tbl", "h\r\n<a> | NOHRT | x\r\n");
     TaskTableSet task { "T1", {} };
@@ -132,10 +126,8 @@ TEST(SupportTables, LoadsTheDefaultSetThenEveryTask)
         EXPECT_NE(defaults.tables[i], nullptr) << i;
 }
 
-TEST(SupportTables, ListsMissingTablesOfTheDefaultSetThenOfTheTasks)
+TEST_F(SupportTables, ListsMissingTablesOfTheDefaultSetThenOfTheTasks)
 {
-    LoadingFixture fixture;
-    RunState& state = fixture.state;
     TableSet& defaults = state.config.DefaultTableSet;
     defaults.file(SupportFile::NoHRTDeclTbl) = "gone1.tbl";
     defaults.file(SupportFile::ImageValidationTbl) = "gone2.tbl";
@@ -144,9 +136,8 @@ TEST(SupportTables, ListsMissingTablesOfTheDefaultSetThenOfTheTasks)
     state.config.Tasks.append(task);
 
     EXPECT_FALSE(LoadAllSupportTables(state, SupportTableLoaders()));
-    ASSERT_EQ(fixture.op.messages.size(), 1);
-    EXPECT_EQ(
-        fixture.op.messages[0].text, "Missing Support File/s:\r\n\r\ngone1.tbl\r\ngone2.tbl\r\ngone3.tbl");
-    EXPECT_EQ(fixture.op.messages[0].icon, MessageIcon::Warning);
+    ASSERT_EQ(op.messages.size(), 1);
+    EXPECT_EQ(op.messages[0].text, "Missing Support File/s:\r\n\r\ngone1.tbl\r\ngone2.tbl\r\ngone3.tbl");
+    EXPECT_EQ(op.messages[0].icon, MessageIcon::Warning);
     EXPECT_EQ(defaults.tables[0], nullptr); // nothing is loaded after a failed check
 }

@@ -13,14 +13,10 @@ namespace {
 const QDateTime kStart(QDate(2026, 3, 1), QTime(22, 5, 0), Qt::OffsetFromUTC, 3600);
 const QDateTime kEnd(QDate(2026, 3, 2), QTime(6, 40, 30), Qt::OffsetFromUTC, 3600);
 
-Finding error(std::int64_t line, std::int32_t column, const QString& message, const QString& routine)
+Finding finding(
+    FindingKind kind, std::int64_t line, std::int32_t column, const QString& message, const QString& routine)
 {
-    return { FindingKind::Error, line, column, message, "data " + message, routine };
-}
-
-Finding warning(std::int64_t line, std::int32_t column, const QString& message, const QString& routine)
-{
-    return { FindingKind::Warning, line, column, message, "data " + message, routine };
+    return { kind, line, column, message, "data " + message, routine };
 }
 
 // Two files and a finding that came between them, fed as a run feeds a sink.
@@ -28,13 +24,14 @@ RunFindings sampleRun(FindingOutputs& outputs)
 {
     outputs.onRunStarted("JRNL", kStart);
     outputs.onFileStarted("in/a b.xml");
-    outputs.onFinding(error(3, 7, "Bad <tag> & \"quote\"", "NOHRT"));
-    outputs.onFinding(warning(0, 1, "Too many hard returns", "CheckMultipleHardReturns"));
-    outputs.onFinding(warning(5, 0, "No column", "NOHRT"));
+    outputs.onFinding(finding(FindingKind::Error, 3, 7, "Bad <tag> & \"quote\"", "NOHRT"));
+    outputs.onFinding(
+        finding(FindingKind::Warning, 0, 1, "Too many hard returns", "CheckMultipleHardReturns"));
+    outputs.onFinding(finding(FindingKind::Warning, 5, 0, "No column", "NOHRT"));
     outputs.onFileEnded();
-    outputs.onFinding(warning(1, 1, "Image without callout", "CheckImageValidation"));
+    outputs.onFinding(finding(FindingKind::Warning, 1, 1, "Image without callout", "CheckImageValidation"));
     outputs.onFileStarted("/abs/c.xml");
-    outputs.onFinding(error(9, 2, "Bell \x07 here", "TEXTVALIDITY"));
+    outputs.onFinding(finding(FindingKind::Error, 9, 2, "Bell \x07 here", "TEXTVALIDITY"));
     outputs.onFileEnded();
     outputs.onRunEnded(kEnd, true);
     return outputs.run();

@@ -30,16 +30,11 @@ QByteArray crlf(const QStringList& lines)
 
 const QString kReportRule = rule(10) + sp(3) + rule(80) + sp(10) + rule(66);
 
-QStringList errorHeader(const QString& base, bool columnMode)
+// The header of a report file; `kind` is "Error" or "Warning".
+QStringList header(const QString& kind, const QString& base, bool columnMode)
 {
     const QString location = columnMode ? "Line No - Column No" + sp(2) : "Line No" + sp(6);
-    return { "Filename: " + base, location + "Error Message" + sp(103) + "Data Content", kReportRule };
-}
-
-QStringList warningHeader(const QString& base, bool columnMode)
-{
-    const QString location = columnMode ? "Line No - Column No" + sp(2) : "Line No" + sp(6);
-    return { "Filename: " + base, location + "Warning Message" + sp(103) + "Data Content", kReportRule };
+    return { "Filename: " + base, location + kind + " Message" + sp(103) + "Data Content", kReportRule };
 }
 
 // A run over temporary folders: reports in rep/, output in out/, inputs in in/.
@@ -88,12 +83,12 @@ TEST_F(ReportRun, SingleFileWithZephEditorFile)
     const QStringList errors = { "0000000003   E / Bad tag" + sp(79) + "<x>",
         "0001234567   E / " + long100.left(76) + sp(10) + "d" };
     const QByteArray errorFile
-        = crlf(errorHeader("a", false) + errors + QStringList { "", "Total No. of Errors: 2" });
-    const QByteArray warningFile = crlf(warningHeader("a", false)
+        = crlf(header("Error", "a", false) + errors + QStringList { "", "Total No. of Errors: 2" });
+    const QByteArray warningFile = crlf(header("Warning", "a", false)
         + QStringList { "0000000005   W / Check this" + sp(76) + "a...b", "", "Total No. of Warnings: 1" });
     EXPECT_EQ(report("a.ERR"), errorFile);
     EXPECT_EQ(report("a.WRN"), warningFile);
-    EXPECT_EQ(report("error.edt"), crlf(errorHeader("a", false) + errors));
+    EXPECT_EQ(report("error.edt"), crlf(header("Error", "a", false) + errors));
     EXPECT_EQ(output("a.ERR"), errorFile);
     EXPECT_EQ(output("a.WRN"), warningFile);
     EXPECT_FALSE(exists(state.outputFolder + "a.xml")) << "an input with errors does not pass on";
@@ -132,7 +127,7 @@ TEST_F(ReportRun, SingleFileWithKv7LogInBothColumnModes)
 
         EXPECT_EQ(report("b.LOG"), crlf(row.logLines));
         EXPECT_EQ(report("b.WRN"),
-            crlf(warningHeader("b", row.columnMode) + row.warnings
+            crlf(header("Warning", "b", row.columnMode) + row.warnings
                 + QStringList { "", "Total No. of Warnings: 2" }));
         EXPECT_EQ(report("b.ERR"), QByteArray()) << "a file without errors leaves an empty report";
         EXPECT_TRUE(exists(state.reportFolder + "b.ERR"));
@@ -255,7 +250,7 @@ TEST_F(ReportRun, BatchInColumnModeCollectsColumnEntries)
     EXPECT_EQ(report("error.edt"), crlf({ a, b }));
     EXPECT_EQ(TempDir::read(otherFolder + "error.edt"), crlf({ entry("b.xml") }));
     EXPECT_EQ(
-        report("c.ERR"), crlf(errorHeader("c", true) + QStringList { b, "", "Total No. of Errors: 1" }));
+        report("c.ERR"), crlf(header("Error", "c", true) + QStringList { b, "", "Total No. of Errors: 1" }));
     EXPECT_TRUE(
         report(state.programName + "_ErrView.LOG")
             .contains(crlf({ "Line No - Column No" + sp(3) + "Error Message" + sp(47) + "Data Content",

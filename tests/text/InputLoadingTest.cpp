@@ -5,6 +5,7 @@
 #include "text/Encoding.h"
 
 #include <QFile>
+#include <QStringEncoder>
 #include <gtest/gtest.h>
 
 namespace {
@@ -121,14 +122,9 @@ TEST_F(InputLoading, LoneLineFeedsAreReadAsCarriageReturnLineFeed)
 TEST_F(InputLoading, Utf16WithByteOrderMarkIsDecodedWhateverTheMode)
 {
     const QString text = QString("<p>caf") + QChar(0xE9) + "</p>\r\n" + QChar(0x20AC);
-    QByteArray little = "\xFF\xFE";
-    QByteArray big = "\xFE\xFF";
-    for (const QChar c : text) {
-        little += char(c.unicode() & 0xFF);
-        little += char(c.unicode() >> 8);
-        big += char(c.unicode() >> 8);
-        big += char(c.unicode() & 0xFF);
-    }
+    const QByteArray little
+        = QStringEncoder(QStringConverter::Utf16LE, QStringConverter::Flag::WriteBom)(text);
+    const QByteArray big = QStringEncoder(QStringConverter::Utf16BE, QStringConverter::Flag::WriteBom)(text);
     for (const bool utf8 : { false, true }) {
         EXPECT_EQ(LoadInputText(ui, dir.write("le.sgm", little), utf8), text);
         EXPECT_EQ(LoadInputText(ui, dir.write("be.sgm", big), utf8), text);

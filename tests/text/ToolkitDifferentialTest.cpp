@@ -12,39 +12,9 @@ namespace {
 // brackets, quotes, blanks, line ends, and real tags of a few shapes.
 QString RandomTaggedText(std::mt19937& rng)
 {
-    static const QStringList pieces = {
-        "<",
-        ">",
-        "/",
-        "\"",
-        " ",
-        "\r\n",
-        "a",
-        "b",
-        "x",
-        "A",
-        "<a>",
-        "</a>",
-        "<b x=\"1\">",
-        "</b>",
-        "<a/>",
-        "<a ",
-        "<A>",
-        "</A>",
-        "<<",
-        "< a>",
-        "<>",
-        "<a;k>",
-        "</a >",
-        "\"<b>\"",
-        "<b y=\">\">",
-        "</>",
-        "<c",
-        "c>",
-        "=\"",
-        "<a x=\"",
-        "aa",
-    };
+    static const QStringList pieces = { "<", ">", "/", "\"", " ", "\r\n", "a", "b", "x", "A", "<a>", "</a>",
+        "<b x=\"1\">", "</b>", "<a/>", "<a ", "<A>", "</A>", "<<", "< a>", "<>", "<a;k>", "</a >", "\"<b>\"",
+        "<b y=\">\">", "</>", "<c", "c>", "=\"", "<a x=\"", "aa" };
     std::uniform_int_distribution<int> length(0, 24);
     std::uniform_int_distribution<int> pick(0, int(pieces.size()) - 1);
     QString text;
