@@ -239,8 +239,9 @@ TEST_F(ReportRun, BatchInColumnModeCollectsColumnEntries)
         OpenReports(state);
         WriteErrorEntry(state, 7, "Bad tag", names[i], 12);
         CloseReports(state);
-        if (i == 0)
+        if (i == 0) {
             EXPECT_EQ(report("error.edt"), crlf({ entry("a.xml") }));
+        }
     }
     state.reportFolder = folders[0];
     CloseProgramLogs(state);

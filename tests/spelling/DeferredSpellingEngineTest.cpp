@@ -11,6 +11,17 @@
 
 namespace {
 
+// Knows one word and records nothing, so several threads may ask it at once
+// (the shared fake records every question, which only one thread may do).
+class OneWordEngine final : public FakeSpellingEngine {
+public:
+    OneWordEngine()
+        : FakeSpellingEngine({ "word" }, { { "wrod", { "word", "ward" } } })
+    {
+    }
+    int CheckString(const QString& text) override { return text == u"word" ? kNoMisspelling : 0; }
+};
+
 // The engine is made while the caller goes on, is made once, and answers
 // the questions of every thread that asks, all of them waiting for it.
 TEST(DeferredSpellingEngine, LoadsWhileTheRunGoesOnAndAnswersEveryThread)
@@ -20,8 +31,7 @@ TEST(DeferredSpellingEngine, LoadsWhileTheRunGoesOnAndAnswersEveryThread)
     DeferredSpellingEngine engine([&] {
         released.wait();
         ++made;
-        return std::make_unique<FakeSpellingEngine>(
-            QSet<QString> { "word" }, QHash<QString, QStringList> { { "wrod", { "word", "ward" } } });
+        return std::make_unique<OneWordEngine>();
     });
     // Still loading: the constructor did not wait for the factory.
     EXPECT_EQ(made.load(), 0);
