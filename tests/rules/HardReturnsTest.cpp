@@ -129,6 +129,7 @@ TEST(NOHRT, LineBreaksAndMarkersInsideListedElements)
             { "<sec id=\"s\"><title>A\r\nB", {} }, // never closed
             // A marker inside an element listed inside itself.
             { "<title>A<HRT/>B</title>", { "1:9 E <HRT/> within <title> | <HRT/>B</title>" } },
+            { "<sec id=\"s\">A<HRT/>B</sec>", {} },
             { "<title>A<HRT>B</HRT></title>", {} },
             { "<sec id=\"s\"><title>A<HRT/>\r\nB</title></sec>",
                 { "1:13 E Hard Return within <title> | <title>A<HRT/>",

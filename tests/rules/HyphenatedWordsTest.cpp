@@ -69,6 +69,7 @@ TEST(HYPHENATEDWORDCHECK, ReportsLineEndHyphenationsByWhatTheEngineSays)
         // Neither is: always a warning, with suggestions when there are any.
         { "<p>colour-\r\nfree</p>",
             { "1:1 W Hyphenated word: colour-free Suggested Words: color-free, colourfree | <p>colour-" } },
+        { "<p>qzx-\r\nvbn</p>", { "1:1 W Hyphenated word: qzx-vbn found in <p> | <p>qzx-" } },
         // A nested element is not read as part of its parent (the dispatcher
         // runs the check for it on its own); letters outside A to Z end a word.
         { "<p>see <i>inter-\r\nnational</i></p>",
