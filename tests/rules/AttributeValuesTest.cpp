@@ -4,35 +4,45 @@
 
 #include <gtest/gtest.h>
 
-TEST(NOLEADZERO, ReportsEveryFaultyRow)
+namespace {
+
+struct Case {
+    QByteArray input;
+    QStringList expected;
+};
+
+void expectCases(
+    const QByteArray& routine, SupportFile file, const QByteArray& table, const QList<Case>& cases)
 {
-    struct Case {
-        QByteArray input;
-        QStringList expected;
-    };
-    const QString message = "Value of attribute contains leading zero: ";
-    const QList<Case> cases = {
-        { R"(<page number="007">)", { "1:1 E " + message + R"(number=007 | <page number="007">)" } },
-        { R"(<page number="0"/>)", { "1:1 E " + message + R"(number=0 | <page number="0"/>)" } },
-        { R"(x <page number=" 12- 05 ">)",
-            { "1:3 E " + message + R"(number=12- 05 | <page number=" 12- 05 ">)" } },
-        { R"(<page number="12.05">)", {} },
-        { R"(<page number="10" start="10">)",
-            { "1:1 E " + message + R"(start=10 | <page number="10" start="10">)" } },
-        { R"(<page number="01" start="0">)",
-            { "1:1 E " + message + R"(number=01 | <page number="01" start="0">)",
-                "1:1 E " + message + R"(start=0 | <page number="01" start="0">)" } },
-        { R"(<Page number="007">)", {} },
-        { R"(</page number="01"><page number="1">)", {} },
-    };
     for (const Case& c : cases) {
-        RuleFixture fixture("N/A | NOLEADZERO | e\r\n");
-        ASSERT_TRUE(fixture.loadTable(SupportFile::NoLeadZeroTbl,
-            "Tag | Attribute | Delimiters\r\n"
-            "page | number | - #& ,\r\n"
-            "page | start | #&-\r\n")); // an empty first slot: any later 0 counts
+        RuleFixture fixture(routine);
+        ASSERT_TRUE(fixture.loadTable(file, table));
         EXPECT_EQ(fixture.run(c.input), c.expected) << c.input.constData();
     }
+}
+
+} // namespace
+
+TEST(NOLEADZERO, ReportsEveryFaultyRow)
+{
+    const QString message = "Value of attribute contains leading zero: ";
+    expectCases("N/A | NOLEADZERO | e\r\n", SupportFile::NoLeadZeroTbl,
+        "Tag | Attribute | Delimiters\r\n"
+        "page | number | - #& ,\r\n"
+        "page | start | #&-\r\n", // an empty first slot: any later 0 counts
+        {
+            { R"(<page number="007">)", { "1:1 E " + message + R"(number=007 | <page number="007">)" } },
+            { R"(<page number="0"/>)", { "1:1 E " + message + R"(number=0 | <page number="0"/>)" } },
+            { R"(x <page number=" 12- 05 ">)",
+                { "1:3 E " + message + R"(number=12- 05 | <page number=" 12- 05 ">)" } },
+            { R"(<page number="12.05">)", {} },
+            { R"(<page number="10" start="10">)",
+                { "1:1 E " + message + R"(start=10 | <page number="10" start="10">)" } },
+            { R"(<page number="01" start="0">)",
+                { "1:1 E " + message + R"(number=01 | <page number="01" start="0">)",
+                    "1:1 E " + message + R"(start=0 | <page number="01" start="0">)" } },
+            { R"(<Page number="007">)", {} },
+        });
 }
 
 TEST(NOLEADZERO, PassesOverEndTagsAndUsesTheDeclaredSeverity)
@@ -47,30 +57,20 @@ TEST(NOLEADZERO, PassesOverEndTagsAndUsesTheDeclaredSeverity)
 
 TEST(ATTRIBUNCONENTITY, TakesTheKindFromTheRowMarker)
 {
-    struct Case {
-        QByteArray input;
-        QStringList expected;
-    };
-    const QList<Case> cases = {
-        { R"(<fig alt="A &amp; B">)",
-            { R"(1:1 E Bad entity in <fig alt="A &amp; B"> | <fig alt="A &amp; B">)" } },
-        { R"(<fig title="x&#x2013;y">)",
-            { R"(1:1 W Numeric entity in <fig title="x&#x2013;y"> | <fig title="x&#x2013;y">)" } },
-        { R"(<fig alt="A &AMP; B">)", {} }, // the search respects letter case
-        { R"(<fig label="1"/>)", { R"(1:1 W Any label in <fig label="1"/> | <fig label="1"/>)" } },
-        { R"(<figure alt="&amp;">)", {} },
-        { R"(<fig alt="&amp;"></fig>)",
-            { R"(1:1 E Bad entity in <fig alt="&amp;"> | <fig alt="&amp;"></fig>)" } },
-    };
-    for (const Case& c : cases) {
-        RuleFixture fixture("N/A | ATTRIBUNCONENTITY | W\r\n");
-        ASSERT_TRUE(fixture.loadTable(SupportFile::AttribUnconTbl,
-            "Tag | Attribute | Search | Message\r\n"
-            "fig | alt | &amp; | e / Bad entity\r\n"
-            "fig | title | &# | W / Numeric entity\r\n"
-            "fig | label |  | x:/Any label\r\n"));
-        EXPECT_EQ(fixture.run(c.input), c.expected) << c.input.constData();
-    }
+    expectCases("N/A | ATTRIBUNCONENTITY | W\r\n", SupportFile::AttribUnconTbl,
+        "Tag | Attribute | Search | Message\r\n"
+        "fig | alt | &amp; | e / Bad entity\r\n"
+        "fig | title | &# | W / Numeric entity\r\n"
+        "fig | label |  | x:/Any label\r\n",
+        {
+            { R"(<fig alt="A &amp; B">)",
+                { R"(1:1 E Bad entity in <fig alt="A &amp; B"> | <fig alt="A &amp; B">)" } },
+            { R"(<fig title="x&#x2013;y">)",
+                { R"(1:1 W Numeric entity in <fig title="x&#x2013;y"> | <fig title="x&#x2013;y">)" } },
+            { R"(<fig alt="A &AMP; B">)", {} }, // the search respects letter case
+            { R"(<fig label="1"/>)", { R"(1:1 W Any label in <fig label="1"/> | <fig label="1"/>)" } },
+            { R"(<figure alt="&amp;">)", {} },
+        });
 }
 
 TEST(RangeAttributes, AreMirrorImagesButNotSymmetric)

@@ -1,5 +1,6 @@
 #include "rules/Footnotes.h"
 
+#include "rules/LiteralConversion.h"
 #include "support/RuleFixture.h"
 
 #include <gtest/gtest.h>
@@ -14,8 +15,6 @@ TEST(UNDELFNREF, ReportsAReferenceLeftInTheFirstTwoWords)
     const QList<Row> rows = {
         { R"~(<p><fn fnref="12">12 Note.</fn>)~",
             { R"~(1:4 E fnref value found in the first two words | <fn fnref="12">12 Note.</fn>)~" } },
-        { R"~(<fn fnref="3">Note 3: see</fn>)~",
-            { R"~(1:1 E fnref value found in the first two words | <fn fnref="3">Note 3: see</fn>)~" } },
         { R"~(<fn fnref="1"/>1 x)~", {} },
         { R"~(<fn>1 x</fn>)~", {} },
         { "<fn fnref=\"7\">\r\n7 spans lines</fn>",
@@ -27,38 +26,14 @@ TEST(UNDELFNREF, ReportsAReferenceLeftInTheFirstTwoWords)
     }
 }
 
-TEST(UNDELFNREF, UsesTheDeclaredSeverity)
-{
-    RuleFixture fixture("<fn> | UNDELFNREF | W\r\n");
-    EXPECT_EQ(fixture.run(R"~(<fn fnref="1">1 x</fn>)~"),
-        QStringList { R"~(1:1 W fnref value found in the first two words | <fn fnref="1">1 x</fn>)~" });
-}
-
 namespace {
-
-// The plain reading: replace the tag text found, everywhere, and search on.
-QString literalTagsAsSeparators(QString content)
-{
-    qsizetype from = 0;
-    for (;;) {
-        const qsizetype open = content.indexOf(QLatin1Char('<'), from);
-        if (open < 0)
-            break;
-        const qsizetype close = content.indexOf(QLatin1Char('>'), open);
-        if (close < 0)
-            break;
-        content.replace(content.mid(open, close - open + 1), QStringLiteral("-"));
-        from = open;
-    }
-    return content;
-}
 
 // The plain reading of the word test over the whole separated text.
 bool literalMarkInFirstTwoWords(const QString& content, const QString& upperReference)
 {
     QString word;
     int compared = 0;
-    for (const QChar c : literalTagsAsSeparators(content)) {
+    for (const QChar c : Literal::DashTags(content)) {
         const QChar upper = c.toUpper();
         if ((upper >= u'A' && upper <= u'Z') || (upper >= u'0' && upper <= u'9')) {
             word += upper;
@@ -107,6 +82,6 @@ TEST(UNDELFNREF, TagSeparatorsMatchThePlainReplacement)
         QString text;
         for (int n = length(rng); n > 0; --n)
             text += pieces[pick(rng)];
-        ASSERT_EQ(TagsAsSeparators(text), literalTagsAsSeparators(text)) << qPrintable(text);
+        ASSERT_EQ(TagsAsSeparators(text), Literal::DashTags(text)) << qPrintable(text);
     }
 }

@@ -26,6 +26,16 @@ const QByteArray kWithHrtTable = "Tag | Position | Severity\r\n"
                                  "<br/> | S | W\r\n"
                                  "<hr/> | X | E\r\n";
 
+void expectCases(
+    const QByteArray& routine, SupportFile file, const QByteArray& table, const QList<Case>& cases)
+{
+    for (const Case& c : cases) {
+        RuleFixture fixture(routine);
+        ASSERT_TRUE(fixture.loadTable(file, table));
+        EXPECT_EQ(fixture.run(c.input), c.expected) << c.input.constData();
+    }
+}
+
 QStringList runMultiHrt(
     const QString& checkSwitch, const QString& option, int maxCount, const QByteArray& input)
 {
@@ -84,75 +94,60 @@ TEST(CheckMultipleHardReturns, AgreesWithRewritingMarkersOnRandomTexts)
 
 TEST(WITHHRT, ReportsMissingHardReturnsAroundTags)
 {
-    const QList<Case> cases = {
-        { "<fig id=\"x\">t</fig>", {} },
-        { "a<fig id=\"x\">t</fig>b",
-            { "1:2 E Hard Return not found before <fig id=\"x\"> | <fig id=\"x\">t</fig>b",
-                "1:15 W Hard Return not found after </fig> | </fig>b" } },
-        { "a<HRT/><fig id=\"x\">t</fig><hrt />b", {} },
-        { "</fig>x", { "1:1 W Hard Return not found after </fig> | </fig>x" } },
-        { "<fig id=\"y\">a</fig>", {} }, // another tag text, another row
-        { "a<fig id=\"x\"/>", {} }, // an empty tag is not the start tag's row
-        { "a<br/>b",
-            { "1:2 E Hard Return not found before & after <br/> | <br/>b",
-                "1:2 W Hard Return not found before <br/> | <br/>b" } },
-        { "<br/>b", { "1:1 E Hard Return not found after <br/> | <br/>b" } },
-        { "a<br/>",
-            { "1:2 E Hard Return not found before <br/> | <br/>",
-                "1:2 W Hard Return not found before <br/> | <br/>" } },
-        { "a<hr/>b", {} }, // an unknown position code asks for nothing
-        { "line one\r\nxy <br/><HRT/>",
-            { "2:4 E Hard Return not found before <br/> | <br/><HRT/>",
-                "2:4 W Hard Return not found before <br/> | <br/><HRT/>" } },
-    };
-    for (const Case& c : cases) {
-        RuleFixture fixture("N/A | WITHHRT | N/A\r\n");
-        ASSERT_TRUE(fixture.loadTable(SupportFile::WithHRTDeclTbl, kWithHrtTable));
-        EXPECT_EQ(fixture.run(c.input), c.expected) << c.input.constData();
-    }
+    expectCases("N/A | WITHHRT | N/A\r\n", SupportFile::WithHRTDeclTbl, kWithHrtTable,
+        {
+            { "<fig id=\"x\">t</fig>", {} },
+            { "a<fig id=\"x\">t</fig>b",
+                { "1:2 E Hard Return not found before <fig id=\"x\"> | <fig id=\"x\">t</fig>b",
+                    "1:15 W Hard Return not found after </fig> | </fig>b" } },
+            { "a<HRT/><fig id=\"x\">t</fig><hrt />b", {} },
+            { "<fig id=\"y\">a</fig>", {} }, // another tag text, another row
+            { "a<fig id=\"x\"/>", {} }, // an empty tag is not the start tag's row
+            { "a<br/>b",
+                { "1:2 E Hard Return not found before & after <br/> | <br/>b",
+                    "1:2 W Hard Return not found before <br/> | <br/>b" } },
+            { "<br/>b", { "1:1 E Hard Return not found after <br/> | <br/>b" } },
+            { "a<hr/>b", {} }, // an unknown position code asks for nothing
+            { "line one\r\nxy <br/><HRT/>",
+                { "2:4 E Hard Return not found before <br/> | <br/><HRT/>",
+                    "2:4 W Hard Return not found before <br/> | <br/><HRT/>" } },
+        });
 }
 
 TEST(NOHRT, LineBreaksAndMarkersInsideListedElements)
 {
-    const QList<Case> cases = {
-        { "<sec id=\"s\"><title>A\r\nB</title></sec>", { "1:13 E Hard Return within <title> | <title>A" } },
-        { "<sec id=\"s\"><p>A\r\n</p></sec>", { "1:13 W Hard Return within <p> | <p>A" } },
-        { "<sec id=\"s\">\r\n  <title><i>A\r\n</i></title></sec>",
-            { "2:3 E Hard Return within <title> | <title><i>A" } },
-        // Only the first group of an enclosing element counts.
-        { "<sec id=\"s\"><label>A\r\nB</label></sec>", {} },
-        { "<fig><title>A\r\nB</title></fig>", {} },
-        { "<title>A\r\nB</title>", {} }, // inside no element at all
-        { "<sec id=\"s\"><title>A\r\nB", {} }, // never closed
-        // A marker inside an element listed inside itself.
-        { "<title>A<HRT/>B</title>", { "1:9 E <HRT/> within <title> | <HRT/>B</title>" } },
-        { "<sec id=\"s\">A<HRT/>B</sec>", {} },
-        { "<title>A<HRT>B</HRT></title>", {} },
-        { "<sec id=\"s\"><title>A<HRT/>\r\nB</title></sec>",
-            { "1:13 E Hard Return within <title> | <title>A<HRT/>",
-                "1:21 E <HRT/> within <title> | <HRT/>" } },
-    };
-    for (const Case& c : cases) {
-        RuleFixture fixture("N/A | NOHRT | N/A\r\n");
-        ASSERT_TRUE(fixture.loadTable(SupportFile::NoHRTDeclTbl, kNoHrtTable));
-        EXPECT_EQ(fixture.run(c.input), c.expected) << c.input.constData();
-    }
+    expectCases("N/A | NOHRT | N/A\r\n", SupportFile::NoHRTDeclTbl, kNoHrtTable,
+        {
+            { "<sec id=\"s\"><title>A\r\nB</title></sec>",
+                { "1:13 E Hard Return within <title> | <title>A" } },
+            { "<sec id=\"s\">\r\n  <title><i>A\r\n</i></title></sec>",
+                { "2:3 E Hard Return within <title> | <title><i>A" } },
+            // Only the first group of an enclosing element counts.
+            { "<sec id=\"s\"><label>A\r\nB</label></sec>", {} },
+            { "<fig><title>A\r\nB</title></fig>", {} },
+            { "<title>A\r\nB</title>", {} }, // inside no element at all
+            { "<sec id=\"s\"><title>A\r\nB", {} }, // never closed
+            // A marker inside an element listed inside itself.
+            { "<title>A<HRT/>B</title>", { "1:9 E <HRT/> within <title> | <HRT/>B</title>" } },
+            { "<sec id=\"s\">A<HRT/>B</sec>", {} },
+            { "<title>A<HRT>B</HRT></title>", {} },
+            { "<sec id=\"s\"><title>A<HRT/>\r\nB</title></sec>",
+                { "1:13 E Hard Return within <title> | <title>A<HRT/>",
+                    "1:21 E <HRT/> within <title> | <HRT/>" } },
+        });
 }
 
 TEST(NOHRT, MarkerStepNeedsTheParameterElementOpen)
 {
-    const QList<Case> cases = {
-        { "<sec id=\"s\"><title>A<HRT/></title></sec>",
-            { "1:21 E <HRT/> within <title> | <HRT/></title></sec>" } },
-        { "<title>A<HRT/></title>", {} },
-        { "<SEC><title>A<HRT/></title></SEC>", { "1:14 E <HRT/> within <title> | <HRT/></title></SEC>" } },
-    };
-    for (const Case& c : cases) {
-        // The parameter arrives upper-cased; the element is found whatever its case.
-        RuleFixture fixture("N/A | NOHRT | sec\r\n");
-        ASSERT_TRUE(fixture.loadTable(SupportFile::NoHRTDeclTbl, kNoHrtTable));
-        EXPECT_EQ(fixture.run(c.input), c.expected) << c.input.constData();
-    }
+    // The parameter arrives upper-cased; the element is found whatever its case.
+    expectCases("N/A | NOHRT | sec\r\n", SupportFile::NoHRTDeclTbl, kNoHrtTable,
+        {
+            { "<sec id=\"s\"><title>A<HRT/></title></sec>",
+                { "1:21 E <HRT/> within <title> | <HRT/></title></sec>" } },
+            { "<title>A<HRT/></title>", {} },
+            { "<SEC><title>A<HRT/></title></SEC>",
+                { "1:14 E <HRT/> within <title> | <HRT/></title></SEC>" } },
+        });
 }
 
 TEST(NOHRT, NestedElementsOfOneNameFindTheirOwnEnd)

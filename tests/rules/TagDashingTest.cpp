@@ -38,19 +38,6 @@ QString randomTagText(std::mt19937& random, int pieces)
 
 } // namespace
 
-TEST(TagDashing, KnownTexts)
-{
-    const QList<std::pair<QString, QString>> cases = {
-        { "see <i>Table</i> 4", "see -Table- 4" }, { "a<b>c<b>d", "a-c-d" },
-        { "x < y <c> <c>", "x - -" }, // the stray "<" takes the first ">"
-        { "<x>a<y <x>b", "-a<y -b" }, // "<x>" was replaced everywhere before "<y" was reached
-    };
-    for (const auto& [text, dashed] : cases) {
-        EXPECT_EQ(Literal::DashTags(text), dashed) << text.toStdString();
-        EXPECT_EQ(DashTags(text), dashed) << text.toStdString();
-    }
-}
-
 TEST(TagDashing, SameAsReplacingEveryOccurrence)
 {
     std::mt19937 random(12);

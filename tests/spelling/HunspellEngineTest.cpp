@@ -20,17 +20,6 @@ void writeDictionary(const TempDir& dir, const QString& folderAndName, const QBy
     dir.write(folderAndName + ".dic", dic);
 }
 
-struct Engine {
-    explicit Engine(const TempDir& dir, const QString& files)
-    {
-        engine.SetMainLexPath(dir.path() + "main/");
-        engine.SetUserLexPath(dir.path() + "user/");
-        engine.SetUserLexFiles(files);
-        engine.SetOption(0x200000, 1);
-    }
-    HunspellEngine engine;
-};
-
 class HunspellEngineTest : public ::testing::Test {
 protected:
     HunspellEngineTest()
@@ -40,14 +29,23 @@ protected:
         writeDictionary(
             dir, "main/en", "UTF-8", { "international", "national", "well", "known", "cat", "cap" });
     }
+    HunspellEngine& open(const QString& files)
+    {
+        engine.SetMainLexPath(dir.path() + "main/");
+        engine.SetUserLexPath(dir.path() + "user/");
+        engine.SetUserLexFiles(files);
+        engine.SetOption(0x200000, 1);
+        return engine;
+    }
     TempDir dir;
+    HunspellEngine engine;
 };
 
 } // namespace
 
 TEST_F(HunspellEngineTest, ChecksTextsWithTheDictionary)
 {
-    Engine e(dir, "en.dic");
+    HunspellEngine& e = open("en.dic");
     struct Row {
         QString text;
         int expected;
@@ -55,24 +53,22 @@ TEST_F(HunspellEngineTest, ChecksTextsWithTheDictionary)
     const QList<Row> rows = {
         { "international", kClean }, { "internationl", 1 }, { "", kClean },
         { "well-known", kClean }, // split at the hyphen by Hunspell's own break rules
-        { "well-knwn", 1 }, { "Quorvane", 1 }, { u"caf\u00e9"_qs, 1 },
+        { "well-knwn", 1 }, { u"caf\u00e9"_qs, 1 },
         { QString(QChar(0xD800)), 1 }, // a lone surrogate cannot be encoded
     };
     for (const Row& row : rows)
-        EXPECT_EQ(e.engine.CheckString(row.text) == kClean, row.expected == kClean) << row.text.toStdString();
-    EXPECT_EQ(e.engine.CheckString("international"), kClean);
-    EXPECT_NE(e.engine.CheckString("internationl"), kClean);
+        EXPECT_EQ(e.CheckString(row.text) == kClean, row.expected == kClean) << row.text.toStdString();
 }
 
 TEST_F(HunspellEngineTest, SuggestsAtMostTheCountAskedFor)
 {
-    Engine e(dir, "en.dic");
-    EXPECT_EQ(e.engine.Suggest("internationl", 35, 2).value(0), "international");
-    const QStringList near = e.engine.Suggest("cak", 35, 2);
+    HunspellEngine& e = open("en.dic");
+    EXPECT_EQ(e.Suggest("internationl", 35, 2).value(0), "international");
+    const QStringList near = e.Suggest("cak", 35, 2);
     EXPECT_EQ(near.size(), 2);
     EXPECT_TRUE(near.contains("cat") && near.contains("cap"));
-    EXPECT_EQ(e.engine.Suggest("cak", 35, 1).size(), 1);
-    EXPECT_TRUE(e.engine.Suggest(QString(QChar(0xD800)), 35, 2).isEmpty());
+    EXPECT_EQ(e.Suggest("cak", 35, 1).size(), 1);
+    EXPECT_TRUE(e.Suggest(QString(QChar(0xD800)), 35, 2).isEmpty());
 }
 
 TEST_F(HunspellEngineTest, AddsWordListsAndFurtherDictionaries)
@@ -81,10 +77,10 @@ TEST_F(HunspellEngineTest, AddsWordListsAndFurtherDictionaries)
     writeDictionary(dir, "main/extra", "UTF-8", { "bentonite" });
     // A ".dic" without its ".aff" is a word list like any other file.
     dir.write("main/names.dic", "Okafor\n");
-    Engine e(dir, "project.txt, en.dic, extra.dic,names.dic,");
+    HunspellEngine& e = open("project.txt, en.dic, extra.dic,names.dic,");
     for (const QString& word : QStringList {
              "international", "Quorvane", "hydrotest", u"t\u00e9l\u00e9metry"_qs, "bentonite", "Okafor" })
-        EXPECT_EQ(e.engine.CheckString(word), kClean) << word.toStdString();
+        EXPECT_EQ(e.CheckString(word), kClean) << word.toStdString();
 }
 
 TEST_F(HunspellEngineTest, LooksInTheUserFolderBeforeTheMainFolder)
@@ -92,26 +88,26 @@ TEST_F(HunspellEngineTest, LooksInTheUserFolderBeforeTheMainFolder)
     writeDictionary(dir, "user/en", "UTF-8", { "bentonite" });
     dir.write("user/project.txt", "Quorvane\n");
     dir.write("main/project.txt", "Okafor\n");
-    Engine e(dir, "en.dic,project.txt");
-    EXPECT_EQ(e.engine.CheckString("bentonite"), kClean);
-    EXPECT_NE(e.engine.CheckString("international"), kClean);
-    EXPECT_EQ(e.engine.CheckString("Quorvane"), kClean);
-    EXPECT_NE(e.engine.CheckString("Okafor"), kClean);
-    EXPECT_EQ(e.engine.LexiconFilePath("en.dic"), dir.path() + "user/en.dic");
-    EXPECT_EQ(e.engine.LexiconFilePath("other.txt"), dir.path() + "main/other.txt");
+    HunspellEngine& e = open("en.dic,project.txt");
+    EXPECT_EQ(e.CheckString("bentonite"), kClean);
+    EXPECT_NE(e.CheckString("international"), kClean);
+    EXPECT_EQ(e.CheckString("Quorvane"), kClean);
+    EXPECT_NE(e.CheckString("Okafor"), kClean);
+    EXPECT_EQ(e.LexiconFilePath("en.dic"), dir.path() + "user/en.dic");
+    EXPECT_EQ(e.LexiconFilePath("other.txt"), dir.path() + "main/other.txt");
 }
 
 TEST_F(HunspellEngineTest, SpeaksTheDictionarysOwnEncoding)
 {
     writeDictionary(dir, "main/fr", "ISO8859-1", { "caf\xE9", "na\xEFve" });
     dir.write("main/words.txt", "d\xC3\xA9j\xC3\xA0\n"); // a UTF-8 word list for a Latin-1 dictionary
-    Engine e(dir, "fr.dic,words.txt");
-    EXPECT_EQ(e.engine.CheckString(u"caf\u00e9"_qs), kClean);
-    EXPECT_EQ(e.engine.CheckString(u"d\u00e9j\u00e0"_qs), kClean);
-    EXPECT_EQ(e.engine.Suggest("cafe", 35, 2), QStringList { u"caf\u00e9"_qs });
+    HunspellEngine& e = open("fr.dic,words.txt");
+    EXPECT_EQ(e.CheckString(u"caf\u00e9"_qs), kClean);
+    EXPECT_EQ(e.CheckString(u"d\u00e9j\u00e0"_qs), kClean);
+    EXPECT_EQ(e.Suggest("cafe", 35, 2), QStringList { u"caf\u00e9"_qs });
     // Not representable in Latin-1: misspelt, and nothing to suggest.
-    EXPECT_NE(e.engine.CheckString(u"caf\u00e9\u65e5"_qs), kClean);
-    EXPECT_TRUE(e.engine.Suggest(u"caf\u00e9\u65e5"_qs, 35, 2).isEmpty());
+    EXPECT_NE(e.CheckString(u"caf\u00e9\u65e5"_qs), kClean);
+    EXPECT_TRUE(e.Suggest(u"caf\u00e9\u65e5"_qs, 35, 2).isEmpty());
 }
 
 TEST_F(HunspellEngineTest, OtherEncodingsGoThroughIconv)
@@ -119,18 +115,18 @@ TEST_F(HunspellEngineTest, OtherEncodingsGoThroughIconv)
     writeDictionary(dir, "main/pl", "ISO8859-2",
         { "\xB3\xF3"
           "d\xBC" });
-    Engine e(dir, "pl.dic");
-    EXPECT_EQ(e.engine.CheckString(u"\u0142\u00f3d\u017a"_qs), kClean);
-    EXPECT_EQ(e.engine.Suggest(u"\u0142\u00f3dz"_qs, 35, 2).value(0), u"\u0142\u00f3d\u017a"_qs);
-    EXPECT_NE(e.engine.CheckString(u"\u0142\u65e5"_qs), kClean);
+    HunspellEngine& e = open("pl.dic");
+    EXPECT_EQ(e.CheckString(u"\u0142\u00f3d\u017a"_qs), kClean);
+    EXPECT_EQ(e.Suggest(u"\u0142\u00f3dz"_qs, 35, 2).value(0), u"\u0142\u00f3d\u017a"_qs);
+    EXPECT_NE(e.CheckString(u"\u0142\u65e5"_qs), kClean);
 }
 
 TEST_F(HunspellEngineTest, WithoutADictionaryOnlyWordListWordsAreKnown)
 {
     dir.write("main/project.txt", "Quorvane\n");
-    Engine e(dir, "project.txt, missing.dic");
-    EXPECT_EQ(e.engine.CheckString("Quorvane"), kClean);
-    EXPECT_NE(e.engine.CheckString("international"), kClean);
-    EXPECT_EQ(e.engine.CheckString(""), kClean);
-    EXPECT_TRUE(e.engine.Suggest("Quorvan", 35, 2).isEmpty());
+    HunspellEngine& e = open("project.txt, missing.dic");
+    EXPECT_EQ(e.CheckString("Quorvane"), kClean);
+    EXPECT_NE(e.CheckString("international"), kClean);
+    EXPECT_EQ(e.CheckString(""), kClean);
+    EXPECT_TRUE(e.Suggest("Quorvan", 35, 2).isEmpty());
 }
