@@ -6,27 +6,14 @@
 
 namespace {
 
-struct Case {
-    QByteArray input;
-    QStringList expected;
-};
-
-void expectCases(
-    const QByteArray& routine, SupportFile file, const QByteArray& table, const QList<Case>& cases)
-{
-    for (const Case& c : cases) {
-        RuleFixture fixture(routine);
-        ASSERT_TRUE(fixture.loadTable(file, table));
-        EXPECT_EQ(fixture.run(c.input), c.expected) << c.input.constData();
-    }
-}
+using Case = RuleCase;
 
 } // namespace
 
 TEST(NOLEADZERO, ReportsEveryFaultyRow)
 {
     const QString message = "Value of attribute contains leading zero: ";
-    expectCases("N/A | NOLEADZERO | e\r\n", SupportFile::NoLeadZeroTbl,
+    ExpectRuleCases("N/A | NOLEADZERO | e\r\n", SupportFile::NoLeadZeroTbl,
         "Tag | Attribute | Delimiters\r\n"
         "page | number | - #& ,\r\n"
         "page | start | #&-\r\n", // an empty first slot: any later 0 counts
@@ -57,7 +44,7 @@ TEST(NOLEADZERO, PassesOverEndTagsAndUsesTheDeclaredSeverity)
 
 TEST(ATTRIBUNCONENTITY, TakesTheKindFromTheRowMarker)
 {
-    expectCases("N/A | ATTRIBUNCONENTITY | W\r\n", SupportFile::AttribUnconTbl,
+    ExpectRuleCases("N/A | ATTRIBUNCONENTITY | W\r\n", SupportFile::AttribUnconTbl,
         "Tag | Attribute | Search | Message\r\n"
         "fig | alt | &amp; | e / Bad entity\r\n"
         "fig | title | &# | W / Numeric entity\r\n"

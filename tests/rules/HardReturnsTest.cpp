@@ -7,10 +7,7 @@
 
 namespace {
 
-struct Case {
-    QByteArray input;
-    QStringList expected;
-};
+using Case = RuleCase;
 
 const QByteArray kNoHrtTable = "Enclosing element | Element | Severity\r\n"
                                "<sec id=\"s\"> | <title> | E\r\n"
@@ -25,16 +22,6 @@ const QByteArray kWithHrtTable = "Tag | Position | Severity\r\n"
                                  "<br/> | B | E\r\n"
                                  "<br/> | S | W\r\n"
                                  "<hr/> | X | E\r\n";
-
-void expectCases(
-    const QByteArray& routine, SupportFile file, const QByteArray& table, const QList<Case>& cases)
-{
-    for (const Case& c : cases) {
-        RuleFixture fixture(routine);
-        ASSERT_TRUE(fixture.loadTable(file, table));
-        EXPECT_EQ(fixture.run(c.input), c.expected) << c.input.constData();
-    }
-}
 
 QStringList runMultiHrt(
     const QString& checkSwitch, const QString& option, int maxCount, const QByteArray& input)
@@ -94,7 +81,7 @@ TEST(CheckMultipleHardReturns, AgreesWithRewritingMarkersOnRandomTexts)
 
 TEST(WITHHRT, ReportsMissingHardReturnsAroundTags)
 {
-    expectCases("N/A | WITHHRT | N/A\r\n", SupportFile::WithHRTDeclTbl, kWithHrtTable,
+    ExpectRuleCases("N/A | WITHHRT | N/A\r\n", SupportFile::WithHRTDeclTbl, kWithHrtTable,
         {
             { "<fig id=\"x\">t</fig>", {} },
             { "a<fig id=\"x\">t</fig>b",
@@ -116,7 +103,7 @@ TEST(WITHHRT, ReportsMissingHardReturnsAroundTags)
 
 TEST(NOHRT, LineBreaksAndMarkersInsideListedElements)
 {
-    expectCases("N/A | NOHRT | N/A\r\n", SupportFile::NoHRTDeclTbl, kNoHrtTable,
+    ExpectRuleCases("N/A | NOHRT | N/A\r\n", SupportFile::NoHRTDeclTbl, kNoHrtTable,
         {
             { "<sec id=\"s\"><title>A\r\nB</title></sec>",
                 { "1:13 E Hard Return within <title> | <title>A" } },
@@ -140,7 +127,7 @@ TEST(NOHRT, LineBreaksAndMarkersInsideListedElements)
 TEST(NOHRT, MarkerStepNeedsTheParameterElementOpen)
 {
     // The parameter arrives upper-cased; the element is found whatever its case.
-    expectCases("N/A | NOHRT | sec\r\n", SupportFile::NoHRTDeclTbl, kNoHrtTable,
+    ExpectRuleCases("N/A | NOHRT | sec\r\n", SupportFile::NoHRTDeclTbl, kNoHrtTable,
         {
             { "<sec id=\"s\"><title>A<HRT/></title></sec>",
                 { "1:21 E <HRT/> within <title> | <HRT/></title></sec>" } },

@@ -5,6 +5,9 @@
 #include "report/Reports.h"
 #include "rules/CharacterPatterns.h"
 #include "rules/RuleRegistry.h"
+#include "support/QtPrinters.h"
+
+#include <gtest/gtest.h>
 
 RuleFixture::RuleFixture(const QByteArray& routineRows, const QByteArray& specialCharRows)
 {
@@ -55,4 +58,14 @@ QByteArray RuleFixture::closeAndReadErrorReport()
 {
     CloseReports(state);
     return TempDir::read(state.report.errorReportPath);
+}
+
+void ExpectRuleCases(
+    const QByteArray& routine, SupportFile file, const QByteArray& table, const QList<RuleCase>& cases)
+{
+    for (const RuleCase& c : cases) {
+        RuleFixture fixture(routine);
+        ASSERT_TRUE(fixture.loadTable(file, table));
+        EXPECT_EQ(fixture.run(c.input), c.expected) << c.input.constData();
+    }
 }

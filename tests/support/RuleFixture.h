@@ -35,3 +35,13 @@ public:
     RecordingSink sink;
     TempDir dir;
 };
+
+// One input and the findings a rule reports for it.
+struct RuleCase {
+    QByteArray input;
+    QStringList expected;
+};
+
+// Runs the routine on each case with its table loaded afresh.
+void ExpectRuleCases(
+    const QByteArray& routine, SupportFile file, const QByteArray& table, const QList<RuleCase>& cases);
