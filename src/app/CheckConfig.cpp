@@ -72,35 +72,22 @@ void loadSet(RunState& state, TableSet& set)
     }
 }
 
-// The whole-file checks that have a switch run unless it says "FALSE".
-bool switchedOn(const TableSet& active, QLatin1StringView check)
-{
-    if (check == QLatin1StringView("CheckSpecialCharacters"))
-        return active.CheckSpecialChar.toUpper() != u"FALSE";
-    if (check == QLatin1StringView("CheckFileName"))
-        return active.CheckFilename.toUpper() != u"FALSE";
-    return true;
-}
-
 // The tables a run with this active set reads: its routine declaration table,
 // the tables of the routines that table declares, and those of the
 // whole-file checks that are switched on.
 void markUsed(const TableSet& active, QSet<QString>& used)
 {
     used.insert(canonical(active.file(SupportFile::RoutineDeclTbl)));
-    QSet<QString> declared;
     if (const auto* table = active.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl)) {
         for (const RoutineDeclRow& row : table->rows) {
-            for (const RoutineCall& call : row.routines)
-                declared.insert(call.upperName);
+            for (const RoutineCall& call : row.routines) {
+                if (call.rule->table)
+                    used.insert(canonical(active.file(*call.rule->table)));
+            }
         }
     }
-    for (const RuleEntry& rule : Rules().routines) {
-        if (rule.table && declared.contains(QString(rule.name)))
-            used.insert(canonical(active.file(*rule.table)));
-    }
     for (const RuleEntry& check : Rules().wholeFileChecks) {
-        if (check.table && switchedOn(active, check.name))
+        if (check.table && SwitchedOn(check, active))
             used.insert(canonical(active.file(*check.table)));
     }
 }
@@ -128,10 +115,10 @@ QString unusedReason(SupportFile file)
         if (rule.table == file)
             routines.append(QString(rule.name));
     }
-    if (file == SupportFile::SpecialCharTbl)
-        switches.append(QStringLiteral("CHECKSPECIALCHAR is FALSE"));
-    if (file == SupportFile::FilenameCheck)
-        switches.append(QStringLiteral("CHECKFILENAME is FALSE"));
+    for (const RuleEntry& check : Rules().wholeFileChecks) {
+        if (check.table == file && check.gate.field)
+            switches.append(QString(check.gate.key) + QStringLiteral(" is FALSE"));
+    }
     QStringList reasons;
     if (!routines.isEmpty())
         reasons.append(

@@ -256,6 +256,12 @@ void overlayText(QString& active, const QString& task)
         active = task;
 }
 
+void overlaySwitch(Switch& active, Switch task)
+{
+    if (task != Switch::Unset)
+        active = task;
+}
+
 void overlayList(QStringList& active, const QStringList& task)
 {
     if (!task.isEmpty())
@@ -272,12 +278,13 @@ void overlayTaskSet(TableSet& active, const TableSet& task)
         active.tables[index] = task.tables[index];
     }
     overlayText(active.ImageExtension, task.ImageExtension);
-    overlayText(active.CheckMultiHrt, task.CheckMultiHrt);
-    overlayText(active.CheckMultiHrtOption, task.CheckMultiHrtOption);
-    overlayText(active.CheckSpecialChar, task.CheckSpecialChar);
-    overlayText(active.CheckExcessImgFiles, task.CheckExcessImgFiles);
-    overlayText(active.CheckFilename, task.CheckFilename);
-    overlayText(active.CheckImageZeroBytes, task.CheckImageZeroBytes);
+    overlaySwitch(active.CheckMultiHrt, task.CheckMultiHrt);
+    if (task.MultiHrtSeverity)
+        active.MultiHrtSeverity = task.MultiHrtSeverity;
+    overlaySwitch(active.CheckSpecialChar, task.CheckSpecialChar);
+    overlaySwitch(active.CheckExcessImgFiles, task.CheckExcessImgFiles);
+    overlaySwitch(active.CheckFilename, task.CheckFilename);
+    overlaySwitch(active.CheckImageZeroBytes, task.CheckImageZeroBytes);
     if (task.MultiHrtMaxCountGiven) {
         active.MultiHrtMaxCount = task.MultiHrtMaxCount;
         active.MultiHrtMaxCountGiven = true;

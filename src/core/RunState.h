@@ -67,6 +67,9 @@ struct RunState {
     // Upper-cased at loading; a view of the declaration table's text, set by
     // the dispatcher before every routine call.
     QStringView routineParameter;
+    // The same parameter read as a severity at loading, for the routines
+    // whose parameter is one.
+    Severity parameterSeverity = Severity::Warning;
     // The routine or check running now; names its findings. A view of the
     // registry's name, so the dispatcher copies nothing per call.
     QLatin1StringView currentRoutine;

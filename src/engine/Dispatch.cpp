@@ -10,7 +10,24 @@ void RunRule(RunState& state, const RuleEntry& rule)
     state.currentRoutine = {};
 }
 
-void DispatchRow(RunState& state, int row, const RuleBook& rules)
+bool SwitchedOn(const RuleEntry& rule, const TableSet& settings)
+{
+    if (!rule.gate.field)
+        return true;
+    const Switch value = settings.*rule.gate.field;
+    return value == Switch::On || (value == Switch::Unset && rule.gate.onWhenUnset);
+}
+
+const RuleEntry* FindRoutine(const RuleBook& rules, const QString& upperName)
+{
+    for (const RuleEntry& entry : rules.routines) {
+        if (entry.name == upperName)
+            return &entry;
+    }
+    return nullptr;
+}
+
+void DispatchRow(RunState& state, int row)
 {
     const auto* table = state.config.ActiveTableSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
     if (!table || row < 1 || row > table->rows.size())
@@ -22,12 +39,7 @@ void DispatchRow(RunState& state, int row, const RuleBook& rules)
         state.contextElement = declared.tag;
     for (const RoutineCall& call : declared.routines) {
         state.routineParameter = call.upperParameter;
-        for (const RuleEntry& entry : rules.routines) {
-            // Most names differ in length: that settles them without a text comparison.
-            if (entry.name.size() == call.upperName.size() && entry.name == call.upperName) {
-                RunRule(state, entry);
-                break;
-            }
-        }
+        state.parameterSeverity = call.parameterSeverity;
+        RunRule(state, *call.rule);
     }
 }

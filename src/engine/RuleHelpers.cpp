@@ -31,10 +31,10 @@ QString DataContentAt(const RunState& state, std::int32_t start)
     return index >= line.size() ? QString() : line.sliced(index);
 }
 
-void ReportBySeverity(RunState& state, QStringView severity, std::int64_t lineNumber, const QString& message,
+void ReportBySeverity(RunState& state, Severity severity, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t extra)
 {
-    if (severity.compare(u"E", Qt::CaseInsensitive) == 0)
+    if (severity == Severity::Error)
         WriteErrorEntry(state, lineNumber, message, dataContent, extra);
     else
         WriteWarningEntry(state, lineNumber, message, dataContent, extra);

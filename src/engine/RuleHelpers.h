@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/TableCodes.h"
+
 #include <QString>
 #include <QStringView>
 #include <cstdint>
@@ -23,8 +25,8 @@ bool MatchesPattern(const QString& text, const QString& pattern);
 // 0 means from the current tag's "<".
 QString DataContentAt(const RunState& state, std::int32_t start);
 
-// Writes an error entry when the severity is "E" (any case), else a warning entry.
-void ReportBySeverity(RunState& state, QStringView severity, std::int64_t lineNumber, const QString& message,
+// Writes an error or a warning entry.
+void ReportBySeverity(RunState& state, Severity severity, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t extra);
 
 // One-based line and column of the character that follows the first offset

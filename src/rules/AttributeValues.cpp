@@ -8,11 +8,6 @@
 
 namespace {
 
-QString bracketed(const QString& tagName)
-{
-    return QLatin1Char('[') + tagName + QLatin1Char(']');
-}
-
 // Whether any range separator occurs in the value, letter case ignored.
 bool holdsRangeSeparator(const RunState& state, const QString& value)
 {
@@ -23,7 +18,7 @@ bool holdsRangeSeparator(const RunState& state, const QString& value)
     return false;
 }
 
-void reportAtTag(RunState& state, QStringView severity, const QString& message)
+void reportAtTag(RunState& state, Severity severity, const QString& message)
 {
     const ValidationContext& context = state.context;
     ReportBySeverity(
@@ -55,7 +50,6 @@ bool LoadNoLeadZeroTable(RunState& state, TableSet& set)
     for (const QStringList& fields :
         TableReading::RowsOf(state, set.file(SupportFile::NoLeadZeroTbl), lines, 3)) {
         table->rows.append({ fields[0], fields[1], ParseLeadZeroDelimiters(fields[2]) });
-        table->tagIndex += bracketed(fields[0]);
         table->tagNames.insert(fields[0]);
     }
     set.table(SupportFile::NoLeadZeroTbl) = std::move(table);
@@ -70,8 +64,11 @@ bool LoadAttribUnconTable(RunState& state, TableSet& set)
     auto table = std::make_shared<AttribUnconTable>();
     for (const QStringList& fields :
         TableReading::RowsOf(state, set.file(SupportFile::AttribUnconTbl), lines, 4)) {
-        table->rows.append({ fields[0], fields[1], fields[2], fields[3] });
-        table->tagIndex += bracketed(fields[0]);
+        // The kind comes from the row's own marker, not from the declaration.
+        const Severity severity = fields[3].left(3).compare(QLatin1String("E /"), Qt::CaseInsensitive) == 0
+            ? Severity::Error
+            : Severity::Warning;
+        table->rows.append({ fields[0], fields[1], fields[2], severity, fields[3].mid(3).trimmed() });
         table->tagNames.insert(fields[0]);
     }
     set.table(SupportFile::AttribUnconTbl) = std::move(table);
@@ -105,7 +102,7 @@ void NOLEADZERO(RunState& state)
         for (qsizetype slot = 0; !faulty && slot < row.delimiters.size(); ++slot)
             faulty = squeezed.contains(row.delimiters[slot] + QLatin1Char('0'));
         if (faulty) {
-            reportAtTag(state, state.routineParameter,
+            reportAtTag(state, state.parameterSeverity,
                 QStringLiteral("Value of attribute contains leading zero: ") + row.attributeName
                     + QLatin1Char('=') + value);
         }
@@ -130,9 +127,7 @@ void ATTRIBUNCONENTITY(RunState& state)
         if (value.isEmpty() || !value.contains(row.searchString))
             continue;
         // The kind comes from the row's own marker, not from the declaration.
-        const bool isError = row.message.left(3).toUpper() == QLatin1String("E /");
-        const QString message = row.message.mid(3).trimmed() + QStringLiteral(" in ") + context.tagText;
-        reportAtTag(state, isError ? QStringLiteral("E") : QStringLiteral("W"), message);
+        reportAtTag(state, row.severity, row.message + QStringLiteral(" in ") + context.tagText);
     }
 }
 
@@ -146,7 +141,7 @@ void ATTRIBRANGEVALIDITY(RunState& state)
     if (number.isEmpty() || !holdsRangeSeparator(state, number))
         return;
     if (xml.GetAttributeValue(context.tagText, QStringLiteral("range")).toUpper() != QLatin1String("Y")) {
-        reportAtTag(state, state.routineParameter,
+        reportAtTag(state, state.parameterSeverity,
             QStringLiteral("Multi-data for number attribute is not allowed ") + context.tagText);
     }
 }
@@ -162,6 +157,6 @@ void ATTRIBNUMBERVALIDITY(RunState& state)
     // A missing or empty number is as wrong as a single one.
     const QString number = xml.GetAttributeValue(context.tagText, QStringLiteral("number"));
     if (!holdsRangeSeparator(state, number))
-        reportAtTag(state, state.routineParameter,
+        reportAtTag(state, state.parameterSeverity,
             QStringLiteral("Invalid range attribute value ") + context.tagText);
 }

@@ -9,7 +9,7 @@
 
 struct RunState;
 
-// One row of the no-leading-zero table.
+// One row of the no-leading-zero table; columns: tag | attribute | delimiters.
 struct NoLeadZeroRow {
     QString tagName;
     QString attributeName;
@@ -21,21 +21,21 @@ struct NoLeadZeroRow {
 
 struct NoLeadZeroTable : SupportTable {
     QList<NoLeadZeroRow> rows;
-    QString tagIndex; // "[tag]" of every row, in row order
-    QSet<QString> tagNames; // the same names, for a test without building "[tag]"
+    QSet<QString> tagNames; // the tag of every row
 };
 
-// One row of the attribute string table.
+// One row of the attribute string table; columns: tag | attribute | search
+// string | message.
 struct AttribUnconRow {
     QString tagName;
     QString attributeName;
     QString searchString;
-    QString message; // its first three characters are the severity marker
+    Severity severity; // from the message's first three characters: "E /" (any case) an error
+    QString message; // the rest of the message, trimmed
 };
 
 struct AttribUnconTable : SupportTable {
     QList<AttribUnconRow> rows;
-    QString tagIndex;
     QSet<QString> tagNames;
 };
 

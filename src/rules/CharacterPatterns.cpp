@@ -34,7 +34,10 @@ bool ParseSpecialCharLine(const QString& line, SpecialCharRow& row)
         for (QString& piece : pieces)
             piece.replace(kQuoteWord, QStringLiteral("\""));
     }
-    row = { pieces[1], pieces[3], pieces[5], pieces[7] };
+    row = { pieces[1], pieces[3],
+        pieces[5].compare(QLatin1String("ERROR"), Qt::CaseInsensitive) == 0 ? Severity::Error
+                                                                            : Severity::Warning,
+        pieces[7].compare(QLatin1String("C"), Qt::CaseInsensitive) != 0 };
     return true;
 }
 
@@ -58,8 +61,7 @@ bool LoadSpecialCharTable(RunState& state, TableSet& set)
     for (qsizetype i = 1; i < lines.size(); ++i) {
         SpecialCharRow row;
         if (ParseSpecialCharLine(lines[i], row)) {
-            LintPattern(
-                state, path, i, PrepareSpecialCharPattern(row.pattern), row.caseFlag.toUpper() != u"C");
+            LintPattern(state, path, i, PrepareSpecialCharPattern(row.pattern), row.ignoreCase);
             table->rows.append(row);
         } else if (!lines[i].trimmed().isEmpty()) {
             TableReading::Lint(state, path, i, QStringLiteral("row dropped: not four quoted fields"));
@@ -73,8 +75,8 @@ namespace {
 
 void reportMatches(RunState& state, const SpecialCharRow& row)
 {
-    RegExp search(PrepareSpecialCharPattern(row.pattern), true, row.caseFlag.toUpper() != QLatin1String("C"));
-    const bool isError = row.severity.toUpper() == QLatin1String("ERROR");
+    RegExp search(PrepareSpecialCharPattern(row.pattern), true, row.ignoreCase);
+    const bool isError = row.severity == Severity::Error;
     LineColumnCursor cursor(state.wholeText, &state.lineStarts);
     search.visitMatches(state.wholeText, [&](const RegExpMatch& match) {
         std::int32_t column = 1;
@@ -95,8 +97,6 @@ void reportMatches(RunState& state, const SpecialCharRow& row)
 void CheckSpecialCharacters(RunState& state)
 {
     const TableSet& active = state.config.ActiveTableSet;
-    if (active.CheckSpecialChar.toUpper() == QLatin1String("FALSE"))
-        return;
     const auto* table = active.loaded<SpecialCharTable>(SupportFile::SpecialCharTbl);
     if (!table)
         return;

@@ -7,12 +7,13 @@
 
 struct RunState;
 
-// One row of the special-character table: four double-quoted fields.
+// One row of the special-character table: four double-quoted fields,
+// pattern, message, severity and case flag.
 struct SpecialCharRow {
     QString pattern; // as written; "(hrt)", "(space)", "(tab)" still in place
     QString message;
-    QString severity; // "ERROR" gives an error entry, anything else a warning
-    QString caseFlag; // "C" makes the search respect letter case
+    Severity severity = Severity::Warning; // "ERROR" (any case) gives an error entry
+    bool ignoreCase = true; // the flag "C" (any case) makes the search respect letter case
 };
 
 struct SpecialCharTable : SupportTable {

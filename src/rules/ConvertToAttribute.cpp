@@ -20,7 +20,8 @@ bool LoadConvert2AttribTable(RunState& state, TableSet& set)
                 { QStringLiteral("S"), QStringLiteral("E"), QStringLiteral("B") }, Qt::CaseSensitive } });
     for (const QStringList& f :
         TableReading::RowsOf(state, set.file(SupportFile::Convert2AttribTbl), lines, 6))
-        table->rows.append({ f[0], f[1], f[1].toUpper(), f[2], f[2].toUpper(), f[3], f[4], f[5] });
+        table->rows.append({ f[0], f[1].toUpper(), ConversionActionOfCode(f[2]), f[3], SeverityOfCode(f[4]),
+            PlacementOfCode(f[5], Qt::CaseSensitive) });
     set.table(SupportFile::Convert2AttribTbl) = std::move(table);
     return true;
 }
@@ -107,20 +108,18 @@ void checkAfter(RunState& state, TagTexts& texts, const Convert2AttribRow& row)
     // Text that is not there at all is reported by neither action.
     if (!found)
         return;
-    const QString& action = row.actionUpper;
-    if (action == QLatin1String("DELETE") && *found)
+    if (row.action == ConversionAction::Delete && *found)
         report(state, row, " Found after tag");
-    else if (action == QLatin1String("COPY") && !*found)
+    else if (row.action == ConversionAction::Copy && !*found)
         report(state, row, " Not Found after tag");
 }
 
 void checkBefore(RunState& state, TagTexts& texts, const Convert2AttribRow& row)
 {
     const bool found = texts.preceding().endsWithExpanded(row.expandedText);
-    const QString& action = row.actionUpper;
-    if (action == QLatin1String("DELETE") && found)
+    if (row.action == ConversionAction::Delete && found)
         report(state, row, " Found before tag");
-    else if (action == QLatin1String("COPY") && !found)
+    else if (row.action == ConversionAction::Copy && !found)
         report(state, row, " Not found before tag");
 }
 
@@ -147,9 +146,9 @@ void CONVERT2ATTRIB(RunState& state)
         }
         if (upperValue != row.attributeValueUpper)
             continue;
-        if (row.where == QLatin1String("S") || row.where == QLatin1String("B"))
+        if (LooksBefore(row.where))
             checkBefore(state, texts, row);
-        if (row.where == QLatin1String("E") || row.where == QLatin1String("B"))
+        if (LooksAfter(row.where))
             checkAfter(state, texts, row);
     }
 }

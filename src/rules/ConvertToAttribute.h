@@ -8,16 +8,15 @@
 
 struct RunState;
 
-// One row of the convert-to-attribute table.
+// One row of the convert-to-attribute table; columns: attribute | value |
+// action | expanded text | severity | position code.
 struct Convert2AttribRow {
     QString attributeName;
-    QString attributeValue; // the value the attribute must have for the row to apply
-    QString attributeValueUpper; // the same, upper-cased once at loading
-    QString action; // "DELETE" or "COPY"
-    QString actionUpper; // the same, upper-cased once at loading
+    QString attributeValueUpper; // the value the attribute must have for the row to apply, upper-cased
+    ConversionAction action;
     QString expandedText; // what the conversion should have removed or kept
-    QString severity; // "E" gives an error
-    QString where; // "S" before the tag, "E" after it, "B" both
+    Severity severity;
+    Placement where; // from "S", "E" or "B", compared as written: a lower-case code checks nothing
 };
 
 struct Convert2AttribTable : SupportTable {

@@ -16,7 +16,8 @@ bool LoadConvert2TagTable(RunState& state, TableSet& set)
             { 4, QStringLiteral("position code"),
                 { QStringLiteral("S"), QStringLiteral("E"), QStringLiteral("B") } } });
     for (const QStringList& f : TableReading::RowsOf(state, set.file(SupportFile::Convert2TagTbl), lines, 5))
-        table->rows.append({ f[0], f[1], f[2], f[3], f[4] });
+        table->rows.append({ f[0], ConversionActionOfCode(f[1]), f[2], SeverityOfCode(f[3]),
+            PlacementOfCode(f[4], Qt::CaseInsensitive) });
     set.table(SupportFile::Convert2TagTbl) = std::move(table);
     return true;
 }
@@ -82,19 +83,17 @@ void CONVERT2TAG(RunState& state)
     for (const Convert2TagRow& row : table->rows) {
         if (row.tagName != context.tagName)
             continue;
-        const QString position = row.position.toUpper();
-        const QString action = row.action.toUpper();
-        const bool isDelete = action == QLatin1String("DELETE");
-        if (!isDelete && action != QLatin1String("COPY"))
+        if (row.action == ConversionAction::None)
             continue;
-        if (position == QLatin1String("S") || position == QLatin1String("B")) {
+        const bool isDelete = row.action == ConversionAction::Delete;
+        if (LooksBefore(row.position)) {
             const bool found = wordBeforeTag(state).toUpper() == row.word.toUpper();
             if (isDelete && found)
                 report(state, row, " Found right before ");
             else if (!isDelete && !found)
                 report(state, row, " Not found right before ");
         }
-        if (position == QLatin1String("E") || position == QLatin1String("B")) {
+        if (LooksAfter(row.position)) {
             if (!content)
                 content = CurrentElementText(state);
             const bool found = ContainsWholeWord(*content, row.word);

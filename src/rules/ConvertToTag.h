@@ -8,13 +8,14 @@
 
 struct RunState;
 
-// One row of the convert-to-tag table.
+// One row of the convert-to-tag table; columns: tag name | action | word |
+// severity | position code.
 struct Convert2TagRow {
     QString tagName; // compared exactly
-    QString action; // "DELETE" or "COPY"
+    ConversionAction action;
     QString word;
-    QString severity; // "E" gives an error
-    QString position; // "S" before the tag, "E" after it, "B" both
+    Severity severity;
+    Placement position; // from "S", "E" or "B", any case
 };
 
 struct Convert2TagTable : SupportTable {

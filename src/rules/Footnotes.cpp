@@ -149,7 +149,7 @@ void UNDELFNREF(RunState& state)
         return;
     if (!FootnoteMarkInFirstTwoWords(state, reference.toUpper()))
         return;
-    ReportBySeverity(state, state.routineParameter, context.lineNumber,
+    ReportBySeverity(state, state.parameterSeverity, context.lineNumber,
         QStringLiteral("fnref value found in the first two words"), DataContentAt(state, 0),
         context.linePosition);
 }

@@ -24,7 +24,7 @@ bool LoadNoHrtTable(RunState& state, TableSet& set)
         // enclosing element starts a group of its own.
         if (table->groups.isEmpty() || row[0] != previousColumn)
             table->groups.append({ xml.GetTagName(row[0]), {} });
-        table->groups.last().entries.append({ xml.GetTagName(row[1]), row[2] });
+        table->groups.last().entries.append({ xml.GetTagName(row[1]), SeverityOfCode(row[2]) });
         previousColumn = row[0];
     }
     set.table(SupportFile::NoHRTDeclTbl) = std::move(table);
@@ -42,7 +42,8 @@ bool LoadWithHrtTable(RunState& state, TableSet& set)
     // A code the rule does not know asks for no hard return at all.
     TableReading::LintCodes(state, path, lines, 3, { { 1, u"position code"_s, { u"S"_s, u"E"_s, u"B"_s } } });
     for (const QStringList& row : TableReading::RowsOf(state, path, lines, 3))
-        table->rows.append({ row[0], xml.GetTagName(row[0]), xml.GetTagType(row[0]), row[1], row[2] });
+        table->rows.append({ row[0], xml.GetTagName(row[0]), xml.GetTagType(row[0]),
+            PlacementOfCode(row[1], Qt::CaseInsensitive), SeverityOfCode(row[2]) });
     set.table(SupportFile::WithHRTDeclTbl) = std::move(table);
     return true;
 }
@@ -119,13 +120,10 @@ bool hardReturnAfter(const xmlClass& xml, const ValidationContext& context)
 
 // The message a row gives for the current tag; empty when the tag has the
 // hard returns the row asks for.
-QString withHrtMessage(const xmlClass& xml, const ValidationContext& context, const QString& positionCode)
+QString withHrtMessage(const xmlClass& xml, const ValidationContext& context, Placement placement)
 {
-    const QString code = positionCode.toUpper();
-    const bool wantsBefore = code == u"S" || code == u"B";
-    const bool wantsAfter = code == u"E" || code == u"B";
-    const bool missingBefore = wantsBefore && !hardReturnBefore(xml, context);
-    const bool missingAfter = wantsAfter && !hardReturnAfter(xml, context);
+    const bool missingBefore = LooksBefore(placement) && !hardReturnBefore(xml, context);
+    const bool missingAfter = LooksAfter(placement) && !hardReturnAfter(xml, context);
     if (missingBefore && missingAfter)
         return "Hard Return not found before & after "_L1 + context.tagText;
     if (missingBefore)
@@ -214,14 +212,12 @@ void markerInsideElement(RunState& state, const NoHrtTable& table)
 void CheckMultipleHardReturns(RunState& state)
 {
     const TableSet& active = state.config.ActiveTableSet;
-    if (active.CheckMultiHrt.toUpper() != u"TRUE")
-        return;
     // "At most n in a row" cannot hold for a negative n once the file has any
     // hard return at all, so a negative count is read as 0.
     const std::int64_t allowed = std::max<std::int64_t>(active.MultiHrtMaxCount, 0);
     if (longestHardReturnRun(state.wholeText, allowed + 1) <= allowed)
         return;
-    ReportBySeverity(state, active.CheckMultiHrtOption, 0,
+    ReportBySeverity(state, active.MultiHrtSeverity.value_or(Severity::Warning), 0,
         "Consecutive hard returns exceed allowable count"_L1,
         "Max. Count: "_L1 + QString::number(active.MultiHrtMaxCount), 1);
 }
@@ -237,7 +233,7 @@ void WITHHRT(RunState& state)
     for (const WithHrtRow& row : table->rows) {
         if (row.tagName != context.tagName || row.tagKind != context.tagType)
             continue;
-        const QString message = withHrtMessage(xml, context, row.positionCode);
+        const QString message = withHrtMessage(xml, context, row.placement);
         if (!message.isEmpty())
             ReportBySeverity(state, row.severity, context.lineNumber, message, DataContentAt(state, 0),
                 context.linePosition);

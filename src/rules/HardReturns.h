@@ -9,10 +9,11 @@
 struct RunState;
 
 // One entry of a no-hard-return group: an element that must hold no hard
-// return inside the group's enclosing element.
+// return inside the group's enclosing element. The table's columns:
+// enclosing tag | element tag | severity.
 struct NoHrtEntry {
     QString elementName;
-    QString severity; // "E" an error, anything else a warning
+    Severity severity;
 };
 
 // Consecutive table lines with the same first column.
@@ -25,14 +26,14 @@ struct NoHrtTable : SupportTable {
     QList<NoHrtGroup> groups;
 };
 
-// One with-hard-return row; the tag kind keeps the start, end and empty tag
-// of one name apart.
+// One with-hard-return row; columns: tag | position code | severity. The
+// tag kind keeps the start, end and empty tag of one name apart.
 struct WithHrtRow {
     QString tag; // as written
     QString tagName;
     TagKind tagKind = TagKind::None;
-    QString positionCode; // "S" before, "E" after, "B" both
-    QString severity;
+    Placement placement; // from "S", "E" or "B", any case
+    Severity severity;
 };
 
 struct WithHrtTable : SupportTable {

@@ -240,7 +240,7 @@ void HYPHENATEDWORDCHECK(RunState& state)
         // A joined form the engine knows means the hyphen should have gone.
         // (An empty word, from a split number, is such a joined form too.)
         if (!word.endsWith(QLatin1Char('-')) && isWordKnown(state, QString(word).remove(QLatin1Char('-')))) {
-            ReportBySeverity(state, state.routineParameter, context.lineNumber,
+            ReportBySeverity(state, state.parameterSeverity, context.lineNumber,
                 check->message("Hyphenated word: ", word, {}), DataContentAt(state, 0), context.linePosition);
             open = false;
         }
@@ -280,7 +280,7 @@ void COMPOUNDWORDCHECK(RunState& state)
             open = false;
         }
         if (open) {
-            ReportBySeverity(state, state.routineParameter, context.lineNumber,
+            ReportBySeverity(state, state.parameterSeverity, context.lineNumber,
                 check->message("Compound Word: ", word, suggestions), DataContentAt(state, 0),
                 context.linePosition);
         }

@@ -53,9 +53,14 @@ RuleBook makeRules()
     };
     // The order in which they run, once per file before the line scan.
     book.wholeFileChecks = {
-        { "CheckMultipleHardReturns"_L1, CheckMultipleHardReturns },
-        { "CheckSpecialCharacters"_L1, CheckSpecialCharacters, SpecialCharTbl, LoadSpecialCharTable },
-        pending<FilenameCheck>("CheckFileName"_L1, CheckFileName),
+        // Off unless CHECKMULTIHRT says TRUE.
+        { "CheckMultipleHardReturns"_L1, CheckMultipleHardReturns, {}, nullptr,
+            { &TableSet::CheckMultiHrt, "CHECKMULTIHRT"_L1, false } },
+        // On unless their switch says FALSE.
+        { "CheckSpecialCharacters"_L1, CheckSpecialCharacters, SpecialCharTbl, LoadSpecialCharTable,
+            { &TableSet::CheckSpecialChar, "CHECKSPECIALCHAR"_L1, true } },
+        { "CheckFileName"_L1, CheckFileName, FilenameCheck, LoadLinesTable<FilenameCheck>,
+            { &TableSet::CheckFilename, "CHECKFILENAME"_L1, true } },
         pending<ImageValidationTbl>("CheckImageValidation"_L1, CheckImageValidation),
     };
     return book;
@@ -63,7 +68,7 @@ RuleBook makeRules()
 
 bool loadRoutineDeclarations(RunState& state, TableSet& set)
 {
-    return LoadRoutineDeclTable(state, set, IsRoutineName);
+    return LoadRoutineDeclTable(state, set, RoutineNamed);
 }
 
 TableLoader loaderOf(SupportFile file)
@@ -87,11 +92,9 @@ const RuleBook& Rules()
     return book;
 }
 
-bool IsRoutineName(const QString& upperName)
+const RuleEntry* RoutineNamed(const QString& upperName)
 {
-    const QList<RuleEntry>& routines = Rules().routines;
-    return std::any_of(
-        routines.begin(), routines.end(), [&](const RuleEntry& rule) { return rule.name == upperName; });
+    return FindRoutine(Rules(), upperName);
 }
 
 QList<TableLoaderEntry> SupportTableLoaders()

@@ -53,7 +53,7 @@ TextValidityRow ParseTextValidityRow(const QStringList& columns, const xmlClass&
     row.excluded = excludedNames(columns[4]);
     row.operatorText = columns[5];
     row.number = LeadingNumber(columns[6]);
-    row.severity = columns[7];
+    row.severity = SeverityOfCode(columns[7]);
     row.message = columns[8];
     row.preparationKey = (row.splitOnTags ? u'Y' : u'N') + row.excluded.join(u'\n');
     row.conditionExpression = RegExp(row.condition, true, true);

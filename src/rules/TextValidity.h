@@ -19,6 +19,8 @@ class xmlClass;
 class ElementIndex;
 
 // One row of the text-validity table: what a tag's content must satisfy.
+// Columns: condition | value pattern | tag | split on tags (Y) | excluded
+// elements | operator | number | severity | message.
 struct TextValidityRow {
     QString condition; // must occur in the whole file (case ignored); empty: always applies
     QString valuePattern; // picks the values out of the content (case respected)
@@ -27,7 +29,7 @@ struct TextValidityRow {
     QStringList excluded; // element names
     QString operatorText;
     std::int32_t number = 0;
-    QString severity; // "E" gives an error entry, anything else a warning
+    Severity severity = Severity::Warning;
     QString message;
     QString preparationKey; // the split flag and excluded list: rows alike share their prepared content
     RegExp conditionExpression; // the two patterns, compiled on first use

@@ -15,9 +15,13 @@ namespace {
 // Longer messages do not fit the report's message column.
 constexpr qsizetype kLongestMessage = 60;
 
-} // namespace
+struct WrittenRow {
+    QString searchString;
+    QString message; // as written, prefix included
+};
 
-std::optional<UnconEntityRow> ParseUnconEntityLine(const QString& line)
+// Nothing for a heading, a blank line or a line without a blank.
+std::optional<WrittenRow> parseLine(const QString& line)
 {
     const QString trimmed = line.trimmed();
     const qsizetype blank = trimmed.indexOf(u' ');
@@ -26,8 +30,21 @@ std::optional<UnconEntityRow> ParseUnconEntityLine(const QString& line)
     QString search = trimmed.left(blank).trimmed();
     search.replace("<space>"_L1, " "_L1, Qt::CaseInsensitive);
     search.replace("<hrt>"_L1, "\r\n"_L1, Qt::CaseInsensitive);
-    return UnconEntityRow { search, trimmed.sliced(blank).trimmed() };
+    return WrittenRow { search, trimmed.sliced(blank).trimmed() };
 }
+
+UnconEntityRow typedRow(const WrittenRow& written)
+{
+    const QString prefix = written.message.left(3).toUpper();
+    std::optional<Severity> severity;
+    if (prefix == u"E /")
+        severity = Severity::Error;
+    else if (prefix == u"W /")
+        severity = Severity::Warning;
+    return { written.searchString, severity, written.message.mid(3).trimmed() };
+}
+
+} // namespace
 
 bool LoadUnconEntitiesTable(RunState& state, TableSet& set)
 {
@@ -39,7 +56,7 @@ bool LoadUnconEntitiesTable(RunState& state, TableSet& set)
     QList<QString> needles;
     for (qsizetype i = 0; i < lines.size(); ++i) {
         const QString& line = lines[i];
-        const std::optional<UnconEntityRow> row = ParseUnconEntityLine(line);
+        const std::optional<WrittenRow> row = parseLine(line);
         if (!row) {
             if (!line.trimmed().isEmpty() && !line.contains("Search string"_L1, Qt::CaseInsensitive))
                 TableReading::Lint(
@@ -55,7 +72,7 @@ bool LoadUnconEntitiesTable(RunState& state, TableSet& set)
                 "Please check "_L1 + path + "\r\nLength of Error Message should not be greater than 60."_L1,
                 kProgramTitle, MessageIcon::Critical);
         }
-        table->rows.append(*row);
+        table->rows.append(typedRow(*row));
         needles.append(row->searchString);
     }
     table->search = std::make_shared<MultiStringSearch>(needles);
@@ -273,17 +290,15 @@ std::vector<qsizetype> firstHits(
 
 void reportHit(RunState& state, const UnconEntityRow& row, qsizetype fileOffset)
 {
-    const QString prefix = row.message.left(3).toUpper();
-    const bool isError = prefix == u"E /";
-    if (!isError && prefix != u"W /")
+    if (!row.severity)
         return;
     const auto lineStart = std::prev(std::upper_bound(
         state.lineStarts.begin(), state.lineStarts.end(), static_cast<std::int32_t>(fileOffset)));
     const int lineIndex = static_cast<int>(lineStart - state.lineStarts.begin());
     const auto column = static_cast<std::int32_t>(fileOffset - *lineStart + 1);
-    const QString message = row.message.sliced(3).trimmed() + " in "_L1 + state.context.tagText;
+    const QString message = row.message + " in "_L1 + state.context.tagText;
     const QString data = state.line(lineIndex).sliced(column - 1).toString();
-    if (isError)
+    if (*row.severity == Severity::Error)
         WriteErrorEntry(state, lineIndex + 1, message, data, column);
     else
         WriteWarningEntry(state, lineIndex + 1, message, data, column);

@@ -10,20 +10,19 @@
 
 struct RunState;
 
-// One row of the unconverted-entity table: a literal string and its message.
+// One row of the unconverted-entity table; columns, split at the first
+// blank: search string, message.
 struct UnconEntityRow {
     QString searchString; // "<space>" and "<hrt>" already turned into a blank and CR LF
-    QString message; // as written, with its "E /" or "W /" prefix
+    // From the message's "E /" or "W /" prefix (any case); a row with neither reports nothing.
+    std::optional<Severity> severity;
+    QString message; // the rest of the message, trimmed
 };
 
 struct UnconEntitiesTable : SupportTable {
     QList<UnconEntityRow> rows;
     std::shared_ptr<const MultiStringSearch> search; // every row's string, in row order
 };
-
-// Reads one table line into a row; nothing for a heading, a blank line or a
-// line without a blank.
-std::optional<UnconEntityRow> ParseUnconEntityLine(const QString& line);
 
 // The table has no header line and no column separator: the first blank of a
 // line ends the search string. An over-long message is shown to the operator

@@ -9,14 +9,15 @@ TEST(SpecialCharacters, ReadsQuotedFieldsAndEscapedQuotes)
     struct Row {
         QString line;
         bool isRow;
-        QString pattern = {}, message = {}, severity = {}, caseFlag = {};
+        QString pattern = {}, message = {};
+        Severity severity = Severity::Warning;
+        bool ignoreCase = true;
     };
     const Row rows[] = {
-        { R"~("(space)(space)","Double space","WARNING","I")~", true, "(space)(space)", "Double space",
-            "WARNING", "I" },
-        { R"~("=\"\"","Empty \"value\"","ERROR","C")~", true, R"~(="")~", R"~(Empty "value")~", "ERROR",
-            "C" },
-        { R"~( "a" , "b" , "c" , "d" )~", true, "a", "b", "c", "d" },
+        { R"~("(space)(space)","Double space","WARNING","I")~", true, "(space)(space)", "Double space" },
+        { R"~("=\"\"","Empty \"value\"","error","c")~", true, R"~(="")~", R"~(Empty "value")~",
+            Severity::Error, false },
+        { R"~( "a" , "b" , "c" , "d" )~", true, "a", "b" },
         { R"("a","b","c")", false },
     };
     for (const Row& row : rows) {
@@ -27,7 +28,7 @@ TEST(SpecialCharacters, ReadsQuotedFieldsAndEscapedQuotes)
         EXPECT_EQ(parsed.pattern, row.pattern);
         EXPECT_EQ(parsed.message, row.message);
         EXPECT_EQ(parsed.severity, row.severity);
-        EXPECT_EQ(parsed.caseFlag, row.caseFlag);
+        EXPECT_EQ(parsed.ignoreCase, row.ignoreCase);
     }
     EXPECT_EQ(PrepareSpecialCharPattern("(hrt)x(space)(tab)(HRT)"), R"~((\r\n)x( )(\t)(HRT))~");
 }
@@ -83,6 +84,6 @@ TEST(SpecialCharacters, IsSwitchedOffByFalseInAnyCase)
     RuleFixture fixture("",
         R"~("a","Found a","W","I")~"
         "\r\n");
-    fixture.state.config.ActiveTableSet.CheckSpecialChar = "false";
+    fixture.state.config.ActiveTableSet.CheckSpecialChar = Switch::Off;
     EXPECT_TRUE(fixture.run("aaa").isEmpty());
 }
