@@ -61,9 +61,6 @@ public:
 // The signed-step number of a row that the file has not written. Values are
 // read from text as 32-bit numbers; this one stands for "not written" only.
 constexpr std::int32_t kStepUnwritten = std::numeric_limits<std::int32_t>::min();
-// CountStr's first position when the file made no count that found anything;
-// positions are never negative.
-constexpr std::int32_t kFirstMatchUnwritten = -1;
 
 // Everything a file validated on a worker leaves for the main thread.
 struct FileOutcome {
@@ -87,7 +84,6 @@ struct FileOutcome {
     std::int64_t errorEntries = 0;
     int checkFailures = 0;
     QHash<const void*, std::int32_t> stepNumbers; // rows the file wrote
-    std::int32_t firstMatchPosition = kFirstMatchUnwritten;
     QList<ValidationContext> startedWith; // the open-tag list the file was validated from
     CarriedTagState handedOn; // what the file hands on to the next one
     std::vector<Finding> findings; // kept only when the run has sinks of its own
@@ -233,7 +229,6 @@ public:
         // routine reads them; left empty, they tell whether the file had a tag.
         SeedCarriedTagState(state, { job.carried.openTags, {}, {}, {} });
         state.textValidity.stepNumbers = unwrittenSteps;
-        state.toolkit.FirstMatchPosition = kFirstMatchUnwritten;
         state.report.runErrorEntries = 0;
         state.report.fileStarted = QDateTime();
         state.checkFailures = 0;
@@ -272,7 +267,6 @@ public:
             if (step.value() != kStepUnwritten)
                 outcome.stepNumbers.insert(step.key(), step.value());
         }
-        outcome.firstMatchPosition = state.toolkit.FirstMatchPosition;
         outcome.startedWith = job.carried.openTags;
         outcome.handedOn = CarriedTagStateOf(state);
         outcome.findings = std::move(kept_.findings);
@@ -431,8 +425,6 @@ void publishOutcome(RunState& state, const PlannedFile& file, FileOutcome& outco
     state.checkFailures += outcome.checkFailures;
     for (auto step = outcome.stepNumbers.cbegin(); step != outcome.stepNumbers.cend(); ++step)
         state.textValidity.stepNumbers.insert(step.key(), step.value());
-    if (outcome.firstMatchPosition != kFirstMatchUnwritten)
-        state.toolkit.FirstMatchPosition = outcome.firstMatchPosition;
     if (outcome.failure)
         std::rethrow_exception(outcome.failure);
     PublishFileReports(state);

@@ -40,6 +40,5 @@ struct SpellingState {
     // Null until start-up starts it. Files validated side by side share it,
     // one question at a time.
     std::unique_ptr<SpellingEngine> engine;
-    QString suggestions; // emptied by the callers, filled by a misspelt check
     QHash<QString, SpellingAnswer> answers; // per text asked; the lexicon never changes during a run
 };

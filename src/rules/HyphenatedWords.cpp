@@ -63,7 +63,7 @@ SpellingAnswer& answerFor(RunState& state, const QString& text)
 }
 
 // Whether the engine finds nothing wrong with the text, without asking for
-// suggestions: for a caller that empties the suggestions before reading them.
+// suggestions.
 bool isWordKnown(RunState& state, const QString& text)
 {
     return !answerFor(state, text).misspelt;
@@ -169,12 +169,13 @@ QString ExtractHyphenatedWord(const QString& text, std::int32_t hyphenPosition, 
     return word;
 }
 
-std::int16_t SpellCheckWord(RunState& state, const QString& word)
+SpellingVerdict SpellCheckWord(RunState& state, const QString& word)
 {
     SpellingAnswer& answer = answerFor(state, word);
     if (!answer.misspelt)
-        return 0;
+        return {};
     SpellingState& spelling = state.spelling;
+    SpellingVerdict verdict { true, {} };
     if (!answer.suggested) {
         answer.suggested = true;
         if (spelling.engine)
@@ -187,11 +188,11 @@ std::int16_t SpellCheckWord(RunState& state, const QString& word)
             suggestion.truncate(nul);
         if (suggestion.isEmpty())
             continue;
-        if (!spelling.suggestions.isEmpty())
-            spelling.suggestions += QStringLiteral(", ");
-        spelling.suggestions += suggestion;
+        if (!verdict.suggestions.isEmpty())
+            verdict.suggestions += QStringLiteral(", ");
+        verdict.suggestions += suggestion;
     }
-    return -1;
+    return verdict;
 }
 
 namespace {
@@ -230,13 +231,11 @@ void HYPHENATEDWORDCHECK(RunState& state)
         return;
     const ValidationContext& context = state.context;
     const QString& text = check->text;
-    QString& suggestions = state.spelling.suggestions;
     for (qsizetype hit = text.indexOf(QStringLiteral("-\r\n")); hit >= 0;
          hit = text.indexOf(QStringLiteral("-\r\n"), hit + 1)) {
         const QString word
             = ExtractHyphenatedWord(text, static_cast<std::int32_t>(hit + 1), HyphenAt::LineEnd);
         bool open = true;
-        suggestions.clear();
         // A joined form the engine knows means the hyphen should have gone.
         // (An empty word, from a split number, is such a joined form too.)
         if (!word.endsWith(QLatin1Char('-')) && isWordKnown(state, QString(word).remove(QLatin1Char('-')))) {
@@ -248,11 +247,12 @@ void HYPHENATEDWORDCHECK(RunState& state)
             open = false;
         if (!open)
             continue;
-        suggestions.clear();
-        if (SpellCheckWord(state, word) == 0)
+        const SpellingVerdict verdict = SpellCheckWord(state, word);
+        if (!verdict.misspelt)
             continue;
-        WriteWarningEntry(state, context.lineNumber, check->message("Hyphenated word: ", word, suggestions),
-            DataContentAt(state, 0), context.linePosition);
+        WriteWarningEntry(state, context.lineNumber,
+            check->message("Hyphenated word: ", word, verdict.suggestions), DataContentAt(state, 0),
+            context.linePosition);
     }
 }
 
@@ -263,7 +263,6 @@ void COMPOUNDWORDCHECK(RunState& state)
         return;
     const ValidationContext& context = state.context;
     const QString& text = check->text;
-    QString& suggestions = state.spelling.suggestions;
     qsizetype hit = text.indexOf(QLatin1Char('-'));
     while (hit >= 0) {
         const QString word
@@ -272,17 +271,15 @@ void COMPOUNDWORDCHECK(RunState& state)
             hit = text.indexOf(QLatin1Char('-'), hit + 1);
             continue;
         }
-        bool open = !isAccepted(check->accepted, word);
-        suggestions.clear();
-        if (open && SpellCheckWord(state, word) == 0) {
-            WriteWarningEntry(state, context.lineNumber, check->message("Compound Word: ", word, {}),
-                DataContentAt(state, 0), context.linePosition);
-            open = false;
-        }
-        if (open) {
-            ReportBySeverity(state, state.parameterSeverity, context.lineNumber,
-                check->message("Compound Word: ", word, suggestions), DataContentAt(state, 0),
-                context.linePosition);
+        if (!isAccepted(check->accepted, word)) {
+            const SpellingVerdict verdict = SpellCheckWord(state, word);
+            if (!verdict.misspelt)
+                WriteWarningEntry(state, context.lineNumber, check->message("Compound Word: ", word, {}),
+                    DataContentAt(state, 0), context.linePosition);
+            else
+                ReportBySeverity(state, state.parameterSeverity, context.lineNumber,
+                    check->message("Compound Word: ", word, verdict.suggestions), DataContentAt(state, 0),
+                    context.linePosition);
         }
         // Resuming at the word's first hyphen is deliberate: in "a-b-c" the
         // search goes on at the second hyphen and examines "b-c" as well.

@@ -29,10 +29,14 @@ enum class HyphenAt : int { LineEnd = 1, InLine = 2 };
 // nothing after it.
 QString ExtractHyphenatedWord(const QString& text, std::int32_t hyphenPosition, HyphenAt mode);
 
-// Asks the engine about the word: 0 when it finds nothing wrong, -1 when it
-// reports the word, in which case its suggestions (at most two) have been
-// appended to the run's shared suggestions string, joined by ", ".
-std::int16_t SpellCheckWord(RunState& state, const QString& word);
+// What the engine says of a word: whether it reports it, and then its
+// suggestions (at most two), joined by ", ".
+struct SpellingVerdict {
+    bool misspelt = false;
+    QString suggestions;
+};
+
+SpellingVerdict SpellCheckWord(RunState& state, const QString& word);
 
 // Line-end hyphenations in the element's text that should have been joined.
 void HYPHENATEDWORDCHECK(RunState& state);

@@ -145,19 +145,20 @@ TagKind xmlClass::GetTagType(const QString& tag) const
     return TagKind::Start;
 }
 
-std::int32_t xmlClass::CountStr(const QString& search_str, const QString& source_str, std::int16_t matchcase)
+StringCount xmlClass::CountStr(
+    const QString& search_str, const QString& source_str, std::int16_t matchcase) const
 {
     // An empty search text has nothing to count; callers never mean "every position".
     if (search_str.isEmpty() || (matchcase != -1 && matchcase != 0))
-        return 0;
+        return {};
     const Qt::CaseSensitivity cs = matchcase == -1 ? Qt::CaseSensitive : Qt::CaseInsensitive;
-    std::int32_t count = 0;
+    StringCount result;
     for (qsizetype at = source_str.indexOf(search_str, 0, cs); at >= 0;
          at = source_str.indexOf(search_str, at + 1, cs)) {
-        if (count++ == 0)
-            shared_.FirstMatchPosition = static_cast<std::int32_t>(at + 1);
+        if (result.count++ == 0)
+            result.firstPosition = static_cast<std::int32_t>(at + 1);
     }
-    return count;
+    return result;
 }
 
 QString xmlClass::GetNextLineStr(const QString& source_str, std::int32_t pos) const

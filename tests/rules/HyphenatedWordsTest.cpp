@@ -38,24 +38,20 @@ void expectFindings(const QByteArray& routineRows, const QList<RuleRow>& rows, c
 
 } // namespace
 
-TEST(SpellCheckWord, AppendsAtMostTwoNonEmptySuggestionsCutAtTheirNul)
+TEST(SpellCheckWord, AnswersAtMostTwoNonEmptySuggestionsCutAtTheirNul)
 {
     RuleFixture fixture("");
     useEngine(fixture, { "fine" },
         { { "bad", { "first", "second", "third" } }, { "odd", { "", QString("cut") + QChar(0) + "off" } } });
-    QString& suggestions = fixture.state.spelling.suggestions;
-    suggestions = "kept";
-    EXPECT_EQ(SpellCheckWord(fixture.state, "fine"), 0);
-    EXPECT_EQ(suggestions, "kept");
-    EXPECT_EQ(SpellCheckWord(fixture.state, "bad"), -1);
-    EXPECT_EQ(suggestions, "kept, first, second");
-    suggestions.clear();
-    EXPECT_EQ(SpellCheckWord(fixture.state, "odd"), -1);
-    EXPECT_EQ(suggestions, "cut");
-    suggestions.clear();
-    EXPECT_EQ(SpellCheckWord(fixture.state, "none"), -1);
-    EXPECT_EQ(suggestions, "");
-    EXPECT_EQ(SpellCheckWord(fixture.state, ""), 0); // an empty text holds no misspelt word
+    const auto said = [&](const QString& word) {
+        const SpellingVerdict verdict = SpellCheckWord(fixture.state, word);
+        return verdict.misspelt ? "misspelt: " + verdict.suggestions : QString("fine");
+    };
+    EXPECT_EQ(said("fine"), "fine");
+    EXPECT_EQ(said("bad"), "misspelt: first, second");
+    EXPECT_EQ(said("odd"), "misspelt: cut");
+    EXPECT_EQ(said("none"), "misspelt: ");
+    EXPECT_EQ(said(""), "fine"); // an empty text holds no misspelt word
 }
 
 TEST(HYPHENATEDWORDCHECK, ReportsLineEndHyphenationsByWhatTheEngineSays)

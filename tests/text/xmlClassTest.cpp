@@ -60,22 +60,19 @@ TEST_F(Toolkit, GetStringRangeAndGetFullTag)
     EXPECT_EQ(xml.GetFullTag("s", text, 1), "");
 }
 
-TEST_F(Toolkit, CountStrCountsOverlapsAndKeepsTheFirstPosition)
+TEST_F(Toolkit, CountStrCountsOverlapsAndFindsTheFirstPosition)
 {
     const std::tuple<QString, QString, int, int, int> rows[] = {
         { "a", "Aa", 0, 2, 1 },
         { "a", "Aa", -1, 1, 2 },
-        { "a", "Aa", 1, 0, -9 },
+        { "a", "Aa", 1, 0, 0 },
         { "aa", "aaaa", -1, 3, 1 },
-        { "", "abc", -1, 0, -9 },
+        { "", "abc", -1, 0, 0 },
         { "BC", "abcbc", 0, 2, 2 },
     };
-    for (const auto& [search, source, matchcase, count, first] : rows) {
-        state.FirstMatchPosition = -9;
-        EXPECT_EQ(xml.CountStr(search, source, std::int16_t(matchcase)), count)
+    for (const auto& [search, source, matchcase, count, first] : rows)
+        EXPECT_EQ(xml.CountStr(search, source, std::int16_t(matchcase)), (StringCount { count, first }))
             << qPrintable(search + "/" + source);
-        EXPECT_EQ(state.FirstMatchPosition, first) << qPrintable(search + "/" + source);
-    }
 }
 
 TEST_F(Toolkit, NeighbourLinesAreCutAtCrLf)
