@@ -67,6 +67,8 @@ void enterSection(ReaderState& reader, Section section)
     }
 }
 
+// IMAGEFOLDER and ERRORLOGCOLOR are accepted and left unread: no part of the
+// program uses an image folder or colours an error log.
 void readIoPathKey(Configuration& config, const QString& key, const QString& value)
 {
     static const std::pair<QLatin1StringView, QString Configuration::*> folders[] = {
@@ -82,15 +84,6 @@ void readIoPathKey(Configuration& config, const QString& key, const QString& val
         { QLatin1StringView("INPUTTYPE"), &Configuration::InputType },
         { QLatin1StringView("CREATELOGFOLDER"), &Configuration::CreateLogFolder },
     };
-    static const std::pair<QLatin1StringView, std::uint32_t> colours[] = {
-        { QLatin1StringView("RED"), 0x0000FF },
-        { QLatin1StringView("GREEN"), 0x00FF00 },
-        { QLatin1StringView("YELLOW"), 0x00FFFF },
-        { QLatin1StringView("BLUE"), 0xFF0000 },
-        { QLatin1StringView("MAGENTA"), 0xFF00FF },
-        { QLatin1StringView("CYAN"), 0xFFFF00 },
-        { QLatin1StringView("WHITE"), 0xFFFFFF },
-    };
     // An empty folder value still gets its "/", so "KEY=" counts as given.
     for (const auto& [name, field] : folders) {
         if (key == name)
@@ -102,16 +95,8 @@ void readIoPathKey(Configuration& config, const QString& key, const QString& val
     }
     if (key == QLatin1String("XYCOORDINATES") && value.toLower() == QLatin1String("yes"))
         config.XYCoordinates = true;
-    if (key == QLatin1String("IMAGEFOLDER"))
-        config.ImageFolder = value.isEmpty() ? value : modMoveFiles::WithTrailingSlash(value);
     if (key == QLatin1String("INPUTFILEMASK") && !value.isEmpty())
         config.InputFileMask = QLatin1Char('|') + value + QLatin1Char('|');
-    if (key == QLatin1String("ERRORLOGCOLOR")) {
-        for (const auto& [name, colour] : colours) {
-            if (value.toUpper() == name)
-                config.ErrorLogColor = colour;
-        }
-    }
     if (key == QLatin1String("UTF8INPUT") && value.toLower() == QLatin1String("true"))
         config.Utf8Input = true;
 }
@@ -209,7 +194,6 @@ QString readConfigurationText(OperatorInterface& ui, const QString& path)
 void resetBeforeReading(Configuration& config)
 {
     config.Tasks.clear();
-    config.ErrorLogColor = 0;
     config.DefaultTableSet.InputPlugins.clear();
     config.DefaultTableSet.OutputPlugins.clear();
     config.Utf8Input = false;

@@ -16,12 +16,6 @@ QString ExpandPatternPlaceholders(const QString& pattern)
     return expanded;
 }
 
-bool MatchesPattern(const QString& text, const QString& pattern)
-{
-    const RegExp expression(ExpandPatternPlaceholders(pattern), true, true);
-    return expression.test(text);
-}
-
 QString DataContentAt(const RunState& state, std::int32_t start)
 {
     const QString& line = state.context.lineText;
@@ -40,46 +34,18 @@ void ReportBySeverity(RunState& state, Severity severity, std::int64_t lineNumbe
         WriteWarningEntry(state, lineNumber, message, dataContent, extra);
 }
 
-namespace {
-
-const QString kLineBreak = QStringLiteral("\r\n");
-
-} // namespace
-
-std::int32_t OffsetToLineColumn(QStringView text, std::int32_t offset, std::int32_t& column)
-{
-    LineColumnCursor cursor(text);
-    return cursor.lineColumnAt(offset, column);
-}
-
-std::int32_t LineColumnCursor::lineColumnAt(std::int32_t offset, std::int32_t& column)
+std::int32_t LineColumnAt(
+    QStringView text, const std::vector<std::int32_t>& lineStarts, std::int32_t offset, std::int32_t& column)
 {
     // A negative length is the one failure here: it gives line 0 and leaves the column alone.
     if (offset < 0)
         return 0;
-    const qsizetype end = std::min<qsizetype>(offset, text_.size());
-    if (end == 0)
+    const qsizetype end = std::min<qsizetype>(offset, text.size());
+    if (end == 0 || lineStarts.empty())
         return 1;
-    if (lineStarts_ && !lineStarts_->empty()) {
-        const auto after = std::upper_bound(lineStarts_->begin(), lineStarts_->end(), end);
-        column = std::int32_t(end - *(after - 1) + 1);
-        return std::int32_t(after - lineStarts_->begin());
-    }
-    if (end < scanned_) {
-        scanned_ = 0;
-        breaks_ = 0;
-        lastLineStart_ = 0;
-    }
-    // A pair cut by the previous prefix starts one character before it.
-    const QStringView prefix = text_.first(end);
-    for (qsizetype at = prefix.indexOf(kLineBreak, std::max<qsizetype>(scanned_ - 1, 0)); at >= 0;
-         at = prefix.indexOf(kLineBreak, at + 2)) {
-        ++breaks_;
-        lastLineStart_ = at + 2;
-    }
-    scanned_ = end;
-    column = std::int32_t(end - lastLineStart_ + 1);
-    return breaks_ + 1;
+    const auto after = std::upper_bound(lineStarts.begin(), lineStarts.end(), end);
+    column = std::int32_t(end - *(after - 1) + 1);
+    return std::int32_t(after - lineStarts.begin());
 }
 
 void NoteCheckFailure(RunState& state, const std::exception& failure)

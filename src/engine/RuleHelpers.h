@@ -17,10 +17,6 @@ struct RunState;
 // (exact case) by regular-expression fragments.
 QString ExpandPatternPlaceholders(const QString& pattern);
 
-// Whether the pattern, placeholders expanded, occurs anywhere in the text,
-// ignoring letter case. Throws PatternError for a pattern the engine rejects.
-bool MatchesPattern(const QString& text, const QString& pattern);
-
 // The current line's text from the one-based position start to its end; start
 // 0 means from the current tag's "<".
 QString DataContentAt(const RunState& state, std::int32_t start);
@@ -30,31 +26,11 @@ void ReportBySeverity(RunState& state, Severity severity, std::int64_t lineNumbe
     const QString& dataContent, std::int32_t extra);
 
 // One-based line and column of the character that follows the first offset
-// characters of the text; lines end at CR LF. For offset 0 or an empty text
-// the line is 1 and column is left as the caller set it.
-std::int32_t OffsetToLineColumn(QStringView text, std::int32_t offset, std::int32_t& column);
-
-// The same answers as OffsetToLineColumn for many offsets into one text,
-// without scanning the text again from its start when offsets ascend.
-class LineColumnCursor {
-public:
-    // With the start offset of every line of the text (lines split at CR
-    // LF, the first at 0), answers come from them by a binary search, in any
-    // order of offsets.
-    explicit LineColumnCursor(QStringView text, const std::vector<std::int32_t>* lineStarts = nullptr)
-        : text_(text)
-        , lineStarts_(lineStarts)
-    {
-    }
-    std::int32_t lineColumnAt(std::int32_t offset, std::int32_t& column);
-
-private:
-    QStringView text_;
-    const std::vector<std::int32_t>* lineStarts_;
-    qsizetype scanned_ = 0; // length of the prefix whose line breaks are counted
-    std::int32_t breaks_ = 0; // CR LF pairs inside that prefix
-    qsizetype lastLineStart_ = 0; // offset just after the last of them
-};
+// characters of a text whose lines start at lineStarts (split at CR LF, the
+// first at 0). For offset 0 or an empty text the line is 1 and the column is
+// left as the caller set it; a negative offset gives line 0.
+std::int32_t LineColumnAt(
+    QStringView text, const std::vector<std::int32_t>& lineStarts, std::int32_t offset, std::int32_t& column);
 
 // A check that meets a failure (a pattern the engine rejects, a search past
 // the engine's limits) ends for this file and keeps what it wrote. The

@@ -77,10 +77,10 @@ void reportMatches(RunState& state, const SpecialCharRow& row)
 {
     RegExp search(PrepareSpecialCharPattern(row.pattern), true, row.ignoreCase);
     const bool isError = row.severity == Severity::Error;
-    LineColumnCursor cursor(state.wholeText, &state.lineStarts);
     search.visitMatches(state.wholeText, [&](const RegExpMatch& match) {
         std::int32_t column = 1;
-        const std::int32_t line = cursor.lineColumnAt(static_cast<std::int32_t>(match.index), column);
+        const std::int32_t line
+            = LineColumnAt(state.wholeText, state.lineStarts, static_cast<std::int32_t>(match.index), column);
         QString shown = match.value;
         shown.replace(QStringLiteral("\r\n"), QStringLiteral("[hrt]"));
         if (isError)

@@ -3,7 +3,7 @@
 struct RunState;
 
 // Routines and checks that exist by name so that every routine declaration
-// table loads and runs, but that do nothing: their rules are not specified.
+// table loads and runs, but that do nothing yet: their checks are not written.
 // Writing one moves its name from here to its family's own file.
 void IMGNAMEARTIDEQUALITY(RunState& state);
 void IMGNAMELENGTHEQUALITY(RunState& state);

@@ -222,8 +222,6 @@ TEST_F(ConfigurationFileTest, KeysAndValuesAreReadAsWritten)
             [](const Configuration& c) { return c.InputFileMask; }, "|*.xml|" },
         { "coordinates on yes", io("XYCOORDINATES", "YES"),
             [](const Configuration& c) { return QString::number(c.XYCoordinates); }, "1" },
-        { "colour by name", io("ERRORLOGCOLOR", "blue"),
-            [](const Configuration& c) { return QString::number(c.ErrorLogColor, 16); }, "ff0000" },
         { "true multi-hrt with option", settings("CHECKMULTIHRT=yes true | e"), multiHrt, "on,E" },
         { "three pieces leave the option", settings("CHECKMULTIHRT=true|5|6"), multiHrt, "on," },
         { "2.5 rounds to 2", settings("MULTIHRTMAXCOUNT=2.5"), count, "2" },
