@@ -1,11 +1,10 @@
 #pragma once
 
 #include "core/Configuration.h"
-#include "core/ConversionState.h"
 #include "core/Finding.h"
 #include "core/OperatorInterface.h"
 #include "core/ReportState.h"
-#include "core/RuleFileCache.h"
+#include "core/RuleFileState.h"
 #include "core/SpellingEngine.h"
 #include "core/TableLint.h"
 #include "core/TextValidityState.h"
@@ -73,11 +72,13 @@ struct RunState {
     // The routine or check running now; names its findings. A view of the
     // registry's name, so the dispatcher copies nothing per call.
     QLatin1StringView currentRoutine;
-    ConversionState conversion; // per file
     TextValidityState textValidity;
+    RuleFileStates ruleStates; // per file; cleared with the other per-file state
+    // The running routine's own file state, set by the dispatcher; null for a
+    // routine whose entry names none.
+    RuleFileState* ownFileState = nullptr;
 
     SpellingState spelling; // the engine lives for the whole process
-    RuleFileCaches ruleCaches; // per file; cleared with the other per-file state
 
     ReportState report;
     // Checks of this run that ended early on a failure. A run with any cannot

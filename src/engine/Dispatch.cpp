@@ -6,8 +6,10 @@
 void RunRule(RunState& state, const RuleEntry& rule)
 {
     state.currentRoutine = rule.name;
+    state.ownFileState = rule.makeFileState ? &state.ruleStates.of(rule.makeFileState) : nullptr;
     rule.run(state);
     state.currentRoutine = {};
+    state.ownFileState = nullptr;
 }
 
 bool SwitchedOn(const RuleEntry& rule, const TableSet& settings)

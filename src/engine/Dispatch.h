@@ -1,13 +1,12 @@
 #pragma once
 
 #include "config/SupportTables.h"
+#include "core/RunState.h"
 
 #include <QLatin1StringView>
 #include <QList>
 #include <QString>
 #include <optional>
-
-struct RunState;
 
 using Routine = void (*)(RunState& state);
 
@@ -29,6 +28,9 @@ struct RuleEntry {
     std::optional<SupportFile> table = std::nullopt;
     TableLoader load = nullptr;
     RuleSwitch gate = {};
+    // Makes the rule's own file state (none when null); entries naming the
+    // same maker share one state.
+    MakeRuleFileState makeFileState = nullptr;
 };
 
 // What the driver runs: the per-element routines in the order names are
@@ -50,5 +52,13 @@ const RuleEntry* FindRoutine(const RuleBook& rules, const QString& upperName);
 void DispatchRow(RunState& state, int row);
 
 // Runs one routine or check with its name as the current routine, so that its
-// findings carry the name.
+// findings carry the name, and with its own file state.
 void RunRule(RunState& state, const RuleEntry& rule);
+
+// The running rule's own file state, of the type its entry's maker makes.
+template <typename State> State& OwnFileState(RunState& state);
+
+template <typename State> State& OwnFileState(RunState& state)
+{
+    return static_cast<State&>(*state.ownFileState);
+}

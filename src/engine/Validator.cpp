@@ -133,9 +133,7 @@ void ResetPerFileState(RunState& state)
     state.toolkit.RemovedContentLengths.clear();
     state.currentRow = 0;
     state.rowStack = { 0 };
-    state.conversion = {};
-    state.textValidity.resetPerFile();
-    state.ruleCaches.clear();
+    state.ruleStates.clear();
 }
 
 void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std::int32_t lineNumber)

@@ -2,9 +2,12 @@
 
 #include "config/TableReading.h"
 #include "core/RunState.h"
+#include "engine/Dispatch.h"
 #include "engine/RuleHelpers.h"
 #include "rules/ConversionText.h"
 #include "text/xmlClass.h"
+
+#include <map>
 
 bool LoadConvert2AttribTable(RunState& state, TableSet& set)
 {
@@ -44,6 +47,14 @@ std::optional<bool> ExpandedTextLeadsContent(const QString& dashedContent, const
 
 namespace {
 
+// Built on first use, so that every tag of the file reads it again instead
+// of searching the whole text afresh: the dashed text before the tags of one
+// element, by the zero-based offset where that text starts; it only ever
+// grows to the right.
+struct PrecedingTexts : RuleFileState {
+    std::map<qsizetype, std::shared_ptr<PrecedingText>> byStart;
+};
+
 // What one tag offers the rows: the dashed element content and the dashed
 // text before the tag, each made at most once however many rows ask.
 class TagTexts {
@@ -72,7 +83,7 @@ public:
         if (const std::int32_t enclosing = EnclosingOpenTagPosition(state_); enclosing != 0)
             start = enclosing - 1 + state_.openTags.back().tagText.size();
         const qsizetype end = context.filePosition - 1;
-        auto& cache = state_.conversion.precedingTexts;
+        auto& cache = OwnFileState<PrecedingTexts>(state_).byStart;
         // Elements opened after the enclosing one are closed by now.
         cache.erase(cache.upper_bound(start), cache.end());
         std::shared_ptr<PrecedingText>& text = cache[start];
@@ -124,6 +135,11 @@ void checkBefore(RunState& state, TagTexts& texts, const Convert2AttribRow& row)
 }
 
 } // namespace
+
+std::unique_ptr<RuleFileState> MakeConvert2AttribFileState()
+{
+    return MakeFileState<PrecedingTexts>();
+}
 
 void CONVERT2ATTRIB(RunState& state)
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/RuleFileState.h"
 #include "core/TableSet.h"
 
 #include <QList>
@@ -24,6 +25,9 @@ struct Convert2AttribTable : SupportTable {
 };
 
 bool LoadConvert2AttribTable(RunState& state, TableSet& set);
+
+// The rule's own file state: the dashed text before the tags of each element.
+std::unique_ptr<RuleFileState> MakeConvert2AttribFileState();
 
 // Whether the expanded text, letter case ignored, stands first in an
 // element's dashed content: its first occurrence has nothing but non-word

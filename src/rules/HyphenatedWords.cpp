@@ -2,6 +2,7 @@
 
 #include "config/TableReading.h"
 #include "core/RunState.h"
+#include "engine/Dispatch.h"
 #include "engine/RuleHelpers.h"
 #include "report/Reports.h"
 #include "text/xmlClass.h"
@@ -71,7 +72,7 @@ bool isWordKnown(RunState& state, const QString& text)
 
 // Both checks are usually declared for the same elements: the text of the
 // element last asked for is kept for the other.
-struct ElementTextCache : RuleFileCache {
+struct ElementTextCache : RuleFileState {
     std::int32_t filePosition = -1;
     QString tagText;
     QString text;
@@ -83,10 +84,7 @@ struct ElementTextCache : RuleFileCache {
 QString elementText(RunState& state)
 {
     const ValidationContext& context = state.context;
-    auto& slot = state.ruleCaches.hyphenatedWords;
-    if (!slot)
-        slot = std::make_unique<ElementTextCache>();
-    auto& cache = static_cast<ElementTextCache&>(*slot);
+    auto& cache = OwnFileState<ElementTextCache>(state);
     if (cache.filePosition == context.filePosition && cache.tagText == context.tagText) {
         state.toolkit.RemovedContentLengths = cache.removedContentLengths;
         return cache.text;
@@ -103,6 +101,15 @@ QString elementText(RunState& state)
     cache.removedContentLengths = state.toolkit.RemovedContentLengths;
     return cache.text;
 }
+
+} // namespace
+
+std::unique_ptr<RuleFileState> MakeWordCheckFileState()
+{
+    return MakeFileState<ElementTextCache>();
+}
+
+namespace {
 
 const HyphenatedTable* acceptedWords(const RunState& state)
 {

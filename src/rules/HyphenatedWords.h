@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/RuleFileState.h"
 #include "core/TableSet.h"
 
 #include <QSet>
@@ -19,6 +20,9 @@ struct HyphenatedTable : SupportTable {
 };
 
 bool LoadHyphenatedTable(RunState& state, TableSet& set);
+
+// The file state both word checks share: the text of the element last checked.
+std::unique_ptr<RuleFileState> MakeWordCheckFileState();
 
 enum class HyphenAt : int { LineEnd = 1, InLine = 2 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/RuleFileState.h"
 #include "core/TableSet.h"
 #include "core/TagNameIndex.h"
 #include "engine/RegExp.h"
@@ -50,6 +51,10 @@ TextValidityRow ParseTextValidityRow(const QStringList& columns, const xmlClass&
 QString TextValidityOperatorProblem(const QString& operatorText);
 
 bool LoadTextValidityTable(RunState& state, TableSet& set);
+
+// The check's own file state: which conditions the file holds, which
+// failures it has told.
+std::unique_ptr<RuleFileState> MakeTextValidityFileState();
 
 // Checks the content of the current start tag's element against every row
 // of its tag; a row gives at most one finding per element.

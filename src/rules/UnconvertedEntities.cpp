@@ -3,6 +3,7 @@
 #include "config/TableReading.h"
 #include "core/HugePages.h"
 #include "core/RunState.h"
+#include "engine/Dispatch.h"
 #include "report/Reports.h"
 #include "rules/ElementContents.h"
 
@@ -230,7 +231,7 @@ struct TagRemoval {
 };
 
 // The whole text's removal, searched once for every row.
-struct EntityIndex : RuleFileCache {
+struct EntityIndex {
     const UnconEntitiesTable* table = nullptr;
     TagRemoval removal;
     std::vector<std::vector<qsizetype>> occurrences; // per row, plain starts ascending
@@ -240,10 +241,14 @@ struct EntityIndex : RuleFileCache {
     std::vector<std::size_t> rowCursors;
 };
 
+struct EntityIndexState : RuleFileState {
+    std::unique_ptr<EntityIndex> index;
+};
+
 EntityIndex& entityIndexOf(RunState& state, const UnconEntitiesTable& table)
 {
-    auto& slot = state.ruleCaches.unconvertedEntities;
-    if (!slot || static_cast<const EntityIndex&>(*slot).table != &table) {
+    std::unique_ptr<EntityIndex>& slot = OwnFileState<EntityIndexState>(state).index;
+    if (!slot || slot->table != &table) {
         auto index = std::make_unique<EntityIndex>();
         index->table = &table;
         index->removal.removeTags(state.wholeText);
@@ -252,7 +257,7 @@ EntityIndex& entityIndexOf(RunState& state, const UnconEntitiesTable& table)
         index->rowCursors.assign(index->occurrences.size(), 0);
         slot = std::move(index);
     }
-    return static_cast<EntityIndex&>(*slot);
+    return *slot;
 }
 
 // The file offset of the first occurrence of every row inside the content,
@@ -305,6 +310,11 @@ void reportHit(RunState& state, const UnconEntityRow& row, qsizetype fileOffset)
 }
 
 } // namespace
+
+std::unique_ptr<RuleFileState> MakeUnconEntitiesFileState()
+{
+    return MakeFileState<EntityIndexState>();
+}
 
 void UNCONENTITIES(RunState& state)
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/RuleFileState.h"
 #include "core/TableSet.h"
 #include "rules/MultiStringSearch.h"
 
@@ -28,6 +29,10 @@ struct UnconEntitiesTable : SupportTable {
 // line ends the search string. An over-long message is shown to the operator
 // and the row is kept.
 bool LoadUnconEntitiesTable(RunState& state, TableSet& set);
+
+// The rule's own file state: the entity search over the whole text, built
+// at the file's first element.
+std::unique_ptr<RuleFileState> MakeUnconEntitiesFileState();
 
 // Strings of the table found in the plain text (tags removed) of the current
 // element, the first occurrence of each row, each reported where it stands in
