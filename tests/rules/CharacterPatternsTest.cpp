@@ -35,13 +35,7 @@ TEST(SpecialCharacters, ReadsQuotedFieldsAndEscapedQuotes)
 
 TEST(SpecialCharacters, ReportsEveryMatchWithItsLineAndColumn)
 {
-    struct Row {
-        const char* name;
-        QByteArray table;
-        QByteArray input;
-        QStringList expected;
-    };
-    const QList<Row> rows = {
+    const QList<TableCase> rows = {
         { "empty lines are shown with [hrt]",
             R"~("(hrt)(hrt)","Empty line","WARNING","I")~"
             "\r\n",
@@ -62,11 +56,11 @@ TEST(SpecialCharacters, ReportsEveryMatchWithItsLineAndColumn)
             "\r\n",
             "abc", { "1:1 W Found a | a" } },
     };
-    for (const Row& row : rows) {
-        RuleFixture fixture("", row.table);
+    for (const TableCase& row : rows) {
+        RuleFixture fixture("", row.rows);
         EXPECT_EQ(fixture.run(row.input), row.expected) << row.name;
         // Only the rejected pattern makes the run end with a failure, and it says which.
-        const bool rejected = row.table.contains("(?<=");
+        const bool rejected = row.rows.contains("(?<=");
         EXPECT_EQ(fixture.state.checkFailures, rejected ? 1 : 0) << row.name;
         ASSERT_EQ(fixture.op.diagnostics.size(), rejected ? 1 : 0) << row.name;
         if (rejected) {

@@ -74,3 +74,21 @@ void ExpectRuleCases(
         EXPECT_EQ(fixture.run(c.input), c.expected) << c.input.constData();
     }
 }
+
+void ExpectRuleCases(const QByteArray& routine, const QList<RuleCase>& cases)
+{
+    for (const RuleCase& c : cases) {
+        RuleFixture fixture(routine);
+        EXPECT_EQ(fixture.run(c.input), c.expected) << c.input.constData();
+    }
+}
+
+void ExpectTableCases(
+    const QByteArray& routine, SupportFile file, const QByteArray& header, const QList<TableCase>& cases)
+{
+    for (const TableCase& c : cases) {
+        RuleFixture fixture(routine);
+        ASSERT_TRUE(fixture.loadTable(file, header + c.rows)) << c.name;
+        EXPECT_EQ(fixture.run(c.input), c.expected) << c.name;
+    }
+}
