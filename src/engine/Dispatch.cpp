@@ -2,12 +2,56 @@
 
 #include "config/RoutineDeclTable.h"
 #include "core/RunState.h"
+#include "engine/RuleContext.h"
+#include "engine/RuleHelpers.h"
+#include "report/Reports.h"
+
+namespace {
+
+// Hands a routine's findings to the run's reports.
+class ReportedFindings : public RuleFindings {
+public:
+    explicit ReportedFindings(RunState& state)
+        : state_(state)
+    {
+    }
+    void report(Severity severity, std::int64_t line, const QString& message, const QString& data,
+        std::int32_t column) override
+    {
+        if (severity == Severity::Error)
+            WriteErrorEntry(state_, line, message, data, column);
+        else
+            WriteWarningEntry(state_, line, message, data, column);
+    }
+
+private:
+    RunState& state_;
+};
+
+void runWithContext(RunState& state, ContextRoutine routine)
+{
+    ReportedFindings findings(state);
+    RuleContext context { state.context, state.openTags, state.wholeText, state.lineStarts, state.toolkit,
+        state.routineParameter, state.parameterSeverity, state.config.ActiveTableSet, state.ownFileState,
+        findings };
+    routine(context);
+}
+
+} // namespace
+
+QString RuleContext::dataFrom(std::int32_t start) const
+{
+    return DataContentAt(tag, start);
+}
 
 void RunRule(RunState& state, const RuleEntry& rule)
 {
     state.currentRoutine = rule.name;
     state.ownFileState = rule.makeFileState ? &state.ruleStates.of(rule.makeFileState) : nullptr;
-    rule.run(state);
+    if (rule.run.withContext)
+        runWithContext(state, rule.run.withContext);
+    else
+        rule.run.withRunState(state);
     state.currentRoutine = {};
     state.ownFileState = nullptr;
 }

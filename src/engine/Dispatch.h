@@ -8,7 +8,26 @@
 #include <QString>
 #include <optional>
 
+struct RuleContext;
+
 using Routine = void (*)(RunState& state);
+using ContextRoutine = void (*)(RuleContext& context);
+
+// What runs for an entry: a routine that sees only its narrow context, or
+// one that still takes the whole run state.
+struct RuleFunction {
+    constexpr RuleFunction() = default;
+    constexpr RuleFunction(Routine routine)
+        : withRunState(routine)
+    {
+    }
+    constexpr RuleFunction(ContextRoutine routine)
+        : withContext(routine)
+    {
+    }
+    Routine withRunState = nullptr;
+    ContextRoutine withContext = nullptr;
+};
 
 // The configuration switch of a whole-file check: the check runs while the
 // switch is on, and while it is unset when onWhenUnset says so.
@@ -24,7 +43,7 @@ struct RuleSwitch {
 // that turns it off (none for a check that always runs).
 struct RuleEntry {
     QLatin1StringView name;
-    Routine run = nullptr;
+    RuleFunction run;
     std::optional<SupportFile> table = std::nullopt;
     TableLoader load = nullptr;
     RuleSwitch gate = {};

@@ -16,13 +16,18 @@ QString ExpandPatternPlaceholders(const QString& pattern)
     return expanded;
 }
 
-QString DataContentAt(const RunState& state, std::int32_t start)
+QString DataContentAt(const ValidationContext& tag, std::int32_t start)
 {
-    const QString& line = state.context.lineText;
-    const std::int32_t from = start != 0 ? start : state.context.linePosition;
+    const QString& line = tag.lineText;
+    const std::int32_t from = start != 0 ? start : tag.linePosition;
     // Positions before the first character read from the line's start rather than failing.
     const qsizetype index = std::max<qsizetype>(from, 1) - 1;
     return index >= line.size() ? QString() : line.sliced(index);
+}
+
+QString DataContentAt(const RunState& state, std::int32_t start)
+{
+    return DataContentAt(state.context, start);
 }
 
 void ReportBySeverity(RunState& state, Severity severity, std::int64_t lineNumber, const QString& message,

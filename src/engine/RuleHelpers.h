@@ -9,6 +9,7 @@
 #include <vector>
 
 struct RunState;
+struct ValidationContext;
 
 // Helpers that many validation routines share. They keep no state: they read
 // the current ValidationContext and the open-tag list of the run state.
@@ -17,8 +18,10 @@ struct RunState;
 // (exact case) by regular-expression fragments.
 QString ExpandPatternPlaceholders(const QString& pattern);
 
-// The current line's text from the one-based position start to its end; start
-// 0 means from the current tag's "<".
+// The tag's line from the one-based position start to its end; start 0 means
+// from the tag's "<".
+QString DataContentAt(const ValidationContext& tag, std::int32_t start);
+// The same for the current tag.
 QString DataContentAt(const RunState& state, std::int32_t start);
 
 // Writes an error or a warning entry.

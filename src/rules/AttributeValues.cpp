@@ -2,27 +2,19 @@
 
 #include "config/TableReading.h"
 #include "core/RunState.h"
-#include "engine/RuleHelpers.h"
-#include "report/Reports.h"
+#include "engine/RuleContext.h"
 #include "text/xmlClass.h"
 
 namespace {
 
 // Whether any range separator occurs in the value, letter case ignored.
-bool holdsRangeSeparator(const RunState& state, const QString& value)
+bool holdsRangeSeparator(const RuleContext& rule, const QString& value)
 {
-    for (const QString& separator : state.config.ActiveTableSet.AttribRangeSeparators) {
+    for (const QString& separator : rule.settings.AttribRangeSeparators) {
         if (value.contains(separator, Qt::CaseInsensitive))
             return true;
     }
     return false;
-}
-
-void reportAtTag(RunState& state, Severity severity, const QString& message)
-{
-    const ValidationContext& context = state.context;
-    ReportBySeverity(
-        state, severity, context.lineNumber, message, DataContentAt(state, 0), context.linePosition);
 }
 
 } // namespace
@@ -75,20 +67,20 @@ bool LoadAttribUnconTable(RunState& state, TableSet& set)
     return true;
 }
 
-void NOLEADZERO(RunState& state)
+void NOLEADZERO(RuleContext& rule)
 {
-    const ValidationContext& context = state.context;
+    const ValidationContext& context = rule.tag;
     if (context.tagType == TagKind::End)
         return;
     // Without "=" the tag has no attribute value to look at.
     if (!context.tagText.contains(u'='))
         return;
-    const auto* table = state.config.ActiveTableSet.loaded<NoLeadZeroTable>(SupportFile::NoLeadZeroTbl);
+    const auto* table = rule.settings.loaded<NoLeadZeroTable>(SupportFile::NoLeadZeroTbl);
     // A name matching "[name]" of the index only across two entries matches
     // no row either, so the set of names answers the same.
     if (!table || !table->tagNames.contains(context.tagName))
         return;
-    const xmlClass xml(state.toolkit);
+    const xmlClass xml(rule.toolkit);
     for (const NoLeadZeroRow& row : table->rows) {
         if (row.tagName != context.tagName)
             continue;
@@ -102,24 +94,24 @@ void NOLEADZERO(RunState& state)
         for (qsizetype slot = 0; !faulty && slot < row.delimiters.size(); ++slot)
             faulty = squeezed.contains(row.delimiters[slot] + QLatin1Char('0'));
         if (faulty) {
-            reportAtTag(state, state.parameterSeverity,
+            rule.reportAtTag(rule.parameterSeverity,
                 QStringLiteral("Value of attribute contains leading zero: ") + row.attributeName
                     + QLatin1Char('=') + value);
         }
     }
 }
 
-void ATTRIBUNCONENTITY(RunState& state)
+void ATTRIBUNCONENTITY(RuleContext& rule)
 {
-    const ValidationContext& context = state.context;
+    const ValidationContext& context = rule.tag;
     if (context.tagType == TagKind::End)
         return;
     if (!context.tagText.contains(u'='))
         return;
-    const auto* table = state.config.ActiveTableSet.loaded<AttribUnconTable>(SupportFile::AttribUnconTbl);
+    const auto* table = rule.settings.loaded<AttribUnconTable>(SupportFile::AttribUnconTbl);
     if (!table || !table->tagNames.contains(context.tagName))
         return;
-    const xmlClass xml(state.toolkit);
+    const xmlClass xml(rule.toolkit);
     for (const AttribUnconRow& row : table->rows) {
         if (row.tagName != context.tagName)
             continue;
@@ -127,36 +119,36 @@ void ATTRIBUNCONENTITY(RunState& state)
         if (value.isEmpty() || !value.contains(row.searchString))
             continue;
         // The kind comes from the row's own marker, not from the declaration.
-        reportAtTag(state, row.severity, row.message + QStringLiteral(" in ") + context.tagText);
+        rule.reportAtTag(row.severity, row.message + QStringLiteral(" in ") + context.tagText);
     }
 }
 
-void ATTRIBRANGEVALIDITY(RunState& state)
+void ATTRIBRANGEVALIDITY(RuleContext& rule)
 {
-    const ValidationContext& context = state.context;
+    const ValidationContext& context = rule.tag;
     if (context.tagType == TagKind::End || !context.tagText.contains(u'='))
         return;
-    const xmlClass xml(state.toolkit);
+    const xmlClass xml(rule.toolkit);
     const QString number = xml.GetAttributeValue(context.tagText, QStringLiteral("number"));
-    if (number.isEmpty() || !holdsRangeSeparator(state, number))
+    if (number.isEmpty() || !holdsRangeSeparator(rule, number))
         return;
     if (xml.GetAttributeValue(context.tagText, QStringLiteral("range")).toUpper() != QLatin1String("Y")) {
-        reportAtTag(state, state.parameterSeverity,
+        rule.reportAtTag(rule.parameterSeverity,
             QStringLiteral("Multi-data for number attribute is not allowed ") + context.tagText);
     }
 }
 
-void ATTRIBNUMBERVALIDITY(RunState& state)
+void ATTRIBNUMBERVALIDITY(RuleContext& rule)
 {
-    const ValidationContext& context = state.context;
+    const ValidationContext& context = rule.tag;
     if (context.tagType == TagKind::End || !context.tagText.contains(u'='))
         return;
-    const xmlClass xml(state.toolkit);
+    const xmlClass xml(rule.toolkit);
     if (xml.GetAttributeValue(context.tagText, QStringLiteral("range")).toUpper() != QLatin1String("Y"))
         return;
     // A missing or empty number is as wrong as a single one.
     const QString number = xml.GetAttributeValue(context.tagText, QStringLiteral("number"));
-    if (!holdsRangeSeparator(state, number))
-        reportAtTag(state, state.parameterSeverity,
-            QStringLiteral("Invalid range attribute value ") + context.tagText);
+    if (!holdsRangeSeparator(rule, number))
+        rule.reportAtTag(
+            rule.parameterSeverity, QStringLiteral("Invalid range attribute value ") + context.tagText);
 }

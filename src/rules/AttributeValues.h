@@ -8,6 +8,7 @@
 #include <QStringList>
 
 struct RunState;
+struct RuleContext;
 
 // One row of the no-leading-zero table; columns: tag | attribute | delimiters.
 struct NoLeadZeroRow {
@@ -47,10 +48,10 @@ bool LoadAttribUnconTable(RunState& state, TableSet& set);
 
 // A numeric attribute value must not begin with "0" nor hold "0" right
 // behind one of the row's delimiters.
-void NOLEADZERO(RunState& state);
+void NOLEADZERO(RuleContext& rule);
 // An attribute value must not hold a listed string (an unconverted entity).
-void ATTRIBUNCONENTITY(RunState& state);
+void ATTRIBUNCONENTITY(RuleContext& rule);
 // A number attribute holding several values needs range="Y".
-void ATTRIBRANGEVALIDITY(RunState& state);
+void ATTRIBRANGEVALIDITY(RuleContext& rule);
 // range="Y" needs a number attribute holding several values.
-void ATTRIBNUMBERVALIDITY(RunState& state);
+void ATTRIBNUMBERVALIDITY(RuleContext& rule);

@@ -146,7 +146,7 @@ TEST(Validator, SplitsAtLineEndsAndCountsProgressPerLine)
 TEST(Validator, UnexpectedFailureIsShownAndEndsTheRun)
 {
     const RuleBook failing {
-        { { QLatin1StringView("NOHRT"), [](RunState&) { throw std::runtime_error("disk gone"); } } }, {}
+        { { QLatin1StringView("NOHRT"), +[](RunState&) { throw std::runtime_error("disk gone"); } } }, {}
     };
     Fixture fixture("<a> | NOHRT | x\r\n", failing);
     fixture.state.inputPath = fixture.dir.write("input.xml", "<a>");
