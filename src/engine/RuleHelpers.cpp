@@ -77,11 +77,16 @@ QString OpenTagAbove(const RunState& state, std::int32_t levels)
     return state.openTags[index].tagText;
 }
 
+std::int32_t EnclosingOpenTagPosition(const QList<ValidationContext>& openTags)
+{
+    if (openTags.isEmpty() || openTags.last().tagText.isEmpty())
+        return 0;
+    return openTags.last().filePosition;
+}
+
 std::int32_t EnclosingOpenTagPosition(const RunState& state)
 {
-    if (state.openTags.isEmpty() || state.openTags.last().tagText.isEmpty())
-        return 0;
-    return state.openTags.last().filePosition;
+    return EnclosingOpenTagPosition(state.openTags);
 }
 
 bool IsTagOpen(const RunState& state, const QString& tagName)

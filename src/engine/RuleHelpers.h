@@ -2,6 +2,7 @@
 
 #include "core/TableCodes.h"
 
+#include <QList>
 #include <QString>
 #include <QStringView>
 #include <cstdint>
@@ -46,4 +47,5 @@ void NoteCheckFailure(RunState& state, const std::exception& failure);
 QString EnclosingOpenTag(const RunState& state);
 QString OpenTagAbove(const RunState& state, std::int32_t levels);
 std::int32_t EnclosingOpenTagPosition(const RunState& state);
+std::int32_t EnclosingOpenTagPosition(const QList<ValidationContext>& openTags);
 bool IsTagOpen(const RunState& state, const QString& tagName);

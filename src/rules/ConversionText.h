@@ -7,7 +7,8 @@
 #include <QStringList>
 #include <QStringView>
 
-struct RunState;
+struct ToolkitState;
+struct ValidationContext;
 
 // Text the convert-to-tag and convert-to-attribute rules read around the
 // current tag.
@@ -23,7 +24,7 @@ inline bool IsWordCharacter(QChar c)
 // gives it from the tag's position: empty when the element is not closed.
 // The answer comes from the toolkit's index of the file, built once, so that
 // neither long nor unclosed elements cost a pass each.
-QString CurrentElementText(RunState& state);
+QString CurrentElementText(const QString& document, ToolkitState& toolkit, const ValidationContext& context);
 
 // The dashed text from a fixed start up to a tag, for tag after tag of one
 // element. The text only ever grows, so it is dashed once, and the answers

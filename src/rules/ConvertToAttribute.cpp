@@ -2,7 +2,7 @@
 
 #include "config/TableReading.h"
 #include "core/RunState.h"
-#include "engine/Dispatch.h"
+#include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
 #include "rules/ConversionText.h"
 #include "text/xmlClass.h"
@@ -59,8 +59,8 @@ struct PrecedingTexts : RuleFileState {
 // text before the tag, each made at most once however many rows ask.
 class TagTexts {
 public:
-    TagTexts(RunState& state, const Convert2AttribTable& table)
-        : state_(state)
+    TagTexts(RuleContext& rule, const Convert2AttribTable& table)
+        : rule_(rule)
         , table_(table)
     {
     }
@@ -68,7 +68,7 @@ public:
     const QString& dashedContent()
     {
         if (!content_)
-            content_ = DashTags(CurrentElementText(state_));
+            content_ = DashTags(CurrentElementText(rule_.document, rule_.toolkit, rule_.tag));
         return *content_;
     }
 
@@ -78,12 +78,12 @@ public:
     {
         if (preceding_)
             return *preceding_;
-        const ValidationContext& context = state_.context;
+        const ValidationContext& context = rule_.tag;
         qsizetype start = 0;
-        if (const std::int32_t enclosing = EnclosingOpenTagPosition(state_); enclosing != 0)
-            start = enclosing - 1 + state_.openTags.back().tagText.size();
+        if (const std::int32_t enclosing = EnclosingOpenTagPosition(rule_.openTags); enclosing != 0)
+            start = enclosing - 1 + rule_.openTags.back().tagText.size();
         const qsizetype end = context.filePosition - 1;
-        auto& cache = OwnFileState<PrecedingTexts>(state_).byStart;
+        auto& cache = rule_.ownState<PrecedingTexts>().byStart;
         // Elements opened after the enclosing one are closed by now.
         cache.erase(cache.upper_bound(start), cache.end());
         std::shared_ptr<PrecedingText>& text = cache[start];
@@ -93,45 +93,45 @@ public:
                 expandedTexts << row.expandedText;
             text = std::make_shared<PrecedingText>(start, expandedTexts);
         }
-        text->extendTo(state_.wholeText, end);
+        text->extendTo(rule_.document, end);
         preceding_ = text.get();
         return *preceding_;
     }
 
 private:
-    RunState& state_;
+    RuleContext& rule_;
     const Convert2AttribTable& table_;
     std::optional<QString> content_;
     PrecedingText* preceding_ = nullptr;
 };
 
-void report(RunState& state, const Convert2AttribRow& row, const char* outcome)
+void report(RuleContext& rule, const Convert2AttribRow& row, const char* outcome)
 {
-    const ValidationContext& context = state.context;
-    ReportBySeverity(state, row.severity, context.lineNumber,
-        QStringLiteral("Expanded value of ") + row.attributeName + QLatin1String(outcome),
-        DataContentAt(state, 0), context.linePosition);
+    const ValidationContext& context = rule.tag;
+    rule.findings.report(row.severity, context.lineNumber,
+        QStringLiteral("Expanded value of ") + row.attributeName + QLatin1String(outcome), rule.dataFrom(0),
+        context.linePosition);
 }
 
-void checkAfter(RunState& state, TagTexts& texts, const Convert2AttribRow& row)
+void checkAfter(RuleContext& rule, TagTexts& texts, const Convert2AttribRow& row)
 {
     const std::optional<bool> found = ExpandedTextLeadsContent(texts.dashedContent(), row.expandedText);
     // Text that is not there at all is reported by neither action.
     if (!found)
         return;
     if (row.action == ConversionAction::Delete && *found)
-        report(state, row, " Found after tag");
+        report(rule, row, " Found after tag");
     else if (row.action == ConversionAction::Copy && !*found)
-        report(state, row, " Not Found after tag");
+        report(rule, row, " Not Found after tag");
 }
 
-void checkBefore(RunState& state, TagTexts& texts, const Convert2AttribRow& row)
+void checkBefore(RuleContext& rule, TagTexts& texts, const Convert2AttribRow& row)
 {
     const bool found = texts.preceding().endsWithExpanded(row.expandedText);
     if (row.action == ConversionAction::Delete && found)
-        report(state, row, " Found before tag");
+        report(rule, row, " Found before tag");
     else if (row.action == ConversionAction::Copy && !found)
-        report(state, row, " Not found before tag");
+        report(rule, row, " Not found before tag");
 }
 
 } // namespace
@@ -141,17 +141,16 @@ std::unique_ptr<RuleFileState> MakeConvert2AttribFileState()
     return MakeFileState<PrecedingTexts>();
 }
 
-void CONVERT2ATTRIB(RunState& state)
+void CONVERT2ATTRIB(RuleContext& rule)
 {
-    const ValidationContext& context = state.context;
+    const ValidationContext& context = rule.tag;
     if (context.tagType == TagKind::End || !context.tagText.contains(u'='))
         return;
-    const auto* table
-        = state.config.ActiveTableSet.loaded<Convert2AttribTable>(SupportFile::Convert2AttribTbl);
+    const auto* table = rule.settings.loaded<Convert2AttribTable>(SupportFile::Convert2AttribTbl);
     if (!table)
         return;
-    const xmlClass xml(state.toolkit);
-    TagTexts texts(state, *table);
+    const xmlClass xml(rule.toolkit);
+    TagTexts texts(rule, *table);
     // Rows often ask for the same attribute: it is read once per name.
     const QString* lastName = nullptr;
     QString upperValue;
@@ -163,8 +162,8 @@ void CONVERT2ATTRIB(RunState& state)
         if (upperValue != row.attributeValueUpper)
             continue;
         if (LooksBefore(row.where))
-            checkBefore(state, texts, row);
+            checkBefore(rule, texts, row);
         if (LooksAfter(row.where))
-            checkAfter(state, texts, row);
+            checkAfter(rule, texts, row);
     }
 }

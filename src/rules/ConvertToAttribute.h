@@ -8,6 +8,7 @@
 #include <optional>
 
 struct RunState;
+struct RuleContext;
 
 // One row of the convert-to-attribute table; columns: attribute | value |
 // action | expanded text | severity | position code.
@@ -37,4 +38,4 @@ std::optional<bool> ExpandedTextLeadsContent(const QString& dashedContent, const
 
 // Text that a conversion was to turn into an attribute value must be gone
 // ("DELETE") or still stand ("COPY") right before or right after the tag.
-void CONVERT2ATTRIB(RunState& state);
+void CONVERT2ATTRIB(RuleContext& rule);

@@ -2,7 +2,7 @@
 
 #include "config/TableReading.h"
 #include "core/RunState.h"
-#include "engine/RuleHelpers.h"
+#include "engine/RuleContext.h"
 #include "rules/ConversionText.h"
 
 bool LoadConvert2TagTable(RunState& state, TableSet& set)
@@ -49,34 +49,34 @@ QString LastWordBefore(QStringView text, qsizetype start, qsizetype end)
 
 namespace {
 
-void report(RunState& state, const Convert2TagRow& row, const char* phrase)
+void report(RuleContext& rule, const Convert2TagRow& row, const char* phrase)
 {
-    const ValidationContext& context = state.context;
-    ReportBySeverity(state, row.severity, context.lineNumber,
-        u'"' + row.word + u'"' + QLatin1String(phrase) + context.tagText, DataContentAt(state, 0),
+    const ValidationContext& context = rule.tag;
+    rule.findings.report(row.severity, context.lineNumber,
+        u'"' + row.word + u'"' + QLatin1String(phrase) + context.tagText, rule.dataFrom(0),
         context.linePosition);
 }
 
 // The text before the tag starts after the start tag of the outermost open
 // element, so that a word in an enclosing element's text still counts.
-QString wordBeforeTag(const RunState& state)
+QString wordBeforeTag(const RuleContext& rule)
 {
     qsizetype start = 0;
-    if (!state.openTags.isEmpty()) {
-        const ValidationContext& outermost = state.openTags.front();
+    if (!rule.openTags.isEmpty()) {
+        const ValidationContext& outermost = rule.openTags.front();
         start = outermost.filePosition - 1 + outermost.tagText.size();
     }
-    return LastWordBefore(state.wholeText, start, state.context.filePosition - 1);
+    return LastWordBefore(rule.document, start, rule.tag.filePosition - 1);
 }
 
 } // namespace
 
-void CONVERT2TAG(RunState& state)
+void CONVERT2TAG(RuleContext& rule)
 {
-    const ValidationContext& context = state.context;
+    const ValidationContext& context = rule.tag;
     if (context.tagType != TagKind::Start)
         return;
-    const auto* table = state.config.ActiveTableSet.loaded<Convert2TagTable>(SupportFile::Convert2TagTbl);
+    const auto* table = rule.settings.loaded<Convert2TagTable>(SupportFile::Convert2TagTbl);
     if (!table)
         return;
     std::optional<QString> content; // read once, whatever number of rows ask
@@ -87,20 +87,20 @@ void CONVERT2TAG(RunState& state)
             continue;
         const bool isDelete = row.action == ConversionAction::Delete;
         if (LooksBefore(row.position)) {
-            const bool found = wordBeforeTag(state).toUpper() == row.word.toUpper();
+            const bool found = wordBeforeTag(rule).toUpper() == row.word.toUpper();
             if (isDelete && found)
-                report(state, row, " Found right before ");
+                report(rule, row, " Found right before ");
             else if (!isDelete && !found)
-                report(state, row, " Not found right before ");
+                report(rule, row, " Not found right before ");
         }
         if (LooksAfter(row.position)) {
             if (!content)
-                content = CurrentElementText(state);
+                content = CurrentElementText(rule.document, rule.toolkit, rule.tag);
             const bool found = ContainsWholeWord(*content, row.word);
             if (isDelete && found)
-                report(state, row, " Found right after ");
+                report(rule, row, " Found right after ");
             else if (!isDelete && !found)
-                report(state, row, " Not found right after ");
+                report(rule, row, " Not found right after ");
         }
     }
 }

@@ -7,6 +7,7 @@
 #include <QStringView>
 
 struct RunState;
+struct RuleContext;
 
 // One row of the convert-to-tag table; columns: tag name | action | word |
 // severity | position code.
@@ -36,4 +37,4 @@ QString LastWordBefore(QStringView text, qsizetype start, qsizetype end);
 
 // A word that should have become markup must be gone ("DELETE") or still
 // stand ("COPY") right before or right after the tag.
-void CONVERT2TAG(RunState& state);
+void CONVERT2TAG(RuleContext& rule);

@@ -2,7 +2,7 @@
 
 #include "config/TableReading.h"
 #include "core/RunState.h"
-#include "engine/RuleHelpers.h"
+#include "engine/RuleContext.h"
 #include "rules/ElementContents.h"
 #include "text/xmlClass.h"
 
@@ -151,40 +151,39 @@ const NoHrtEntry* noHrtEntry(
     return entry == group->entries.end() ? nullptr : &*entry;
 }
 
-bool containsLineBreak(const RunState& state, const ContentRange& content)
+bool containsLineBreak(const RuleContext& rule, const ContentRange& content)
 {
     // A CR LF inside the content puts the start of a line at content start + 2
     // or later, up to the content's end.
-    const auto nextLine
-        = std::lower_bound(state.lineStarts.begin(), state.lineStarts.end(), content.start + 2);
-    return nextLine != state.lineStarts.end() && *nextLine <= content.end;
+    const auto nextLine = std::lower_bound(rule.lineStarts.begin(), rule.lineStarts.end(), content.start + 2);
+    return nextLine != rule.lineStarts.end() && *nextLine <= content.end;
 }
 
 // A listed element must not hold a line break.
-void lineBreakInsideElement(RunState& state, const NoHrtTable& table)
+void lineBreakInsideElement(RuleContext& rule, const NoHrtTable& table)
 {
-    const ValidationContext& context = state.context;
+    const ValidationContext& context = rule.tag;
     if (context.tagType != TagKind::Start)
         return;
-    const xmlClass xml(state.toolkit);
+    const xmlClass xml(rule.toolkit);
     const NoHrtEntry* entry = noHrtEntry(table, xml.GetTagName(context.enclosingTag), context.tagName);
     if (!entry)
         return;
-    const std::optional<ContentRange> content = CurrentElementContent(state, context);
-    if (!content || !containsLineBreak(state, *content))
+    const std::optional<ContentRange> content = CurrentElementContent(rule.document, rule.toolkit, context);
+    if (!content || !containsLineBreak(rule, *content))
         return;
-    ReportBySeverity(state, entry->severity, context.lineNumber, "Hard Return within "_L1 + context.tagText,
-        DataContentAt(state, 0), context.linePosition);
+    rule.findings.report(entry->severity, context.lineNumber, "Hard Return within "_L1 + context.tagText,
+        rule.dataFrom(0), context.linePosition);
 }
 
 // The routine parameter reaches routines upper-cased while element names keep
 // their letter case, so the element it names is looked for ignoring case.
-bool parameterElementIsOpen(const RunState& state)
+bool parameterElementIsOpen(const RuleContext& rule)
 {
-    const QStringView parameter = state.routineParameter;
+    const QStringView parameter = rule.parameter;
     if (parameter == u"N/A")
         return true;
-    return std::any_of(state.openTags.begin(), state.openTags.end(), [&](const ValidationContext& open) {
+    return std::any_of(rule.openTags.begin(), rule.openTags.end(), [&](const ValidationContext& open) {
         return open.tagName.compare(parameter, Qt::CaseInsensitive) == 0;
     });
 }
@@ -192,59 +191,58 @@ bool parameterElementIsOpen(const RunState& state)
 // An HRT marker must not stand inside a listed element. The marker's
 // enclosing element is looked up as the element of step one is: its group,
 // and in it the entry of that same element.
-void markerInsideElement(RunState& state, const NoHrtTable& table)
+void markerInsideElement(RuleContext& rule, const NoHrtTable& table)
 {
-    const ValidationContext& context = state.context;
-    if (context.tagType != TagKind::Empty || !isMarkerName(context.tagName) || !parameterElementIsOpen(state))
+    const ValidationContext& context = rule.tag;
+    if (context.tagType != TagKind::Empty || !isMarkerName(context.tagName) || !parameterElementIsOpen(rule))
         return;
-    const xmlClass xml(state.toolkit);
+    const xmlClass xml(rule.toolkit);
     const QString enclosingName = xml.GetTagName(context.enclosingTag);
     const NoHrtEntry* entry = noHrtEntry(table, enclosingName, enclosingName);
     if (!entry)
         return;
-    ReportBySeverity(state, entry->severity, context.lineNumber,
-        context.tagText + " within "_L1 + context.enclosingTag, DataContentAt(state, 0),
-        context.linePosition);
+    rule.findings.report(entry->severity, context.lineNumber,
+        context.tagText + " within "_L1 + context.enclosingTag, rule.dataFrom(0), context.linePosition);
 }
 
 } // namespace
 
-void CheckMultipleHardReturns(RunState& state)
+void CheckMultipleHardReturns(RuleContext& rule)
 {
-    const TableSet& active = state.config.ActiveTableSet;
+    const TableSet& active = rule.settings;
     // "At most n in a row" cannot hold for a negative n once the file has any
     // hard return at all, so a negative count is read as 0.
     const std::int64_t allowed = std::max<std::int64_t>(active.MultiHrtMaxCount, 0);
-    if (longestHardReturnRun(state.wholeText, allowed + 1) <= allowed)
+    if (longestHardReturnRun(rule.document, allowed + 1) <= allowed)
         return;
-    ReportBySeverity(state, active.MultiHrtSeverity.value_or(Severity::Warning), 0,
+    rule.findings.report(active.MultiHrtSeverity.value_or(Severity::Warning), 0,
         "Consecutive hard returns exceed allowable count"_L1,
         "Max. Count: "_L1 + QString::number(active.MultiHrtMaxCount), 1);
 }
 
-void WITHHRT(RunState& state)
+void WITHHRT(RuleContext& rule)
 {
-    const auto* table = state.config.ActiveTableSet.loaded<WithHrtTable>(SupportFile::WithHRTDeclTbl);
+    const auto* table = rule.settings.loaded<WithHrtTable>(SupportFile::WithHRTDeclTbl);
     if (!table)
         return;
-    const ValidationContext& context = state.context;
-    const xmlClass xml(state.toolkit);
+    const ValidationContext& context = rule.tag;
+    const xmlClass xml(rule.toolkit);
     // Every row that applies is handled: one tag can give several findings.
     for (const WithHrtRow& row : table->rows) {
         if (row.tagName != context.tagName || row.tagKind != context.tagType)
             continue;
         const QString message = withHrtMessage(xml, context, row.placement);
         if (!message.isEmpty())
-            ReportBySeverity(state, row.severity, context.lineNumber, message, DataContentAt(state, 0),
-                context.linePosition);
+            rule.findings.report(
+                row.severity, context.lineNumber, message, rule.dataFrom(0), context.linePosition);
     }
 }
 
-void NOHRT(RunState& state)
+void NOHRT(RuleContext& rule)
 {
-    const auto* table = state.config.ActiveTableSet.loaded<NoHrtTable>(SupportFile::NoHRTDeclTbl);
+    const auto* table = rule.settings.loaded<NoHrtTable>(SupportFile::NoHRTDeclTbl);
     if (!table)
         return;
-    lineBreakInsideElement(state, *table);
-    markerInsideElement(state, *table);
+    lineBreakInsideElement(rule, *table);
+    markerInsideElement(rule, *table);
 }

@@ -7,6 +7,7 @@
 #include <QString>
 
 struct RunState;
+struct RuleContext;
 
 // One entry of a no-hard-return group: an element that must hold no hard
 // return inside the group's enclosing element. The table's columns:
@@ -45,11 +46,11 @@ bool LoadWithHrtTable(RunState& state, TableSet& set);
 
 // Whole-file check: no more consecutive hard returns (line breaks or HRT
 // marker tags) than the configured count.
-void CheckMultipleHardReturns(RunState& state);
+void CheckMultipleHardReturns(RuleContext& rule);
 
 // A tag of the table must have a hard return before it, after it, or both.
-void WITHHRT(RunState& state);
+void WITHHRT(RuleContext& rule);
 
 // Inside an enclosing element of the table, a listed element holds no line
 // break, and no HRT marker stands inside a listed element.
-void NOHRT(RunState& state);
+void NOHRT(RuleContext& rule);

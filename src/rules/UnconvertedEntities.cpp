@@ -325,7 +325,8 @@ void UNCONENTITIES(RunState& state)
     const auto* table = state.config.ActiveTableSet.loaded<UnconEntitiesTable>(SupportFile::UnConEntitiesTbl);
     if (!table || table->rows.isEmpty())
         return;
-    const std::optional<ContentRange> content = CurrentElementContent(state, context);
+    const std::optional<ContentRange> content
+        = CurrentElementContent(state.wholeText, state.toolkit, context);
     if (!content || content->end == content->start)
         return;
     const std::vector<qsizetype> hits = firstHits(state, *table, *content);
