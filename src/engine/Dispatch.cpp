@@ -23,6 +23,7 @@ public:
         else
             WriteWarningEntry(state_, line, message, data, column);
     }
+    void checkEnded(const std::exception& failure) override { NoteCheckFailure(state_, failure); }
 
 private:
     RunState& state_;
@@ -32,8 +33,8 @@ void runWithContext(RunState& state, ContextRoutine routine)
 {
     ReportedFindings findings(state);
     RuleContext context { state.context, state.openTags, state.wholeText, state.lineStarts, state.toolkit,
-        state.routineParameter, state.parameterSeverity, state.config.ActiveTableSet, state.ownFileState,
-        findings };
+        state.spelling, state.routineParameter, state.parameterSeverity, state.config.ActiveTableSet,
+        state.ownFileState, findings };
     routine(context);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/RuleFileState.h"
+#include "core/SpellingEngine.h"
 #include "core/TableCodes.h"
 #include "core/TableSet.h"
 #include "core/ToolkitState.h"
@@ -10,6 +11,7 @@
 #include <QString>
 #include <QStringView>
 #include <cstdint>
+#include <exception>
 #include <vector>
 
 // Where a routine's findings go. The engine passes them on to the run's
@@ -22,6 +24,9 @@ public:
     virtual void report(Severity severity, std::int64_t line, const QString& message, const QString& data,
         std::int32_t column)
         = 0;
+    // A check that met a failure ends for this file and keeps what it wrote;
+    // the run hears of it and cannot pass for checked.
+    virtual void checkEnded(const std::exception& failure) = 0;
 };
 
 // What a routine sees while it checks one tag, and nothing else of the run:
@@ -34,6 +39,7 @@ struct RuleContext {
     const QString& document; // the whole text being validated
     const std::vector<std::int32_t>& lineStarts; // zero-based offset of every line
     ToolkitState& toolkit; // the tag toolkit's view of this document
+    SpellingState& spelling; // the installation's spelling engine with the run's answers
     QStringView parameter; // the declared parameter, upper-cased
     Severity parameterSeverity; // the same parameter read as a severity
     const TableSet& settings; // the active table set: tables and rule settings
@@ -49,4 +55,12 @@ struct RuleContext {
         findings.report(severity, tag.lineNumber, message, dataFrom(0), tag.linePosition);
     }
     template <typename State> State& ownState() const { return static_cast<State&>(*fileState); }
+    // The document's line of that zero-based index, without its CR LF.
+    QStringView line(int index) const
+    {
+        const qsizetype start = lineStarts[index];
+        const qsizetype end
+            = index + 1 < qsizetype(lineStarts.size()) ? lineStarts[index + 1] - 2 : document.size();
+        return QStringView(document).sliced(start, end - start);
+    }
 };

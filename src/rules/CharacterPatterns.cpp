@@ -4,8 +4,8 @@
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 #include "engine/RegExp.h"
+#include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
-#include "report/Reports.h"
 #include "rules/PatternLint.h"
 
 #include <new>
@@ -73,20 +73,16 @@ bool LoadSpecialCharTable(RunState& state, TableSet& set)
 
 namespace {
 
-void reportMatches(RunState& state, const SpecialCharRow& row)
+void reportMatches(RuleContext& rule, const SpecialCharRow& row)
 {
     RegExp search(PrepareSpecialCharPattern(row.pattern), true, row.ignoreCase);
-    const bool isError = row.severity == Severity::Error;
-    search.visitMatches(state.wholeText, [&](const RegExpMatch& match) {
+    search.visitMatches(rule.document, [&](const RegExpMatch& match) {
         std::int32_t column = 1;
         const std::int32_t line
-            = LineColumnAt(state.wholeText, state.lineStarts, static_cast<std::int32_t>(match.index), column);
+            = LineColumnAt(rule.document, rule.lineStarts, static_cast<std::int32_t>(match.index), column);
         QString shown = match.value;
         shown.replace(QStringLiteral("\r\n"), QStringLiteral("[hrt]"));
-        if (isError)
-            WriteErrorEntry(state, line, row.message, shown, column);
-        else
-            WriteWarningEntry(state, line, row.message, shown, column);
+        rule.findings.report(row.severity, line, row.message, shown, column);
     });
 }
 
@@ -94,22 +90,21 @@ void reportMatches(RunState& state, const SpecialCharRow& row)
 
 // Searches the whole file for the characters and sequences of the special
 // character table; every match is its own entry.
-void CheckSpecialCharacters(RunState& state)
+void CheckSpecialCharacters(RuleContext& rule)
 {
-    const TableSet& active = state.config.ActiveTableSet;
-    const auto* table = active.loaded<SpecialCharTable>(SupportFile::SpecialCharTbl);
+    const auto* table = rule.settings.loaded<SpecialCharTable>(SupportFile::SpecialCharTbl);
     if (!table)
         return;
     // A failing row (a pattern the engine rejects, a search past its limits)
     // ends the check for this file; what was written stays.
     try {
         for (const SpecialCharRow& row : table->rows)
-            reportMatches(state, row);
+            reportMatches(rule, row);
     } catch (const RunAborted&) {
         throw;
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& failure) {
-        NoteCheckFailure(state, failure);
+        rule.findings.checkEnded(failure);
     }
 }

@@ -6,6 +6,7 @@
 #include <QString>
 
 struct RunState;
+struct RuleContext;
 
 // One row of the special-character table: four double-quoted fields,
 // pattern, message, severity and case flag.
@@ -31,4 +32,4 @@ bool LoadSpecialCharTable(RunState& state, TableSet& set);
 
 // The whole-file special-character check: every row's pattern searched in
 // the whole text, each match reported at its line and column.
-void CheckSpecialCharacters(RunState& state);
+void CheckSpecialCharacters(RuleContext& rule);

@@ -1,14 +1,14 @@
 #include "rules/PendingRoutines.h"
 
-void IMGNAMEARTIDEQUALITY(RunState&) { }
-void IMGNAMELENGTHEQUALITY(RunState&) { }
-void CheckImageValidation(RunState&) { }
+void IMGNAMEARTIDEQUALITY(RuleContext&) { }
+void IMGNAMELENGTHEQUALITY(RuleContext&) { }
+void CheckImageValidation(RuleContext&) { }
 void StartImageCrossCheck(RunState&) { }
 void ReportImagesWithoutCallout(RunState&) { }
-void CheckFileName(RunState&) { }
-void CITATIONVALIDITY(RunState&) { }
-void COMPCONT(RunState&) { }
-void CHECKPAIRVALIDITY(RunState&) { }
-void CHECKPAIRCONTVALIDITY(RunState&) { }
-void CHECKCOUNTREFVALIDITY(RunState&) { }
-void PCPDATACOMPARE(RunState&) { }
+void CheckFileName(RuleContext&) { }
+void CITATIONVALIDITY(RuleContext&) { }
+void COMPCONT(RuleContext&) { }
+void CHECKPAIRVALIDITY(RuleContext&) { }
+void CHECKPAIRCONTVALIDITY(RuleContext&) { }
+void CHECKCOUNTREFVALIDITY(RuleContext&) { }
+void PCPDATACOMPARE(RuleContext&) { }

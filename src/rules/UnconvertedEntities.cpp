@@ -3,8 +3,7 @@
 #include "config/TableReading.h"
 #include "core/HugePages.h"
 #include "core/RunState.h"
-#include "engine/Dispatch.h"
-#include "report/Reports.h"
+#include "engine/RuleContext.h"
 #include "rules/ElementContents.h"
 
 #include <algorithm>
@@ -245,13 +244,13 @@ struct EntityIndexState : RuleFileState {
     std::unique_ptr<EntityIndex> index;
 };
 
-EntityIndex& entityIndexOf(RunState& state, const UnconEntitiesTable& table)
+EntityIndex& entityIndexOf(RuleContext& rule, const UnconEntitiesTable& table)
 {
-    std::unique_ptr<EntityIndex>& slot = OwnFileState<EntityIndexState>(state).index;
+    std::unique_ptr<EntityIndex>& slot = rule.ownState<EntityIndexState>().index;
     if (!slot || slot->table != &table) {
         auto index = std::make_unique<EntityIndex>();
         index->table = &table;
-        index->removal.removeTags(state.wholeText);
+        index->removal.removeTags(rule.document);
         index->occurrences = table.search->allOccurrences(index->removal.plain);
         index->removal.plain = QString(); // only the occurrences are asked for later
         index->rowCursors.assign(index->occurrences.size(), 0);
@@ -263,10 +262,10 @@ EntityIndex& entityIndexOf(RunState& state, const UnconEntitiesTable& table)
 // The file offset of the first occurrence of every row inside the content,
 // -1 where a row does not occur.
 std::vector<qsizetype> firstHits(
-    RunState& state, const UnconEntitiesTable& table, const ContentRange& content)
+    RuleContext& rule, const UnconEntitiesTable& table, const ContentRange& content)
 {
     std::vector<qsizetype> hits(table.rows.size(), -1);
-    EntityIndex& index = entityIndexOf(state, table);
+    EntityIndex& index = entityIndexOf(rule, table);
     const TagRemoval& whole = index.removal;
     if (whole.readsAsInTheWholeText(content)) {
         const qsizetype from = whole.plainIndexAtOrAfter(content.start, index.startRun);
@@ -284,7 +283,7 @@ std::vector<qsizetype> firstHits(
         return hits;
     }
     TagRemoval own;
-    own.removeTags(QStringView(state.wholeText).sliced(content.start, content.end - content.start));
+    own.removeTags(QStringView(rule.document).sliced(content.start, content.end - content.start));
     const std::vector<qsizetype> first = table.search->firstOccurrences(own.plain);
     for (std::size_t row = 0; row < first.size(); ++row) {
         if (first[row] >= 0)
@@ -293,20 +292,17 @@ std::vector<qsizetype> firstHits(
     return hits;
 }
 
-void reportHit(RunState& state, const UnconEntityRow& row, qsizetype fileOffset)
+void reportHit(RuleContext& rule, const UnconEntityRow& row, qsizetype fileOffset)
 {
     if (!row.severity)
         return;
     const auto lineStart = std::prev(std::upper_bound(
-        state.lineStarts.begin(), state.lineStarts.end(), static_cast<std::int32_t>(fileOffset)));
-    const int lineIndex = static_cast<int>(lineStart - state.lineStarts.begin());
+        rule.lineStarts.begin(), rule.lineStarts.end(), static_cast<std::int32_t>(fileOffset)));
+    const int lineIndex = static_cast<int>(lineStart - rule.lineStarts.begin());
     const auto column = static_cast<std::int32_t>(fileOffset - *lineStart + 1);
-    const QString message = row.message + " in "_L1 + state.context.tagText;
-    const QString data = state.line(lineIndex).sliced(column - 1).toString();
-    if (*row.severity == Severity::Error)
-        WriteErrorEntry(state, lineIndex + 1, message, data, column);
-    else
-        WriteWarningEntry(state, lineIndex + 1, message, data, column);
+    const QString message = row.message + " in "_L1 + rule.tag.tagText;
+    const QString data = rule.line(lineIndex).sliced(column - 1).toString();
+    rule.findings.report(*row.severity, lineIndex + 1, message, data, column);
 }
 
 } // namespace
@@ -316,22 +312,21 @@ std::unique_ptr<RuleFileState> MakeUnconEntitiesFileState()
     return MakeFileState<EntityIndexState>();
 }
 
-void UNCONENTITIES(RunState& state)
+void UNCONENTITIES(RuleContext& rule)
 {
-    const ValidationContext& context = state.context;
+    const ValidationContext& context = rule.tag;
     // Elements named "D" are exempt on purpose.
     if (context.tagType != TagKind::Start || context.tagName == u"D")
         return;
-    const auto* table = state.config.ActiveTableSet.loaded<UnconEntitiesTable>(SupportFile::UnConEntitiesTbl);
+    const auto* table = rule.settings.loaded<UnconEntitiesTable>(SupportFile::UnConEntitiesTbl);
     if (!table || table->rows.isEmpty())
         return;
-    const std::optional<ContentRange> content
-        = CurrentElementContent(state.wholeText, state.toolkit, context);
+    const std::optional<ContentRange> content = CurrentElementContent(rule.document, rule.toolkit, context);
     if (!content || content->end == content->start)
         return;
-    const std::vector<qsizetype> hits = firstHits(state, *table, *content);
+    const std::vector<qsizetype> hits = firstHits(rule, *table, *content);
     for (qsizetype row = 0; row < table->rows.size(); ++row) {
         if (hits[row] >= 0)
-            reportHit(state, table->rows[row], hits[row]);
+            reportHit(rule, table->rows[row], hits[row]);
     }
 }

@@ -10,6 +10,7 @@
 #include <optional>
 
 struct RunState;
+struct RuleContext;
 
 // One row of the unconverted-entity table; columns, split at the first
 // blank: search string, message.
@@ -37,4 +38,4 @@ std::unique_ptr<RuleFileState> MakeUnconEntitiesFileState();
 // Strings of the table found in the plain text (tags removed) of the current
 // element, the first occurrence of each row, each reported where it stands in
 // the file.
-void UNCONENTITIES(RunState& state);
+void UNCONENTITIES(RuleContext& rule);
