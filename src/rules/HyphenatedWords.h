@@ -9,6 +9,8 @@
 #include <cstdint>
 
 struct RunState;
+struct RuleContext;
+struct SpellingState;
 
 // The accepted hyphenated words: one entry a line, kept as read (untrimmed),
 // so an entry with trailing blanks never matches.
@@ -40,9 +42,9 @@ struct SpellingVerdict {
     QString suggestions;
 };
 
-SpellingVerdict SpellCheckWord(RunState& state, const QString& word);
+SpellingVerdict SpellCheckWord(SpellingState& spelling, const QString& word);
 
 // Line-end hyphenations in the element's text that should have been joined.
-void HYPHENATEDWORDCHECK(RunState& state);
+void HYPHENATEDWORDCHECK(RuleContext& rule);
 // Hyphenated compounds inside the lines of the element's text.
-void COMPOUNDWORDCHECK(RunState& state);
+void COMPOUNDWORDCHECK(RuleContext& rule);

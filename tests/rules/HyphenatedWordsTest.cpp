@@ -46,7 +46,7 @@ TEST(SpellCheckWord, AnswersAtMostTwoNonEmptySuggestionsCutAtTheirNul)
     useEngine(fixture, { "fine" },
         { { "bad", { "first", "second", "third" } }, { "odd", { "", QString("cut") + QChar(0) + "off" } } });
     const auto said = [&](const QString& word) {
-        const SpellingVerdict verdict = SpellCheckWord(fixture.state, word);
+        const SpellingVerdict verdict = SpellCheckWord(fixture.state.spelling, word);
         return verdict.misspelt ? "misspelt: " + verdict.suggestions : QString("fine");
     };
     EXPECT_EQ(said("fine"), "fine");
