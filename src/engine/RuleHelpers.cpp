@@ -1,20 +1,9 @@
 #include "engine/RuleHelpers.h"
 
 #include "core/RunState.h"
-#include "engine/RegExp.h"
 #include "report/Reports.h"
 
 #include <algorithm>
-
-QString ExpandPatternPlaceholders(const QString& pattern)
-{
-    QString expanded = pattern;
-    expanded.replace(QStringLiteral("[text]"), QStringLiteral("((\\S|\\s)*)"));
-    expanded.replace(QStringLiteral("[hrt]"), QStringLiteral("(\\r\\n)"));
-    expanded.replace(QStringLiteral("[space]"), QStringLiteral("( )"));
-    expanded.replace(QStringLiteral("[tab]"), QStringLiteral("(\\t)"));
-    return expanded;
-}
 
 QString DataContentAt(const ValidationContext& tag, std::int32_t start)
 {
@@ -82,11 +71,6 @@ std::int32_t EnclosingOpenTagPosition(const QList<ValidationContext>& openTags)
     if (openTags.isEmpty() || openTags.last().tagText.isEmpty())
         return 0;
     return openTags.last().filePosition;
-}
-
-std::int32_t EnclosingOpenTagPosition(const RunState& state)
-{
-    return EnclosingOpenTagPosition(state.openTags);
 }
 
 bool IsTagOpen(const RunState& state, const QString& tagName)

@@ -15,10 +15,6 @@ struct ValidationContext;
 // Helpers that many validation routines share. They keep no state: they read
 // the current ValidationContext and the open-tag list of the run state.
 
-// Replaces the table placeholders "[text]", "[hrt]", "[space]" and "[tab]"
-// (exact case) by regular-expression fragments.
-QString ExpandPatternPlaceholders(const QString& pattern);
-
 // The tag's line from the one-based position start to its end; start 0 means
 // from the tag's "<".
 QString DataContentAt(const ValidationContext& tag, std::int32_t start);
@@ -46,6 +42,5 @@ void NoteCheckFailure(RunState& state, const std::exception& failure);
 // Queries of the open start tags (oldest first).
 QString EnclosingOpenTag(const RunState& state);
 QString OpenTagAbove(const RunState& state, std::int32_t levels);
-std::int32_t EnclosingOpenTagPosition(const RunState& state);
 std::int32_t EnclosingOpenTagPosition(const QList<ValidationContext>& openTags);
 bool IsTagOpen(const RunState& state, const QString& tagName);
