@@ -75,8 +75,6 @@ void DispatchRow(RunState& state, int row);
 void RunRule(RunState& state, const RuleEntry& rule);
 
 // The running rule's own file state, of the type its entry's maker makes.
-template <typename State> State& OwnFileState(RunState& state);
-
 template <typename State> State& OwnFileState(RunState& state)
 {
     return static_cast<State&>(*state.ownFileState);
