@@ -232,7 +232,7 @@ QString CommandLineHelpText()
                "                 task (or --task CODE); exit 0 clean, 1 problems, 2 unreadable\n"
                "  --input FILE   with --check-config, also warn of routines declared on an\n"
                "                 element that FILE only writes as an empty tag (default:\n"
-               "                 the files of the configured INPUTPATH)\n"
+               "                 the first 100 files below INPUTPATH)\n"
                "  --headless     no window; messages go to standard error\n"
                "                 (implied when neither DISPLAY nor WAYLAND_DISPLAY is set)\n"
                "  --help         show this text\n"
