@@ -1,5 +1,6 @@
 #include "app/CheckConfig.h"
 
+#include "app/BatchRun.h"
 #include "app/SingleFileRun.h"
 #include "config/ConfigurationFile.h"
 #include "config/RoutineDeclTable.h"
@@ -7,9 +8,13 @@
 #include "config/TableSetFields.h"
 #include "core/RunState.h"
 #include "rules/RuleRegistry.h"
+#include "text/InputLoading.h"
+#include "text/xmlClass.h"
 
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QSet>
+#include <algorithm>
 
 namespace {
 
@@ -163,9 +168,108 @@ void checkJobFile(const RunState& state, TableLint& lint)
             QStringLiteral("KLMXINIFILE names %1, which does not exist").arg(jobFile));
 }
 
+// The element names an input writes as start tags and as empty tags,
+// upper-cased as the row stack compares them.
+struct TagUse {
+    QSet<QString> started;
+    QSet<QString> empty;
+};
+
+// Reads the tags line by line as the driver's scanner does, so a start tag
+// broken over two lines is no start tag here either.
+bool readTagUse(RunState& state, const QString& path, TagUse& use)
+{
+    QString text;
+    try {
+        text = LoadInputText(state.ui, path, state.config.Utf8Input);
+    } catch (const InputUnreadable&) {
+        return false;
+    }
+    xmlClass xml(state.toolkit);
+    for (const QString& line : text.split(QLatin1String("\r\n"))) {
+        std::int32_t counter = 0;
+        while (counter != -1) {
+            ++counter;
+            const QString tag = xml.RetrieveTags(line, counter);
+            if (counter == -1 || tag.isEmpty() || tag.contains(QLatin1String("<!"))
+                || tag.contains(QLatin1String("<?")))
+                continue;
+            const TagKind kind = xml.GetTagType(tag);
+            if (kind == TagKind::Start)
+                use.started.insert(xml.GetTagName(tag).toUpper());
+            else if (kind == TagKind::Empty)
+                use.empty.insert(xml.GetTagName(tag).toUpper());
+        }
+    }
+    return true;
+}
+
+// The files the batch window would offer below INPUTPATH, by path, the
+// first kCheckedSampleFiles of them.
+QStringList sampleInputs(const Configuration& config)
+{
+    QStringList files;
+    if (config.InputPath.isEmpty())
+        return files;
+    QDirIterator walk(config.InputPath, QDir::Files, QDirIterator::Subdirectories);
+    while (walk.hasNext()) {
+        walk.next();
+        if (PassesFileMask(config.InputFileMask, walk.fileName()))
+            files.append(walk.filePath());
+    }
+    std::sort(files.begin(), files.end());
+    return files.mid(0, kCheckedSampleFiles);
+}
+
+// The file line of the first row declared for the element: rows do not keep
+// their lines, and blank lines are not rows.
+qsizetype rowLine(RunState& state, const QString& path, const QString& upperTag)
+{
+    QStringList lines;
+    if (!TableReading::ReadLines(state, path, lines))
+        return 0;
+    const xmlClass xml(state.toolkit);
+    for (qsizetype i = 1; i < lines.size(); ++i) {
+        const QString field = lines[i].section(QLatin1Char('|'), 0, 0).trimmed();
+        if (!field.isEmpty() && xml.GetTagName(field).toUpper() == upperTag)
+            return i + 1;
+    }
+    return 0;
+}
+
+// An empty tag of a declared element pops the enclosing element's row and
+// pushes none: the element's own routines never run for it.
+void checkEmptyOnlyElements(
+    RunState& state, const QList<RunSetup>& setups, const TagUse& use, const QString& inputs, TableLint& lint)
+{
+    for (const RunSetup& setup : setups) {
+        if (!setup.asked)
+            continue;
+        SelectTaskTableSet(state, setup.taskCode);
+        const TableSet& active = state.config.ActiveTableSet;
+        const auto* table = active.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
+        if (!table)
+            continue;
+        QSet<QString> told;
+        for (const RoutineDeclRow& row : table->rows) {
+            const QString upper = row.tag.toUpper();
+            if (row.routines.isEmpty() || told.contains(upper) || !use.empty.contains(upper)
+                || use.started.contains(upper))
+                continue;
+            told.insert(upper);
+            const QString& path = active.file(SupportFile::RoutineDeclTbl);
+            lint.note(path, rowLine(state, path, upper),
+                QStringLiteral("the routines declared on %1 never run: %2 holds it only as an empty tag "
+                               "<%1/>, which ends the enclosing element's routines instead of starting its "
+                               "own; declare them on the enclosing element")
+                    .arg(row.tag, inputs));
+        }
+    }
+}
+
 } // namespace
 
-ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode)
+ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode, const QString& inputPath)
 {
     ConfigCheckResult result;
     // A check must neither wait for a night's batch nor clear the folder
@@ -206,6 +310,20 @@ ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode)
     state.tableLint = &problems;
     checkUnused(state, setups, used, problems);
     state.tableLint = nullptr;
+
+    const QStringList inputs = inputPath.isEmpty() ? sampleInputs(config) : QStringList { inputPath };
+    TagUse use;
+    for (const QString& input : inputs) {
+        if (!QFileInfo(input).isFile() || !readTagUse(state, input, use)) {
+            result.exitStatus = 2;
+            result.refusal = QStringLiteral("cannot read the input %1").arg(input);
+            return result;
+        }
+    }
+    const QString described = inputPath.isEmpty()
+        ? QStringLiteral("the input (%1 file(s) below %2)").arg(inputs.size()).arg(config.InputPath)
+        : inputPath;
+    checkEmptyOnlyElements(state, setups, use, described, problems);
 
     result.problems = problems.problems;
     result.exitStatus = result.problems.isEmpty() ? 0 : 1;

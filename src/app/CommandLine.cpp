@@ -1,5 +1,9 @@
 #include "app/CommandLine.h"
 
+#include "core/MoveFiles.h"
+
+#include <QDir>
+
 namespace {
 
 // The options of the headless batch, as "--name VALUE" or "--name=VALUE".
@@ -130,6 +134,14 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
             options.task = argument.mid(7);
         } else if (argument == QLatin1String("--check-config")) {
             options.checkConfig = true;
+        } else if (argument == QLatin1String("--input") || argument.startsWith(QLatin1String("--input="))) {
+            options.checkInput = argument.size() > 7 ? argument.mid(8)
+                : ++i < arguments.size()             ? arguments[i]
+                                                     : QString();
+            if (options.checkInput.isEmpty()) {
+                options.error = QStringLiteral("--input needs a file");
+                return options;
+            }
         } else if (readBatchOption(arguments, i, options) || readOutputOption(arguments, i, options)) {
             if (!options.error.isEmpty())
                 return options;
@@ -141,19 +153,32 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
     options.commandLine = rest.join(QLatin1Char(' '));
     // The check validates no input: an argument would be silently ignored.
     if (options.checkConfig && (!rest.isEmpty() || options.batchFolder)) {
-        options.error = QStringLiteral("--check-config takes no input; give only --task CODE with it");
+        options.error = QStringLiteral(
+            "--check-config validates no input; give only --task CODE and --input FILE with it");
         return options;
     }
     if (options.checkConfig)
         return options;
+    if (!options.checkInput.isEmpty()) {
+        options.error = QStringLiteral("--input goes with --check-config");
+        return options;
+    }
     finishBatchOptions(options, rest);
     if (!options.task.isEmpty() && !options.commandLine.isEmpty()) {
-        // Two task codes for one file would leave the user guessing which one ran.
+        // Two different task codes for one file would leave the user guessing
+        // which one ran; the same code twice says one thing, as task codes
+        // are compared upper-cased.
         if (options.commandLine.contains(QLatin1Char('|'))) {
-            options.error = QStringLiteral("give the task code either with --task or after \"|\", not both");
-            return options;
+            const QString given = SplitCommandLine(options.commandLine).taskCode;
+            if (given.toUpper() != options.task.trimmed().toUpper()) {
+                options.error
+                    = QStringLiteral("--task %1 and \"|%2\" name two different task codes; give one")
+                          .arg(options.task, given);
+                return options;
+            }
+        } else {
+            options.commandLine += QLatin1Char('|') + options.task;
         }
-        options.commandLine += QLatin1Char('|') + options.task;
     }
     return options;
 }
@@ -183,7 +208,7 @@ QString CommandLineHelpText()
     return QStringLiteral(
                "Usage: quorvane [--app-dir DIR] [--headless] [--task CODE] [--plugin-timeout SECONDS]\n"
                "                [--json FILE] [--sarif FILE] [--html FILE] [--] [INPUT[|TASK]]\n"
-               "       quorvane [--app-dir DIR] --check-config [--task CODE]\n"
+               "       quorvane [--app-dir DIR] --check-config [--task CODE] [--input FILE]\n"
                "\n"
                "Validates tagged text against the rules configured in Quorvane.INI.\n"
                "\n"
@@ -193,7 +218,8 @@ QString CommandLineHelpText()
                "  quorvane --headless \"examples/input/article.xml|JRNL\"\n"
                "  quorvane --headless --task JRNL examples/input/article.xml\n"
                "\n"
-               "  --app-dir DIR  folder holding Quorvane.INI (default: the executable's folder)\n"
+               "  --app-dir DIR  folder holding Quorvane.INI (default: the executable's folder;\n"
+               "                 /etc/quorvane for the installed /usr/bin/quorvane)\n"
                "  --task CODE    the task code, as after \"|\" in INPUT|TASK\n"
                "  --plugin-timeout SECONDS\n"
                "                 stop an outside program that runs longer (default: wait)\n"
@@ -204,6 +230,9 @@ QString CommandLineHelpText()
                "  --check-config list the table lines the loaders drop and the tables no run\n"
                "                 uses, as FILE:LINE: message, for the default set and each\n"
                "                 task (or --task CODE); exit 0 clean, 1 problems, 2 unreadable\n"
+               "  --input FILE   with --check-config, also warn of routines declared on an\n"
+               "                 element that FILE only writes as an empty tag (default:\n"
+               "                 the first 100 files below INPUTPATH)\n"
                "  --headless     no window; messages go to standard error\n"
                "                 (implied when neither DISPLAY nor WAYLAND_DISPLAY is set)\n"
                "  --help         show this text\n"
@@ -211,6 +240,16 @@ QString CommandLineHelpText()
                "\n"
                "Exit status: 0 no error found, 1 errors reported, 2 run refused or failed.\n")
         + batchHelpText();
+}
+
+QString DefaultApplicationFolder(const QString& executableFolder)
+{
+    // The package installs the executable here; the folders of /usr are
+    // read-only and hold no configuration, so the installed program reads
+    // the system's configuration folder instead.
+    if (QDir::cleanPath(executableFolder) == QLatin1String("/usr/bin"))
+        return QStringLiteral("/etc/quorvane/");
+    return modMoveFiles::WithTrailingSlash(executableFolder);
 }
 
 InputRequest SplitCommandLine(const QString& commandLine)

@@ -22,6 +22,7 @@ struct CommandLineOptions {
     QString sarifPath; // --sarif FILE
     QString htmlPath; // --html FILE
     bool checkConfig = false; // --check-config: lint the installation, validate nothing
+    QString checkInput; // --input FILE with --check-config: the input whose empty tags to weigh
 
     // The headless batch: --batch FOLDER, the remaining arguments its ENTRYs;
     // --task fills its task-code box.
@@ -34,6 +35,11 @@ struct CommandLineOptions {
 
 CommandLineOptions ParseCommandLineOptions(const QStringList& arguments);
 QString CommandLineHelpText();
+
+// Where Quorvane.INI is looked for without --app-dir: the executable's own
+// folder, but /etc/quorvane/ for the packaged executable in /usr/bin, a
+// folder that holds no configuration. With a trailing "/".
+QString DefaultApplicationFolder(const QString& executableFolder);
 
 // The input path and task code taken from the command-line string: the first
 // "|" splits, both parts trimmed. A string without "|" is the path alone.

@@ -28,8 +28,8 @@ int withOutputs(int status, const FindingOutputs& outputs, OperatorInterface& ui
 
 QString ApplicationFolder(const CommandLineOptions& options)
 {
-    return modMoveFiles::WithTrailingSlash(
-        options.appDir.isEmpty() ? QCoreApplication::applicationDirPath() : options.appDir);
+    return options.appDir.isEmpty() ? DefaultApplicationFolder(QCoreApplication::applicationDirPath())
+                                    : modMoveFiles::WithTrailingSlash(options.appDir);
 }
 
 void PrintRunSummary(const RunState& state)

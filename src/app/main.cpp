@@ -11,6 +11,7 @@
 #include "report/FindingOutputs.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <cstdio>
@@ -158,11 +159,13 @@ int runCheckConfig(int argc, char** argv, const CommandLineOptions& options)
     RunState state(ui);
     state.config.ApplicationPath = ApplicationFolder(options);
     try {
-        const ConfigCheckResult result = CheckConfiguration(state, options.task);
+        const ConfigCheckResult result = CheckConfiguration(state, options.task, options.checkInput);
         for (const QString& problem : result.problems)
             std::printf("%s\n", qPrintable(problem));
         std::fflush(stdout);
-        if (result.exitStatus == 2)
+        if (result.exitStatus == 2 && !result.refusal.isEmpty())
+            std::fprintf(stderr, "quorvane: %s\n", qPrintable(result.refusal));
+        else if (result.exitStatus == 2)
             std::fputs("quorvane: the configuration cannot be read\n", stderr);
         else if (result.problems.isEmpty())
             std::fputs("quorvane: no problems found\n", stderr);
@@ -193,13 +196,17 @@ bool outputFoldersExist(const FindingOutputPaths& paths)
     return exist;
 }
 
-// The windows module beside the executable: the one built with it, whatever
-// the library search path holds; /proc/self/exe also sees through a symbolic
-// link to the executable.
+// The windows module built with the executable, whatever the library search
+// path holds: beside it in the build tree, in the package's own library
+// folder when installed (/usr/bin and /usr/lib/ARCH/quorvane). /proc/self/exe also
+// sees through a symbolic link to the executable.
 QString windowsModulePath()
 {
-    const QString executable = QFile::symLinkTarget(QStringLiteral("/proc/self/exe"));
-    return QFileInfo(executable).absolutePath() + QStringLiteral("/" QUORVANE_WINDOWS_MODULE);
+    const QString folder = QFileInfo(QFile::symLinkTarget(QStringLiteral("/proc/self/exe"))).absolutePath();
+    const QString beside = folder + QStringLiteral("/" QUORVANE_WINDOWS_MODULE);
+    const QString installed = QDir::cleanPath(
+        folder + QStringLiteral("/" QUORVANE_INSTALLED_MODULE_DIR "/" QUORVANE_WINDOWS_MODULE));
+    return QFileInfo::exists(beside) || !QFileInfo::exists(installed) ? beside : installed;
 }
 
 // Without its windows module the program still validates: the run falls back

@@ -190,3 +190,43 @@ TEST(CheckConfig, NamesTextValidityOperatorsThatWouldNotDoWhatTheyLookLike)
     for (const Row& row : rows)
         EXPECT_EQ(!TextValidityOperatorProblem(row.op).isEmpty(), row.problem) << row.op.toStdString();
 }
+
+// Only a start tag starts an element's routines: a routine declared on an
+// element the input writes only as an empty tag never runs.
+TEST(CheckConfig, WarnsOfRoutinesOnElementsTheInputWritesOnlyAsEmptyTags)
+{
+    Installation inst;
+    inst.set("INPUTFILEMASK", "xml");
+    const QString routines = inst.writeTable("routinedecltbl.tbl",
+        "Tag | Routine | Parameter\r\n"
+        "<fig> | ATTRIBUNCONENTITY | N/A\r\n"
+        "\r\n"
+        "<graphic> | ATTRIBUNCONENTITY | N/A\r\n"
+        "<media> | ATTRIBUNCONENTITY | N/A\r\n"
+        "<label> | ATTRIBUNCONENTITY | N/A\r\n");
+    // graphic only empty; media empty once and started once; label never
+    // there; a start tag broken over two lines is no start tag to a run.
+    const QString emptyOnly = inst.writeInput("a.xml",
+        "<fig><graphic href=\"a.tif\"/><media/></fig>\r\n<fig><media\r\nhref=\"x\"></media><graphic\r\n"
+        "href=\"b.tif\"></graphic></fig>\r\n");
+    const QString started = inst.writeInput("b.xml", "<fig><media href=\"m\"></media></fig>\r\n");
+    const auto warning = [&](const QString& line, const QString& tag, const QString& inputs) {
+        return routines + ":" + line + ": the routines declared on " + tag + " never run: " + inputs
+            + " holds it only as an empty tag <" + tag
+            + "/>, which ends the enclosing element's routines instead of starting its own; declare them "
+              "on the enclosing element\n";
+    };
+
+    const auto given = inst.run({ "--check-config", "--input", emptyOnly });
+    EXPECT_EQ(given.exitCode, 1) << given.standardError.toStdString();
+    EXPECT_EQ(given.standardOutput, warning("4", "graphic", emptyOnly) + warning("5", "media", emptyOnly));
+    // Without --input the files below INPUTPATH count together: b.xml starts media.
+    const auto sample = inst.run({ "--check-config" });
+    EXPECT_EQ(sample.standardOutput,
+        warning("4", "graphic", "the input (2 file(s) below " + inst.inputPath() + ")"));
+    EXPECT_EQ(inst.run({ "--check-config", "--input", started }).exitCode, 0);
+
+    const auto missing = inst.run({ "--check-config", "--input", inst.root() + "gone.xml" });
+    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_EQ(missing.standardError, "quorvane: cannot read the input " + inst.root() + "gone.xml\n");
+}

@@ -44,6 +44,10 @@ TEST(CommandLine, ReadsOptionsAndJoinsTheRestWithBlanks)
         { { "q", "--jobs", "2", "a.xml|T" }, "", false, "", true },
         { { "q", "--work", "/w", "a.xml" }, "", false, "", true },
         { { "q", "--check-config", "a.xml" }, "", false, "", true },
+        { { "q", "--task", "T1", "a.xml|T1" }, "", false, "a.xml|T1", false },
+        { { "q", "--task", "T1", "a.xml|T2" }, "", false, "", true },
+        { { "q", "--input", "a.xml", "b.xml" }, "", false, "", true }, // --input is the check's
+        { { "q", "--check-config", "--input" }, "", false, "", true },
     };
     for (const Row& row : rows) {
         const CommandLineOptions options = ParseCommandLineOptions(row.arguments);
@@ -72,4 +76,19 @@ TEST(CommandLine, TakesFileNameAndParentFolderPartFromThePath)
         EXPECT_EQ(InputFileNameOf(row.path), row.fileName) << row.path.toStdString();
         EXPECT_EQ(ParentFolderPartOf(row.path), row.parent) << row.path.toStdString();
     }
+}
+
+TEST(CommandLine, DefaultApplicationFolderIsTheExecutablesButForThePackagedOne)
+{
+    struct Row {
+        QString executableFolder, applicationFolder;
+    };
+    const Row rows[] = {
+        { "/work/q/build", "/work/q/build/" },
+        { "/usr/bin", "/etc/quorvane/" },
+        { "/usr/bin/", "/etc/quorvane/" },
+        { "/usr/local/bin", "/usr/local/bin/" },
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(DefaultApplicationFolder(row.executableFolder), row.applicationFolder);
 }
