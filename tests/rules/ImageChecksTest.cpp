@@ -155,3 +155,18 @@ TEST(ImageNames, ArticleIdentifierAndLengthRoutines)
         EXPECT_EQ(fixture.rules.run(c.input), c.expected) << c.name;
     }
 }
+
+TEST(ImageValidation, ConfigurationCheckNamesImageChecksWithoutImageTags)
+{
+    TableSet set;
+    set.CheckExcessImgFiles = QStringLiteral("TRUE");
+    const QSet<QString> declared { "IMGNAMELENGTHEQUALITY", "TEXTVALIDITY" };
+    const QStringList problems = ImageSetupProblems(set, declared);
+    ASSERT_EQ(problems.size(), 2);
+    EXPECT_TRUE(problems[0].startsWith("CHECKEXCESSIMGFILES is TRUE")) << problems[0].toStdString();
+    EXPECT_TRUE(problems[1].startsWith("IMGNAMELENGTHEQUALITY is declared")) << problems[1].toStdString();
+    auto table = std::make_shared<ImageValidationTable>();
+    table->rows.append(ImageTagRow { "graphic", "href" });
+    set.table(SupportFile::ImageValidationTbl) = table;
+    EXPECT_TRUE(ImageSetupProblems(set, declared).isEmpty());
+}
