@@ -107,7 +107,10 @@ bool LoadImageValidationTable(RunState& state, TableSet& set)
             continue;
         }
         table->rows.append({ tag, fields[1] });
-        table->attributesByUpperTag[tag.toUpper()].append(fields[1]);
+        // A row written twice must not report each of its images twice.
+        QStringList& attributes = table->attributesByUpperTag[tag.toUpper()];
+        if (!attributes.contains(fields[1], Qt::CaseInsensitive))
+            attributes.append(fields[1]);
     }
     set.table(SupportFile::ImageValidationTbl) = std::move(table);
     return true;

@@ -12,7 +12,8 @@ namespace {
 const QByteArray kImageTable = "Tag | Attribute\r\n"
                                "graphic | xlink:href\r\n"
                                "<graphic> | href\r\n"
-                               "inline-graphic | xlink:href\r\n";
+                               "inline-graphic | xlink:href\r\n"
+                               "GRAPHIC | HREF\r\n"; // twice: still one finding per image
 
 // A fixture whose input's image folder holds the given files (name, bytes).
 struct ImageFixture {
