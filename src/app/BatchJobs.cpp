@@ -91,6 +91,7 @@ struct FileOutcome {
     QList<ValidationContext> startedWith; // the open-tag list the file was validated from
     CarriedTagState handedOn; // what the file hands on to the next one
     std::vector<Finding> findings; // kept only when the run has sinks of its own
+    ImageCallouts imageCallouts; // the file's share of the run's image list
 };
 
 struct FileJob {
@@ -237,6 +238,7 @@ public:
         state.report.runErrorEntries = 0;
         state.report.fileStarted = QDateTime();
         state.checkFailures = 0;
+        state.imageCallouts.clear();
 
         FileOutcome outcome;
         try {
@@ -275,6 +277,7 @@ public:
         outcome.firstMatchPosition = state.toolkit.FirstMatchPosition;
         outcome.startedWith = job.carried.openTags;
         outcome.handedOn = CarriedTagStateOf(state);
+        outcome.imageCallouts = std::move(state.imageCallouts);
         outcome.findings = std::move(kept_.findings);
         kept_.findings.clear();
         return outcome;
@@ -429,6 +432,7 @@ void publishOutcome(RunState& state, const PlannedFile& file, FileOutcome& outco
     report.warningList = std::move(outcome.warningList);
     report.runErrorEntries += outcome.errorEntries;
     state.checkFailures += outcome.checkFailures;
+    state.imageCallouts.merge(outcome.imageCallouts);
     for (auto step = outcome.stepNumbers.cbegin(); step != outcome.stepNumbers.cend(); ++step)
         state.textValidity.stepNumbers.insert(step.key(), step.value());
     if (outcome.firstMatchPosition != kFirstMatchUnwritten)

@@ -9,7 +9,7 @@
 #include "core/RunState.h"
 #include "engine/Validator.h"
 #include "report/Reports.h"
-#include "rules/PendingRoutines.h"
+#include "rules/ImageChecks.h"
 #include "rules/RuleRegistry.h"
 #include "text/Encoding.h"
 

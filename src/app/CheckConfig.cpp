@@ -7,6 +7,8 @@
 #include "config/TableReading.h"
 #include "config/TableSetFields.h"
 #include "core/RunState.h"
+#include "rules/FileNameCheck.h"
+#include "rules/ImageChecks.h"
 #include "rules/RuleRegistry.h"
 #include "text/InputLoading.h"
 #include "text/xmlClass.h"
@@ -87,12 +89,8 @@ bool switchedOn(const TableSet& active, QLatin1StringView check)
     return true;
 }
 
-// The tables a run with this active set reads: its routine declaration table,
-// the tables of the routines that table declares, and those of the
-// whole-file checks that are switched on.
-void markUsed(const TableSet& active, QSet<QString>& used)
+QSet<QString> declaredRoutines(const TableSet& active)
 {
-    used.insert(canonical(active.file(SupportFile::RoutineDeclTbl)));
     QSet<QString> declared;
     if (const auto* table = active.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl)) {
         for (const RoutineDeclRow& row : table->rows) {
@@ -100,6 +98,16 @@ void markUsed(const TableSet& active, QSet<QString>& used)
                 declared.insert(call.upperName);
         }
     }
+    return declared;
+}
+
+// The tables a run with this active set reads: its routine declaration table,
+// the tables of the routines that table declares, and those of the
+// whole-file checks that are switched on.
+void markUsed(const TableSet& active, QSet<QString>& used)
+{
+    used.insert(canonical(active.file(SupportFile::RoutineDeclTbl)));
+    const QSet<QString> declared = declaredRoutines(active);
     for (const RuleEntry& rule : Rules().routines) {
         if (rule.table && declared.contains(QString(rule.name)))
             used.insert(canonical(active.file(*rule.table)));
@@ -158,6 +166,23 @@ void checkUnused(RunState& state, const QList<RunSetup>& setups, const QSet<QStr
                 lint.note(name, 0, unusedReason(static_cast<SupportFile>(i)));
         }
     }
+}
+
+// Settings that leave the image and file-name checks of a run checking
+// nothing, or something else than they look like.
+// A task that takes its settings from the default set is not told again
+// what the default set was told.
+void checkRuleSettings(const RunState& state, const RunSetup& setup, QSet<QString>& told, TableLint& lint)
+{
+    const TableSet& active = state.config.ActiveTableSet;
+    QStringList found = ImageSetupProblems(active, declaredRoutines(active)) + FileNameSetupProblems(active);
+    found.removeIf([&](const QString& problem) { return told.contains(problem); });
+    if (setup.taskCode.isEmpty())
+        told.unite(QSet<QString>(found.cbegin(), found.cend()));
+    const QString prefix
+        = setup.taskCode.isEmpty() ? QString() : QStringLiteral("task %1: ").arg(setup.taskCode);
+    for (const QString& problem : found)
+        lint.note(state.config.ApplicationPath + QStringLiteral("Quorvane.INI"), 0, prefix + problem);
 }
 
 void checkJobFile(const RunState& state, TableLint& lint)
@@ -303,9 +328,12 @@ ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode, c
         loadSet(state, *setup.ownSet);
     }
     QSet<QString> used;
+    QSet<QString> told;
     for (const RunSetup& setup : setups) {
         SelectTaskTableSet(state, setup.taskCode);
         markUsed(config.ActiveTableSet, used);
+        if (setup.asked)
+            checkRuleSettings(state, setup, told, problems);
     }
     state.tableLint = &problems;
     checkUnused(state, setups, used, problems);

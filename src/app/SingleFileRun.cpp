@@ -7,7 +7,7 @@
 #include "core/RunState.h"
 #include "engine/Validator.h"
 #include "report/Reports.h"
-#include "rules/PendingRoutines.h"
+#include "rules/ImageChecks.h"
 #include "rules/RuleRegistry.h"
 
 #include <QFile>
@@ -109,6 +109,7 @@ int ValidateSingleFile(RunState& state)
 {
     state.findingSinks.runStarted(state.taskCode, state.report.now());
     SelectTaskTableSet(state, state.taskCode);
+    StartImageCrossCheck(state);
     RefuseInputThatIsItsOwnReport(state);
     RunBeforePrograms(state);
     OpenReports(state);

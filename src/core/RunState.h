@@ -3,6 +3,7 @@
 #include "core/Configuration.h"
 #include "core/ConversionState.h"
 #include "core/Finding.h"
+#include "core/ImageCallouts.h"
 #include "core/OperatorInterface.h"
 #include "core/ReportState.h"
 #include "core/RuleFileCache.h"
@@ -75,6 +76,7 @@ struct RunState {
 
     SpellingState spelling; // the engine lives for the whole process
     RuleFileCaches ruleCaches; // per file; cleared with the other per-file state
+    ImageCallouts imageCallouts; // per run: cleared when a run starts, read after its last file
 
     ReportState report;
     // Checks of this run that ended early on a failure. A run with any cannot

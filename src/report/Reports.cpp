@@ -533,6 +533,14 @@ void OpenProgramLogs(RunState& state)
     writeLine(report.errorViewLog.get(), started);
 }
 
+void ReportRunFinding(RunState& state, const Finding& finding)
+{
+    writeLine(state.report.programLog.get(), finding.message);
+    if (finding.kind == FindingKind::Error)
+        ++state.report.runErrorEntries;
+    state.findingSinks.publish(finding);
+}
+
 void CloseProgramLogs(RunState& state)
 {
     ReportState& report = state.report;

@@ -34,4 +34,8 @@ void DiscardCompletedReports(const QString& errorReportPath, const QString& warn
 // reports of an earlier run under the same names stay as they were.
 void DiscardReports(RunState& state);
 void OpenProgramLogs(RunState& state);
+// A finding of the run as a whole, made after its last file: a line in the
+// program log, a finding between files for the sinks, and, for an error,
+// an error entry of the run's exit status.
+void ReportRunFinding(RunState& state, const Finding& finding);
 void CloseProgramLogs(RunState& state);

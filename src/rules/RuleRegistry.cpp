@@ -5,9 +5,12 @@
 #include "rules/CharacterPatterns.h"
 #include "rules/ConvertToAttribute.h"
 #include "rules/ConvertToTag.h"
+#include "rules/FileNameCheck.h"
 #include "rules/Footnotes.h"
 #include "rules/HardReturns.h"
 #include "rules/HyphenatedWords.h"
+#include "rules/ImageChecks.h"
+#include "rules/ImageNames.h"
 #include "rules/PendingRoutines.h"
 #include "rules/TextValidity.h"
 #include "rules/UnconvertedEntities.h"
@@ -30,8 +33,8 @@ RuleBook makeRules()
     // The order in which the dispatcher compares a declared name.
     book.routines = {
         { "TEXTVALIDITY"_L1, TEXTVALIDITY, TextValidityTbl, LoadTextValidityTable },
-        pending<ImageValidationTbl>("IMGNAMEARTIDEQUALITY"_L1, IMGNAMEARTIDEQUALITY),
-        pending<ImageValidationTbl>("IMGNAMELENGTHEQUALITY"_L1, IMGNAMELENGTHEQUALITY),
+        { "IMGNAMEARTIDEQUALITY"_L1, IMGNAMEARTIDEQUALITY, ImageValidationTbl, LoadImageValidationTable },
+        { "IMGNAMELENGTHEQUALITY"_L1, IMGNAMELENGTHEQUALITY, ImageValidationTbl, LoadImageValidationTable },
         { "NOHRT"_L1, NOHRT, NoHRTDeclTbl, LoadNoHrtTable },
         { "WITHHRT"_L1, WITHHRT, WithHRTDeclTbl, LoadWithHrtTable },
         { "HYPHENATEDWORDCHECK"_L1, HYPHENATEDWORDCHECK, HyphenatedTbl, LoadHyphenatedTable },
@@ -55,8 +58,8 @@ RuleBook makeRules()
     book.wholeFileChecks = {
         { "CheckMultipleHardReturns"_L1, CheckMultipleHardReturns },
         { "CheckSpecialCharacters"_L1, CheckSpecialCharacters, SpecialCharTbl, LoadSpecialCharTable },
-        pending<FilenameCheck>("CheckFileName"_L1, CheckFileName),
-        pending<ImageValidationTbl>("CheckImageValidation"_L1, CheckImageValidation),
+        { "CheckFileName"_L1, CheckFileName, FilenameCheck, LoadFileNameTable },
+        { "CheckImageValidation"_L1, CheckImageValidation, ImageValidationTbl, LoadImageValidationTable },
     };
     return book;
 }

@@ -274,6 +274,40 @@ TEST(BatchJobs, AFailingFileEndsTheBatchThereWhateverTheJobCount)
     expectSameBytes(sequential.output, parallel.output);
 }
 
+// Images called out by any file of the batch are not in excess, whichever
+// worker validated that file.
+TEST(BatchJobs, TheImageCrossCheckJoinsTheFilesOfEveryWorker)
+{
+    Installation inst;
+    inst.set("IMAGEVALIDATIONTBL", inst.writeTable("images.tbl", "Tag | Attribute\r\ngraphic | href\r\n"));
+    inst.set("CHECKEXCESSIMGFILES", "TRUE");
+    const QString images = inst.root() + "image/";
+    for (const char* folder : { "a", "b" }) {
+        for (int i = 1; i <= 6; ++i) {
+            QDir().mkpath(images + folder);
+            QFile image(images + folder + QStringLiteral("/f%1.tif").arg(i));
+            ASSERT_TRUE(image.open(QIODevice::WriteOnly));
+            image.write("x");
+            // Files 1 to 5 of each folder are called out, each by a file of its own.
+            if (i < 6)
+                inst.writeInput(QStringLiteral("%1/t%2.xml").arg(folder).arg(i),
+                    QStringLiteral("<graphic href=\"f%1.tif\"/>\r\n").arg(i).toUtf8());
+        }
+    }
+    const BatchResult sequential = runBatch(inst, "one", 1);
+    const BatchResult parallel = runBatch(inst, "three", 3);
+    expectSameRun(sequential, parallel);
+    const QStringList excess = sequential.findings.filter("corresponding callout");
+    EXPECT_EQ(excess,
+        (QStringList {
+            "0:0 f6.tif image does not have a corresponding callout tags in the file/s selected. | " + images
+                + "a/f6.tif",
+            "0:0 f6.tif image does not have a corresponding callout tags in the file/s selected. | " + images
+                + "b/f6.tif" }));
+    EXPECT_EQ(sequential.status, ExitStatus::ErrorsFound);
+    EXPECT_EQ(sequential.work.at("quorvane.LOG").count("corresponding callout"), 2);
+}
+
 TEST(BatchJobs, WhatCannotBeKnownBeforeAFileRunsKeepsTheBatchOneAfterAnother)
 {
     Installation inst;

@@ -68,6 +68,14 @@ TEST(CheckConfig, ListsEveryFaultOfABrokenInstallationAndExitsWithOne)
     const QString noHrt
         = inst.writeTable("nohrt.tbl", "Enclosing | Element | Severity\r\n<sec> | <title> | E\r\n");
     inst.set("NOHRTDECLTBL", noHrt);
+    const QString fileNames = inst.writeTable("names.tbl",
+        "Pattern | Case | Stands for\r\n(jcs | C | unclosed\r\nabc | X | case code\r\nabc | C\r\n");
+    inst.set("FILENAMECHECKTBL", fileNames);
+    inst.set("CHECKFILENAME", "TRUE");
+    inst.set("VALIDFILENAMECHAR", "a-z<comma>xyz");
+    const QString images = inst.writeTable("images.tbl",
+        "Tag | Attribute\r\ngraphic | @href\r\ngraphic | href | x\r\n<graphic> | xlink:href\r\n");
+    inst.set("IMAGEVALIDATIONTBL", images);
     // The task's routine table declares nothing its own characters table
     // would need, and its switch keeps that table from ever being read.
     const QString taskRoutines
@@ -107,11 +115,20 @@ TEST(CheckConfig, ListsEveryFaultOfABrokenInstallationAndExitsWithOne)
         toAttribute + ":3: position code \"s\" is none of S, E, B",
         toTag + ":3: action \"MOVE\" is none of COPY, DELETE",
         toTag + ":3: position code \"X\" is none of S, E, B",
+        fileNames + ":2: Invalid regular expression \"(jcs\": missing closing parenthesis at offset 4",
+        fileNames + ":3: case code \"X\" is none of C, I",
+        fileNames + ":4: row dropped: 2 field(s) where the table has 3",
+        images
+            + ":2: row dropped: attribute \"@href\" is not a bare attribute name such as href or xlink:href",
+        images + ":3: row dropped: 3 field(s) where the table has 2",
+        inst.appFolder()
+            + "/Quorvane.INI: VALIDFILENAMECHAR piece \"xyz\" is neither one character nor a range such as "
+              "a-z: it stands for each of its characters",
         noHrt + ": the table is never used: no routine declaration table names NOHRT",
         taskCharacters + ": the table is never used: CHECKSPECIALCHAR is FALSE",
     };
     EXPECT_EQ(result.standardOutput.split('\n', Qt::SkipEmptyParts), expected);
-    EXPECT_EQ(result.standardError, "quorvane: 21 problem(s) found\n");
+    EXPECT_EQ(result.standardError, "quorvane: 27 problem(s) found\n");
 }
 
 TEST(CheckConfig, AnswersZeroForACleanInstallationAndTwoWithoutAConfiguration)

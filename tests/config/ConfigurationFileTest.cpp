@@ -326,7 +326,7 @@ const char* const kTaskSections = "[TASK]\r\n"
                                   "INPUTTYPE=XML\r\n"
                                   "[DEFAULT]\r\n"
                                   "[SETTINGS]\r\n"
-                                  "CHECKFILENAME=false\r\n";
+                                  "CHECKFILENAME=true\r\n";
 
 class TaskSetTest : public ConfigurationFileTest {
 protected:
@@ -357,7 +357,7 @@ TEST_F(TaskSetTest, TaskSectionsFillTheirOwnSets)
     EXPECT_EQ(config.DefaultTableSet.ImageExtension, ".tif");
     EXPECT_EQ(config.InputType, "XML");
     // [DEFAULT] switches back to the default set.
-    EXPECT_EQ(config.DefaultTableSet.CheckFilename, "FALSE");
+    EXPECT_EQ(config.DefaultTableSet.CheckFilename, "TRUE");
     EXPECT_EQ(config.DefaultTableSet.ValidFilenameChars, (QStringList { "a", "b" }));
 }
 
