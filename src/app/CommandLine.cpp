@@ -76,6 +76,11 @@ void finishBatchOptions(CommandLineOptions& options, const QStringList& rest)
     }
 }
 
+bool outputsAsked(const CommandLineOptions& options)
+{
+    return !options.jsonPath.isEmpty() || !options.sarifPath.isEmpty() || !options.htmlPath.isEmpty();
+}
+
 } // namespace
 
 CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
@@ -130,6 +135,14 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
             options.task = argument.mid(7);
         } else if (argument == QLatin1String("--check-config")) {
             options.checkConfig = true;
+        } else if (argument == QLatin1String("--view") || argument.startsWith(QLatin1String("--view="))) {
+            options.viewPath = argument.size() > 6 ? argument.mid(7)
+                : ++i < arguments.size()           ? arguments[i]
+                                                   : QString();
+            if (options.viewPath.isEmpty()) {
+                options.error = QStringLiteral("--view needs a working folder or a --json file");
+                return options;
+            }
         } else if (readBatchOption(arguments, i, options) || readOutputOption(arguments, i, options)) {
             if (!options.error.isEmpty())
                 return options;
@@ -140,12 +153,17 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
     }
     options.commandLine = rest.join(QLatin1Char(' '));
     // The check validates no input: an argument would be silently ignored.
-    if (options.checkConfig && (!rest.isEmpty() || options.batchFolder)) {
+    if (options.checkConfig && (!rest.isEmpty() || options.batchFolder || !options.viewPath.isEmpty())) {
         options.error = QStringLiteral("--check-config takes no input; give only --task CODE with it");
         return options;
     }
     if (options.checkConfig)
         return options;
+    // The viewer looks at a run that is over; anything to validate would be ignored.
+    if (!options.viewPath.isEmpty() && (!rest.isEmpty() || options.batchFolder || outputsAsked(options))) {
+        options.error = QStringLiteral("--view validates nothing; give only --app-dir with it");
+        return options;
+    }
     finishBatchOptions(options, rest);
     if (!options.task.isEmpty() && !options.commandLine.isEmpty()) {
         // Two task codes for one file would leave the user guessing which one ran.
@@ -184,6 +202,7 @@ QString CommandLineHelpText()
                "Usage: quorvane [--app-dir DIR] [--headless] [--task CODE] [--plugin-timeout SECONDS]\n"
                "                [--json FILE] [--sarif FILE] [--html FILE] [--] [INPUT[|TASK]]\n"
                "       quorvane [--app-dir DIR] --check-config [--task CODE]\n"
+               "       quorvane [--app-dir DIR] --view WORKDIR|FILE.json\n"
                "\n"
                "Validates tagged text against the rules configured in Quorvane.INI.\n"
                "\n"
@@ -204,6 +223,9 @@ QString CommandLineHelpText()
                "  --check-config list the table lines the loaders drop and the tables no run\n"
                "                 uses, as FILE:LINE: message, for the default set and each\n"
                "                 task (or --task CODE); exit 0 clean, 1 problems, 2 unreadable\n"
+               "  --view WORKDIR|FILE.json\n"
+               "                 show the findings of a run in the findings viewer: the\n"
+               "                 reports and logs it left in WORKDIR, or its --json file\n"
                "  --headless     no window; messages go to standard error\n"
                "                 (implied when neither DISPLAY nor WAYLAND_DISPLAY is set)\n"
                "  --help         show this text\n"

@@ -22,6 +22,7 @@ struct CommandLineOptions {
     QString sarifPath; // --sarif FILE
     QString htmlPath; // --html FILE
     bool checkConfig = false; // --check-config: lint the installation, validate nothing
+    QString viewPath; // --view DIR|FILE.json: show a run's findings, validate nothing
 
     // The headless batch: --batch FOLDER, the remaining arguments its ENTRYs;
     // --task fills its task-code box.
