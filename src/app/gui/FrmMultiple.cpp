@@ -87,6 +87,7 @@ void FrmMultiple::buildControls()
         auto* button = named(new QPushButton(QStringLiteral("..."), this), name);
         button->setToolTip(QStringLiteral("Choose the %1").arg(what));
         button->setAccessibleName(button->toolTip());
+        button->setFixedWidth(button->fontMetrics().horizontalAdvance(QStringLiteral("...")) + 28);
         return button;
     };
     chooseInput_ = chooseButton("chooseInputFolder", QStringLiteral("input folder"));

@@ -100,9 +100,11 @@ void SourceView::goTo(qint64 line, int column)
     moveCursor(markedLine_, std::max(column, 1));
     // The finding's line a third of the way down, with the lines that lead to it above.
     verticalScrollBar()->setValue(int(std::max<qint64>(0, markedLine_ - 1 - visibleLines() / 3)));
+    // The column two thirds of the way across: what leads up to a finding
+    // says more than what follows it.
     const int first = horizontalScrollBar()->value();
     if (column - 1 < first || column - 1 >= first + visibleColumns())
-        horizontalScrollBar()->setValue(std::max(0, column - 1 - visibleColumns() / 3));
+        horizontalScrollBar()->setValue(std::max(0, column - 1 - visibleColumns() * 2 / 3));
     viewport()->update();
 }
 
