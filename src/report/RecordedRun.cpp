@@ -6,12 +6,12 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QQueue>
 #include <algorithm>
-#include <limits>
 #include <map>
 
 namespace {
@@ -103,55 +103,100 @@ QStringList loggedInputs(const QString& folder)
     return inputs;
 }
 
-// The logged input whose base name is the report's, preferring one that lies
-// in a folder of the report's relative folder name (the mirrored trees).
-qsizetype matchLoggedInput(const QStringList& logged, const QString& base, const QString& relativeFolder)
-{
-    qsizetype any = -1;
-    for (qsizetype i = 0; i < logged.size(); ++i) {
-        const QFileInfo input(logged[i]);
-        if (baseNameOf(input.fileName()) != base)
-            continue;
-        const QString folder = QLatin1Char('/') + input.path() + QLatin1Char('/');
-        if (relativeFolder.isEmpty() || folder.endsWith(QLatin1Char('/') + relativeFolder))
-            return i;
-        if (any < 0)
-            any = i;
+// Finds the input of each report: among the inputs the logs name, else on
+// disk below the input folder. Logs are indexed by base name and folders
+// listed once each, so a working folder of ten thousand reports costs no
+// more per report than one of ten.
+class InputFinder {
+public:
+    InputFinder(QStringList logged, InputSearch search)
+        : logged_(std::move(logged))
+        , search_(std::move(search))
+    {
+        for (qsizetype i = 0; i < logged_.size(); ++i)
+            byBase_[baseNameOf(QFileInfo(logged_[i]).fileName())].append(i);
     }
-    return any;
-}
 
-QString inputIn(const QString& folder, const QString& base, const QString& fileMask)
-{
-    for (const QString& name : QDir(folder).entryList(QDir::Files, QDir::Name)) {
-        if (baseNameOf(name) == base && passesMask(fileMask, name))
-            return QDir(folder).filePath(name);
+    // The input and its place in the logs (the size of the logs when searched
+    // for on disk); an empty path when nothing was found.
+    std::pair<QString, qsizetype> find(const QString& base, const QString& relativeFolder)
+    {
+        if (const qsizetype match = matchLogged(base, relativeFolder); match >= 0)
+            return { logged_[match], match };
+        return { searched(base, relativeFolder), logged_.size() };
     }
-    return {};
-}
 
-// A single-file run logs no input paths: look for the input in the folder
-// that mirrors the report's, then breadth first below the input folder,
-// within a bound so that a huge tree costs no more than a moment.
-QString searchInput(const InputSearch& search, const QString& base, const QString& relativeFolder)
-{
-    if (search.inputFolder.isEmpty())
+private:
+    // Prefers an input in a folder of the report's relative folder name (the
+    // mirrored trees).
+    qsizetype matchLogged(const QString& base, const QString& relativeFolder) const
+    {
+        const QList<qsizetype> candidates = byBase_.value(base);
+        for (const qsizetype i : candidates) {
+            const QString folder = QLatin1Char('/') + QFileInfo(logged_[i]).path() + QLatin1Char('/');
+            if (relativeFolder.isEmpty() || folder.endsWith(QLatin1Char('/') + relativeFolder))
+                return i;
+        }
+        return candidates.isEmpty() ? -1 : candidates.first();
+    }
+
+    const QStringList& filesIn(const QString& folder)
+    {
+        auto found = listings_.find(folder);
+        if (found == listings_.end())
+            found = listings_.insert(folder, QDir(folder).entryList(QDir::Files, QDir::Name));
+        return *found;
+    }
+
+    QString inputIn(const QString& folder, const QString& base)
+    {
+        for (const QString& name : filesIn(folder)) {
+            if (baseNameOf(name) == base && passesMask(search_.fileMask, name))
+                return folder + name;
+        }
         return {};
-    const QString root = QDir(search.inputFolder).absolutePath() + QLatin1Char('/');
-    if (!relativeFolder.isEmpty()) {
-        if (QString found = inputIn(root + relativeFolder, base, search.fileMask); !found.isEmpty())
-            return found;
     }
-    QQueue<QString> folders { { root } };
-    for (int visited = 0; !folders.isEmpty() && visited < kSearchedFolderLimit; ++visited) {
-        const QString folder = folders.dequeue();
-        if (QString found = inputIn(folder, base, search.fileMask); !found.isEmpty())
-            return found;
-        for (const QString& name : QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name))
-            folders.enqueue(folder + name + QLatin1Char('/'));
+
+    // A single-file run logs no input paths: look in the folder that mirrors
+    // the report's, then breadth first below the input folder, within a
+    // bound so that a huge tree costs no more than a moment.
+    QString searched(const QString& base, const QString& relativeFolder)
+    {
+        if (search_.inputFolder.isEmpty())
+            return {};
+        const QString root = QDir(search_.inputFolder).absolutePath() + QLatin1Char('/');
+        if (!relativeFolder.isEmpty()) {
+            if (QString found = inputIn(root + relativeFolder, base); !found.isEmpty())
+                return found;
+        }
+        if (tree_.isEmpty())
+            tree_ = foldersBelow(root);
+        for (const QString& folder : std::as_const(tree_)) {
+            if (QString found = inputIn(folder, base); !found.isEmpty())
+                return found;
+        }
+        return {};
     }
-    return {};
-}
+
+    static QStringList foldersBelow(const QString& root)
+    {
+        QStringList folders;
+        QQueue<QString> waiting { { root } };
+        while (!waiting.isEmpty() && folders.size() < kSearchedFolderLimit) {
+            const QString folder = waiting.dequeue();
+            folders.append(folder);
+            for (const QString& name : QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name))
+                waiting.enqueue(folder + name + QLatin1Char('/'));
+        }
+        return folders;
+    }
+
+    QStringList logged_;
+    InputSearch search_;
+    QHash<QString, QList<qsizetype>> byBase_;
+    QHash<QString, QStringList> listings_;
+    QStringList tree_;
+};
 
 struct ReportPair {
     QString errorReport;
@@ -236,7 +281,7 @@ RecordedRun ReadWorkingFolder(const QString& folder, const InputSearch& search)
         return run;
     }
 
-    const QStringList logged = loggedInputs(folder);
+    InputFinder inputs(loggedInputs(folder), search);
     struct Ordered {
         qsizetype order;
         RecordedFile file;
@@ -244,18 +289,10 @@ RecordedRun ReadWorkingFolder(const QString& folder, const InputSearch& search)
     std::vector<Ordered> files;
     for (const auto& [key, pair] : reports) {
         const qsizetype slash = key.lastIndexOf(QLatin1Char('/'));
-        const QString base = key.mid(slash + 1);
-        const QString relativeFolder = key.left(slash + 1);
-        Ordered entry { std::numeric_limits<qsizetype>::max(), {} };
-        const qsizetype match = matchLoggedInput(logged, base, relativeFolder);
-        if (match >= 0) {
-            entry.order = match;
-            entry.file.inputPath = logged[match];
-        } else {
-            entry.file.inputPath = searchInput(search, base, relativeFolder);
-            if (entry.file.inputPath.isEmpty())
-                run.notes.append(QStringLiteral("no log names the input of %1").arg(key));
-        }
+        const auto [inputPath, order] = inputs.find(key.mid(slash + 1), key.left(slash + 1));
+        Ordered entry { order, { inputPath, {}, {} } };
+        if (inputPath.isEmpty())
+            run.notes.append(QStringLiteral("no log names the input of %1").arg(key));
         entry.file.name = entry.file.inputPath.isEmpty() ? key : QFileInfo(entry.file.inputPath).fileName();
         if (!pair.errorReport.isEmpty())
             entry.file.findings = readReport(pair.errorReport);

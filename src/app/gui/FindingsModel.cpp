@@ -146,12 +146,6 @@ int FindingsModel::fileAt(int row) const
     return all_[shown_[row]].file;
 }
 
-int FindingsModel::rowOfFinding(int index) const
-{
-    const auto found = std::find(shown_.begin(), shown_.end(), index);
-    return found == shown_.end() ? -1 : int(found - shown_.begin());
-}
-
 int FindingsModel::rowCount(const QModelIndex& parent) const
 {
     return parent.isValid() ? 0 : int(shown_.size());

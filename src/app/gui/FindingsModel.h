@@ -46,8 +46,6 @@ public:
     int findingCount() const { return int(all_.size()); }
     const Finding& findingAt(int row) const;
     int fileAt(int row) const;
-    // The row that shows the run's finding number `index` (run order), or -1.
-    int rowOfFinding(int index) const;
 
     // Whole-run counts, files in run order, routines by name.
     const std::vector<Count>& countsByFile() const { return byFile_; }
