@@ -95,6 +95,15 @@ void SourceView::updateScrollBars()
 
 void SourceView::goTo(qint64 line, int column)
 {
+    // Line 0 is the whole file (a count over all of it): nothing to mark.
+    if (line < 1) {
+        markedLine_ = 0;
+        moveCursor(1, 1);
+        verticalScrollBar()->setValue(0);
+        horizontalScrollBar()->setValue(0);
+        viewport()->update();
+        return;
+    }
     markedLine_ = std::clamp<qint64>(line, 1, std::max<qint64>(lineCount(), 1));
     markedColumn_ = column;
     moveCursor(markedLine_, std::max(column, 1));

@@ -21,7 +21,8 @@ public:
     QString notice() const { return notice_; }
 
     // Puts the cursor on the line and column, scrolls them into view and
-    // marks the column; column 0 marks the whole line.
+    // marks the column; column 0 marks the whole line, line 0 (the whole
+    // file) nothing.
     void goTo(qint64 line, int column);
     qint64 cursorLine() const { return cursorLine_; }
     int cursorColumn() const { return cursorColumn_; }
