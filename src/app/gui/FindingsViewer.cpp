@@ -17,6 +17,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QShortcut>
+#include <QSignalBlocker>
 #include <QSplitter>
 #include <QTabWidget>
 #include <QTableView>
@@ -73,6 +74,8 @@ FindingsViewer::FindingsViewer(
     fillFilters();
     fillCounts();
     applyFilter();
+    if (model_->rowCount() > 0)
+        table_->setCurrentIndex(model_->index(0, 0));
     QStringList notes = model_->run().notes;
     if (!model_->run().routinesKnown)
         notes.prepend(QStringLiteral("The reports name no routines and cut long messages short; a --json "
@@ -102,6 +105,7 @@ void FindingsViewer::buildControls(const QString& origin)
     searchDelay_->setSingleShot(true);
     searchDelay_->setInterval(200);
     shownCount_ = named(new QLabel(this), "shownCount");
+    shownCount_->setToolTip(QStringLiteral("Findings shown of all the run's findings"));
 
     table_ = named(new QTableView(this), "findings");
     table_->setModel(model_);
@@ -149,6 +153,11 @@ void FindingsViewer::buildControls(const QString& origin)
             if (current.isValid())
                 showFinding(current.row());
         });
+    // A new filter or order starts at its first finding.
+    connect(model_, &QAbstractItemModel::modelReset, this, [this] {
+        if (model_->rowCount() > 0)
+            table_->setCurrentIndex(model_->index(0, 0));
+    });
     // Enter and a double click both activate a row.
     connect(table_, &QAbstractItemView::activated, this, [this] { openCurrentInEditor(); });
     connect(fileCounts_, &QTreeWidget::itemActivated, this, [this](QTreeWidgetItem* item) {
@@ -175,11 +184,12 @@ void FindingsViewer::buildLayout()
         filters->addWidget(label);
         filters->addWidget(control, control == search_ ? 2 : 1);
     }
+    shownCount_->setBuddy(table_);
     filters->addWidget(shownCount_);
 
     auto* counts = new QTabWidget(this);
-    counts->addTab(fileCounts_, QStringLiteral("Per file"));
-    counts->addTab(routineCounts_, QStringLiteral("Per routine"));
+    counts->addTab(fileCounts_, QStringLiteral("Per fi&le"));
+    counts->addTab(routineCounts_, QStringLiteral("Per r&outine"));
     auto* listSide = new QSplitter(Qt::Vertical, this);
     listSide->addWidget(table_);
     listSide->addWidget(counts);
@@ -230,6 +240,8 @@ void FindingsViewer::buildLayout()
 
 void FindingsViewer::fillFilters()
 {
+    // Filled as a whole before any of them filters.
+    const QSignalBlocker blockFiles(fileFilter_), blockKinds(kindFilter_), blockRoutines(routineFilter_);
     const RecordedRun& run = model_->run();
     fileFilter_->addItem(QStringLiteral("All files (%1 findings)").arg(model_->findingCount()), -1);
     for (int i = 0; i < int(run.files.size()); ++i) {
@@ -269,9 +281,8 @@ void FindingsViewer::applyFilter()
     filter.routine = routineFilter_->currentData().toString();
     filter.text = search_->text();
     model_->setFilter(filter);
-    shownCount_->setText(QStringLiteral("%1 of %2").arg(model_->rowCount()).arg(model_->findingCount()));
-    if (model_->rowCount() > 0)
-        table_->setCurrentIndex(model_->index(0, 0));
+    shownCount_->setText(
+        QStringLiteral("F&indings: %1 of %2").arg(model_->rowCount()).arg(model_->findingCount()));
 }
 
 void FindingsViewer::showFinding(int row)

@@ -98,7 +98,7 @@ private Q_SLOTS:
             QTest::keyClicks(control<QLineEdit>(viewer, "search"), "FNREF VALUE");
             QTest::keyClick(control<QLineEdit>(viewer, "search"), Qt::Key_Return);
             QCOMPARE(model->rowCount(), 2);
-            QCOMPARE(control<QLabel>(viewer, "shownCount")->text(), QString("2 of 4"));
+            QCOMPARE(control<QLabel>(viewer, "shownCount")->text(), QString("F&indings: 2 of 4"));
 
             control<QLineEdit>(viewer, "search")->clear();
             QTRY_COMPARE(model->rowCount(), 4);
