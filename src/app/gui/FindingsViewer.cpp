@@ -187,7 +187,8 @@ void FindingsViewer::buildLayout()
     shownCount_->setBuddy(table_);
     filters->addWidget(shownCount_);
 
-    auto* counts = new QTabWidget(this);
+    counts_ = new QTabWidget(this);
+    auto* counts = counts_;
     counts->addTab(fileCounts_, QStringLiteral("Per fi&le"));
     counts->addTab(routineCounts_, QStringLiteral("Per r&outine"));
     auto* listSide = new QSplitter(Qt::Vertical, this);
@@ -257,6 +258,7 @@ void FindingsViewer::fillFilters()
             QStringLiteral("%1 (%2)").arg(count.name).arg(count.errors + count.warnings), count.name);
     if (!run.routinesKnown) {
         table_->hideColumn(FindingsModel::RoutineColumn);
+        counts_->setTabEnabled(1, false);
         routineFilter_->setEnabled(false);
         routineFilter_->setToolTip(QStringLiteral("The reports do not name routines"));
     }

@@ -10,6 +10,7 @@ class FindingsModel;
 class QComboBox;
 class QLabel;
 class QLineEdit;
+class QTabWidget;
 class QTableView;
 class QThread;
 class QTimer;
@@ -65,6 +66,7 @@ private:
     QTableView* table_;
     QTreeWidget* fileCounts_;
     QTreeWidget* routineCounts_;
+    QTabWidget* counts_;
     QLabel* findingLabel_;
     QLabel* sourceLabel_;
     SourceView* source_;

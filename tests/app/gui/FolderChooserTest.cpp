@@ -2,6 +2,9 @@
 
 #include "support/TempDir.h"
 
+#include <QApplication>
+#include <QInputDialog>
+#include <QPushButton>
 #include <QtTest>
 #include <unistd.h>
 
@@ -51,6 +54,21 @@ private Q_SLOTS:
         QCOMPARE(QDir(writable).entryList(QDir::Files), QStringList());
         QFile::setPermissions(readOnly, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         QCOMPARE(QDir(readOnly).entryList(QDir::Files), QStringList());
+    }
+
+    void newFolderIsMadeInTheCurrentFolderAndChosen()
+    {
+        TempDir dir;
+        FolderChooser chooser("Output folder", dir.path(), FolderChooser::Use::Write);
+        QTimer::singleShot(0, [] {
+            auto* ask = dynamic_cast<QInputDialog*>(QApplication::activeModalWidget());
+            QVERIFY(ask);
+            ask->setTextValue("day 2");
+            ask->accept();
+        });
+        QTest::mouseClick(chooser.findChild<QPushButton*>("newFolder"), Qt::LeftButton);
+        QVERIFY(QFileInfo(dir.path() + "day 2").isDir());
+        QCOMPARE(chooser.currentFolder(), dir.path() + "day 2/");
     }
 };
 
