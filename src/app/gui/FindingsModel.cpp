@@ -43,6 +43,13 @@ void FindingsModel::setRun(RecordedRun run)
         }
         byFile_.push_back(count);
     }
+    // Files in the order the run took them, each from its first line down:
+    // how an operator reads them, whatever order the routines reported in.
+    std::stable_sort(all_.begin(), all_.end(), [this](const Place& a, const Place& b) {
+        const Finding& x = findingOf(a);
+        const Finding& y = findingOf(b);
+        return std::tie(a.file, x.line, x.column) < std::tie(b.file, y.line, y.column);
+    });
     byRoutine_.clear();
     for (auto& [name, count] : routines) {
         count.name = name;

@@ -55,7 +55,7 @@ public:
     int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
-    // Column -1 restores the run's own order.
+    // Column -1 restores the run's own order: files as validated, each by line and column.
     void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
 
 private:
@@ -71,7 +71,7 @@ private:
     }
 
     RecordedRun run_;
-    std::vector<Place> all_; // run order
+    std::vector<Place> all_; // files in run order, each by line and column
     std::vector<int> shown_; // positions in all_
     Filter filter_;
     int sortColumn_ = -1;

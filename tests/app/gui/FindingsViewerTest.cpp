@@ -87,6 +87,8 @@ private Q_SLOTS:
             QCOMPARE(model->countsByFile()[0].warnings, 1);
             QCOMPARE(model->countsByFile()[1].warnings, 1);
             QVERIFY(QFileInfo(model->run().files[1].inputPath).isFile());
+            // Each file by line, though its errors and warnings come from two reports.
+            QCOMPARE(model->findingAt(1).line, 3);
 
             chooseItem(control<QComboBox>(viewer, "kindFilter"), "Warnings");
             QCOMPARE(model->rowCount(), 2);
