@@ -80,6 +80,11 @@ void finishBatchOptions(CommandLineOptions& options, const QStringList& rest)
     }
 }
 
+bool outputsAsked(const CommandLineOptions& options)
+{
+    return !options.jsonPath.isEmpty() || !options.sarifPath.isEmpty() || !options.htmlPath.isEmpty();
+}
+
 } // namespace
 
 CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
@@ -142,6 +147,14 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
                 options.error = QStringLiteral("--input needs a file");
                 return options;
             }
+        } else if (argument == QLatin1String("--view") || argument.startsWith(QLatin1String("--view="))) {
+            options.viewPath = argument.size() > 6 ? argument.mid(7)
+                : ++i < arguments.size()           ? arguments[i]
+                                                   : QString();
+            if (options.viewPath.isEmpty()) {
+                options.error = QStringLiteral("--view needs a working folder or a --json file");
+                return options;
+            }
         } else if (readBatchOption(arguments, i, options) || readOutputOption(arguments, i, options)) {
             if (!options.error.isEmpty())
                 return options;
@@ -152,7 +165,7 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
     }
     options.commandLine = rest.join(QLatin1Char(' '));
     // The check validates no input: an argument would be silently ignored.
-    if (options.checkConfig && (!rest.isEmpty() || options.batchFolder)) {
+    if (options.checkConfig && (!rest.isEmpty() || options.batchFolder || !options.viewPath.isEmpty())) {
         options.error = QStringLiteral(
             "--check-config validates no input; give only --task CODE and --input FILE with it");
         return options;
@@ -161,6 +174,11 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
         return options;
     if (!options.checkInput.isEmpty()) {
         options.error = QStringLiteral("--input goes with --check-config");
+        return options;
+    }
+    // The viewer looks at a run that is over; anything to validate would be ignored.
+    if (!options.viewPath.isEmpty() && (!rest.isEmpty() || options.batchFolder || outputsAsked(options))) {
+        options.error = QStringLiteral("--view validates nothing; give only --app-dir with it");
         return options;
     }
     finishBatchOptions(options, rest);
@@ -209,6 +227,7 @@ QString CommandLineHelpText()
                "Usage: quorvane [--app-dir DIR] [--headless] [--task CODE] [--plugin-timeout SECONDS]\n"
                "                [--json FILE] [--sarif FILE] [--html FILE] [--] [INPUT[|TASK]]\n"
                "       quorvane [--app-dir DIR] --check-config [--task CODE] [--input FILE]\n"
+               "       quorvane [--app-dir DIR] --view WORKDIR|FILE.json\n"
                "\n"
                "Validates tagged text against the rules configured in Quorvane.INI.\n"
                "\n"
@@ -233,6 +252,9 @@ QString CommandLineHelpText()
                "  --input FILE   with --check-config, also warn of routines declared on an\n"
                "                 element that FILE only writes as an empty tag (default:\n"
                "                 the first 100 files below INPUTPATH)\n"
+               "  --view WORKDIR|FILE.json\n"
+               "                 show the findings of a run in the findings viewer: the\n"
+               "                 reports and logs it left in WORKDIR, or its --json file\n"
                "  --headless     no window; messages go to standard error\n"
                "                 (implied when neither DISPLAY nor WAYLAND_DISPLAY is set)\n"
                "  --help         show this text\n"

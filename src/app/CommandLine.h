@@ -23,6 +23,7 @@ struct CommandLineOptions {
     QString htmlPath; // --html FILE
     bool checkConfig = false; // --check-config: lint the installation, validate nothing
     QString checkInput; // --input FILE with --check-config: the input whose empty tags to weigh
+    QString viewPath; // --view DIR|FILE.json: show a run's findings, validate nothing
 
     // The headless batch: --batch FOLDER, the remaining arguments its ENTRYs;
     // --task fills its task-code box.

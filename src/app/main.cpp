@@ -272,9 +272,17 @@ int main(int argc, char** argv)
         std::fputs("quorvane: the display cannot be opened; running headless\n", stderr);
         headless = true;
     }
+    // The viewer is a window and nothing else: it has no headless half to fall back on.
+    const bool viewing = !options.viewPath.isEmpty();
+    if (viewing && headless) {
+        std::fputs("quorvane: --view shows a window, and there is no display to show it on\n", stderr);
+        return ExitStatus::Refused;
+    }
     if (!headless) {
         if (const RunWindowsFunction runWindows = loadWindows())
             return runWindows(&argc, argv, &options);
+        if (viewing)
+            return ExitStatus::Refused;
     }
 
     // A headless process ends with its run, so freed memory need not go

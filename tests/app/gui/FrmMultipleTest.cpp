@@ -1,10 +1,14 @@
 #include "app/gui/FrmMultiple.h"
 
+#include "app/gui/FindingsModel.h"
+#include "app/gui/FindingsViewer.h"
+#include "app/gui/FolderChooser.h"
 #include "app/modGlobal.h"
 #include "core/RunState.h"
 #include "support/Installation.h"
 #include "support/RecordingOperator.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QLineEdit>
 #include <QListWidget>
@@ -140,7 +144,15 @@ private Q_SLOTS:
         s.clickEntry(s.files(), 0);
         const QString otherWork = s.inst.root() + "otherwork/";
         QDir().mkpath(otherWork);
-        s.control<QLineEdit>("TxtTempPath")->setText(otherWork);
+        // The working folder comes from the chooser, and the run takes it from the box.
+        QTimer::singleShot(0, [&] {
+            auto* chooser = dynamic_cast<FolderChooser*>(QApplication::activeModalWidget());
+            QVERIFY(chooser);
+            chooser->setCurrentFolder(otherWork);
+            chooser->accept();
+        });
+        QTest::mouseClick(s.control<QPushButton>("chooseWorkPath"), Qt::LeftButton);
+        QCOMPARE(s.control<QLineEdit>("TxtTempPath")->text(), otherWork);
         QTest::keyClicks(s.control<QLineEdit>("TxtTaskCode"), " T1 ");
         QTest::mouseClick(s.control<QPushButton>("cmdProcess"), Qt::LeftButton);
         s.ui.watch = nullptr;
@@ -157,6 +169,10 @@ private Q_SLOTS:
             QVERIFY2(s.control<QWidget>(name.toLatin1().constData())->isEnabled(), qPrintable(name));
         QVERIFY(!s.control<QProgressBar>("pbar")->isVisible());
         QCOMPARE(s.selectedNames(), QStringList({ "j1" }));
+        // A batch with findings shows them.
+        QVERIFY(s.window->findingsViewer() && s.window->findingsViewer()->isVisible());
+        QCOMPARE(s.window->findingsViewer()->model()->findingCount(), 2);
+        QVERIFY(s.control<QPushButton>("viewFindings")->isEnabled());
     }
 
     // The window starts in the configured folders, without progress shown.
