@@ -13,11 +13,17 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <csignal>
+#include <unistd.h>
 
 void RunOutsideProgram(RunState& state, const QString& program, const QString& inputPath)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedChannels);
+    // A group of its own, so that stopping the program also stops whatever it
+    // started: left running, those could still write the staged input, and
+    // they keep open the output a caller reads until they end.
+    process.setChildProcessModifier([] { ::setpgid(0, 0); });
     process.start(program, { inputPath });
     // The run goes on whatever the program did, but a program that did not do
     // its work must not pass unnoticed.
@@ -28,7 +34,7 @@ void RunOutsideProgram(RunState& state, const QString& program, const QString& i
     }
     const int timeout = state.pluginTimeoutSeconds > 0 ? state.pluginTimeoutSeconds * 1000 : -1;
     if (!process.waitForFinished(timeout)) {
-        process.kill();
+        ::kill(-pid_t(process.processId()), SIGKILL);
         process.waitForFinished(-1);
         state.ui.diagnostic(QStringLiteral("outside program %1 stopped after %2 s")
                                 .arg(program)

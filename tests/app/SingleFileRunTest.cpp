@@ -178,3 +178,31 @@ TEST(SingleFileRun, RunsSharingATemporaryFolderTakeTurns)
                     .startsWith("quorvane: waiting for another run that uses "));
     EXPECT_TRUE(Installation::read(inst.workPath() + "second.ERR").contains("Found x"));
 }
+
+namespace {
+
+// Whether the process runs: a process that was stopped and not yet reaped
+// (a zombie) does not.
+bool processRuns(const QByteArray& pid)
+{
+    const QByteArray stat = Installation::read("/proc/" + QString::fromLatin1(pid.trimmed()) + "/stat");
+    const qsizetype state = stat.lastIndexOf(')') + 2;
+    return !stat.isEmpty() && state < stat.size() && stat[state] != 'Z';
+}
+
+} // namespace
+
+// A program stopped at the time limit takes what it started with it: left
+// running, that could still write the staged input.
+TEST(SingleFileRun, ATimedOutProgramIsStoppedWithEverythingItStarted)
+{
+    Installation inst;
+    const QString pidFile = inst.root() + "child.pid";
+    const QString slow
+        = inst.writeScript("slow.sh", ("sleep 30 &\necho $! > '" + pidFile + "'\nsleep 30\n").toUtf8());
+    inst.appendIni("[PLUG-IN]\r\nOUTPUTPLUGIN = " + slow + "\r\n");
+    inst.run({ "--plugin-timeout", "1", inst.writeInput("a.xml", "<a/>\r\n") });
+    const QByteArray pid = Installation::read(pidFile);
+    ASSERT_FALSE(pid.isEmpty());
+    EXPECT_FALSE(processRuns(pid));
+}
