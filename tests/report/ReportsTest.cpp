@@ -55,6 +55,8 @@ protected:
         const QString path = tmp.write("in/" + name, "<doc>" + name.toUtf8() + "</doc>\r\n");
         state.inputPath = path;
         state.currentInputPath = path;
+        // As the driver records it when it reads the input.
+        state.report.inputIdentity = FileIdentityOf(path);
         return path;
     }
 
@@ -155,9 +157,11 @@ TEST_F(ReportRun, InputAlreadyInTheOutputFolderSurvives)
 {
     const QString path = tmp.write("out/d.xml", "keep me");
     state.inputPath = path;
+    state.report.inputIdentity = FileIdentityOf(path);
     OpenReports(state);
     CloseReports(state);
     EXPECT_EQ(TempDir::read(path), "keep me");
+    EXPECT_FALSE(state.report.fileFailed());
 }
 
 TEST_F(ReportRun, UncreatableReportsEndTheRun)
