@@ -189,12 +189,17 @@ QString copyOver(const QString& source, const QString& destination, const FileId
     return failure;
 }
 
-// A copy that is one of the file's own outputs.
-void copyOutput(ReportState& report, const QString& source, const QString& destination)
+// A copy that is one of the file's own outputs. When it fails, an earlier
+// run's file of that name goes too: it would pass for this run's.
+void copyOutput(ReportState& report, const QString& source, const QString& destination,
+    const FileIdentity* validated = nullptr)
 {
-    const QString failure = copyOver(source, destination);
-    if (!failure.isEmpty())
-        noteUnwritten(report, destination, failure);
+    const QString failure = copyOver(source, destination, validated);
+    if (failure.isEmpty())
+        return;
+    noteUnwritten(report, destination, failure);
+    if (!IsSameFile(source, destination))
+        QFile::remove(destination);
 }
 
 // The operator chose the original file; a copy made for the before-programs is
@@ -504,12 +509,13 @@ void copyReportsToOutput(RunState& state)
 void passInputOn(RunState& state)
 {
     ReportState& report = state.report;
+    const QString copy = state.outputFolder + state.inputFileName;
+    // An earlier run's copy left beside a failed file would pass for its own.
+    if (report.fileFailed() && !IsSameFile(state.inputPath, copy))
+        QFile::remove(copy);
     if (report.errorCount != 0 || report.fileFailed())
         return;
-    const QString copy = state.outputFolder + state.inputFileName;
-    const QString failure = copyOver(state.inputPath, copy, &report.inputIdentity);
-    if (!failure.isEmpty())
-        noteUnwritten(report, copy, failure);
+    copyOutput(report, state.inputPath, copy, &report.inputIdentity);
 }
 
 void writeErrorViewBlock(RunState& state)

@@ -281,3 +281,68 @@ TEST(SingleFileRun, ATimedOutProgramIsStoppedWithEverythingItStarted)
     ASSERT_FALSE(pid.isEmpty());
     EXPECT_FALSE(processRuns(pid));
 }
+
+namespace {
+
+void writeFile(const QString& path, const QByteArray& bytes)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+}
+
+} // namespace
+
+// Every write is checked: a report or copy cut short by a full disk (here a
+// file size limit) fails the file, and no piece of it is left under its
+// name, nor an earlier run's file that would pass for it.
+TEST(SingleFileRun, WritesThatFailFailTheFileAndLeaveNoPiece)
+{
+    QByteArray clean;
+    while (clean.size() < 200'000)
+        clean += "<p>A clean line of text.</p>\r\n";
+    QByteArray doubleSpaces;
+    for (int i = 0; i < 2000; ++i)
+        doubleSpaces += "<p>a  b</p>\r\n";
+    const struct {
+        const char* name;
+        QByteArray input;
+        QString limits;
+        QString unwritten; // relative to the installation
+        bool workReportIsFolder;
+    } rows[] = {
+        { "the copy of a clean input", clean, "-f 64", "output//inputa.xml", false },
+        { "a warning report", doubleSpaces, "-f 64", "work/a.WRN.part", false },
+        { "a report that cannot be put in place", "<p>a  b</p>\r\n", "", "work/a.WRN", true },
+    };
+    for (const auto& row : rows) {
+        Installation inst;
+        inst.writeTable("specialchartbl.tbl",
+            "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
+            "\"(space)(space)\",\"Double space found\",\"WARNING\",\"I\"\r\n");
+        const QString input = inst.writeInput("a.xml", row.input);
+        // An earlier run's report and copy, and what a killed run left.
+        for (const QString& earlier : { "work/a.WRN", "output//inputa.WRN", "output//inputa.xml" })
+            writeFile(inst.root() + earlier, "from an earlier run");
+        for (const QString& piece : { "work/old.ERR.part", "output//inputold.xml.part" })
+            writeFile(inst.root() + piece, "cut short");
+        if (row.workReportIsFolder) {
+            QFile::remove(inst.workPath() + "a.WRN");
+            writeFile(inst.workPath() + "a.WRN/inside", "keeps the folder from going");
+        }
+        inst.setLimits(row.limits);
+        const auto result = inst.run({ input });
+        EXPECT_EQ(result.exitCode, 2) << row.name;
+        EXPECT_TRUE(result.standardError.contains("cannot write " + inst.root() + row.unwritten + ": "))
+            << row.name << ": " << result.standardError.toStdString();
+        EXPECT_FALSE(QFile::exists(inst.outputPath() + "/inputa.xml")) << row.name;
+        for (const QString& earlier : { "work/a.WRN", "output//inputa.WRN" }) {
+            EXPECT_NE(Installation::read(inst.root() + earlier), "from an earlier run")
+                << row.name << " " << earlier.toStdString();
+        }
+        const QStringList pieces
+            = QDir(inst.workPath()).entryList({ "*.part" }) + QDir(inst.outputPath()).entryList({ "*.part" });
+        EXPECT_TRUE(pieces.isEmpty()) << row.name << ": " << pieces.join(" ").toStdString();
+    }
+}
