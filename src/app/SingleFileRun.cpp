@@ -48,14 +48,17 @@ QString RunOutsideProgram(RunState& state, const QString& program, const QString
     return failure;
 }
 
-void StageInputInTempFolder(RunState& state)
+QString StageInputInTempFolder(RunState& state)
 {
     const QString staged = state.config.TempPath + state.inputFileName;
     if (state.inputPath.toUpper() == staged.toUpper())
-        return;
+        return {};
     QFile::remove(staged);
-    QFile::copy(state.inputPath, staged);
+    QFile source(state.inputPath);
+    if (!source.copy(staged))
+        return QStringLiteral("cannot copy %1 to %2: %3").arg(state.inputPath, staged, source.errorString());
     state.inputPath = staged;
+    return {};
 }
 
 int ExitStatusOf(const RunState& state)
@@ -74,7 +77,11 @@ void RunBeforePrograms(RunState& state)
     const TableSet& active = state.config.ActiveTableSet;
     if (active.InputPlugins.isEmpty())
         return;
-    StageInputInTempFolder(state);
+    if (const QString failure = StageInputInTempFolder(state); !failure.isEmpty()) {
+        state.ui.diagnostic(failure);
+        state.report.checkNotFinished.append(failure + QStringLiteral("; the file was not validated"));
+        return;
+    }
     for (const QString& program : active.InputPlugins) {
         const QString failure = RunOutsideProgram(state, program, state.inputPath);
         if (!failure.isEmpty()) {

@@ -23,8 +23,8 @@ QString RunOutsideProgram(RunState& state, const QString& program, const QString
 
 // Copies the input into the temporary folder (unless it already lies there)
 // and makes the copy the input path, so before-programs never touch the
-// original.
-void StageInputInTempFolder(RunState& state);
+// original. Returns why the copy could not be made, empty when it was.
+QString StageInputInTempFolder(RunState& state);
 
 // Refuses (RunAborted) an input that lies where one of its own reports would
 // be written: the report would empty it before it is read.

@@ -345,4 +345,17 @@ TEST(SingleFileRun, WritesThatFailFailTheFileAndLeaveNoPiece)
             = QDir(inst.workPath()).entryList({ "*.part" }) + QDir(inst.outputPath()).entryList({ "*.part" });
         EXPECT_TRUE(pieces.isEmpty()) << row.name << ": " << pieces.join(" ").toStdString();
     }
+
+    // The copy the before-programs work on is checked as well.
+    Installation inst;
+    const QString input = inst.writeInput("a.xml", clean);
+    inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + inst.writeScript("ok.sh", "exit 0\n") + "\r\n");
+    inst.setLimits("-f 64");
+    const auto result = inst.run({ input });
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_TRUE(result.standardError.startsWith("quorvane: cannot copy " + input + " to "))
+        << result.standardError.toStdString();
+    EXPECT_TRUE(
+        Installation::read(inst.workPath() + "a.ERR").contains("The check did not finish: cannot copy "));
+    EXPECT_FALSE(QFile::exists(inst.outputPath() + "/inputa.xml"));
 }
