@@ -86,6 +86,10 @@ struct FileOutcome {
     QDateTime ended;
     std::int64_t errorEntries = 0;
     int checkFailures = 0;
+    QStringList checkNotFinished;
+    QStringList writeFailures;
+    QSet<QString> unwrittenPaths;
+    FileIdentity inputIdentity;
     QHash<const void*, std::int32_t> stepNumbers; // rows the file wrote
     std::int32_t firstMatchPosition = kFirstMatchUnwritten;
     QList<ValidationContext> startedWith; // the open-tag list the file was validated from
@@ -239,6 +243,7 @@ public:
         state.report.fileStarted = QDateTime();
         state.checkFailures = 0;
         state.imageCallouts.clear();
+        state.report.startFile();
 
         FileOutcome outcome;
         try {
@@ -269,6 +274,10 @@ public:
         outcome.ended = report.fileEnded;
         outcome.errorEntries = report.runErrorEntries;
         outcome.checkFailures = state.checkFailures;
+        outcome.checkNotFinished = report.checkNotFinished;
+        outcome.writeFailures = report.writeFailures;
+        outcome.unwrittenPaths = report.unwrittenPaths;
+        outcome.inputIdentity = report.inputIdentity;
         for (auto step = state.textValidity.stepNumbers.cbegin();
              step != state.textValidity.stepNumbers.cend(); ++step) {
             if (step.value() != kStepUnwritten)
@@ -433,6 +442,10 @@ void publishOutcome(RunState& state, const PlannedFile& file, FileOutcome& outco
     report.runErrorEntries += outcome.errorEntries;
     state.checkFailures += outcome.checkFailures;
     state.imageCallouts.merge(outcome.imageCallouts);
+    report.checkNotFinished = std::move(outcome.checkNotFinished);
+    report.writeFailures = std::move(outcome.writeFailures);
+    report.unwrittenPaths = std::move(outcome.unwrittenPaths);
+    report.inputIdentity = outcome.inputIdentity;
     for (auto step = outcome.stepNumbers.cbegin(); step != outcome.stepNumbers.cend(); ++step)
         state.textValidity.stepNumbers.insert(step.key(), step.value());
     if (outcome.firstMatchPosition != kFirstMatchUnwritten)
@@ -608,15 +621,9 @@ void ValidateBatchFile(RunState& state, const PlannedFile& file, bool walked)
     state.reportFolder = file.reportFolder;
     state.outputFolder = file.outputFolder;
     RefuseInputThatIsItsOwnReport(state);
+    state.report.startFile();
     try {
-        if (walked) {
-            OpenReports(state);
-            RunBeforePrograms(state);
-        } else {
-            RunBeforePrograms(state);
-            OpenReports(state);
-        }
-        ValidateFile(state, Rules());
+        ValidateOneFile(state, walked);
     } catch (const RunAborted&) {
         // Closed, the failing file's reports would look clean and its input
         // would pass on to the output folder as validated; they are dropped,

@@ -117,6 +117,23 @@ BatchPlan planBatch(RunState& state, const QString& inputFolder, const QStringLi
     return plan;
 }
 
+// Every folder the batch writes into, once, before any file of it is
+// validated; the batch's own inputs stay whatever they are called.
+void removeLeftoversOfKilledRuns(const RunState& state, const BatchPlan& plan)
+{
+    QSet<QString> inputs;
+    for (const PlannedFile& file : plan.files)
+        inputs.insert(QFileInfo(file.path).absoluteFilePath());
+    QSet<QString> done;
+    for (const PlannedFile& file : plan.files) {
+        const QString folders = file.reportFolder + QLatin1Char('\n') + file.outputFolder;
+        if (done.contains(folders))
+            continue;
+        done.insert(folders);
+        RemoveLeftoversOfKilledRuns(state, file.reportFolder, file.outputFolder, inputs);
+    }
+}
+
 } // namespace
 
 bool ListsFiles(const Configuration& config)
@@ -164,6 +181,8 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     // The exit status is the batch's own: the window runs one batch after another.
     state.report.runErrorEntries = 0;
     state.checkFailures = 0;
+    state.report.failedFiles = 0;
+    state.report.runFailures.clear();
     observer.batchStarted();
     state.findingSinks.runStarted(state.taskCode, state.report.now());
     OpenProgramLogs(state);
@@ -174,6 +193,7 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
 
     try {
         const BatchPlan plan = planBatch(state, inputFolder, request.selected);
+        removeLeftoversOfKilledRuns(state, plan);
         ValidatePlannedFiles(state, plan, request.jobs > 0 ? request.jobs : DefaultBatchJobs(), observer);
     } catch (const RunAborted&) {
         CloseProgramLogs(state);
@@ -185,8 +205,15 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     CloseProgramLogs(state);
     // Before the final box: the outputs are there when the operator reads it.
     state.findingSinks.runEnded(state.report.now(), true);
-    state.ui.messageBox(QStringLiteral("Finish Processing! Please view the log file/s in ") + config.WorkPath,
-        QStringLiteral("Complete Process"), MessageIcon::Information);
+    QString finished = QStringLiteral("Finish Processing! Please view the log file/s in ") + config.WorkPath;
+    // A batch with failed files must not end on the words of one that checked everything.
+    if (state.report.failedFiles > 0)
+        finished
+            += QStringLiteral("\r\n%1 file(s) failed: their check did not finish or their outputs "
+                              "could not be written (see their reports and the messages before this one).")
+                   .arg(state.report.failedFiles);
+    state.ui.messageBox(finished, QStringLiteral("Complete Process"),
+        state.report.failedFiles > 0 ? MessageIcon::Warning : MessageIcon::Information);
     observer.batchFinished();
     return ExitStatusOf(state);
 }

@@ -34,9 +34,10 @@ QString ApplicationFolder(const CommandLineOptions& options)
 
 void PrintRunSummary(const RunState& state)
 {
-    std::printf("%s: %d error(s), %d warning(s)\nReports: %s %s\n", qPrintable(state.inputFileName),
-        state.report.errorCount, state.report.warningCount, qPrintable(state.report.errorReportPath),
-        qPrintable(state.report.warningReportPath));
+    std::printf("%s: %d error(s), %d warning(s)%s\nReports: %s %s\n", qPrintable(state.inputFileName),
+        state.report.errorCount, state.report.warningCount,
+        state.report.fileFailed() ? ", failed: the check did not finish or an output was not written" : "",
+        qPrintable(state.report.errorReportPath), qPrintable(state.report.warningReportPath));
     std::fflush(stdout);
 }
 

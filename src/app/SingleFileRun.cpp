@@ -13,66 +13,118 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QSet>
+#include <csignal>
+#include <unistd.h>
 
-void RunOutsideProgram(RunState& state, const QString& program, const QString& inputPath)
+QString RunOutsideProgram(RunState& state, const QString& program, const QString& inputPath)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedChannels);
+    // A group of its own, so that stopping the program also stops whatever it
+    // started: left running, those could still write the staged input, and
+    // they keep open the output a caller reads until they end.
+    process.setChildProcessModifier([] { ::setpgid(0, 0); });
     process.start(program, { inputPath });
-    // The run goes on whatever the program did, but a program that did not do
-    // its work must not pass unnoticed.
+    QString failure;
     if (!process.waitForStarted(-1)) {
-        state.ui.diagnostic(
-            QStringLiteral("outside program %1 could not start: %2").arg(program, process.errorString()));
-        return;
-    }
-    const int timeout = state.pluginTimeoutSeconds > 0 ? state.pluginTimeoutSeconds * 1000 : -1;
-    if (!process.waitForFinished(timeout)) {
-        process.kill();
+        failure
+            = QStringLiteral("outside program %1 could not start: %2").arg(program, process.errorString());
+    } else if (!process.waitForFinished(
+                   state.pluginTimeoutSeconds > 0 ? state.pluginTimeoutSeconds * 1000 : -1)) {
+        ::kill(-pid_t(process.processId()), SIGKILL);
         process.waitForFinished(-1);
-        state.ui.diagnostic(QStringLiteral("outside program %1 stopped after %2 s")
-                                .arg(program)
-                                .arg(state.pluginTimeoutSeconds));
-        return;
+        failure = QStringLiteral("outside program %1 stopped after %2 s")
+                      .arg(program)
+                      .arg(state.pluginTimeoutSeconds);
+    } else if (process.exitStatus() == QProcess::CrashExit) {
+        failure = QStringLiteral("outside program %1 crashed").arg(program);
+    } else if (process.exitCode() != 0) {
+        failure
+            = QStringLiteral("outside program %1 ended with status %2").arg(program).arg(process.exitCode());
     }
-    if (process.exitStatus() == QProcess::CrashExit)
-        state.ui.diagnostic(QStringLiteral("outside program %1 crashed").arg(program));
-    else if (process.exitCode() != 0)
-        state.ui.diagnostic(
-            QStringLiteral("outside program %1 ended with status %2").arg(program).arg(process.exitCode()));
+    if (!failure.isEmpty())
+        state.ui.diagnostic(failure);
+    return failure;
 }
 
-void StageInputInTempFolder(RunState& state)
+QString StageInputInTempFolder(RunState& state)
 {
     const QString staged = state.config.TempPath + state.inputFileName;
     if (state.inputPath.toUpper() == staged.toUpper())
-        return;
+        return {};
     QFile::remove(staged);
-    QFile::copy(state.inputPath, staged);
+    QFile source(state.inputPath);
+    if (!source.copy(staged))
+        return QStringLiteral("cannot copy %1 to %2: %3").arg(state.inputPath, staged, source.errorString());
     state.inputPath = staged;
+    return {};
 }
 
 int ExitStatusOf(const RunState& state)
 {
-    if (state.checkFailures > 0)
+    const ReportState& report = state.report;
+    if (state.checkFailures > 0 || report.failedFiles > 0 || !report.runFailures.isEmpty())
         return ExitStatus::Refused;
-    return state.report.runErrorEntries > 0 ? ExitStatus::ErrorsFound : ExitStatus::Clean;
+    return report.runErrorEntries > 0 ? ExitStatus::ErrorsFound : ExitStatus::Clean;
 }
 
+// What a before-program leaves is only worth validating when it did its
+// work: a program that failed may have left its copy cut short or untouched.
+// The file fails instead, with no validation and nothing passed on.
 void RunBeforePrograms(RunState& state)
 {
     const TableSet& active = state.config.ActiveTableSet;
     if (active.InputPlugins.isEmpty())
         return;
-    StageInputInTempFolder(state);
-    for (const QString& program : active.InputPlugins)
-        RunOutsideProgram(state, program, state.inputPath);
+    if (const QString failure = StageInputInTempFolder(state); !failure.isEmpty()) {
+        state.ui.diagnostic(failure);
+        state.report.checkNotFinished.append(failure + QStringLiteral("; the file was not validated"));
+        return;
+    }
+    for (const QString& program : active.InputPlugins) {
+        const QString failure = RunOutsideProgram(state, program, state.inputPath);
+        if (!failure.isEmpty()) {
+            state.report.checkNotFinished.append(failure + QStringLiteral("; the file was not validated"));
+            return;
+        }
+    }
 }
 
+// A file that failed is not handed on to the after-programs, which take it
+// as checked; an after-program that fails fails the run.
 void RunAfterPrograms(RunState& state)
 {
-    for (const QString& program : state.config.ActiveTableSet.OutputPlugins)
-        RunOutsideProgram(state, program, state.inputPath);
+    if (state.report.fileFailed())
+        return;
+    for (const QString& program : state.config.ActiveTableSet.OutputPlugins) {
+        const QString failure = RunOutsideProgram(state, program, state.inputPath);
+        if (!failure.isEmpty())
+            state.report.runFailures.append(failure);
+    }
+}
+
+void ValidateOneFile(RunState& state, bool reportsFirst)
+{
+    if (reportsFirst) {
+        OpenReports(state);
+        RunBeforePrograms(state);
+    } else {
+        RunBeforePrograms(state);
+        OpenReports(state);
+    }
+    if (!state.report.fileFailed())
+        ValidateFile(state, Rules());
+}
+
+void RemoveLeftoversOfKilledRuns(const RunState& state, const QString& reportFolder,
+    const QString& outputFolder, const QSet<QString>& keep)
+{
+    QStringList folders { reportFolder, QFileInfo(outputFolder + QLatin1Char('x')).absolutePath() };
+    if (!state.config.CreateLogFolder.isEmpty())
+        folders.append(outputFolder + state.config.CreateLogFolder + QLatin1Char('/'));
+    for (const QString& folder : folders)
+        RemoveLeftoverPartFiles(folder, keep);
 }
 
 // An input named like one of its own reports, in the working folder, would be
@@ -111,9 +163,10 @@ int ValidateSingleFile(RunState& state)
     SelectTaskTableSet(state, state.taskCode);
     StartImageCrossCheck(state);
     RefuseInputThatIsItsOwnReport(state);
-    RunBeforePrograms(state);
-    OpenReports(state);
-    ValidateFile(state, Rules());
+    RemoveLeftoversOfKilledRuns(
+        state, state.reportFolder, state.outputFolder, { QFileInfo(state.inputPath).absoluteFilePath() });
+    state.report.startFile();
+    ValidateOneFile(state, false);
     CloseReports(state);
     RunAfterPrograms(state);
 

@@ -14,6 +14,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QSaveFile>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <dlfcn.h>
@@ -178,22 +180,34 @@ int runCheckConfig(int argc, char** argv, const CommandLineOptions& options)
     }
 }
 
-// An output whose folder is missing is refused before the run, not found
-// missing after a night's batch.
-bool outputFoldersExist(const FindingOutputPaths& paths)
+// An output that cannot be written is refused before the run, not found
+// missing after a night's batch whose files were passed on as checked. The
+// probe is the very kind of write the run ends with, a file made beside the
+// output and dropped again.
+bool outputsWritable(const FindingOutputPaths& paths)
 {
-    bool exist = true;
+    bool writable = true;
     for (const QString& path : { paths.json, paths.sarif, paths.html }) {
         if (path.isEmpty())
             continue;
         const QString folder = QFileInfo(path).absolutePath();
+        QString why;
         if (!QFileInfo(folder).isDir()) {
-            std::fprintf(stderr, "quorvane: cannot write %s: the folder %s does not exist\n",
-                qPrintable(path), qPrintable(folder));
-            exist = false;
+            why = QStringLiteral("the folder %1 does not exist").arg(folder);
+        } else if (QFileInfo(path).isDir()) {
+            why = QStringLiteral("it is a folder");
+        } else {
+            QSaveFile probe(path);
+            if (!probe.open(QIODevice::WriteOnly))
+                why = probe.errorString();
+            probe.cancelWriting();
+        }
+        if (!why.isEmpty()) {
+            std::fprintf(stderr, "quorvane: cannot write %s: %s\n", qPrintable(path), qPrintable(why));
+            writable = false;
         }
     }
-    return exist;
+    return writable;
 }
 
 // The windows module built with the executable, whatever the library search
@@ -242,6 +256,9 @@ int main(int argc, char** argv)
     // page fault per 4 KB to get them again, a tenth of a 10 MB run. Keeping
     // 64 MB at the top of the heap ends that.
     mallopt(M_TOP_PAD, 64 << 20);
+    // A file grown past the size limit (ulimit -f) is a write that fails, to
+    // be told and to fail the file, not a signal that ends the process.
+    std::signal(SIGXFSZ, SIG_IGN);
     QStringList arguments;
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
@@ -264,7 +281,7 @@ int main(int argc, char** argv)
     if (options.checkConfig)
         return runCheckConfig(argc, argv, options);
     const FindingOutputPaths outputPaths { options.jsonPath, options.sarifPath, options.htmlPath };
-    if (!outputFoldersExist(outputPaths))
+    if (!outputsWritable(outputPaths))
         return ExitStatus::Refused;
     // The command-line batch serves scripts and cron: it never opens a window.
     bool headless = options.headless || options.batchFolder || !displayAvailable();

@@ -87,9 +87,12 @@ void NoteCheckFailure(RunState& state, const std::exception& failure)
     ++state.checkFailures;
     const QString routine
         = state.currentRoutine.isEmpty() ? QStringLiteral("a check") : QString(state.currentRoutine);
-    state.ui.diagnostic(QStringLiteral("%1: %2 ended early: %3")
-                            .arg(state.inputFileName.isEmpty() ? state.inputPath : state.inputFileName,
-                                routine, QString::fromUtf8(failure.what())));
+    const QString reason = QString::fromUtf8(failure.what());
+    state.ui.diagnostic(
+        QStringLiteral("%1: %2 ended early: %3")
+            .arg(state.inputFileName.isEmpty() ? state.inputPath : state.inputFileName, routine, reason));
+    // The file's reports say it too, and the file counts as failed.
+    state.report.checkNotFinished.append(routine + QStringLiteral(": ") + reason);
 }
 
 QString EnclosingOpenTag(const RunState& state)

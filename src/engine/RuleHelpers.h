@@ -57,7 +57,8 @@ private:
 // A check that meets a failure (a pattern the engine rejects, a search past
 // the engine's limits) ends for this file and keeps what it wrote. The
 // failure is told, naming the file, the routine and the reason, and counted,
-// so that the run ends with status 2 instead of looking clean. Running out of
+// so that the run ends with status 2 instead of looking clean; the file's
+// reports say that its check did not finish, and it is not passed on. Running out of
 // memory is no check's failure: callers let std::bad_alloc through.
 void NoteCheckFailure(RunState& state, const std::exception& failure);
 

@@ -1,6 +1,7 @@
 #include "engine/Validator.h"
 
 #include "config/RoutineDeclTable.h"
+#include "core/Paths.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 #include "engine/RuleHelpers.h"
@@ -197,6 +198,9 @@ void SeedCarriedTagState(RunState& state, const CarriedTagState& carried)
 void ValidateFile(RunState& state, const RuleBook& rules)
 {
     try {
+        // Taken before the text is read: whatever changes the file from here
+        // on keeps it from passing on as validated.
+        state.report.inputIdentity = FileIdentityOf(state.inputPath);
         state.wholeText = LoadInputText(state.ui, state.inputPath, state.config.Utf8Input);
         state.toolkit.indexText(state.wholeText);
         validateLoadedFile(state, rules);

@@ -67,12 +67,16 @@ QJsonObject fileJson(const FileFindings& file)
     QJsonArray findings;
     for (const Finding& finding : file.findings)
         findings.append(findingJson(finding));
-    return {
+    QJsonObject object {
         { QStringLiteral("path"), file.path },
         { QStringLiteral("errors"), file.errors },
         { QStringLiteral("warnings"), file.warnings },
+        { QStringLiteral("failed"), !file.failures.isEmpty() },
         { QStringLiteral("findings"), findings },
     };
+    if (!file.failures.isEmpty())
+        object.insert(QStringLiteral("failures"), QJsonArray::fromStringList(file.failures));
+    return object;
 }
 
 // --- SARIF ----------------------------------------------------------------------------
@@ -177,6 +181,7 @@ svg text { font-size: 12px; fill: #222; }
 .swatch { display: inline-block; width: 0.9em; height: 0.9em; vertical-align: middle; margin: 0 0.3em 0 0.8em; }
 .swatch.error { background: #c62828; }
 .swatch.warning { background: #f0a020; }
+.failed { color: #b00020; font-weight: bold; }
 )";
 
 // Sorting by a click on a column heading: numbers as numbers, the rest as
@@ -272,9 +277,11 @@ QString filesTable(const RunFindings& run)
         "<th data-type=\"number\">Errors</th><th data-type=\"number\">Warnings</th></tr></thead>\n<tbody>\n");
     for (std::size_t i = 0; i < run.files.size(); ++i) {
         const FileFindings& file = run.files[i];
-        html += QStringLiteral("<tr><td><a href=\"#file-%1\">%2</a></td>")
+        html += QStringLiteral("<tr><td><a href=\"#file-%1\">%2</a>%3</td>")
                     .arg(i + 1)
-                    .arg(escaped(fileLabel(file)));
+                    .arg(escaped(fileLabel(file)),
+                        file.failures.isEmpty() ? QString()
+                                                : QStringLiteral(" <span class=\"failed\">(failed)</span>"));
         html += numberCell(file.errors) + numberCell(file.warnings) + QStringLiteral("</tr>\n");
     }
     return html + QStringLiteral("</tbody>\n</table>\n");
@@ -283,6 +290,8 @@ QString filesTable(const RunFindings& run)
 QString fileSection(const FileFindings& file, std::size_t number)
 {
     QString html = QStringLiteral("<h3 id=\"file-%1\">%2</h3>\n").arg(number).arg(escaped(fileLabel(file)));
+    for (const QString& failure : file.failures)
+        html += QStringLiteral("<p class=\"failed\">Failed: %1</p>\n").arg(escaped(failure));
     if (file.findings.isEmpty())
         return html + QStringLiteral("<p>No findings.</p>\n");
     html += QStringLiteral(
@@ -370,11 +379,26 @@ QByteArray FindingsSarif(const RunFindings& run)
         { QStringLiteral("version"), run.toolVersion },
         { QStringLiteral("rules"), rules },
     };
-    const QJsonObject invocation {
-        { QStringLiteral("executionSuccessful"), true },
+    QJsonArray notifications;
+    for (const FileFindings& file : run.files) {
+        for (const QString& failure : file.failures) {
+            notifications.append(QJsonObject {
+                { QStringLiteral("level"), QStringLiteral("error") },
+                { QStringLiteral("message"), QJsonObject { { QStringLiteral("text"), failure } } },
+                { QStringLiteral("locations"),
+                    QJsonArray { QJsonObject { { QStringLiteral("physicalLocation"),
+                        QJsonObject { { QStringLiteral("artifactLocation"),
+                            QJsonObject { { QStringLiteral("uri"), artifactUri(file.path) } } } } } } } },
+            });
+        }
+    }
+    QJsonObject invocation {
+        { QStringLiteral("executionSuccessful"), notifications.isEmpty() },
         { QStringLiteral("startTimeUtc"), utcTime(run.startTime) },
         { QStringLiteral("endTimeUtc"), utcTime(run.endTime) },
     };
+    if (!notifications.isEmpty())
+        invocation.insert(QStringLiteral("toolExecutionNotifications"), notifications);
     QJsonObject sarifRun {
         { QStringLiteral("tool"), QJsonObject { { QStringLiteral("driver"), driver } } },
         { QStringLiteral("invocations"), QJsonArray { invocation } },
@@ -439,7 +463,7 @@ void FindingOutputs::onRunStarted(const QString& taskCode, const QDateTime& star
 
 void FindingOutputs::onFileStarted(const QString& inputPath)
 {
-    run_.files.push_back({ inputPath, {}, 0, 0 });
+    run_.files.push_back({ inputPath, {}, 0, 0, {} });
     inFile_ = true;
 }
 
@@ -461,6 +485,11 @@ void FindingOutputs::onFinding(const Finding& finding)
     file.findings.append(finding);
     file.findings.last().data = ReportFormat::preparedData(finding.data);
     ++(finding.kind == FindingKind::Error ? file.errors : file.warnings);
+}
+
+void FindingOutputs::onFileFailed(const QStringList& reasons)
+{
+    current().failures += reasons;
 }
 
 void FindingOutputs::onFileEnded()

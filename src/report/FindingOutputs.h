@@ -15,6 +15,9 @@ struct FileFindings {
     QList<Finding> findings;
     int errors = 0;
     int warnings = 0;
+    // Why the file failed (its check did not finish, an output of it could
+    // not be written); empty for a file checked whole.
+    QStringList failures;
 };
 
 // A whole run as the machine-readable outputs describe it.
@@ -30,9 +33,10 @@ struct RunFindings {
 };
 
 // The run as one JSON document: tool, times, task code, and per file its
-// counts and findings.
+// counts, findings and whether it failed (with why).
 QByteArray FindingsJson(const RunFindings& run);
-// The run as a SARIF 2.1.0 log with one run, one rule per routine name.
+// The run as a SARIF 2.1.0 log with one run, one rule per routine name; a
+// failed file makes the execution unsuccessful, with a notification each.
 QByteArray FindingsSarif(const RunFindings& run);
 // A self-contained page for a browser: the files with their counts in a
 // sortable table, a bar chart of findings per routine, every file's findings.
@@ -56,6 +60,7 @@ public:
     void onRunStarted(const QString& taskCode, const QDateTime& startTime) override;
     void onFileStarted(const QString& inputPath) override;
     void onFinding(const Finding& finding) override;
+    void onFileFailed(const QStringList& reasons) override;
     void onFileEnded() override;
     void onRunEnded(const QDateTime& endTime, bool completed) override;
 

@@ -2,6 +2,7 @@
 
 #include "core/Finding.h"
 
+#include <QSet>
 #include <QString>
 #include <cstdint>
 
@@ -18,6 +19,13 @@ void WriteErrorEntry(RunState& state, std::int64_t lineNumber, const QString& me
     const QString& dataContent, std::int32_t column);
 void WriteWarningEntry(RunState& state, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t column);
+// Ends the file: totals, the editor file, the program logs, the copies in
+// the output folder. A file whose check did not finish
+// (report.checkNotFinished) has reports that say so before their totals, and
+// a file that failed in any way (that, or an output that could not be
+// written) is not passed on to the output folder: it is named, counted in
+// report.failedFiles and told to the sinks. The input passes on only while
+// it is still the file that was validated (report.inputIdentity).
 void CloseReports(RunState& state);
 // A batch file's CloseReports in two steps, so that files can be validated
 // side by side: CompleteFileReports gives the file's own reports their totals
@@ -39,3 +47,7 @@ void OpenProgramLogs(RunState& state);
 // an error entry of the run's exit status.
 void ReportRunFinding(RunState& state, const Finding& finding);
 void CloseProgramLogs(RunState& state);
+
+// Removes what a run that was killed left half-written in the folder (files
+// ending in ".part"), except the paths in `keep` (the run's own inputs).
+void RemoveLeftoverPartFiles(const QString& folder, const QSet<QString>& keep);

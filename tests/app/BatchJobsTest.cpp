@@ -73,6 +73,7 @@ public:
     {
         events << QStringLiteral("%1:%2 %3 | %4").arg(f.line).arg(f.column).arg(f.message, f.data);
     }
+    void onFileFailed(const QStringList& reasons) override { events << "failed " + reasons.join(" | "); }
     void onFileEnded() override { events << "end"; }
     QStringList events;
 };
@@ -234,6 +235,45 @@ TEST(BatchJobs, SideBySideWritesWhatOneAfterAnotherWritesInBothEditorLayouts)
             counted << i;
         EXPECT_EQ(parallel.progress, counted);
     }
+}
+
+// A file whose check fails fails alone, whatever the job count: its reports
+// say why, it is not passed on, the batch goes on, and its end says that
+// files failed.
+TEST(BatchJobs, FilesWhoseCheckFailsFailAloneWhateverTheJobCount)
+{
+    Installation inst;
+    inst.set("INPUTTYPE", "FILES");
+    installSampleRules(inst, false);
+    const QString examples = QStringLiteral(QUORVANE_EXAMPLES_DIR) + "/";
+    inst.set("SPECIALCHARTBL",
+        inst.writeTable("runaway.tbl",
+            Installation::read(examples + "tables/characters.tbl")
+                + "\"(a+)+c\",\"Runaway\",\"WARNING\",\"I\"\r\n"));
+    for (int i = 0; i < 8; ++i) {
+        const bool runaway = i == 2 || i == 5;
+        inst.writeInput(QStringLiteral("f%1.xml").arg(i),
+            runaway ? "<p>" + QByteArray(40, 'a') + "b c</p>\r\n" : QByteArray("<p>Clean.</p>\r\n"));
+    }
+    const BatchResult sequential = runBatch(inst, "one", 1);
+    const BatchResult parallel = runBatch(inst, "four", 4);
+    expectSameRun(sequential, parallel);
+    EXPECT_EQ(sequential.status, ExitStatus::Refused);
+    EXPECT_TRUE(sequential.messages.last().endsWith(
+        "2 file(s) failed: their check did not finish or their outputs could not be written (see their "
+        "reports and the messages before this one)."))
+        << sequential.messages.last().toStdString();
+    EXPECT_EQ(sequential.findings.filter("failed CheckSpecialCharacters: ").size(), 2);
+    for (int i = 0; i < 8; ++i) {
+        const bool runaway = i == 2 || i == 5;
+        const QString name = QStringLiteral("f%1").arg(i);
+        EXPECT_EQ(sequential.output.count("input" + name + ".xml"), runaway ? 0u : 1u) << i;
+        EXPECT_EQ(
+            sequential.work.at(name + ".WRN").contains("The check did not finish: CheckSpecialCharacters"),
+            runaway)
+            << i;
+    }
+    EXPECT_TRUE(sequential.work.at("error.edt").contains("The check did not finish: "));
 }
 
 TEST(BatchJobs, AFailingFileEndsTheBatchThereWhateverTheJobCount)

@@ -46,7 +46,12 @@ Installation::Result Installation::run(const QStringList& arguments, Mode mode) 
         environment.insert("QT_QPA_PLATFORM", "offscreen");
         process.setProcessEnvironment(environment);
     }
-    process.start(QStringLiteral(QUORVANE_EXECUTABLE), options + arguments);
+    if (limits_.isEmpty())
+        process.start(QStringLiteral(QUORVANE_EXECUTABLE), options + arguments);
+    else
+        process.start("/bin/bash",
+            QStringList { "-c", "ulimit " + limits_ + " && exec \"$0\" \"$@\"", QUORVANE_EXECUTABLE }
+                + options + arguments);
     Result result;
     if (!process.waitForFinished(120000))
         return result;
