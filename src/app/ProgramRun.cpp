@@ -4,12 +4,14 @@
 #include "app/SingleFileRun.h"
 #include "core/MoveFiles.h"
 #include "core/OperatorInterface.h"
+#include "core/Paths.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 #include "report/FindingOutputs.h"
 #include "spelling/DeferredSpellingEngine.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <cstdio>
 #include <exception>
 
@@ -22,6 +24,39 @@ int withOutputs(int status, const FindingOutputs& outputs, OperatorInterface& ui
     for (const QString& failure : outputs.failures())
         ui.diagnostic(QStringLiteral("cannot write ") + failure);
     return outputs.failures().isEmpty() ? status : int(ExitStatus::Refused);
+}
+
+// An output whose folder is missing is refused before the run, not found
+// missing after a night's batch.
+bool outputFoldersExist(const FindingOutputPaths& paths, OperatorInterface& ui)
+{
+    bool exist = true;
+    for (const QString& path : { paths.json, paths.sarif, paths.html }) {
+        if (path.isEmpty())
+            continue;
+        const QString folder = QFileInfo(path).absolutePath();
+        if (!QFileInfo(folder).isDir()) {
+            ui.diagnostic(QStringLiteral("cannot write %1: the folder %2 does not exist").arg(path, folder));
+            exist = false;
+        }
+    }
+    return exist;
+}
+
+// The one input of a single-file run named as an output: writing the output
+// would destroy it, and so would removing the output of an earlier run.
+bool inputIsAnOutput(const QString& input, const FindingOutputPaths& paths, OperatorInterface& ui)
+{
+    for (const QString& path : { paths.json, paths.sarif, paths.html }) {
+        if (!path.isEmpty() && !input.isEmpty() && IsSameFile(input, path)) {
+            ui.messageBox(input
+                    + QStringLiteral(" is also named as an output of this run.\r\n"
+                                     "Choose another file for the output."),
+                kProgramTitle, MessageIcon::Critical);
+            return true;
+        }
+    }
+    return false;
 }
 
 } // namespace
@@ -60,6 +95,13 @@ int RunProgram(const CommandLineOptions& options, OperatorInterface& ui,
     if (outputPaths.any())
         state.findingSinks.subscribe(outputs);
 
+    // Whatever ends this run, refused at start-up or failed half-way, no
+    // output of an earlier run is left to pass for this one's (an input named
+    // as an output aside: the refusal must not destroy it).
+    const QString input = SplitCommandLine(options.commandLine).inputPath;
+    outputs.removeFiles(input);
+    if (inputIsAnOutput(input, outputPaths, ui) || !outputFoldersExist(outputPaths, ui))
+        return ExitStatus::Refused;
     try {
         const RunMode mode = Main(state, options.commandLine);
         return withOutputs(runMode(state, mode), outputs, ui);

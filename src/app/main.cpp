@@ -175,24 +175,6 @@ int runCheckConfig(int argc, char** argv, const CommandLineOptions& options)
     }
 }
 
-// An output whose folder is missing is refused before the run, not found
-// missing after a night's batch.
-bool outputFoldersExist(const FindingOutputPaths& paths)
-{
-    bool exist = true;
-    for (const QString& path : { paths.json, paths.sarif, paths.html }) {
-        if (path.isEmpty())
-            continue;
-        const QString folder = QFileInfo(path).absolutePath();
-        if (!QFileInfo(folder).isDir()) {
-            std::fprintf(stderr, "quorvane: cannot write %s: the folder %s does not exist\n",
-                qPrintable(path), qPrintable(folder));
-            exist = false;
-        }
-    }
-    return exist;
-}
-
 // The windows module beside the executable: the one built with it, whatever
 // the library search path holds; /proc/self/exe also sees through a symbolic
 // link to the executable.
@@ -256,9 +238,6 @@ int main(int argc, char** argv)
     qInstallMessageHandler(quietQtMessages);
     if (options.checkConfig)
         return runCheckConfig(argc, argv, options);
-    const FindingOutputPaths outputPaths { options.jsonPath, options.sarifPath, options.htmlPath };
-    if (!outputFoldersExist(outputPaths))
-        return ExitStatus::Refused;
     // The command-line batch serves scripts and cron: it never opens a window.
     bool headless = options.headless || options.batchFolder || !displayAvailable();
     if (!headless && !displayOpens()) {

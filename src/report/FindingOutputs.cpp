@@ -1,5 +1,6 @@
 #include "report/FindingOutputs.h"
 
+#include "core/Paths.h"
 #include "report/ReportFormat.h"
 
 #include <QDir>
@@ -472,6 +473,14 @@ void FindingOutputs::onFinding(const Finding& finding)
 void FindingOutputs::onFileEnded()
 {
     inFile_ = false;
+}
+
+void FindingOutputs::removeFiles(const QString& keep) const
+{
+    for (const QString& path : { paths_.json, paths_.sarif, paths_.html }) {
+        if (!path.isEmpty() && (keep.isEmpty() || !IsSameFile(path, keep)))
+            QFile::remove(path);
+    }
 }
 
 void FindingOutputs::onRunEnded(const QDateTime& endTime, bool completed)

@@ -3,6 +3,7 @@
 #include "core/Finding.h"
 
 #include <QString>
+#include <QStringList>
 #include <cstdint>
 
 struct RunState;
@@ -33,5 +34,12 @@ void DiscardCompletedReports(const QString& errorReportPath, const QString& warn
 // Drops the reports of a file whose run ended before they were closed; the
 // reports of an earlier run under the same names stay as they were.
 void DiscardReports(RunState& state);
+// Every file that the run writes or removes for the input of `state` (its
+// path, report and output folders, batch or single-file mode): its reports,
+// the editor file, the program logs, the copies in the output folder. An
+// input that is one of them would be lost before or while it is read.
+QStringList FilesTheRunWrites(const RunState& state);
 void OpenProgramLogs(RunState& state);
+// A line of its own in the open program log: what a batch could not take in.
+void WriteProgramLogLine(RunState& state, const QString& line);
 void CloseProgramLogs(RunState& state);
