@@ -310,6 +310,15 @@ void tellWhatWasLeftOut(RunState& state, const BatchPlan& plan)
     }
 }
 
+// A PROCESS refused before it ran: the outputs of the one before (the
+// window runs one after another) must not pass for this one's.
+int refuseBatch(RunState& state)
+{
+    state.findingSinks.runStarted(state.taskCode, state.report.now());
+    state.findingSinks.runEnded(state.report.now(), false);
+    return ExitStatus::Refused;
+}
+
 } // namespace
 
 int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observer)
@@ -324,14 +333,14 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     state.taskCode = request.taskCode.trimmed();
     if (request.selected.isEmpty()) {
         state.ui.messageBox(NoSelectionText(config), kProgramTitle, MessageIcon::Warning);
-        return ExitStatus::Refused;
+        return refuseBatch(state);
     }
     // Typed into a box or given on the command line, a folder may not be
     // there: a batch without its reports or copies must not pass for done.
     bool usable = modMoveFiles::CheckWriteAccess(state, config.WorkPath);
     usable = modMoveFiles::CheckWriteAccess(state, config.OutputPath) && usable;
     if (!usable || !ClaimTempFolder(state))
-        return ExitStatus::Refused;
+        return refuseBatch(state);
 
     state.batchMode = true;
     // The exit status is the batch's own: the window runs one batch after another.

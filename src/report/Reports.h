@@ -35,9 +35,10 @@ void DiscardCompletedReports(const QString& errorReportPath, const QString& warn
 // reports of an earlier run under the same names stay as they were.
 void DiscardReports(RunState& state);
 // Every file that the run writes or removes for the input of `state` (its
-// path, report and output folders, batch or single-file mode): its reports,
-// the editor file, the program logs, the copies in the output folder. An
-// input that is one of them would be lost before or while it is read.
+// path, report and output folders, batch or single-file mode): its own
+// reports first (.ERR, .WRN, then the same in the making), the editor file,
+// the program logs, the copies in the output folder. An input that is one
+// of them would be lost before or while it is read.
 QStringList FilesTheRunWrites(const RunState& state);
 void OpenProgramLogs(RunState& state);
 // A line of its own in the open program log: what a batch could not take in.

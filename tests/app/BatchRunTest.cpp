@@ -3,6 +3,7 @@
 #include "app/modGlobal.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
+#include "report/FindingOutputs.h"
 #include "support/Installation.h"
 #include "support/RecordingOperator.h"
 
@@ -434,5 +435,24 @@ TEST_F(BatchRunTest, AnInputTheBatchWouldWriteIsRefusedBeforeAnythingIsWritten)
             << ui.messages[0].text.toStdString();
         EXPECT_EQ(Installation::read(in + row.refused), kept);
         QFile::remove(in + row.refused);
+    }
+}
+
+TEST_F(BatchRunTest, ARefusedProcessTakesAwayTheOutputsOfTheOneBefore)
+{
+    startUp();
+    input("j1/a.xml");
+    const QString json = inst.root() + "run.json";
+    FindingOutputs outputs("Quorvane", "1", { json, {}, {} });
+    state.findingSinks.subscribe(outputs);
+    const BatchRequest refusals[] = {
+        { inst.inputPath(), {}, QString(), inst.workPath(), inst.outputPath() },
+        { inst.inputPath(), { "j1" }, QString(), inst.workPath(), inst.root() + "nowhere" },
+    };
+    for (const BatchRequest& refused : refusals) {
+        ASSERT_EQ(RunBatch(state, request(inst.inputPath(), { "j1" }), observer), ExitStatus::Clean);
+        ASSERT_TRUE(exists(json));
+        EXPECT_EQ(RunBatch(state, refused, observer), ExitStatus::Refused);
+        EXPECT_FALSE(exists(json)) << refused.outputPath.toStdString();
     }
 }
