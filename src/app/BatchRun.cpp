@@ -90,11 +90,12 @@ FolderEntries listFolder(const QString& folder)
         if (bytes.startsWith('.'))
             continue;
         const QString name = QFile::decodeName(bytes);
+        const bool named = QFile::encodeName(name) == bytes;
         struct stat target { };
         if (::stat((path + bytes).constData(), &target) != 0) {
-            entries.problems
-                << QStringLiteral("cannot read %1%2: %3").arg(folder, escapedName(bytes), systemReason());
-        } else if (QFile::encodeName(name) != bytes) {
+            entries.problems << QStringLiteral("cannot read %1%2: %3")
+                                    .arg(folder, named ? name : escapedName(bytes), systemReason());
+        } else if (!named) {
             (S_ISDIR(target.st_mode) ? entries.folderProblems : entries.fileProblems)
                 << QStringLiteral("cannot validate %1%2: its name is not valid UTF-8")
                        .arg(folder, escapedName(bytes));
