@@ -247,7 +247,7 @@ public:
 
         FileOutcome outcome;
         try {
-            RefuseInputThatIsItsOwnReport(state);
+            RefuseInputTheRunWrites(state);
             OpenReports(state);
             outcome.reportsCreated = true;
             ValidateFile(state, Rules());
@@ -620,7 +620,7 @@ void ValidateBatchFile(RunState& state, const PlannedFile& file, bool walked)
     state.inputFileName = InputFileNameOf(file.path);
     state.reportFolder = file.reportFolder;
     state.outputFolder = file.outputFolder;
-    RefuseInputThatIsItsOwnReport(state);
+    RefuseInputTheRunWrites(state);
     state.report.startFile();
     try {
         ValidateOneFile(state, walked);

@@ -15,6 +15,10 @@ struct BatchRequest {
     QString workPath; // the working-path box: where the reports go
     QString outputPath; // the output-path box
     int jobs = 0; // files validated side by side; 0: one per core
+    // Entries of the folder that the list could not show (unreadable, a name
+    // that is no UTF-8) although the selection was meant to hold them: the
+    // batch names them and fails.
+    QStringList unlisted;
 };
 
 // Told about the run as it goes, so a window or a terminal can show it.
@@ -35,8 +39,14 @@ public:
 bool ListsFiles(const Configuration& config);
 QString NoSelectionText(const Configuration& config);
 
-// The entries the folder list shows for the input type: ordinary files or
-// subfolders, by name.
+// The entries the folder list shows for the input type: files or
+// subfolders (links looked through), by name; and, each in a line of its
+// own, the entries of that type it cannot show.
+struct BatchListing {
+    QStringList entries;
+    QStringList problems;
+};
+BatchListing ListBatchFolder(const Configuration& config, const QString& folder);
 QStringList BatchListEntries(const Configuration& config, const QString& folder);
 
 // The file mask test of a walked file: a name without "." always passes.

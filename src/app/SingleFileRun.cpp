@@ -127,22 +127,54 @@ void RemoveLeftoversOfKilledRuns(const RunState& state, const QString& reportFol
         RemoveLeftoverPartFiles(folder, keep);
 }
 
-// An input named like one of its own reports, in the working folder, would be
-// emptied by the report before it is read.
-void RefuseInputThatIsItsOwnReport(RunState& state)
+namespace {
+
+[[noreturn]] void refuseInput(RunState& state, const QString& text)
 {
-    const QString name = InputFileNameOf(state.inputPath);
-    const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
-    const QString base = state.reportFolder + (dot < 0 ? name : name.left(dot));
+    state.ui.messageBox(text, kProgramTitle, MessageIcon::Critical);
+    throw RunAborted(ExitStatus::Refused, "input is a file the run writes");
+}
+
+// Whether the path lies in the run's temporary folder, which goes when the run ends.
+bool insideRunTempFolder(const RunState& state, const QString& path)
+{
+    const QString& temp = state.config.TempPath;
+    if (!temp.endsWith(QLatin1String("Quorvane_Temp/")))
+        return false;
+    const QString folder = QFileInfo(temp).canonicalFilePath();
+    return !folder.isEmpty() && QFileInfo(path).canonicalFilePath().startsWith(folder + QLatin1Char('/'));
+}
+
+} // namespace
+
+// The run would empty, overwrite or remove such an input before or while it
+// is read, and nobody would get it back.
+void RefuseInputTheRunWrites(RunState& state)
+{
+    const QStringList written = FilesTheRunWrites(state);
     // A missing input matches nothing: the reading of the input reports it.
-    for (const QString& report : { base + QStringLiteral(".ERR"), base + QStringLiteral(".WRN") }) {
-        if (!IsSameFile(state.inputPath, report))
+    for (qsizetype i = 0; i < written.size(); ++i) {
+        if (!IsSameFile(state.inputPath, written[i]))
             continue;
-        state.ui.messageBox(state.inputPath
-                + QStringLiteral(" is where its own report would be written.\r\n"
-                                 "Move it out of the working folder."),
-            kProgramTitle, MessageIcon::Critical);
-        throw RunAborted(ExitStatus::Refused, "input is its own report");
+        // The first four are the file's own reports, finished and in the making.
+        if (i < 4)
+            refuseInput(state,
+                state.inputPath
+                    + QStringLiteral(" is where its own report would be written.\r\n"
+                                     "Move it out of the working folder."));
+        refuseInput(state,
+            state.inputPath + QStringLiteral(" would be overwritten or removed by this run as ") + written[i]
+                + QStringLiteral(".\r\nMove it out of the working and output folders."));
+    }
+    if (insideRunTempFolder(state, state.inputPath)) {
+        const QString temp = state.config.TempPath;
+        // Left as it is: removing the folder at the end would take the input with it.
+        state.config.TempPath.chop(QLatin1String("Quorvane_Temp/").size());
+        refuseInput(state,
+            state.inputPath
+                + QStringLiteral(" lies in the temporary folder, which this run removes when it ends.\r\n"
+                                 "Move it out of ")
+                + temp + QLatin1Char('.'));
     }
 }
 
@@ -162,7 +194,7 @@ int ValidateSingleFile(RunState& state)
     state.findingSinks.runStarted(state.taskCode, state.report.now());
     SelectTaskTableSet(state, state.taskCode);
     StartImageCrossCheck(state);
-    RefuseInputThatIsItsOwnReport(state);
+    RefuseInputTheRunWrites(state);
     RemoveLeftoversOfKilledRuns(
         state, state.reportFolder, state.outputFolder, { QFileInfo(state.inputPath).absoluteFilePath() });
     state.report.startFile();
@@ -177,6 +209,15 @@ int ValidateSingleFile(RunState& state)
     state.findingSinks.runEnded(state.report.now(), true);
     RemoveRunTempFolder(state);
     return ExitStatusOf(state);
+}
+
+void ReleaseTempFolder(RunState& state)
+{
+    RemoveRunTempFolder(state);
+    const QString suffix = QStringLiteral("Quorvane_Temp/");
+    if (state.config.TempPath.endsWith(suffix))
+        state.config.TempPath.chop(suffix.size());
+    state.tempFolderLock.reset();
 }
 
 void RemoveRunTempFolder(RunState& state)

@@ -26,9 +26,10 @@ QString RunOutsideProgram(RunState& state, const QString& program, const QString
 // original. Returns why the copy could not be made, empty when it was.
 QString StageInputInTempFolder(RunState& state);
 
-// Refuses (RunAborted) an input that lies where one of its own reports would
-// be written: the report would empty it before it is read.
-void RefuseInputThatIsItsOwnReport(RunState& state);
+// Refuses (RunAborted) an input that is a file the run writes or removes:
+// one of its own reports, the editor file, a program log, one of its copies
+// in the output folder, anything in the temporary folder.
+void RefuseInputTheRunWrites(RunState& state);
 
 // The outside programs around the validation of one file, as both runs use
 // them: with before-programs the input is staged first, and every program
@@ -50,6 +51,10 @@ void RemoveLeftoversOfKilledRuns(const RunState& state, const QString& reportFol
 // Removes the working folder that start-up made (TempPath + "Quorvane_Temp/"),
 // whichever way the run ends; nothing when start-up did not get that far.
 void RemoveRunTempFolder(RunState& state);
+
+// Removes that folder and lets other runs have TempPath again (a batch of
+// the window, which claims it per batch).
+void ReleaseTempFolder(RunState& state);
 
 // The exit status for what the run has written so far.
 int ExitStatusOf(const RunState& state);

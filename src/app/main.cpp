@@ -14,7 +14,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -180,36 +179,6 @@ int runCheckConfig(int argc, char** argv, const CommandLineOptions& options)
     }
 }
 
-// An output that cannot be written is refused before the run, not found
-// missing after a night's batch whose files were passed on as checked. The
-// probe is the very kind of write the run ends with, a file made beside the
-// output and dropped again.
-bool outputsWritable(const FindingOutputPaths& paths)
-{
-    bool writable = true;
-    for (const QString& path : { paths.json, paths.sarif, paths.html }) {
-        if (path.isEmpty())
-            continue;
-        const QString folder = QFileInfo(path).absolutePath();
-        QString why;
-        if (!QFileInfo(folder).isDir()) {
-            why = QStringLiteral("the folder %1 does not exist").arg(folder);
-        } else if (QFileInfo(path).isDir()) {
-            why = QStringLiteral("it is a folder");
-        } else {
-            QSaveFile probe(path);
-            if (!probe.open(QIODevice::WriteOnly))
-                why = probe.errorString();
-            probe.cancelWriting();
-        }
-        if (!why.isEmpty()) {
-            std::fprintf(stderr, "quorvane: cannot write %s: %s\n", qPrintable(path), qPrintable(why));
-            writable = false;
-        }
-    }
-    return writable;
-}
-
 // The windows module built with the executable, whatever the library search
 // path holds: beside it in the build tree, in the package's own library
 // folder when installed (/usr/bin and /usr/lib/ARCH/quorvane). /proc/self/exe also
@@ -280,9 +249,6 @@ int main(int argc, char** argv)
     qInstallMessageHandler(quietQtMessages);
     if (options.checkConfig)
         return runCheckConfig(argc, argv, options);
-    const FindingOutputPaths outputPaths { options.jsonPath, options.sarifPath, options.htmlPath };
-    if (!outputsWritable(outputPaths))
-        return ExitStatus::Refused;
     // The command-line batch serves scripts and cron: it never opens a window.
     bool headless = options.headless || options.batchFolder || !displayAvailable();
     if (!headless && !displayOpens()) {

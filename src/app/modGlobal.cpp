@@ -35,8 +35,27 @@ std::unique_ptr<SpellingEngine> startEngine(
     return engine;
 }
 
+// The engine is built on first use, in the middle of a run; a lexicon it
+// could not load would only show as words it does not know. So the files
+// are looked at here, and one that cannot be loaded refuses the run as a
+// missing table does.
+void refuseUnloadableLexicon(RunState& state)
+{
+    const Configuration& config = state.config;
+    const auto problems = LexiconProblems(config.MainLexPath, config.UserLexPath, config.MainLexFiles);
+    if (problems.empty())
+        return;
+    for (const LexiconProblem& problem : problems) {
+        state.ui.messageBox(QStringLiteral("Error while reading ") + problem.path
+                + QStringLiteral("!  -- Error: ") + problem.reason,
+            kProgramTitle, MessageIcon::Critical);
+    }
+    refuse();
+}
+
 void StartSpellingEngine(RunState& state)
 {
+    refuseUnloadableLexicon(state);
     const Configuration& config = state.config;
     state.spelling.engine = std::make_unique<DeferredSpellingEngine>(
         [main = config.MainLexPath, user = config.UserLexPath, files = config.MainLexFiles] {
@@ -81,7 +100,10 @@ void FillSingleFileRun(RunState& state, const QString& commandLine)
 
 RunMode Main(RunState& state, const QString& commandLine)
 {
-    if (!ReadConfigurationFile(state))
+    // A batch takes the temporary folder per batch, not for the life of its
+    // window: an idle window must not keep every other run waiting.
+    const bool batch = commandLine.trimmed().isEmpty();
+    if (!ReadConfigurationFile(state, batch ? TempFolderUse::Leave : TempFolderUse::Claim))
         refuse();
     StartSpellingEngine(state);
     if (!LoadAllSupportTables(state, SupportTableLoaders()))

@@ -1,5 +1,6 @@
 #include "report/FindingOutputs.h"
 
+#include "core/Paths.h"
 #include "report/ReportFormat.h"
 
 #include <QDir>
@@ -454,7 +455,7 @@ FindingOutputs::FindingOutputs(QString toolName, QString toolVersion, FindingOut
 void FindingOutputs::onRunStarted(const QString& taskCode, const QDateTime& startTime)
 {
     run_.files.clear();
-    run_.taskCode = taskCode;
+    run_.taskCode = ReportFormat::wellFormedText(taskCode);
     run_.startTime = startTime;
     run_.endTime = startTime;
     inFile_ = false;
@@ -463,7 +464,7 @@ void FindingOutputs::onRunStarted(const QString& taskCode, const QDateTime& star
 
 void FindingOutputs::onFileStarted(const QString& inputPath)
 {
-    run_.files.push_back({ inputPath, {}, 0, 0, {} });
+    run_.files.push_back({ ReportFormat::wellFormedText(inputPath), {}, 0, 0, {} });
     inFile_ = true;
 }
 
@@ -479,11 +480,17 @@ FileFindings& FindingOutputs::current()
 // The data as the reports show it (line breaks as "...", at most 250
 // characters): a rule hands over the rest of the line, and a batch of long
 // lines with many findings each must not be kept whole for every finding.
+// Unlike the reports, which keep the text's own code units, these outputs
+// are read by parsers that refuse half a character: the cut keeps pairs
+// whole and a lone surrogate of the input or a table shows as U+FFFD.
 void FindingOutputs::onFinding(const Finding& finding)
 {
     FileFindings& file = current();
     file.findings.append(finding);
-    file.findings.last().data = ReportFormat::preparedData(finding.data);
+    Finding& kept = file.findings.last();
+    kept.data = ReportFormat::wellFormedText(ReportFormat::preparedDataWholeCharacters(finding.data));
+    kept.message = ReportFormat::wellFormedText(finding.message);
+    kept.routine = ReportFormat::wellFormedText(finding.routine);
     ++(finding.kind == FindingKind::Error ? file.errors : file.warnings);
 }
 
@@ -495,6 +502,14 @@ void FindingOutputs::onFileFailed(const QStringList& reasons)
 void FindingOutputs::onFileEnded()
 {
     inFile_ = false;
+}
+
+void FindingOutputs::removeFiles(const QString& keep) const
+{
+    for (const QString& path : { paths_.json, paths_.sarif, paths_.html }) {
+        if (!path.isEmpty() && (keep.isEmpty() || !IsSameFile(path, keep)))
+            QFile::remove(path);
+    }
 }
 
 void FindingOutputs::onRunEnded(const QDateTime& endTime, bool completed)

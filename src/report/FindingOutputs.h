@@ -64,6 +64,10 @@ public:
     void onFileEnded() override;
     void onRunEnded(const QDateTime& endTime, bool completed) override;
 
+    // Removes the files of the outputs asked for, left by an earlier run,
+    // all but the file `keep` names (when it is one of them).
+    void removeFiles(const QString& keep) const;
+
     const RunFindings& run() const { return run_; }
     // "path: reason" for every output the last run could not write.
     const QStringList& failures() const { return failures_; }

@@ -42,6 +42,31 @@ QString preparedData(const QString& data)
     return shown;
 }
 
+QString preparedDataWholeCharacters(const QString& data)
+{
+    QString shown = data.left(kDataCut + 2);
+    shown.replace(QStringLiteral("\r\n"), QStringLiteral("..."));
+    const bool splitsPair = shown.size() > kDataCut && shown[kDataCut - 1].isHighSurrogate()
+        && shown[kDataCut].isLowSurrogate();
+    shown.truncate(splitsPair ? kDataCut - 1 : kDataCut);
+    return shown;
+}
+
+QString wellFormedText(const QString& text)
+{
+    if (QStringView(text).isValidUtf16())
+        return text;
+    QString out = text;
+    for (qsizetype i = 0; i < out.size(); ++i) {
+        const bool pair = out[i].isHighSurrogate() && i + 1 < out.size() && out[i + 1].isLowSurrogate();
+        if (pair)
+            ++i;
+        else if (out[i].isSurrogate())
+            out[i] = QChar::ReplacementCharacter;
+    }
+    return out;
+}
+
 EntryTexts formatEntry(EntryKind kind, std::int64_t lineNumber, const QString& message, const QString& data,
     std::int32_t column, bool columnMode)
 {

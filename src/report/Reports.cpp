@@ -742,6 +742,32 @@ void ReportRunFinding(RunState& state, const Finding& finding)
     state.findingSinks.publish(finding);
 }
 
+QStringList FilesTheRunWrites(const RunState& state)
+{
+    const Configuration& config = state.config;
+    const QString name = InputFileNameOf(state.inputPath);
+    const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+    const QString baseName = dot < 0 ? name : name.left(dot);
+    const QString reports = state.reportFolder + baseName;
+    QString copies = state.outputFolder;
+    if (!config.CreateLogFolder.isEmpty())
+        copies += config.CreateLogFolder + QLatin1Char('/');
+    QStringList files { reports + QStringLiteral(".ERR"), reports + QStringLiteral(".WRN"),
+        partial(reports + QStringLiteral(".ERR")), partial(reports + QStringLiteral(".WRN")),
+        // Written or removed whichever editor is configured.
+        editorFilePath(state), config.WorkPath + state.programName + QStringLiteral(".LOG"),
+        config.WorkPath + state.programName + QStringLiteral("_ErrView.LOG"), state.outputFolder + name,
+        copies + baseName + QStringLiteral(".ERR"), copies + baseName + QStringLiteral(".WRN") };
+    if (!state.batchMode && config.EditorProgram.compare(u"KV7", Qt::CaseInsensitive) == 0)
+        files << reports + QStringLiteral(".LOG");
+    return files;
+}
+
+void WriteProgramLogLine(RunState& state, const QString& line)
+{
+    writeLine(state.report.programLog.get(), line);
+}
+
 void CloseProgramLogs(RunState& state)
 {
     ReportState& report = state.report;

@@ -4,6 +4,7 @@
 
 #include <QSet>
 #include <QString>
+#include <QStringList>
 #include <cstdint>
 
 struct RunState;
@@ -41,11 +42,19 @@ void DiscardCompletedReports(const QString& errorReportPath, const QString& warn
 // Drops the reports of a file whose run ended before they were closed; the
 // reports of an earlier run under the same names stay as they were.
 void DiscardReports(RunState& state);
+// Every file that the run writes or removes for the input of `state` (its
+// path, report and output folders, batch or single-file mode): its own
+// reports first (.ERR, .WRN, then the same in the making), the editor file,
+// the program logs, the copies in the output folder. An input that is one
+// of them would be lost before or while it is read.
+QStringList FilesTheRunWrites(const RunState& state);
 void OpenProgramLogs(RunState& state);
 // A finding of the run as a whole, made after its last file: a line in the
 // program log, a finding between files for the sinks, and, for an error,
 // an error entry of the run's exit status.
 void ReportRunFinding(RunState& state, const Finding& finding);
+// A line of its own in the open program log: what a batch could not take in.
+void WriteProgramLogLine(RunState& state, const QString& line);
 void CloseProgramLogs(RunState& state);
 
 // Removes what a run that was killed left half-written in the folder (files

@@ -197,6 +197,7 @@ TEST(CheckConfig, NamesTextValidityOperatorsThatWouldNotDoWhatTheyLookLike)
         { "dup", false },
         { "+1", false },
         { "@eval(=)$1+$2", false },
+        { "(@eval)2+3=", false }, // the comparison may follow the parenthesis
         { "=<@now", false },
         { "", false }, // any other word forbids the pattern
         { "DUP", true },

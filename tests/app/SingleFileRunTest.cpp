@@ -163,20 +163,39 @@ TEST(SingleFileRun, UnreadableOrMisplacedInputEndsWithStatusTwoAndLosesNothing)
     EXPECT_FALSE(QDir(inst.tempPath() + "Quorvane_Temp").exists());
 }
 
-TEST(SingleFileRun, InputNamedLikeItsOwnReportIsRefused)
+TEST(SingleFileRun, AnInputTheRunWouldWriteOrRemoveIsRefusedAndKept)
 {
-    Installation inst;
-    const QByteArray notes = "<a>notes kept in the working folder</a>\r\n";
-    QFile file(inst.workPath() + "notes.ERR");
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(notes);
-    file.close();
-    const auto result = inst.run({ inst.workPath() + "notes.ERR" });
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_TRUE(result.standardError.contains("is where its own report would be written"))
-        << result.standardError.toStdString();
-    EXPECT_EQ(Installation::read(inst.workPath() + "notes.ERR"), notes);
-    EXPECT_FALSE(QDir(inst.tempPath() + "Quorvane_Temp").exists());
+    struct Row {
+        QString input; // below the installation
+        QString ini; // appended to the configuration
+        QStringList options;
+        QString refusal; // part of standard error; %ROOT% is the installation
+    };
+    const QString rewritten = " would be overwritten or removed by this run as %ROOT%";
+    const Row rows[] = {
+        { "work/notes.ERR", "", {}, "is where its own report would be written" },
+        { "work/quorvane.LOG", "", {}, rewritten + "work/quorvane.LOG." },
+        { "work/quorvane_ErrView.LOG", "", {}, rewritten + "work/quorvane_ErrView.LOG." },
+        { "work/error.edt", "", {}, rewritten + "work/error.edt." },
+        { "work/notes.LOG", "[I/O PATHS]\r\nEDITORPROGRAM = KV7\r\n", {}, rewritten + "work/notes.LOG." },
+        { "temp/Quorvane_Temp/a.xml", "", {}, "lies in the temporary folder, which this run removes" },
+        { "input/a.xml", "", { "--json", "%ROOT%input/a.xml" }, "is also named as an output of this run" },
+    };
+    const QByteArray notes = "<a>notes that must survive</a>\r\n";
+    for (const Row& row : rows) {
+        Installation inst;
+        inst.appendIni(row.ini);
+        const QString input = inst.writeInput("../" + row.input, notes);
+        QStringList arguments;
+        for (const QString& argument : row.options + QStringList { input })
+            arguments << QString(argument).replace("%ROOT%", inst.root());
+        const auto result = inst.run(arguments);
+        EXPECT_EQ(result.exitCode, 2) << row.input.toStdString();
+        EXPECT_TRUE(result.standardError.contains(QString(row.refusal).replace("%ROOT%", inst.root())))
+            << result.standardError.toStdString();
+        EXPECT_EQ(Installation::read(input), notes) << row.input.toStdString();
+        EXPECT_FALSE(QFile::exists(inst.workPath() + "quorvane.LOG") && row.input != "work/quorvane.LOG");
+    }
 }
 
 // An input plug-in that does not do its work fails the file: what it left

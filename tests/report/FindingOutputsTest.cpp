@@ -161,3 +161,36 @@ TEST(FindingOutputs, HtmlIsWellFormedWithItsTablesAndChartEscaped)
     EXPECT_EQ(findingRows[4][4], QString("Bell ") + QChar(0x2407) + " here"); // the bell made visible
     EXPECT_EQ(bars, 2 * 4); // an error and a warning bar per routine
 }
+
+TEST(FindingOutputs, TextIsWholeCharactersWhereverItWasCutOrBroken)
+{
+    const QString pair = QString::fromUcs4(U"\U0001D465");
+    const QString a(246, 'a');
+    const QChar high(0xD835);
+    const QChar low(0xDC65);
+    struct Row {
+        QString data;
+        QString shown;
+    };
+    const Row rows[] = {
+        { a + "aaa" + pair + "b", a + "aaa" }, // the cut would fall inside the pair
+        { a + "aa" + pair + "b", a + "aa" + pair }, // the pair ends at the cut
+        { a + "\r\n" + pair, a + "..." }, // a shown line break moves the pair onto the cut
+        { "x" + QString(high) + "y" + QString(low), "x\uFFFDy\uFFFD" }, // lone halves of the input
+    };
+    for (const Row& row : rows) {
+        FindingOutputs outputs("Quorvane", "1.2", {});
+        outputs.onRunStarted("T", kStart);
+        outputs.onFileStarted("in/" + QString(high) + ".xml");
+        outputs.onFinding({ FindingKind::Error, 1, 1, "lone " + QString(low), row.data, "TEXTVALIDITY" });
+        outputs.onFileEnded();
+        outputs.onRunEnded(kEnd, true);
+        for (const QByteArray& bytes :
+            { FindingsJson(outputs.run()), FindingsSarif(outputs.run()), FindingsHtml(outputs.run()) })
+            EXPECT_TRUE(QUtf8StringView(bytes).isValidUtf8()) << row.shown.size();
+        const QJsonObject file = parse(FindingsJson(outputs.run()))["files"][0].toObject();
+        EXPECT_EQ(file["path"].toString(), "in/\uFFFD.xml");
+        EXPECT_EQ(file["findings"][0]["message"].toString(), "lone \uFFFD");
+        EXPECT_EQ(file["findings"][0]["data"].toString(), row.shown) << row.shown.size();
+    }
+}

@@ -12,6 +12,7 @@
 #include <QCheckBox>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QLockFile>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QtTest>
@@ -198,14 +199,32 @@ private Q_SLOTS:
         QCOMPARE(s.listed(), QStringList({ "top.xml" }));
     }
 
-    void exitRemovesTheTemporaryFolder()
+    void theTemporaryFolderIsTheWindowsOnlyWhileABatchRuns()
     {
         Session s("FILES", { "a.xml" });
-        const QString temp = s.state.config.TempPath;
-        QVERIFY(QDir(temp).exists());
-        QFile(temp + "left-over.txt").open(QIODevice::WriteOnly);
+        const QString temp = s.inst.tempPath();
+        // The destructor lets go of what it took.
+        const auto othersMayTakeIt = [&] { return QLockFile(temp + "Quorvane_Temp.lock").tryLock(0); };
+        QVERIFY(othersMayTakeIt());
+        int checks = 0;
+        bool heldWhileRunning = true;
+        s.ui.watch = [&] {
+            // Until the final box: the batch has let go by then.
+            if (s.ui.messages.isEmpty()) {
+                ++checks;
+                heldWhileRunning
+                    = heldWhileRunning && !othersMayTakeIt() && QDir(temp + "Quorvane_Temp").exists();
+            }
+        };
+        s.clickEntry(s.files(), 0);
+        QTest::mouseClick(s.control<QPushButton>("cmdProcess"), Qt::LeftButton);
+        s.ui.watch = nullptr;
+        QVERIFY(checks > 0);
+        QVERIFY(heldWhileRunning);
+        QVERIFY(othersMayTakeIt());
+        QVERIFY(!QDir(temp + "Quorvane_Temp").exists());
         QTest::mouseClick(s.control<QPushButton>("cmdExit"), Qt::LeftButton);
-        QVERIFY(!QDir(temp).exists());
+        QVERIFY(QDir(temp).exists()); // the configured folder is the installation's
         QVERIFY(!s.window->isVisible());
     }
 };
