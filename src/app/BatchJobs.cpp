@@ -608,3 +608,8 @@ void ValidateBatchFile(RunState& state, const PlannedFile& file, bool walked)
     CloseReports(state);
     RunAfterPrograms(state);
 }
+
+bool ReadsCountsOfEarlierFiles(const TableSet& set)
+{
+    return declaresRoutineReadingFirstMatch(set);
+}

@@ -1,6 +1,7 @@
 #include "app/BatchRun.h"
 
 #include "app/BatchJobs.h"
+#include "app/BatchShard.h"
 #include "app/SingleFileRun.h"
 #include "config/ConfigurationFile.h"
 #include "core/MoveFiles.h"
@@ -164,6 +165,23 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     // The exit status is the batch's own: the window runs one batch after another.
     state.report.runErrorEntries = 0;
     state.checkFailures = 0;
+    // A shard keeps its slice's findings for the merge, whatever outputs were asked for.
+    const bool sharded = !request.shard.whole();
+    FindingOutputs sliceFindings(kProgramTitle, QStringLiteral(QUORVANE_VERSION), {});
+    struct Subscription {
+        FindingSinks& sinks;
+        FindingOutputs* sink;
+        ~Subscription()
+        {
+            if (sink)
+                sinks.unsubscribe(*sink);
+        }
+    } subscription { state.findingSinks, sharded ? &sliceFindings : nullptr };
+    if (sharded) {
+        // A record left by an earlier run of this shard would pass for this one's.
+        QFile::remove(ShardRecordPath(state));
+        state.findingSinks.subscribe(sliceFindings);
+    }
     observer.batchStarted();
     state.findingSinks.runStarted(state.taskCode, state.report.now());
     OpenProgramLogs(state);
@@ -172,19 +190,44 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     SelectTaskTableSet(state, state.taskCode);
     StartImageCrossCheck(state);
 
+    const int jobs = request.jobs > 0 ? request.jobs : DefaultBatchJobs();
+    int batchFiles = 0;
+    ShardSlice slice;
     try {
-        const BatchPlan plan = planBatch(state, inputFolder, request.selected);
-        ValidatePlannedFiles(state, plan, request.jobs > 0 ? request.jobs : DefaultBatchJobs(), observer);
+        BatchPlan plan = planBatch(state, inputFolder, request.selected);
+        batchFiles = int(plan.files.size());
+        slice = SliceOfBatch(batchFiles, request.shard);
+        if (sharded)
+            plan = StartShard(state, std::move(plan), request.shard, jobs);
+        ValidatePlannedFiles(state, plan, jobs, observer);
     } catch (const RunAborted&) {
         CloseProgramLogs(state);
         state.findingSinks.runEnded(state.report.now(), false);
         observer.batchFinished();
         throw;
     }
-    ReportImagesWithoutCallout(state);
+    // The image cross-check needs every file of the batch: a shard leaves it
+    // to the merge.
+    if (!sharded)
+        ReportImagesWithoutCallout(state);
     CloseProgramLogs(state);
     // Before the final box: the outputs are there when the operator reads it.
     state.findingSinks.runEnded(state.report.now(), true);
+    if (sharded) {
+        observer.batchFinished();
+        if (!WriteShardRecord(state, request, slice, batchFiles, sliceFindings.run())) {
+            state.ui.messageBox(QStringLiteral("Cannot write the shard record ") + ShardRecordPath(state),
+                kProgramTitle, MessageIcon::Critical);
+            return ExitStatus::Refused;
+        }
+        state.ui.diagnostic(QStringLiteral("shard %1/%2 validated %3 of the batch's %4 file(s); "
+                                           "join the shards with --merge")
+                                .arg(request.shard.index)
+                                .arg(request.shard.count)
+                                .arg(slice.count)
+                                .arg(batchFiles));
+        return ExitStatusOf(state);
+    }
     state.ui.messageBox(QStringLiteral("Finish Processing! Please view the log file/s in ") + config.WorkPath,
         QStringLiteral("Complete Process"), MessageIcon::Information);
     observer.batchFinished();
@@ -251,6 +294,8 @@ int RunBatchCommand(RunState& state, const BatchCommand& command, BatchObserver&
     request.workPath = command.workPath.value_or(config.SavedWorkPath);
     request.outputPath = command.outputPath.value_or(config.SavedOutputPath);
     request.jobs = command.jobs;
+    request.shard = command.shard;
+    request.outputs = command.outputs;
     return RunBatch(state, request, observer);
 }
 
