@@ -245,13 +245,13 @@ QString batchHelpText()
                           "  --output DIR    output path (default: OUTPUTPATH)\n"
                           "  --jobs N        validate N files side by side (default: one per core);\n"
                           "                  the reports and logs are the same as with --jobs 1\n"
-                          "  --shard K/N     validate only the K-th of N equal runs of the batch's\n"
+                          "  --shard K/N     validate only the K-th of N contiguous slices of the batch's\n"
                           "                  files, starting from the tags the files before it leave\n"
                           "                  open; give each shard its own --work, --output and\n"
                           "                  outputs inside one folder per shard (docs/cluster.md)\n"
                           "  --merge OUT SHARD...\n"
                           "                  join the folders of all N shards of one batch into OUT\n"
-                          "                  as the whole batch writes them; exit status as its own\n"
+                          "                  as the whole batch writes them, and exit as it would\n"
                           "  Example, from the repository:\n"
                           "    quorvane --app-dir examples --batch examples input\n");
 }
