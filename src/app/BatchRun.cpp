@@ -165,23 +165,7 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     // The exit status is the batch's own: the window runs one batch after another.
     state.report.runErrorEntries = 0;
     state.checkFailures = 0;
-    // A shard keeps its slice's findings for the merge, whatever outputs were asked for.
-    const bool sharded = !request.shard.whole();
-    FindingOutputs sliceFindings(kProgramTitle, QStringLiteral(QUORVANE_VERSION), {});
-    struct Subscription {
-        FindingSinks& sinks;
-        FindingOutputs* sink;
-        ~Subscription()
-        {
-            if (sink)
-                sinks.unsubscribe(*sink);
-        }
-    } subscription { state.findingSinks, sharded ? &sliceFindings : nullptr };
-    if (sharded) {
-        // A record left by an earlier run of this shard would pass for this one's.
-        QFile::remove(ShardRecordPath(state));
-        state.findingSinks.subscribe(sliceFindings);
-    }
+    ShardFindings shardFindings(state, request.shard);
     observer.batchStarted();
     state.findingSinks.runStarted(state.taskCode, state.report.now());
     OpenProgramLogs(state);
@@ -190,13 +174,12 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     SelectTaskTableSet(state, state.taskCode);
     StartImageCrossCheck(state);
 
+    const bool sharded = !request.shard.whole();
     const int jobs = request.jobs > 0 ? request.jobs : DefaultBatchJobs();
     int batchFiles = 0;
-    ShardSlice slice;
     try {
         BatchPlan plan = planBatch(state, inputFolder, request.selected);
         batchFiles = int(plan.files.size());
-        slice = SliceOfBatch(batchFiles, request.shard);
         if (sharded)
             plan = StartShard(state, std::move(plan), request.shard, jobs);
         ValidatePlannedFiles(state, plan, jobs, observer);
@@ -215,18 +198,7 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     state.findingSinks.runEnded(state.report.now(), true);
     if (sharded) {
         observer.batchFinished();
-        if (!WriteShardRecord(state, request, slice, batchFiles, sliceFindings.run())) {
-            state.ui.messageBox(QStringLiteral("Cannot write the shard record ") + ShardRecordPath(state),
-                kProgramTitle, MessageIcon::Critical);
-            return ExitStatus::Refused;
-        }
-        state.ui.diagnostic(QStringLiteral("shard %1/%2 validated %3 of the batch's %4 file(s); "
-                                           "join the shards with --merge")
-                                .arg(request.shard.index)
-                                .arg(request.shard.count)
-                                .arg(slice.count)
-                                .arg(batchFiles));
-        return ExitStatusOf(state);
+        return FinishShard(state, request, batchFiles, shardFindings.run());
     }
     state.ui.messageBox(QStringLiteral("Finish Processing! Please view the log file/s in ") + config.WorkPath,
         QStringLiteral("Complete Process"), MessageIcon::Information);

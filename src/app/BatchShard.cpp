@@ -1,5 +1,6 @@
 #include "app/BatchShard.h"
 
+#include "app/SingleFileRun.h"
 #include "core/OperatorInterface.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
@@ -398,7 +399,9 @@ QString ShardRecordPath(const RunState& state)
     return state.config.WorkPath + state.programName + QStringLiteral("_Shard.json");
 }
 
-bool WriteShardRecord(RunState& state, const BatchRequest& request, const ShardSlice& slice, int totalFiles,
+namespace {
+
+bool writeRecord(RunState& state, const BatchRequest& request, const ShardSlice& slice, int totalFiles,
     const RunFindings& findings)
 {
     const QString work = state.config.WorkPath;
@@ -429,6 +432,42 @@ bool WriteShardRecord(RunState& state, const BatchRequest& request, const ShardS
     const QByteArray bytes = QJsonDocument(record).toJson(QJsonDocument::Indented);
     QSaveFile file(ShardRecordPath(state));
     return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
+}
+
+} // namespace
+
+ShardFindings::ShardFindings(RunState& state, const ShardSpec& shard)
+    : state_(state)
+    , sharded_(!shard.whole())
+    , collector_(kProgramTitle, QStringLiteral(QUORVANE_VERSION), {})
+{
+    if (!sharded_)
+        return;
+    QFile::remove(ShardRecordPath(state));
+    state.findingSinks.subscribe(collector_);
+}
+
+ShardFindings::~ShardFindings()
+{
+    if (sharded_)
+        state_.findingSinks.unsubscribe(collector_);
+}
+
+int FinishShard(RunState& state, const BatchRequest& request, int batchFiles, const RunFindings& findings)
+{
+    const ShardSlice slice = SliceOfBatch(batchFiles, request.shard);
+    if (!writeRecord(state, request, slice, batchFiles, findings)) {
+        state.ui.messageBox(QStringLiteral("Cannot write the shard record ") + ShardRecordPath(state),
+            kProgramTitle, MessageIcon::Critical);
+        return ExitStatus::Refused;
+    }
+    state.ui.diagnostic(
+        QStringLiteral("shard %1/%2 validated %3 of the batch's %4 file(s); join the shards with --merge")
+            .arg(request.shard.index)
+            .arg(request.shard.count)
+            .arg(slice.count)
+            .arg(batchFiles));
+    return ExitStatusOf(state);
 }
 
 int MergeShards(OperatorInterface& ui, const QString& outFolder, const QStringList& shardFolders)

@@ -35,10 +35,28 @@ BatchPlan StartShard(RunState& state, BatchPlan whole, const ShardSpec& shard, i
 // The shard's record: the work folder + the program's name + "_Shard.json".
 QString ShardRecordPath(const RunState& state);
 
-// Writes the record of a shard that completed its slice; false when it could
-// not be written (the shard then counts as failed).
-bool WriteShardRecord(RunState& state, const BatchRequest& request, const ShardSlice& slice, int totalFiles,
-    const RunFindings& findings);
+// Keeps a shard's findings for its record, whatever outputs were asked for,
+// from before the run starts until the batch is over; nothing for a whole
+// batch. A record left by an earlier run of the shard goes at once, so it
+// cannot pass for this run's.
+class ShardFindings {
+public:
+    ShardFindings(RunState& state, const ShardSpec& shard);
+    ~ShardFindings();
+    ShardFindings(const ShardFindings&) = delete;
+    ShardFindings& operator=(const ShardFindings&) = delete;
+    const RunFindings& run() const { return collector_.run(); }
+
+private:
+    RunState& state_;
+    bool sharded_;
+    FindingOutputs collector_;
+};
+
+// After a shard's logs are closed: writes its record and says what it
+// validated. Returns the slice's exit status, or 2 when the record could not
+// be written (the shard then counts as failed).
+int FinishShard(RunState& state, const BatchRequest& request, int batchFiles, const RunFindings& findings);
 
 // --merge OUT SHARD...: joins the folders of every shard of one batch into OUT
 // as the whole batch writes them. Returns the whole batch's exit status, or
