@@ -6,6 +6,7 @@
 #include "core/Paths.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
+#include "engine/OpenTagPass.h"
 #include "engine/Validator.h"
 #include "report/Reports.h"
 #include "rules/RuleRegistry.h"
@@ -92,7 +93,6 @@ struct FileOutcome {
     FileIdentity inputIdentity;
     QHash<const void*, std::int32_t> stepNumbers; // rows the file wrote
     std::int32_t firstMatchPosition = kFirstMatchUnwritten;
-    QList<ValidationContext> startedWith; // the open-tag list the file was validated from
     CarriedTagState handedOn; // what the file hands on to the next one
     std::vector<Finding> findings; // kept only when the run has sinks of its own
     ImageCallouts imageCallouts; // the file's share of the run's image list
@@ -284,7 +284,6 @@ public:
                 outcome.stepNumbers.insert(step.key(), step.value());
         }
         outcome.firstMatchPosition = state.toolkit.FirstMatchPosition;
-        outcome.startedWith = job.carried.openTags;
         outcome.handedOn = CarriedTagStateOf(state);
         outcome.imageCallouts = std::move(state.imageCallouts);
         outcome.findings = std::move(kept_.findings);
@@ -302,23 +301,13 @@ private:
 // is taken once per file, never while a file is validated.
 class JobBoard {
 public:
-    void post(FileJob job, bool first = false)
+    void post(FileJob job)
     {
         {
             std::lock_guard lock(mutex_);
-            if (first)
-                jobs_.push_front(std::move(job));
-            else
-                jobs_.push_back(std::move(job));
+            jobs_.push_back(std::move(job));
         }
         jobPosted_.notify_one();
-    }
-    // Jobs no worker has taken yet start from the better guess.
-    void rebase(const CarriedTagState& carried)
-    {
-        std::lock_guard lock(mutex_);
-        for (FileJob& job : jobs_)
-            job.carried = carried;
     }
     // The next job, or none when the batch is over for the workers.
     std::optional<FileJob> take()
@@ -468,18 +457,6 @@ CarriedTagState handedOn(const CarriedTagState& start, CarriedTagState end)
     return end;
 }
 
-bool sameContext(const ValidationContext& a, const ValidationContext& b)
-{
-    return a.tagText == b.tagText && a.tagName == b.tagName && a.enclosingTag == b.enclosingTag
-        && a.tagType == b.tagType && a.filePosition == b.filePosition && a.linePosition == b.linePosition
-        && a.lineNumber == b.lineNumber && a.lineText == b.lineText;
-}
-
-bool sameOpenTags(const QList<ValidationContext>& a, const QList<ValidationContext>& b)
-{
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), sameContext);
-}
-
 void validateOneAfterAnother(RunState& state, const BatchPlan& plan, BatchObserver& observer)
 {
     const int total = static_cast<int>(plan.files.size());
@@ -490,19 +467,23 @@ void validateOneAfterAnother(RunState& state, const BatchPlan& plan, BatchObserv
 }
 
 // A file validated side by side must start from the open-tag list that the
-// files before it leave, which is known only once the file before it is
-// done. The routines read nothing else that one file hands to the next
-// (whole-file checks look at no tag, and the first tag of a file replaces
-// the tag contexts before any routine runs), so a file is validated on a
-// guess: that it starts where the latest file known starts. The guess is
-// checked when the file's turn comes; a file guessed wrong is validated
-// again from the list it really starts with. Complete documents leave the
-// list as they found it, so a batch of them is never validated twice.
+// files before it leave. The routines read nothing else that one file hands
+// to the next (whole-file checks look at no tag, and the first tag of a file
+// replaces the tag contexts before any routine runs), and that list changes
+// only at start and end tags: a pass over the tags of every file, side by
+// side, gives each file the list it starts with before any is validated, so
+// every file is validated once, whatever it leaves open. A file whose
+// validation stops early ends the batch there, so the files after it never
+// need the list it would have left.
 void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchObserver& observer)
 {
     const int total = static_cast<int>(plan.files.size());
     const QHash<const void*, std::int32_t> unwrittenSteps = unwrittenStepNumbers(state.config.ActiveTableSet);
     const Configuration config = state.config;
+    QStringList paths;
+    for (const PlannedFile& file : plan.files)
+        paths.append(file.path);
+    std::vector<OpenTagEffect> effects = OpenTagEffectsOfFiles(paths, config.Utf8Input, jobs);
     JobBoard board;
     std::vector<std::unique_ptr<Worker>> workers;
     std::vector<std::thread> threads;
@@ -525,31 +506,31 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
     };
 
     CarriedTagState known = CarriedTagStateOf(state); // where the next file to publish starts
+    QList<ValidationContext> nextOpenTags = known.openTags; // what the next file to post starts with
     // Done files are published a few at a time, so the main thread wakes
     // once for several of them. Enough more are handed out ahead of those
     // that no worker runs dry while the main thread waits for a processor
-    // (with every core busy, that takes milliseconds); a guess that turns out
-    // wrong costs at most those files again.
+    // (with every core busy, that takes milliseconds); the start lists are
+    // worked out only as the files are handed out, so no more of them are
+    // kept than that.
     const int together = 4 * jobs;
     constexpr std::chrono::milliseconds kLongestWait(50);
     const int ahead = together + 16 * jobs;
     int posted = 0;
     try {
         for (int published = 0; published < total;) {
-            for (; posted < total && posted - published < ahead; ++posted)
-                board.post({ posted, known });
+            for (; posted < total && posted - published < ahead; ++posted) {
+                board.post({ posted, { nextOpenTags, {}, {}, {} } });
+                ApplyOpenTagEffect(nextOpenTags, effects[static_cast<std::size_t>(posted)]);
+                effects[static_cast<std::size_t>(posted)] = {};
+            }
             // Whatever is done is published at the latest when the wait
             // runs out, so big files move the progress bar one by one.
             board.awaitDelivered(published, std::min(together, total - published), kLongestWait);
             while (std::optional<FileOutcome> outcome = board.collect(published)) {
-                if (!sameOpenTags(outcome->startedWith, known.openTags)) {
-                    board.post({ published, known }, true);
-                    break;
-                }
                 observer.fileStarted(published + 1, total, plan.files[published].path);
                 known = handedOn(known, outcome->handedOn);
                 publishOutcome(state, plan.files[published], *outcome);
-                board.rebase(known);
                 ++published;
                 state.ui.setProgressRange(0, total);
                 state.ui.setProgressValue(published);
@@ -633,4 +614,9 @@ void ValidateBatchFile(RunState& state, const PlannedFile& file, bool walked)
     }
     CloseReports(state);
     RunAfterPrograms(state);
+}
+
+bool ReadsCountsOfEarlierFiles(const TableSet& set)
+{
+    return declaresRoutineReadingFirstMatch(set);
 }

@@ -1,6 +1,7 @@
 #include "app/BatchRun.h"
 
 #include "app/BatchJobs.h"
+#include "app/BatchShard.h"
 #include "app/SingleFileRun.h"
 #include "config/ConfigurationCheck.h"
 #include "config/ConfigurationFile.h"
@@ -366,6 +367,7 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     state.checkFailures = 0;
     state.report.failedFiles = 0;
     state.report.runFailures.clear();
+    ShardFindings shardFindings(state, request.shard);
     observer.batchStarted();
     state.findingSinks.runStarted(state.taskCode, state.report.now());
     const QString inputFolder = WithTrailingSlash(request.inputFolder);
@@ -373,15 +375,21 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     SelectTaskTableSet(state, state.taskCode);
     StartImageCrossCheck(state);
 
+    const bool sharded = !request.shard.whole();
+    const int jobs = request.jobs > 0 ? request.jobs : DefaultBatchJobs();
+    int batchFiles = 0;
     BatchPlan plan;
     try {
         plan = planBatch(state, inputFolder, request.selected);
+        batchFiles = int(plan.files.size());
         plan.unreadable = request.unlisted + plan.unreadable;
         refuseInputsTheRunWrites(state, plan);
         removeLeftoversOfKilledRuns(state, plan);
         OpenProgramLogs(state);
         tellWhatWasLeftOut(state, plan);
-        ValidatePlannedFiles(state, plan, request.jobs > 0 ? request.jobs : DefaultBatchJobs(), observer);
+        if (sharded)
+            plan = StartShard(state, std::move(plan), request.shard, jobs);
+        ValidatePlannedFiles(state, plan, jobs, observer);
     } catch (const RunAborted&) {
         CloseProgramLogs(state);
         state.findingSinks.runEnded(state.report.now(), false);
@@ -389,11 +397,21 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
         observer.batchFinished();
         throw;
     }
-    ReportImagesWithoutCallout(state);
+    // The image cross-check needs every file of the batch: a shard leaves it
+    // to the merge.
+    if (!sharded)
+        ReportImagesWithoutCallout(state);
     CloseProgramLogs(state);
     ReleaseTempFolder(state);
     // Before the final box: the outputs are there when the operator reads it.
     state.findingSinks.runEnded(state.report.now(), true);
+    // Files the batch could not take in were not validated: it is no complete run.
+    const int refusedIfIncomplete = plan.unreadable.isEmpty() ? -1 : int(ExitStatus::Refused);
+    if (sharded) {
+        observer.batchFinished();
+        const int status = FinishShard(state, request, batchFiles, shardFindings.run());
+        return refusedIfIncomplete < 0 ? status : refusedIfIncomplete;
+    }
     QString finished = QStringLiteral("Finish Processing! Please view the log file/s in ") + config.WorkPath;
     // A batch with failed files must not end on the words of one that checked everything.
     if (state.report.failedFiles > 0)
@@ -409,8 +427,7 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     state.ui.messageBox(finished, QStringLiteral("Complete Process"),
         incomplete ? MessageIcon::Warning : MessageIcon::Information);
     observer.batchFinished();
-    // Files the batch could not take in were not validated: it is no complete run.
-    return plan.unreadable.isEmpty() ? ExitStatusOf(state) : int(ExitStatus::Refused);
+    return refusedIfIncomplete < 0 ? ExitStatusOf(state) : refusedIfIncomplete;
 }
 
 AllocatedFolder NextAllocatedFolder(const Configuration& config, const QString& currentFolder)
@@ -478,6 +495,8 @@ int RunBatchCommand(RunState& state, const BatchCommand& command, BatchObserver&
     request.outputPath = command.outputPath.value_or(config.SavedOutputPath);
     request.jobs = command.jobs;
     request.unlisted = unlisted;
+    request.shard = command.shard;
+    request.outputs = command.outputs;
     return RunBatch(state, request, observer);
 }
 

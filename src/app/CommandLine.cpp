@@ -77,12 +77,45 @@ void finishBatchOptions(CommandLineOptions& options, const QStringList& rest)
         options.error = QStringLiteral("--work and --output go with --batch");
     } else if (options.jobs > 0) {
         options.error = QStringLiteral("--jobs goes with --batch");
+    } else if (options.shardCount > 0) {
+        options.error = QStringLiteral("--shard goes with --batch");
     }
 }
 
 bool outputsAsked(const CommandLineOptions& options)
 {
     return !options.jsonPath.isEmpty() || !options.sarifPath.isEmpty() || !options.htmlPath.isEmpty();
+}
+
+// "K/N" with 1 <= K <= N.
+bool readShard(const QString& value, CommandLineOptions& options)
+{
+    const QStringList parts = value.split(QLatin1Char('/'));
+    bool indexRead = false;
+    bool countRead = false;
+    if (parts.size() == 2) {
+        options.shardIndex = parts[0].toInt(&indexRead);
+        options.shardCount = parts[1].toInt(&countRead);
+    }
+    if (indexRead && countRead && options.shardIndex >= 1 && options.shardIndex <= options.shardCount)
+        return true;
+    options.error = QStringLiteral("--shard needs K/N: the K-th of N slices, 1 <= K <= N (as in 2/5)");
+    return false;
+}
+
+// The merge reads everything else from what the shards recorded: another
+// option would either repeat that or contradict it.
+void finishMergeOptions(CommandLineOptions& options, const QStringList& rest)
+{
+    const bool otherOptions = options.batchFolder || options.workPath || options.outputPath
+        || options.jobs > 0 || options.shardCount > 0 || !options.task.isEmpty()
+        || !options.jsonPath.isEmpty() || !options.sarifPath.isEmpty() || !options.htmlPath.isEmpty()
+        || options.pluginTimeoutSeconds > 0 || !options.viewPath.isEmpty();
+    if (otherOptions || rest.size() < 2)
+        options.error = QStringLiteral("--merge takes an output folder and the shards' folders: "
+                                       "--merge OUT SHARD...");
+    options.mergeFolders = rest;
+    options.commandLine.clear();
 }
 
 } // namespace
@@ -137,6 +170,14 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
             options.task = arguments[i];
         } else if (argument.startsWith(QLatin1String("--task="))) {
             options.task = argument.mid(7);
+        } else if (argument == QLatin1String("--shard") || argument.startsWith(QLatin1String("--shard="))) {
+            const QString value = argument.size() > 7 ? argument.mid(8)
+                : ++i < arguments.size()              ? arguments[i]
+                                                      : QString();
+            if (!readShard(value, options))
+                return options;
+        } else if (argument == QLatin1String("--merge")) {
+            options.merge = true;
         } else if (argument == QLatin1String("--check-config")) {
             options.checkConfig = true;
         } else if (argument == QLatin1String("--input") || argument.startsWith(QLatin1String("--input="))) {
@@ -172,6 +213,10 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
     }
     if (options.checkConfig)
         return options;
+    if (options.merge) {
+        finishMergeOptions(options, rest);
+        return options;
+    }
     if (!options.checkInput.isEmpty()) {
         options.error = QStringLiteral("--input goes with --check-config");
         return options;
@@ -208,7 +253,8 @@ QString batchHelpText()
                           "Batch (what the batch window's PROCESS does, without a window):\n"
                           "  quorvane [--app-dir DIR] --batch FOLDER [--task CODE] [--work DIR]\n"
                           "           [--output DIR] [--jobs N] [--json FILE] [--sarif FILE]\n"
-                          "           [--html FILE] [ENTRY...]\n"
+                          "           [--html FILE] [--shard K/N] [ENTRY...]\n"
+                          "  quorvane --merge OUT SHARD...\n"
                           "  --batch FOLDER  validate the ENTRYs of FOLDER: its files when INPUTTYPE is\n"
                           "                  FILES, else its subfolders with everything below them;\n"
                           "                  no ENTRY takes every entry; implies --headless\n"
@@ -217,6 +263,13 @@ QString batchHelpText()
                           "  --output DIR    output path (default: OUTPUTPATH)\n"
                           "  --jobs N        validate N files side by side (default: one per core);\n"
                           "                  the reports and logs are the same as with --jobs 1\n"
+                          "  --shard K/N     validate only the K-th of N contiguous slices of the batch's\n"
+                          "                  files, starting from the tags the files before it leave\n"
+                          "                  open; give each shard its own --work, --output and\n"
+                          "                  outputs inside one folder per shard (docs/cluster.md)\n"
+                          "  --merge OUT SHARD...\n"
+                          "                  join the folders of all N shards of one batch into OUT\n"
+                          "                  as the whole batch writes them, and exit as it would\n"
                           "  Example, from the repository:\n"
                           "    quorvane --app-dir examples --batch examples input\n");
 }

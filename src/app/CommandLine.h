@@ -32,6 +32,13 @@ struct CommandLineOptions {
     std::optional<QString> outputPath; // --output: the output-path box
     int jobs = 0; // --jobs N: files validated side by side; 0: one per core
     QStringList entries;
+    // --shard K/N: only the K-th of N slices of the batch's files; 0/0 the whole batch.
+    int shardIndex = 0;
+    int shardCount = 0;
+
+    // --merge OUT SHARD...: join what the shards of one batch wrote.
+    bool merge = false;
+    QStringList mergeFolders; // OUT first, then the shards' folders
 };
 
 CommandLineOptions ParseCommandLineOptions(const QStringList& arguments);

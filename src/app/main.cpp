@@ -1,4 +1,5 @@
 #include "app/BatchRun.h"
+#include "app/BatchShard.h"
 #include "app/CheckConfig.h"
 #include "app/CommandLine.h"
 #include "app/HeadlessOperator.h"
@@ -125,6 +126,8 @@ int runHeadlessBatch(RunState& state, const CommandLineOptions& options, Headles
     command.workPath = options.workPath;
     command.outputPath = options.outputPath;
     command.jobs = options.jobs;
+    command.shard = { options.shardIndex, options.shardCount };
+    command.outputs = { options.jsonPath, options.sarifPath, options.htmlPath };
     TerminalBatchProgress progress(ui);
     try {
         const int status = RunBatchCommand(state, command, progress);
@@ -249,6 +252,12 @@ int main(int argc, char** argv)
     qInstallMessageHandler(quietQtMessages);
     if (options.checkConfig)
         return runCheckConfig(argc, argv, options);
+    if (options.merge) {
+        // The merge reads no configuration: everything it needs is in the shards' folders.
+        QCoreApplication application(argc, argv);
+        HeadlessOperator ui;
+        return MergeShards(ui, options.mergeFolders.first(), options.mergeFolders.mid(1));
+    }
     // The command-line batch serves scripts and cron: it never opens a window.
     bool headless = options.headless || options.batchFolder || !displayAvailable();
     if (!headless && !displayOpens()) {

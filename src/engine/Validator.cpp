@@ -5,6 +5,7 @@
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 #include "engine/RuleHelpers.h"
+#include "engine/TagWalk.h"
 #include "text/InputLoading.h"
 #include "text/xmlClass.h"
 
@@ -49,45 +50,6 @@ void followRowStack(RunState& state, const RoutineDeclTable& table)
     if (state.rowStack.size() > 1)
         state.rowStack.removeLast();
     state.currentRow = state.rowStack.size() > 1 ? state.rowStack.last() : 0;
-}
-
-void updateOpenTags(RunState& state)
-{
-    if (state.context.tagType == TagKind::Start) {
-        state.openTags.append(state.context);
-        ++state.openTagNames[state.context.tagName];
-        return;
-    }
-    if (state.context.tagType != TagKind::End)
-        return;
-    const auto open = state.openTagNames.find(state.context.tagName);
-    if (open == state.openTagNames.end())
-        return;
-    for (qsizetype i = state.openTags.size() - 1; i >= 0; --i) {
-        if (state.openTags[i].tagName == state.context.tagName) {
-            state.openTags.removeAt(i);
-            if (--*open == 0)
-                state.openTagNames.erase(open);
-            return;
-        }
-    }
-}
-
-// Every field is written: the record may hold any older tag's values.
-void fillContext(RunState& state, QString&& tag, const QString& line, std::int32_t position,
-    std::int32_t lineStart, std::int32_t lineNumber)
-{
-    ValidationContext& context = state.context;
-    const xmlClass xml(state.toolkit);
-    context.tagName = xml.GetTagName(tag);
-    context.tagType = xml.GetTagType(tag);
-    context.tagText = std::move(tag);
-    context.enclosingTag = EnclosingOpenTag(state);
-    if (!context.lineText.isSharedWith(line))
-        context.lineText = line;
-    context.linePosition = position;
-    context.filePosition = position + lineStart;
-    context.lineNumber = lineNumber;
 }
 
 void validateLoadedFile(RunState& state, const RuleBook& rules)
@@ -143,16 +105,10 @@ void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std:
     state.toolkit.currentLineNumber = lineNumber;
     const RoutineDeclTable* table = declarations(state);
     xmlClass xml(state.toolkit);
-    std::int32_t counter = 0;
     bool swapped = false;
-    while (counter != -1) {
-        ++counter;
-        QString tag = xml.RetrieveTags(line, counter);
-        if (counter == -1 || tag.isEmpty() || tag.contains(QLatin1String("<!"))
-            || tag.contains(QLatin1String("<?")))
-            continue;
-
-        fillContext(state, std::move(tag), line, counter, lineStart, lineNumber);
+    WalkLineTags(xml, line, [&](QString&& tag, std::int32_t position) {
+        FillTagContext(state.context, xml, std::move(tag), line, position, lineStart, lineNumber,
+            InnermostOpenTag(state.openTags));
         if (state.contextElement.isEmpty() && !state.context.tagName.isEmpty()
             && isLetter(state.context.tagName.front()))
             state.contextElement = state.context.tagName;
@@ -166,14 +122,14 @@ void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std:
                 DispatchRow(state, state.currentRow, rules);
         }
 
-        updateOpenTags(state);
+        FollowOpenTags(state.openTags, state.openTagNames, state.context);
         if (state.context.tagType == TagKind::Start)
             state.previousStartTag = state.context;
         // The record of this tag becomes the previous tag's; the next tag
         // fills the other record anew, so swapping spares copying it.
         std::swap(state.previousTag, state.context);
         swapped = true;
-    }
+    });
     // Between lines the current record is the last tag's again.
     if (swapped)
         state.context = state.previousTag;

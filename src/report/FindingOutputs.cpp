@@ -355,6 +355,38 @@ QByteArray FindingsJson(const RunFindings& run)
     return QJsonDocument(document).toJson(QJsonDocument::Indented);
 }
 
+bool FindingsFromJson(const QJsonObject& document, RunFindings& run)
+{
+    const QJsonValue files = document.value(QStringLiteral("files"));
+    if (!files.isArray() || !document.value(QStringLiteral("tool")).isObject())
+        return false;
+    const QJsonObject tool = document.value(QStringLiteral("tool")).toObject();
+    run = {};
+    run.toolName = tool.value(QStringLiteral("name")).toString();
+    run.toolVersion = tool.value(QStringLiteral("version")).toString();
+    run.taskCode = document.value(QStringLiteral("taskCode")).toString();
+    run.startTime
+        = QDateTime::fromString(document.value(QStringLiteral("startTime")).toString(), Qt::ISODate);
+    run.endTime = QDateTime::fromString(document.value(QStringLiteral("endTime")).toString(), Qt::ISODate);
+    for (const QJsonValue& fileValue : files.toArray()) {
+        const QJsonObject file = fileValue.toObject();
+        FileFindings& entry = run.files.emplace_back();
+        entry.path = file.value(QStringLiteral("path")).toString();
+        for (const QJsonValue& findingValue : file.value(QStringLiteral("findings")).toArray()) {
+            const QJsonObject finding = findingValue.toObject();
+            const bool error = finding.value(QStringLiteral("severity")).toString() == u"error";
+            entry.findings.append({ error ? FindingKind::Error : FindingKind::Warning,
+                static_cast<std::int64_t>(finding.value(QStringLiteral("line")).toDouble()),
+                finding.value(QStringLiteral("column")).toInt(),
+                finding.value(QStringLiteral("message")).toString(),
+                finding.value(QStringLiteral("data")).toString(),
+                finding.value(QStringLiteral("routine")).toString() });
+            ++(error ? entry.errors : entry.warnings);
+        }
+    }
+    return true;
+}
+
 QByteArray FindingsSarif(const RunFindings& run)
 {
     std::map<QString, int> ruleIndex;

@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QDateTime>
+#include <QJsonObject>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -35,6 +36,9 @@ struct RunFindings {
 // The run as one JSON document: tool, times, task code, and per file its
 // counts, findings and whether it failed (with why).
 QByteArray FindingsJson(const RunFindings& run);
+// The run that FindingsJson wrote, read back (counts and run totals are
+// recomputed from the findings); false when the document is not one.
+bool FindingsFromJson(const QJsonObject& document, RunFindings& run);
 // The run as a SARIF 2.1.0 log with one run, one rule per routine name; a
 // failed file makes the execution unsuccessful, with a notification each.
 QByteArray FindingsSarif(const RunFindings& run);

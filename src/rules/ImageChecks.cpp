@@ -377,9 +377,14 @@ void StartImageCrossCheck(RunState& state)
     state.imageCallouts.clear();
 }
 
+bool ChecksImagesWithoutCallout(const TableSet& active)
+{
+    return switchedOn(active.CheckExcessImgFiles);
+}
+
 void ReportImagesWithoutCallout(RunState& state)
 {
-    if (!switchedOn(state.config.ActiveTableSet.CheckExcessImgFiles))
+    if (!ChecksImagesWithoutCallout(state.config.ActiveTableSet))
         return;
     for (Finding& finding : ImagesWithoutCallout(state.imageCallouts)) {
         finding.routine = QStringLiteral("CheckExcessImgFiles");

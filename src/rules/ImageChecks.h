@@ -128,6 +128,8 @@ void CheckImageValidation(RunState& state);
 // Clears the run's image list; the single-file run and the batch call it
 // before their first file.
 void StartImageCrossCheck(RunState& state);
+// Whether the active set asks for the check after the run (CHECKEXCESSIMGFILES).
+bool ChecksImagesWithoutCallout(const TableSet& active);
 // After the last file, with CHECKEXCESSIMGFILES on: every image of the run's
 // image folders that no file called out, in the program log and the outputs.
 void ReportImagesWithoutCallout(RunState& state);

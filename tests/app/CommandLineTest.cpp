@@ -48,6 +48,14 @@ TEST(CommandLine, ReadsOptionsAndJoinsTheRestWithBlanks)
         { { "q", "--task", "T1", "a.xml|T2" }, "", false, "", true },
         { { "q", "--input", "a.xml", "b.xml" }, "", false, "", true }, // --input is the check's
         { { "q", "--check-config", "--input" }, "", false, "", true },
+        { { "q", "--batch", "/in", "--shard", "2/5" }, "", false, "", false },
+        { { "q", "--batch", "/in", "--shard=6/5" }, "", false, "", true },
+        { { "q", "--batch", "/in", "--shard", "0/5" }, "", false, "", true },
+        { { "q", "--batch", "/in", "--shard", "2" }, "", false, "", true },
+        { { "q", "--shard", "1/2", "a.xml" }, "", false, "", true }, // a shard of a batch only
+        { { "q", "--merge", "out", "s1", "s2" }, "", false, "", false },
+        { { "q", "--merge", "out" }, "", false, "", true }, // no shard to merge
+        { { "q", "--merge", "--json", "f.json", "out", "s1" }, "", false, "", true },
     };
     for (const Row& row : rows) {
         const CommandLineOptions options = ParseCommandLineOptions(row.arguments);
