@@ -28,6 +28,11 @@ QString padded(std::int64_t value, int digits);
 // CR LF shown as "...", then cut to 250 characters.
 QString preparedData(const QString& data);
 
+// How much of a finding's data an entry can show anything of: the 250
+// characters it keeps, and two more for a CR LF cut in half at the end.
+// Data cut to this length gives the same entries as the whole text.
+constexpr qsizetype kDataSourceLength = 252;
+
 EntryTexts formatEntry(EntryKind kind, std::int64_t lineNumber, const QString& message, const QString& data,
     std::int32_t column, bool columnMode);
 
