@@ -14,10 +14,12 @@ struct RuleFileCache {
 struct RuleFileCaches {
     std::unique_ptr<RuleFileCache> unconvertedEntities; // the entity search over the whole text
     std::unique_ptr<RuleFileCache> hyphenatedWords; // the text of the element last checked
+    std::unique_ptr<RuleFileCache> convertToTag; // where the table's words stand in the whole text
 
     void clear()
     {
         unconvertedEntities.reset();
         hyphenatedWords.reset();
+        convertToTag.reset();
     }
 };
