@@ -531,17 +531,18 @@ pcre2_code* compileTranslated(
         &errorCode, &errorOffset, nullptr);
 }
 
-// Every attempt of a search (the match from one start position) begins
-// with a callout that checks the search's time budget, so the budget holds
-// whether the search ever matches or not. Neither limit of PCRE2 does this:
-// the match limit counts afresh at every start position, and a repeat of
-// one character class ("[^<]*") counts nothing while it reads megabytes,
-// so many attempts each under the limit can run for hours. An attempt in
-// between callouts is bounded by the match limit and the text's length.
-// The callout costs about a hundred instructions per attempt, so a
-// straight pattern goes without: an attempt walks it once, and a search of
-// up to kStraightLength units costs far less than the budget's one second
-// per million code units of text.
+// Every attempt of a search (the match from one start position) that gets
+// as far as the pattern's first choice passes a callout that checks the
+// search's time budget, so the budget holds whether the search ever matches
+// or not. Neither limit of PCRE2 does this: the match limit counts afresh at
+// every start position, and a repeat of one character class ("[^<]*")
+// counts nothing while it reads megabytes, so many attempts each under the
+// limit can run for hours. An attempt in between callouts is bounded by the
+// match limit and the text's length. A callout costs about a hundred
+// instructions, so attempts that fail in the straight items before the
+// first choice (most of them) never reach it, and a straight pattern goes
+// without: an attempt walks it once, and a search of up to kStraightLength
+// units costs far less than the budget's one second per million code units.
 constexpr qsizetype kStraightLength = 256;
 
 std::shared_ptr<const CompiledPattern> compilePattern(const QString& pattern, bool ignoreCase)
