@@ -15,11 +15,13 @@ struct RuleFileCaches {
     std::unique_ptr<RuleFileCache> unconvertedEntities; // the entity search over the whole text
     std::unique_ptr<RuleFileCache> hyphenatedWords; // the text of the element last checked
     std::unique_ptr<RuleFileCache> images; // the file's image callouts and article identifier
+    std::unique_ptr<RuleFileCache> convertToTag; // where the table's words stand in the whole text
 
     void clear()
     {
         unconvertedEntities.reset();
         hyphenatedWords.reset();
         images.reset();
+        convertToTag.reset();
     }
 };

@@ -2,6 +2,7 @@
 
 #include "core/RunState.h"
 #include "engine/RegExp.h"
+#include "report/ReportFormat.h"
 #include "report/Reports.h"
 
 #include <algorithm>
@@ -28,7 +29,11 @@ QString DataContentAt(const RunState& state, std::int32_t start)
     const std::int32_t from = start != 0 ? start : state.context.linePosition;
     // Positions before the first character read from the line's start rather than failing.
     const qsizetype index = std::max<qsizetype>(from, 1) - 1;
-    return index >= line.size() ? QString() : line.sliced(index);
+    // Only what a report entry can show is taken: a line of megabytes with a
+    // finding every few tags is not copied whole for each of them.
+    return index >= line.size()
+        ? QString()
+        : line.sliced(index, std::min(line.size() - index, ReportFormat::kDataSourceLength));
 }
 
 void ReportBySeverity(RunState& state, QStringView severity, std::int64_t lineNumber, const QString& message,
@@ -118,6 +123,7 @@ std::int32_t EnclosingOpenTagPosition(const RunState& state)
 
 bool IsTagOpen(const RunState& state, const QString& tagName)
 {
-    return std::any_of(state.openTags.crbegin(), state.openTags.crend(),
-        [&](const ValidationContext& tag) { return tag.tagName == tagName; });
+    // The scanner counts the open tags of each name beside the list, so a
+    // deep or never-closed nesting is not walked for every tag.
+    return state.openTagNames.contains(tagName);
 }

@@ -20,7 +20,8 @@ QString ExpandPatternPlaceholders(const QString& pattern);
 bool MatchesPattern(const QString& text, const QString& pattern);
 
 // The current line's text from the one-based position start to its end; start
-// 0 means from the current tag's "<".
+// 0 means from the current tag's "<". The text stops after the characters a
+// report entry can show anything of (ReportFormat::kDataSourceLength).
 QString DataContentAt(const RunState& state, std::int32_t start);
 
 // Writes an error entry when the severity is "E" (any case), else a warning entry.

@@ -36,7 +36,8 @@ QString preparedData(const QString& data)
     // Every character shows as at least one, so the shown text comes from the
     // first kDataCut characters, plus one for a CR LF cut in half: a long line
     // is never copied whole for an entry.
-    QString shown = data.left(kDataCut + 2);
+    static_assert(kDataSourceLength == kDataCut + 2);
+    QString shown = data.left(kDataSourceLength);
     shown.replace(QStringLiteral("\r\n"), QStringLiteral("..."));
     shown.truncate(kDataCut);
     return shown;

@@ -4,6 +4,9 @@
 #include "core/RunState.h"
 #include "engine/RuleHelpers.h"
 #include "rules/ConversionText.h"
+#include "rules/ElementContents.h"
+
+#include <QHash>
 
 bool LoadConvert2TagTable(RunState& state, TableSet& set)
 {
@@ -68,6 +71,52 @@ QString wordBeforeTag(const RunState& state)
     return LastWordBefore(state.wholeText, start, state.context.filePosition - 1);
 }
 
+// Contents up to this length are searched as they stand; a longer one is
+// answered from where the word stands in the whole file, so that contents
+// inside contents (footnotes in footnotes) are not searched once per level.
+constexpr qsizetype kSearchedContentLength = 4096;
+
+struct WordIndexCache : RuleFileCache {
+    QHash<QString, WholeWordIndex> byWord;
+};
+
+WholeWordIndex& wordIndex(RunState& state, const QString& word)
+{
+    auto& slot = state.ruleCaches.convertToTag;
+    if (!slot)
+        slot = std::make_unique<WordIndexCache>();
+    auto& byWord = static_cast<WordIndexCache&>(*slot).byWord;
+    auto known = byWord.find(word);
+    if (known == byWord.end())
+        known = byWord.emplace(word, WholeWordIndex(word));
+    return *known;
+}
+
+// The content of the element the current start tag opens: where it lies in
+// the file text, or, where the file's index does not know the tag, the
+// toolkit's copy of it.
+struct CurrentContent {
+    std::optional<ContentRange> range;
+    QString copy;
+};
+
+CurrentContent currentContent(RunState& state)
+{
+    if (std::optional<ContentRange> range = CurrentElementContent(state, state.context))
+        return { range, {} };
+    return { std::nullopt, CurrentElementText(state) };
+}
+
+bool wordAfterTag(RunState& state, const CurrentContent& content, const QString& word)
+{
+    if (!content.range)
+        return ContainsWholeWord(content.copy, word);
+    const auto [start, end] = *content.range;
+    if (end - start <= kSearchedContentLength)
+        return ContainsWholeWord(QStringView(state.wholeText).sliced(start, end - start), word);
+    return wordIndex(state, word).containsIn(state.wholeText, start, end);
+}
+
 } // namespace
 
 void CONVERT2TAG(RunState& state)
@@ -78,7 +127,7 @@ void CONVERT2TAG(RunState& state)
     const auto* table = state.config.ActiveTableSet.loaded<Convert2TagTable>(SupportFile::Convert2TagTbl);
     if (!table)
         return;
-    std::optional<QString> content; // read once, whatever number of rows ask
+    std::optional<CurrentContent> content; // found once, whatever number of rows ask
     for (const Convert2TagRow& row : table->rows) {
         if (row.tagName != context.tagName)
             continue;
@@ -96,8 +145,8 @@ void CONVERT2TAG(RunState& state)
         }
         if (position == QLatin1String("E") || position == QLatin1String("B")) {
             if (!content)
-                content = CurrentElementText(state);
-            const bool found = ContainsWholeWord(*content, row.word);
+                content = currentContent(state);
+            const bool found = wordAfterTag(state, *content, row.word);
             if (isDelete && found)
                 report(state, row, " Found right after ");
             else if (!isDelete && !found)

@@ -2,6 +2,7 @@
 
 #include "core/RunState.h"
 #include "engine/RegExp.h"
+#include "report/ReportFormat.h"
 #include "support/RecordingOperator.h"
 
 #include <QRandomGenerator>
@@ -46,6 +47,10 @@ TEST_F(RuleHelpersStateTest, DataContentAt)
     };
     for (const auto& [start, expected] : rows)
         EXPECT_EQ(DataContentAt(state, start), expected) << start;
+
+    // A long line gives only what an entry can show anything of.
+    state.context.lineText = QString(100, u'x') + QString(400, u'y');
+    EXPECT_EQ(DataContentAt(state, 51), state.context.lineText.mid(50, ReportFormat::kDataSourceLength));
 }
 
 // Straight from the definition: split the prefix at every CR LF.
