@@ -14,10 +14,16 @@ struct RuleFileCache {
 struct RuleFileCaches {
     std::unique_ptr<RuleFileCache> unconvertedEntities; // the entity search over the whole text
     std::unique_ptr<RuleFileCache> hyphenatedWords; // the text of the element last checked
+    std::unique_ptr<RuleFileCache> crossReferences; // citation order, references and targets met so far
+    std::unique_ptr<RuleFileCache> pairs; // the tags and contents the pair routines have read
+    std::unique_ptr<RuleFileCache> contentComparison; // occurrences still waiting for their partner
 
     void clear()
     {
         unconvertedEntities.reset();
         hyphenatedWords.reset();
+        crossReferences.reset();
+        pairs.reset();
+        contentComparison.reset();
     }
 };

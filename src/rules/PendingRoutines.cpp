@@ -6,9 +6,3 @@ void CheckImageValidation(RunState&) { }
 void StartImageCrossCheck(RunState&) { }
 void ReportImagesWithoutCallout(RunState&) { }
 void CheckFileName(RunState&) { }
-void CITATIONVALIDITY(RunState&) { }
-void COMPCONT(RunState&) { }
-void CHECKPAIRVALIDITY(RunState&) { }
-void CHECKPAIRCONTVALIDITY(RunState&) { }
-void CHECKCOUNTREFVALIDITY(RunState&) { }
-void PCPDATACOMPARE(RunState&) { }

@@ -11,9 +11,3 @@ void CheckImageValidation(RunState& state); // whole-file
 void StartImageCrossCheck(RunState& state); // before the first file of a batch
 void ReportImagesWithoutCallout(RunState& state); // after the last file of a run
 void CheckFileName(RunState& state); // whole-file
-void CITATIONVALIDITY(RunState& state);
-void COMPCONT(RunState& state);
-void CHECKPAIRVALIDITY(RunState& state);
-void CHECKPAIRCONTVALIDITY(RunState& state);
-void CHECKCOUNTREFVALIDITY(RunState& state);
-void PCPDATACOMPARE(RunState& state);

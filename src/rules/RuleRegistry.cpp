@@ -3,11 +3,14 @@
 #include "config/RoutineDeclTable.h"
 #include "rules/AttributeValues.h"
 #include "rules/CharacterPatterns.h"
+#include "rules/ContentComparison.h"
 #include "rules/ConvertToAttribute.h"
 #include "rules/ConvertToTag.h"
+#include "rules/CrossReferences.h"
 #include "rules/Footnotes.h"
 #include "rules/HardReturns.h"
 #include "rules/HyphenatedWords.h"
+#include "rules/Pairs.h"
 #include "rules/PendingRoutines.h"
 #include "rules/TextValidity.h"
 #include "rules/UnconvertedEntities.h"
@@ -44,12 +47,12 @@ RuleBook makeRules()
         { "ATTRIBNUMBERVALIDITY"_L1, ATTRIBNUMBERVALIDITY },
         { "CONVERT2ATTRIB"_L1, CONVERT2ATTRIB, Convert2AttribTbl, LoadConvert2AttribTable },
         { "UNDELFNREF"_L1, UNDELFNREF },
-        pending<CitationValTbl>("CITATIONVALIDITY"_L1, CITATIONVALIDITY),
-        pending<CompContTbl>("COMPCONT"_L1, COMPCONT),
-        pending<CheckPairTbl>("CHECKPAIRVALIDITY"_L1, CHECKPAIRVALIDITY),
-        pending<CheckPairContTbl>("CHECKPAIRCONTVALIDITY"_L1, CHECKPAIRCONTVALIDITY),
-        pending<CountRefCheck>("CHECKCOUNTREFVALIDITY"_L1, CHECKCOUNTREFVALIDITY),
-        pending<PCPDataCompare>("PCPDATACOMPARE"_L1, PCPDATACOMPARE),
+        { "CITATIONVALIDITY"_L1, CITATIONVALIDITY, CitationValTbl, LoadCitationTable },
+        { "COMPCONT"_L1, COMPCONT, CompContTbl, LoadCompContTable },
+        { "CHECKPAIRVALIDITY"_L1, CHECKPAIRVALIDITY, CheckPairTbl, LoadPairTable },
+        { "CHECKPAIRCONTVALIDITY"_L1, CHECKPAIRCONTVALIDITY, CheckPairContTbl, LoadPairContentTable },
+        { "CHECKCOUNTREFVALIDITY"_L1, CHECKCOUNTREFVALIDITY, CountRefCheck, LoadCountRefTable },
+        { "PCPDATACOMPARE"_L1, PCPDATACOMPARE, PCPDataCompare, LoadPcDataTable },
     };
     // The order in which they run, once per file before the line scan.
     book.wholeFileChecks = {
@@ -57,6 +60,12 @@ RuleBook makeRules()
         { "CheckSpecialCharacters"_L1, CheckSpecialCharacters, SpecialCharTbl, LoadSpecialCharTable },
         pending<FilenameCheck>("CheckFileName"_L1, CheckFileName),
         pending<ImageValidationTbl>("CheckImageValidation"_L1, CheckImageValidation),
+    };
+    // Judged after the last line, from what their routines gathered; named as
+    // the routine, whose findings they are.
+    book.fileEndChecks = {
+        { "CHECKCOUNTREFVALIDITY"_L1, ReportCountRefsAtFileEnd },
+        { "COMPCONT"_L1, ReportCompContAtFileEnd },
     };
     return book;
 }
