@@ -119,23 +119,6 @@ QHash<const void*, std::int32_t> unwrittenStepNumbers(const TableSet& set)
     return numbers;
 }
 
-// The routines that read what CountStr left behind in the toolkit, possibly
-// from an earlier file: that cannot be known before the earlier file's
-// routines have run.
-bool declaresRoutineReadingFirstMatch(const TableSet& set)
-{
-    const auto* table = set.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
-    if (!table)
-        return false;
-    for (const RoutineDeclRow& row : table->rows) {
-        for (const RoutineCall& call : row.routines) {
-            if (call.upperName == u"CHECKPAIRVALIDITY" || call.upperName == u"CHECKPAIRCONTVALIDITY")
-                return true;
-        }
-    }
-    return false;
-}
-
 // The files a planned file writes apart from the shared ones.
 QStringList filesWrittenFor(const RunState& state, const PlannedFile& file)
 {
@@ -568,8 +551,6 @@ QString SequentialBatchReason(const RunState& state, const BatchPlan& plan)
     // copies of the inputs share the temporary folder.
     if (!active.InputPlugins.isEmpty() || !active.OutputPlugins.isEmpty())
         return QStringLiteral("the task runs outside programs");
-    if (declaresRoutineReadingFirstMatch(active))
-        return QStringLiteral("a pair routine reads what an earlier file's counts left");
     // Two files of one batch that write the same report or copy: the later
     // one wins, and only one after another says which is later.
     QSet<QString> written;
@@ -614,9 +595,4 @@ void ValidateBatchFile(RunState& state, const PlannedFile& file, bool walked)
     }
     CloseReports(state);
     RunAfterPrograms(state);
-}
-
-bool ReadsCountsOfEarlierFiles(const TableSet& set)
-{
-    return declaresRoutineReadingFirstMatch(set);
 }

@@ -6,7 +6,6 @@
 
 class BatchObserver;
 struct RunState;
-struct TableSet;
 
 // One file of the batch with the folders its reports and copies go to.
 struct PlannedFile {
@@ -35,10 +34,6 @@ int DefaultBatchJobs();
 // Why this batch must run one file after another whatever the job count;
 // empty when its files may be validated side by side.
 QString SequentialBatchReason(const RunState& state, const BatchPlan& plan);
-
-// Whether the set declares a routine that reads what an earlier file's counts
-// left: only validating every earlier file tells what that is.
-bool ReadsCountsOfEarlierFiles(const TableSet& set);
 
 // Validates the planned files, up to `jobs` of them at a time. Whatever the
 // job count, every report, editor file and log comes out byte for byte as

@@ -368,14 +368,6 @@ ShardSlice SliceOfBatch(int totalFiles, const ShardSpec& shard)
 
 BatchPlan StartShard(RunState& state, BatchPlan whole, const ShardSpec& shard, int jobs)
 {
-    // What those routines read comes only from validating every earlier file.
-    if (ReadsCountsOfEarlierFiles(state.config.ActiveTableSet)) {
-        state.ui.messageBox(
-            QStringLiteral("This batch cannot be split into shards: a pair routine reads what "
-                           "an earlier file's counts left."),
-            kProgramTitle, MessageIcon::Critical);
-        throw RunAborted(ExitStatus::Refused, "batch cannot be sharded");
-    }
     const ShardSlice slice = SliceOfBatch(int(whole.files.size()), shard);
     QStringList before;
     for (int i = 0; i < slice.first; ++i)

@@ -7,8 +7,11 @@
 #include "config/TableReading.h"
 #include "config/TableSetFields.h"
 #include "core/RunState.h"
+#include "rules/ContentComparison.h"
+#include "rules/CrossReferences.h"
 #include "rules/FileNameCheck.h"
 #include "rules/ImageChecks.h"
+#include "rules/Pairs.h"
 #include "rules/RuleRegistry.h"
 #include "text/InputLoading.h"
 #include "text/xmlClass.h"
@@ -292,6 +295,89 @@ void checkEmptyOnlyElements(
     }
 }
 
+// The elements whose start tags the rows of a routine's table act on.
+struct RoutineReach {
+    QString routine;
+    QStringList elements;
+};
+
+template <class Table, class Names>
+void addReach(
+    QList<RoutineReach>& reach, const TableSet& set, SupportFile file, const char* routine, Names&& names)
+{
+    if (const auto* table = set.loaded<Table>(file)) {
+        QStringList elements;
+        for (const auto& row : table->rows)
+            elements += names(row);
+        elements.removeDuplicates();
+        reach.append({ QString::fromLatin1(routine), elements });
+    }
+}
+
+QList<RoutineReach> reachOf(const TableSet& set)
+{
+    QList<RoutineReach> reach;
+    using enum SupportFile;
+    addReach<CitationTable>(reach, set, CitationValTbl, "CITATIONVALIDITY",
+        [](const CitationRow& row) { return QStringList { row.tag.name }; });
+    addReach<CountRefTable>(reach, set, CountRefCheck, "CHECKCOUNTREFVALIDITY", [](const CountRefRow& row) {
+        return QStringList { ElementNameOf(row.referringField), ElementNameOf(row.targetField) };
+    });
+    addReach<PairTable>(reach, set, CheckPairTbl, "CHECKPAIRVALIDITY",
+        [](const PairRow& row) { return QStringList { row.tag.name }; });
+    addReach<PairContentTable>(reach, set, CheckPairContTbl, "CHECKPAIRCONTVALIDITY",
+        [](const PairContentRow& row) { return QStringList { row.tag.name }; });
+    addReach<CompContTable>(reach, set, CompContTbl, "COMPCONT", [](const CompContRow& row) {
+        return QStringList { row.first.name, row.second.name };
+    });
+    addReach<PcDataTable>(reach, set, PCPDataCompare, "PCPDATACOMPARE",
+        [](const PcDataRow& row) { return QStringList { row.tag.name }; });
+    return reach;
+}
+
+bool lists(const RoutineDeclRow& row, const QString& routine)
+{
+    return std::any_of(row.routines.begin(), row.routines.end(),
+        [&](const RoutineCall& call) { return call.upperName == routine; });
+}
+
+// At the start tag of an element that has rows of its own, only the last of
+// them runs (after the first "N/A" row): a routine whose table names the
+// element but that neither row lists never sees it. Elements without rows run
+// an enclosing element's row, which only an input can tell.
+void checkRoutineReach(RunState& state, const QList<RunSetup>& setups, TableLint& lint)
+{
+    for (const RunSetup& setup : setups) {
+        if (!setup.asked)
+            continue;
+        SelectTaskTableSet(state, setup.taskCode);
+        const TableSet& active = state.config.ActiveTableSet;
+        const auto* table = active.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
+        if (!table)
+            continue;
+        const QString& path = active.file(SupportFile::RoutineDeclTbl);
+        for (const RoutineReach& reach : reachOf(active)) {
+            const bool everywhere = table->firstNotApplicableRow >= 0
+                && lists(table->rows[table->firstNotApplicableRow], reach.routine);
+            const bool declared = std::any_of(table->rows.begin(), table->rows.end(),
+                [&](const RoutineDeclRow& row) { return lists(row, reach.routine); });
+            if (everywhere || !declared)
+                continue;
+            for (const QString& element : reach.elements) {
+                const auto rows = table->rowsByUpperTag.constFind(element.toUpper());
+                if (rows == table->rowsByUpperTag.constEnd()
+                    || lists(table->rows[rows->last()], reach.routine))
+                    continue;
+                lint.note(path, rowLine(state, path, element.toUpper()),
+                    QStringLiteral(
+                        "%1 never runs for %2: its table names %2, but the row declared for %2 does "
+                        "not list it; list it there or on an N/A row")
+                        .arg(reach.routine, element));
+            }
+        }
+    }
+}
+
 } // namespace
 
 ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode, const QString& inputPath)
@@ -352,6 +438,7 @@ ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode, c
         ? QStringLiteral("the input (%1 file(s) below %2)").arg(inputs.size()).arg(config.InputPath)
         : inputPath;
     checkEmptyOnlyElements(state, setups, use, described, problems);
+    checkRoutineReach(state, setups, problems);
 
     result.problems = problems.problems;
     result.exitStatus = result.problems.isEmpty() ? 0 : 1;

@@ -16,6 +16,9 @@ struct RuleFileCaches {
     std::unique_ptr<RuleFileCache> hyphenatedWords; // the text of the element last checked
     std::unique_ptr<RuleFileCache> images; // the file's image callouts and article identifier
     std::unique_ptr<RuleFileCache> convertToTag; // where the table's words stand in the whole text
+    std::unique_ptr<RuleFileCache> crossReferences; // citation order, references and targets met so far
+    std::unique_ptr<RuleFileCache> pairs; // the tags and contents the pair routines have read
+    std::unique_ptr<RuleFileCache> contentComparison; // occurrences still waiting for their partner
 
     void clear()
     {
@@ -23,5 +26,8 @@ struct RuleFileCaches {
         hyphenatedWords.reset();
         images.reset();
         convertToTag.reset();
+        crossReferences.reset();
+        pairs.reset();
+        contentComparison.reset();
     }
 };

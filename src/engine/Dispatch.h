@@ -22,10 +22,13 @@ struct RuleEntry {
 };
 
 // What the driver runs: the per-element routines in the order names are
-// compared, and the whole-file checks in the order they run.
+// compared, the whole-file checks in the order they run, and the checks that
+// judge, after a file's last line, what routines gathered while it was
+// scanned (a reference whose target may come later in the file).
 struct RuleBook {
     QList<RuleEntry> routines;
     QList<RuleEntry> wholeFileChecks;
+    QList<RuleEntry> fileEndChecks = {};
 };
 
 // Runs every routine of one row of the routine declaration table for the

@@ -68,6 +68,8 @@ void validateLoadedFile(RunState& state, const RuleBook& rules)
         lineStart += static_cast<std::int32_t>(line.size()) + 2;
         state.ui.processEvents();
     }
+    for (const RuleEntry& check : rules.fileEndChecks)
+        RunRule(state, check);
 }
 
 } // namespace

@@ -3,15 +3,17 @@
 #include "config/RoutineDeclTable.h"
 #include "rules/AttributeValues.h"
 #include "rules/CharacterPatterns.h"
+#include "rules/ContentComparison.h"
 #include "rules/ConvertToAttribute.h"
 #include "rules/ConvertToTag.h"
+#include "rules/CrossReferences.h"
 #include "rules/FileNameCheck.h"
 #include "rules/Footnotes.h"
 #include "rules/HardReturns.h"
 #include "rules/HyphenatedWords.h"
 #include "rules/ImageChecks.h"
 #include "rules/ImageNames.h"
-#include "rules/PendingRoutines.h"
+#include "rules/Pairs.h"
 #include "rules/TextValidity.h"
 #include "rules/UnconvertedEntities.h"
 
@@ -19,13 +21,6 @@ using namespace Qt::Literals::StringLiterals;
 using enum SupportFile;
 
 namespace {
-
-// Tables of rules that are not written yet are read as plain lines, so that
-// an unreadable file still stops the run at start-up.
-template <SupportFile Which> constexpr RuleEntry pending(QLatin1StringView name, Routine run)
-{
-    return { name, run, Which, LoadLinesTable<Which> };
-}
 
 RuleBook makeRules()
 {
@@ -47,12 +42,12 @@ RuleBook makeRules()
         { "ATTRIBNUMBERVALIDITY"_L1, ATTRIBNUMBERVALIDITY },
         { "CONVERT2ATTRIB"_L1, CONVERT2ATTRIB, Convert2AttribTbl, LoadConvert2AttribTable },
         { "UNDELFNREF"_L1, UNDELFNREF },
-        pending<CitationValTbl>("CITATIONVALIDITY"_L1, CITATIONVALIDITY),
-        pending<CompContTbl>("COMPCONT"_L1, COMPCONT),
-        pending<CheckPairTbl>("CHECKPAIRVALIDITY"_L1, CHECKPAIRVALIDITY),
-        pending<CheckPairContTbl>("CHECKPAIRCONTVALIDITY"_L1, CHECKPAIRCONTVALIDITY),
-        pending<CountRefCheck>("CHECKCOUNTREFVALIDITY"_L1, CHECKCOUNTREFVALIDITY),
-        pending<PCPDataCompare>("PCPDATACOMPARE"_L1, PCPDATACOMPARE),
+        { "CITATIONVALIDITY"_L1, CITATIONVALIDITY, CitationValTbl, LoadCitationTable },
+        { "COMPCONT"_L1, COMPCONT, CompContTbl, LoadCompContTable },
+        { "CHECKPAIRVALIDITY"_L1, CHECKPAIRVALIDITY, CheckPairTbl, LoadPairTable },
+        { "CHECKPAIRCONTVALIDITY"_L1, CHECKPAIRCONTVALIDITY, CheckPairContTbl, LoadPairContentTable },
+        { "CHECKCOUNTREFVALIDITY"_L1, CHECKCOUNTREFVALIDITY, CountRefCheck, LoadCountRefTable },
+        { "PCPDATACOMPARE"_L1, PCPDATACOMPARE, PCPDataCompare, LoadPcDataTable },
     };
     // The order in which they run, once per file before the line scan.
     book.wholeFileChecks = {
@@ -60,6 +55,12 @@ RuleBook makeRules()
         { "CheckSpecialCharacters"_L1, CheckSpecialCharacters, SpecialCharTbl, LoadSpecialCharTable },
         { "CheckFileName"_L1, CheckFileName, FilenameCheck, LoadFileNameTable },
         { "CheckImageValidation"_L1, CheckImageValidation, ImageValidationTbl, LoadImageValidationTable },
+    };
+    // Judged after the last line, from what their routines gathered; named as
+    // the routine, whose findings they are.
+    book.fileEndChecks = {
+        { "CHECKCOUNTREFVALIDITY"_L1, ReportCountRefsAtFileEnd },
+        { "COMPCONT"_L1, ReportCompContAtFileEnd },
     };
     return book;
 }

@@ -133,12 +133,4 @@ TEST(BatchShard, MergeRefusesAnIncompleteOrMixedSetAndWritesNothing)
         EXPECT_TRUE(result.standardError.contains(row.says)) << result.standardError.toStdString();
         EXPECT_FALSE(QFileInfo::exists(root + "out"));
     }
-    // A routine that reads what an earlier file's counts left cannot start mid-batch.
-    inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<p> | CHECKPAIRVALIDITY | N/A\r\n");
-    const auto refused = inst.run(runArguments(inst, root + "pairs/") << "--shard"
-                                                                      << "2/2");
-    EXPECT_EQ(refused.exitCode, 2);
-    EXPECT_TRUE(refused.standardError.contains("cannot be split into shards"))
-        << refused.standardError.toStdString();
-    EXPECT_FALSE(QFileInfo::exists(root + "pairs/work/quorvane_Shard.json"));
 }

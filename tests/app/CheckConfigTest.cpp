@@ -248,3 +248,32 @@ TEST(CheckConfig, WarnsOfRoutinesOnElementsTheInputWritesOnlyAsEmptyTags)
     EXPECT_EQ(missing.exitCode, 2);
     EXPECT_EQ(missing.standardError, "quorvane: cannot read the input " + inst.root() + "gone.xml\n");
 }
+
+// A routine whose table names an element it is not declared on, where that
+// element has a row of its own, never sees it.
+TEST(CheckConfig, NamesElementsACrossReferenceRoutineNeverSees)
+{
+    Installation inst;
+    const QString routines = inst.writeTable("routinedecltbl.tbl",
+        "Tag | Routine | Parameter\r\n"
+        "<xref> | CHECKCOUNTREFVALIDITY | N/A\r\n"
+        "<ref> | NOHRT | N/A\r\n"
+        "<p> | COMPCONT | N/A\r\n");
+    inst.set("COUNTREFCHECKTBL",
+        inst.writeTable(
+            "countref.tbl", "h\r\nxref | rid | ref | id | Y | E\r\nxref | rid | fig | id | N | E\r\n"));
+    inst.set("COMPCONTTBL", inst.writeTable("compcont.tbl", "h\r\ntitle | p | EQUAL | W | M\r\n"));
+    inst.writeInput("a.xml", "<p>x</p>\r\n");
+    const auto result = inst.run({ "--check-config" });
+    EXPECT_EQ(result.exitCode, 1) << result.standardError.toStdString();
+    // fig has no row (an enclosing element's may run it), title none either.
+    EXPECT_EQ(result.standardOutput,
+        routines
+            + ":3: CHECKCOUNTREFVALIDITY never runs for ref: its table names ref, but the row declared for "
+              "ref "
+              "does not list it; list it there or on an N/A row\n");
+    inst.writeTable("routinedecltbl.tbl",
+        "Tag | Routine | Parameter\r\nN/A | CHECKCOUNTREFVALIDITY | N/A\r\n<ref> | NOHRT | N/A\r\n"
+        "<p> | COMPCONT | N/A\r\n");
+    EXPECT_EQ(inst.run({ "--check-config" }).exitCode, 0);
+}
