@@ -35,13 +35,18 @@ std::unique_ptr<SpellingEngine> startEngine(
     return engine;
 }
 
+// Every engine it makes answers alike.
+std::function<std::unique_ptr<SpellingEngine>()> engineFactory(const Configuration& config)
+{
+    return [main = config.MainLexPath, user = config.UserLexPath, files = config.MainLexFiles] {
+        return startEngine(main, user, files);
+    };
+}
+
 void StartSpellingEngine(RunState& state)
 {
-    const Configuration& config = state.config;
-    state.spelling.engine = std::make_unique<DeferredSpellingEngine>(
-        [main = config.MainLexPath, user = config.UserLexPath, files = config.MainLexFiles] {
-            return startEngine(main, user, files);
-        });
+    state.spelling.makeEngine = engineFactory(state.config);
+    state.spelling.engine = std::make_unique<DeferredSpellingEngine>(state.spelling.makeEngine);
 }
 
 // The run ends here without a box; a shell user still learns which folder and why.
