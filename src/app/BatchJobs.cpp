@@ -11,6 +11,7 @@
 #include "report/Reports.h"
 #include "rules/RuleRegistry.h"
 #include "rules/TextValidity.h"
+#include "spelling/SpellingAnswerStore.h"
 #include "spelling/WorkerSpellingEngines.h"
 
 #include <QSet>
@@ -430,6 +431,13 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
     std::vector<std::thread> threads;
     std::mutex spellingLock;
     SpellingEngine* runEngine = state.spelling.engine.get();
+    // The workers share the run's answers, so no two ask about one word
+    // unless they meet it at the same time.
+    std::shared_ptr<SpellingAnswerStore> answers;
+    if (auto* caching = dynamic_cast<CachingSpellingEngine*>(runEngine)) {
+        answers = caching->store();
+        runEngine = &caching->engine();
+    }
     const bool ownEngines = runEngine && state.spelling.makeEngine;
     for (int i = 0; i < jobs; ++i) {
         workers.push_back(std::make_unique<Worker>(state, config));
@@ -441,6 +449,8 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
                 state.spelling.makeEngine, *runEngine, spellingLock, kWorthOwnEngine);
         else if (runEngine)
             engine = std::make_unique<LockedSpellingEngine>(*runEngine, spellingLock);
+        if (engine && answers)
+            engine = std::make_unique<CachingSpellingEngine>(answers, std::move(engine));
         if (engine)
             workers.back()->useSpellingEngine(std::move(engine));
         threads.emplace_back([&, worker = workers.back().get()] {

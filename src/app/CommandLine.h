@@ -23,6 +23,10 @@ struct CommandLineOptions {
     QString htmlPath; // --html FILE
     bool checkConfig = false; // --check-config: lint the installation, validate nothing
 
+    // Where the spelling engine's answers are kept from run to run.
+    std::optional<QString> cacheDir; // --cache-dir DIR; default: DefaultSpellingCacheFolder()
+    bool noCache = false; // --no-cache: ask the engine afresh and keep nothing
+
     // The headless batch: --batch FOLDER, the remaining arguments its ENTRYs;
     // --task fills its task-code box.
     std::optional<QString> batchFolder;

@@ -44,6 +44,9 @@ TEST(CommandLine, ReadsOptionsAndJoinsTheRestWithBlanks)
         { { "q", "--jobs", "2", "a.xml|T" }, "", false, "", true },
         { { "q", "--work", "/w", "a.xml" }, "", false, "", true },
         { { "q", "--check-config", "a.xml" }, "", false, "", true },
+        { { "q", "--cache-dir" }, "", false, "", true },
+        { { "q", "--cache-dir=" }, "", false, "", true },
+        { { "q", "--cache-dir", "/c", "--no-cache", "a.xml" }, "", false, "a.xml", false },
     };
     for (const Row& row : rows) {
         const CommandLineOptions options = ParseCommandLineOptions(row.arguments);
@@ -54,6 +57,8 @@ TEST(CommandLine, ReadsOptionsAndJoinsTheRestWithBlanks)
         EXPECT_EQ(options.headless, row.headless);
         EXPECT_EQ(options.commandLine, row.commandLine);
     }
+    EXPECT_EQ(ParseCommandLineOptions({ "q", "--cache-dir=/c", "a.xml" }).cacheDir, QString("/c"));
+    EXPECT_TRUE(ParseCommandLineOptions({ "q", "--no-cache", "a.xml" }).noCache);
 }
 
 TEST(CommandLine, TakesFileNameAndParentFolderPartFromThePath)
