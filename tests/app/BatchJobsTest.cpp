@@ -9,6 +9,7 @@
 #include "rules/TextValidity.h"
 #include "support/Installation.h"
 #include "support/RecordingOperator.h"
+#include "support/TempDir.h"
 
 #include <QDirIterator>
 #include <QFile>
@@ -124,11 +125,12 @@ struct BatchResult {
 
 // Runs the batch of the installation's input folder in a run state of its
 // own, into its own working and output folders.
-BatchResult runBatch(
-    const Installation& inst, const QString& name, int jobs, const QStringList& selected = {})
+BatchResult runBatch(const Installation& inst, const QString& name, int jobs,
+    const QStringList& selected = {}, const QString& cacheFolder = {})
 {
     RecordingOperator ui;
     RunState state(ui);
+    state.spelling.cacheFolder = cacheFolder;
     startUp(inst, state, ui);
     EventSink sink;
     state.findingSinks.subscribe(sink);
@@ -233,6 +235,33 @@ TEST(BatchJobs, SideBySideWritesWhatOneAfterAnotherWritesInBothEditorLayouts)
         for (int i = 1; i <= files; ++i)
             counted << i;
         EXPECT_EQ(parallel.progress, counted);
+    }
+}
+
+TEST(BatchJobs, ReportsAreTheSameAtEveryJobCountAndCacheState)
+{
+    Installation inst;
+    installSampleRules(inst, true);
+    writeGeneratedBatch(inst);
+    Corpus::Style spelling;
+    spelling.spellingHeavy = true;
+    inst.writeInput("spell/s.xml", Corpus::Document(1, 2500, spelling));
+    TempDir caches;
+    auto cacheBytes = [&](const QString& folder) {
+        const QStringList files = QDir(caches.path() + folder).entryList(QDir::Files);
+        return files.size() == 1 ? TempDir::read(caches.path() + folder + "/" + files[0]) : QByteArray();
+    };
+    const BatchResult uncached = runBatch(inst, "none1", 1);
+    EXPECT_GT(uncached.findings.filter("Compound Word").size(), 10);
+    expectSameRun(uncached, runBatch(inst, "none4", 4));
+    for (const int jobs : { 1, 4 }) {
+        SCOPED_TRACE(jobs);
+        const QString folder = QStringLiteral("jobs%1").arg(jobs);
+        expectSameRun(uncached, runBatch(inst, "cold", jobs, {}, caches.path() + folder));
+        const QByteArray kept = cacheBytes(folder);
+        EXPECT_GT(kept.count('\n'), 20);
+        expectSameRun(uncached, runBatch(inst, "warm", jobs, {}, caches.path() + folder));
+        EXPECT_EQ(cacheBytes(folder), kept); // the warm run had nothing new to ask
     }
 }
 
