@@ -231,6 +231,38 @@ void SpellingAnswerStore::keepSuggestions(
     append(payload, true);
 }
 
+QStringList SpellingAnswerStore::suggestionsOr(
+    const QString& text, int depth, int maxCount, const std::function<QStringList()>& ask)
+{
+    const QString key = suggestionKey(text, depth, maxCount);
+    std::unique_lock hold(lock_);
+    if (const auto kept = suggestions_.constFind(key); kept != suggestions_.constEnd())
+        return *kept;
+    if (const auto asking = asking_.constFind(key); asking != asking_.constEnd()) {
+        const std::shared_future<QStringList> answer = *asking;
+        hold.unlock();
+        return answer.get();
+    }
+    std::promise<QStringList> promise;
+    asking_.insert(key, promise.get_future().share());
+    hold.unlock();
+    QStringList answer;
+    try {
+        answer = ask();
+    } catch (...) {
+        promise.set_exception(std::current_exception());
+        hold.lock();
+        asking_.remove(key);
+        throw;
+    }
+    keepSuggestions(text, depth, maxCount, answer);
+    hold.lock();
+    asking_.remove(key);
+    hold.unlock();
+    promise.set_value(answer);
+    return answer;
+}
+
 void SpellingAnswerStore::append(QByteArray payload, bool now)
 {
     if (!file_)
@@ -307,11 +339,8 @@ int CachingSpellingEngine::CheckString(const QString& text)
 
 QStringList CachingSpellingEngine::Suggest(const QString& text, int depth, int maxCount)
 {
-    if (std::optional<QStringList> known = store_->suggestions(text, depth, maxCount))
-        return *known;
-    QStringList answer = engine_->Suggest(text, depth, maxCount);
-    store_->keepSuggestions(text, depth, maxCount, answer);
-    return answer;
+    return store_->suggestionsOr(
+        text, depth, maxCount, [&] { return engine_->Suggest(text, depth, maxCount); });
 }
 
 QString LexiconIdentity(const QString& mainLexPath, const QString& userLexPath, const QString& names)

@@ -7,6 +7,7 @@
 #include <QString>
 #include <QStringList>
 #include <functional>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -40,6 +41,12 @@ public:
     void keepCheck(const QString& text, int answer);
     std::optional<QStringList> suggestions(const QString& text, int depth, int maxCount);
     void keepSuggestions(const QString& text, int depth, int maxCount, const QStringList& suggestions);
+    // The suggestions kept for the text; else, when another thread is asking
+    // for them now, those, once it has them; else what `ask` answers, kept.
+    // Workers of one batch meet the same words at about the same time, and
+    // each suggestion takes the engine 50 to 150 ms: it is asked for once.
+    QStringList suggestionsOr(
+        const QString& text, int depth, int maxCount, const std::function<QStringList()>& ask);
 
     // Writes the answers not yet in the file.
     void flush();
@@ -58,6 +65,7 @@ private:
     std::mutex lock_;
     QHash<QString, int> checks_;
     QHash<QString, QStringList> suggestions_; // by depth, count and text
+    QHash<QString, std::shared_future<QStringList>> asking_; // suggestions being asked for now
     QString path_;
     Warn warn_;
     std::unique_ptr<QFile> file_;

@@ -5,6 +5,7 @@
 
 #include <QFile>
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace {
 
@@ -113,4 +114,24 @@ TEST(SpellingAnswerStore, AFolderThatCannotBeMadeKeepsAnswersForTheRunOnly)
     EXPECT_EQ(asked.warnings.size(), 1);
     EXPECT_EQ(asked.checked.size(), kWords.size());
     EXPECT_EQ(runOver(dir.path() + "file/cache").checked.size(), kWords.size());
+}
+
+TEST(SpellingAnswerStore, ThreadsMeetingOneWordAtOnceAskForItsSuggestionsOnce)
+{
+    SpellingAnswerStore store;
+    std::atomic<int> asked = 0;
+    auto slowAsk = [&] {
+        ++asked;
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        return QStringList { "unknown" };
+    };
+    QStringList answers[3];
+    std::vector<std::thread> threads;
+    for (QStringList& answer : answers)
+        threads.emplace_back([&] { answer = store.suggestionsOr("unknwn", 35, 2, slowAsk); });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(asked, 1);
+    for (const QStringList& answer : answers)
+        EXPECT_EQ(answer, QStringList { "unknown" });
 }
