@@ -171,7 +171,7 @@ public:
     }
 
     FileOutcome validate(
-        const PlannedFile& file, const FileJob& job, const QHash<const void*, std::int32_t>& unwrittenSteps)
+        const PlannedFile& file, FileJob& job, const QHash<const void*, std::int32_t>& unwrittenSteps)
     {
         RunState& state = state_;
         operator_.calls.clear();
@@ -182,7 +182,7 @@ public:
         state.outputFolder = file.outputFolder;
         // The tag contexts are replaced at the file's first tag before any
         // routine reads them; left empty, they tell whether the file had a tag.
-        SeedCarriedTagState(state, { job.carried.openTags, {}, {}, {} });
+        SeedCarriedTagState(state, { std::move(job.carried.openTags), {}, {}, {} });
         state.textValidity.stepNumbers = unwrittenSteps;
         state.toolkit.FirstMatchPosition = kFirstMatchUnwritten;
         state.report.runErrorEntries = 0;
@@ -482,7 +482,11 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
     try {
         for (int published = 0; published < total;) {
             for (; posted < total && posted - published < ahead; ++posted) {
-                board.post({ posted, { nextOpenTags, {}, {}, {} } });
+                // The job's list is its own, so that neither the worker
+                // opening tags in it nor this thread going on copies it again.
+                QList<ValidationContext> start = nextOpenTags;
+                start.detach();
+                board.post({ posted, { std::move(start), {}, {}, {} } });
                 ApplyOpenTagEffect(nextOpenTags, effects[static_cast<std::size_t>(posted)]);
                 effects[static_cast<std::size_t>(posted)] = {};
             }
