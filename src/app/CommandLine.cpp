@@ -196,6 +196,18 @@ CommandLineOptions ParseCommandLineOptions(const QStringList& arguments)
                 options.error = QStringLiteral("--view needs a working folder or a --json file");
                 return options;
             }
+        } else if (argument == QLatin1String("--no-cache")) {
+            options.noCache = true;
+        } else if (argument == QLatin1String("--cache-dir")
+            || argument.startsWith(QLatin1String("--cache-dir="))) {
+            const QString value = argument.size() > 11 ? argument.mid(12)
+                : ++i < arguments.size()               ? arguments[i]
+                                                       : QString();
+            if (value.isEmpty()) {
+                options.error = QStringLiteral("--cache-dir needs a folder");
+                return options;
+            }
+            options.cacheDir = value;
         } else if (readBatchOption(arguments, i, options) || readOutputOption(arguments, i, options)) {
             if (!options.error.isEmpty())
                 return options;
@@ -278,7 +290,8 @@ QString CommandLineHelpText()
 {
     return QStringLiteral(
                "Usage: quorvane [--app-dir DIR] [--headless] [--task CODE] [--plugin-timeout SECONDS]\n"
-               "                [--json FILE] [--sarif FILE] [--html FILE] [--] [INPUT[|TASK]]\n"
+               "                [--json FILE] [--sarif FILE] [--html FILE]\n"
+               "                [--cache-dir DIR | --no-cache] [--] [INPUT[|TASK]]\n"
                "       quorvane [--app-dir DIR] --check-config [--task CODE] [--input FILE]\n"
                "       quorvane [--app-dir DIR] --view WORKDIR|FILE.json\n"
                "\n"
@@ -308,6 +321,11 @@ QString CommandLineHelpText()
                "  --view WORKDIR|FILE.json\n"
                "                 show the findings of a run in the findings viewer: the\n"
                "                 reports and logs it left in WORKDIR, or its --json file\n"
+               "  --cache-dir DIR\n"
+               "                 keep the spelling engine's answers in DIR (default:\n"
+               "                 $QUORVANE_CACHE_DIR, else $XDG_CACHE_HOME/quorvane,\n"
+               "                 else ~/.cache/quorvane), so later runs need not ask again\n"
+               "  --no-cache     neither read nor keep answers from run to run\n"
                "  --headless     no window; messages go to standard error\n"
                "                 (implied when neither DISPLAY nor WAYLAND_DISPLAY is set)\n"
                "  --help         show this text\n"

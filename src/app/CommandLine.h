@@ -25,6 +25,10 @@ struct CommandLineOptions {
     QString checkInput; // --input FILE with --check-config: the input whose empty tags to weigh
     QString viewPath; // --view DIR|FILE.json: show a run's findings, validate nothing
 
+    // Where the spelling engine's answers are kept from run to run.
+    std::optional<QString> cacheDir; // --cache-dir DIR; default: DefaultSpellingCacheFolder()
+    bool noCache = false; // --no-cache: ask the engine afresh and keep nothing
+
     // The headless batch: --batch FOLDER, the remaining arguments its ENTRYs;
     // --task fills its task-code box.
     std::optional<QString> batchFolder;

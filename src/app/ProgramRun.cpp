@@ -9,6 +9,7 @@
 #include "core/RunState.h"
 #include "report/FindingOutputs.h"
 #include "spelling/DeferredSpellingEngine.h"
+#include "spelling/SpellingAnswerStore.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -99,12 +100,17 @@ int RunProgram(const CommandLineOptions& options, OperatorInterface& ui,
         RunState& state;
         ~LeaveDictionaryToExit()
         {
-            if (auto* engine = dynamic_cast<DeferredSpellingEngine*>(state.spelling.engine.get()))
-                engine->leakAtExit();
+            SpellingEngine* engine = state.spelling.engine.get();
+            if (auto* caching = dynamic_cast<CachingSpellingEngine*>(engine))
+                engine = &caching->engine();
+            if (auto* deferred = dynamic_cast<DeferredSpellingEngine*>(engine))
+                deferred->leakAtExit();
         }
     } leaveDictionary { state };
     state.config.ApplicationPath = ApplicationFolder(options);
     state.pluginTimeoutSeconds = options.pluginTimeoutSeconds;
+    if (!options.noCache)
+        state.spelling.cacheFolder = options.cacheDir.value_or(DefaultSpellingCacheFolder());
     const FindingOutputPaths outputPaths { options.jsonPath, options.sarifPath, options.htmlPath };
     FindingOutputs outputs(kProgramTitle, QStringLiteral(QUORVANE_VERSION), outputPaths);
     if (outputPaths.any())

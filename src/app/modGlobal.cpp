@@ -10,8 +10,10 @@
 #include "rules/RuleRegistry.h"
 #include "spelling/DeferredSpellingEngine.h"
 #include "spelling/HunspellEngine.h"
+#include "spelling/SpellingAnswerStore.h"
 
 #include <QFileInfo>
+#include <cstdio>
 
 namespace {
 
@@ -53,14 +55,32 @@ void refuseUnloadableLexicon(RunState& state)
     refuse();
 }
 
+// Every engine it makes answers alike.
+std::function<std::unique_ptr<SpellingEngine>()> engineFactory(const Configuration& config)
+{
+    return [main = config.MainLexPath, user = config.UserLexPath, files = config.MainLexFiles] {
+        return startEngine(main, user, files);
+    };
+}
+
+// The engine sits below the run's answer store. With answers kept from an
+// earlier run the dictionary is loaded only when a question finds none: a
+// batch run again often asks nothing new.
 void StartSpellingEngine(RunState& state)
 {
     refuseUnloadableLexicon(state);
     const Configuration& config = state.config;
-    state.spelling.engine = std::make_unique<DeferredSpellingEngine>(
-        [main = config.MainLexPath, user = config.UserLexPath, files = config.MainLexFiles] {
-            return startEngine(main, user, files);
-        });
+    SpellingState& spelling = state.spelling;
+    spelling.makeEngine = engineFactory(config);
+    auto store = spelling.cacheFolder.isEmpty()
+        ? std::make_shared<SpellingAnswerStore>()
+        : std::make_shared<SpellingAnswerStore>(spelling.cacheFolder,
+            LexiconIdentity(config.MainLexPath, config.UserLexPath, config.MainLexFiles),
+            [](const QString& line) { std::fprintf(stderr, "%s\n", qPrintable(line)); });
+    const auto start = store->loadedCount() > 0 ? DeferredSpellingEngine::Start::OnFirstQuestion
+                                                : DeferredSpellingEngine::Start::Now;
+    spelling.engine = std::make_unique<CachingSpellingEngine>(
+        std::move(store), std::make_unique<DeferredSpellingEngine>(spelling.makeEngine, start));
 }
 
 // The run ends here without a box; a shell user still learns which folder and why.

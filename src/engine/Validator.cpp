@@ -142,15 +142,15 @@ CarriedTagState CarriedTagStateOf(const RunState& state)
     return { state.openTags, state.context, state.previousTag, state.previousStartTag };
 }
 
-void SeedCarriedTagState(RunState& state, const CarriedTagState& carried)
+void SeedCarriedTagState(RunState& state, CarriedTagState carried)
 {
-    state.openTags = carried.openTags;
+    state.openTags = std::move(carried.openTags);
     state.openTagNames.clear();
-    for (const ValidationContext& open : carried.openTags)
+    for (const ValidationContext& open : std::as_const(state.openTags))
         ++state.openTagNames[open.tagName];
-    state.context = carried.context;
-    state.previousTag = carried.previousTag;
-    state.previousStartTag = carried.previousStartTag;
+    state.context = std::move(carried.context);
+    state.previousTag = std::move(carried.previousTag);
+    state.previousStartTag = std::move(carried.previousStartTag);
 }
 
 void ValidateFile(RunState& state, const RuleBook& rules)

@@ -9,6 +9,7 @@
 #include "rules/TextValidity.h"
 #include "support/Installation.h"
 #include "support/RecordingOperator.h"
+#include "support/TempDir.h"
 
 #include <QDirIterator>
 #include <QFile>
@@ -125,11 +126,12 @@ struct BatchResult {
 
 // Runs the batch of the installation's input folder in a run state of its
 // own, into its own working and output folders.
-BatchResult runBatch(
-    const Installation& inst, const QString& name, int jobs, const QStringList& selected = {})
+BatchResult runBatch(const Installation& inst, const QString& name, int jobs,
+    const QStringList& selected = {}, const QString& cacheFolder = {})
 {
     RecordingOperator ui;
     RunState state(ui);
+    state.spelling.cacheFolder = cacheFolder;
     startUp(inst, state, ui);
     EventSink sink;
     state.findingSinks.subscribe(sink);
@@ -276,6 +278,33 @@ TEST(BatchJobs, FilesWhoseCheckFailsFailAloneWhateverTheJobCount)
     EXPECT_TRUE(sequential.work.at("error.edt").contains("The check did not finish: "));
 }
 
+TEST(BatchJobs, ReportsAreTheSameAtEveryJobCountAndCacheState)
+{
+    Installation inst;
+    installSampleRules(inst, true);
+    writeGeneratedBatch(inst);
+    Corpus::Style spelling;
+    spelling.spellingHeavy = true;
+    inst.writeInput("spell/s.xml", Corpus::Document(1, 2500, spelling));
+    TempDir caches;
+    auto cacheBytes = [&](const QString& folder) {
+        const QStringList files = QDir(caches.path() + folder).entryList(QDir::Files);
+        return files.size() == 1 ? TempDir::read(caches.path() + folder + "/" + files[0]) : QByteArray();
+    };
+    const BatchResult uncached = runBatch(inst, "none1", 1);
+    EXPECT_GT(uncached.findings.filter("Compound Word").size(), 10);
+    expectSameRun(uncached, runBatch(inst, "none4", 4));
+    for (const int jobs : { 1, 4 }) {
+        SCOPED_TRACE(jobs);
+        const QString folder = QStringLiteral("jobs%1").arg(jobs);
+        expectSameRun(uncached, runBatch(inst, "cold", jobs, {}, caches.path() + folder));
+        const QByteArray kept = cacheBytes(folder);
+        EXPECT_GT(kept.count('\n'), 20);
+        expectSameRun(uncached, runBatch(inst, "warm", jobs, {}, caches.path() + folder));
+        EXPECT_EQ(cacheBytes(folder), kept); // the warm run had nothing new to ask
+    }
+}
+
 TEST(BatchJobs, AFailingFileEndsTheBatchThereWhateverTheJobCount)
 {
     // A file that is gone by its turn cannot be read and ends the batch; the
@@ -405,4 +434,28 @@ TEST(CorpusGenerator, TheSameSeedWritesTheSameBytes)
             ++cut;
     }
     EXPECT_GT(cut, 10);
+}
+
+// The side-by-side benchmarks need files that leave elements open and text
+// that keeps the dictionary busy.
+TEST(CorpusGenerator, WritesArticlesLeftOpenAndSpellingHeavyText)
+{
+    Corpus::Style open;
+    open.leaveOpen = true;
+    for (const std::uint64_t seed : { 3, 7 }) {
+        const QByteArray article = Corpus::Document(seed, 10'000, open);
+        EXPECT_FALSE(article.contains("</article>"));
+        EXPECT_EQ(article.count("<sec "), article.count("</sec>") + 1);
+    }
+    Corpus::Style spelling;
+    spelling.spellingHeavy = true;
+    const QByteArray text = Corpus::Document(1, 300'000, spelling);
+    EXPECT_GT(text.count("-\r\n"), 100); // line-end hyphenations
+    QSet<QByteArray> compounds;
+    for (const QByteArray& word : text.split(' ')) {
+        if (word.count('-') == 1 && !word.contains('<') && !word.contains('\r'))
+            compounds.insert(word);
+    }
+    EXPECT_GT(compounds.size(), 300);
+    EXPECT_EQ(Corpus::Document(1, 300'000, spelling), text);
 }

@@ -56,6 +56,9 @@ TEST(CommandLine, ReadsOptionsAndJoinsTheRestWithBlanks)
         { { "q", "--merge", "out", "s1", "s2" }, "", false, "", false },
         { { "q", "--merge", "out" }, "", false, "", true }, // no shard to merge
         { { "q", "--merge", "--json", "f.json", "out", "s1" }, "", false, "", true },
+        { { "q", "--cache-dir" }, "", false, "", true },
+        { { "q", "--cache-dir=" }, "", false, "", true },
+        { { "q", "--cache-dir", "/c", "--no-cache", "a.xml" }, "", false, "a.xml", false },
     };
     for (const Row& row : rows) {
         const CommandLineOptions options = ParseCommandLineOptions(row.arguments);
@@ -66,6 +69,8 @@ TEST(CommandLine, ReadsOptionsAndJoinsTheRestWithBlanks)
         EXPECT_EQ(options.headless, row.headless);
         EXPECT_EQ(options.commandLine, row.commandLine);
     }
+    EXPECT_EQ(ParseCommandLineOptions({ "q", "--cache-dir=/c", "a.xml" }).cacheDir, QString("/c"));
+    EXPECT_TRUE(ParseCommandLineOptions({ "q", "--no-cache", "a.xml" }).noCache);
 }
 
 TEST(CommandLine, TakesFileNameAndParentFolderPartFromThePath)

@@ -1,5 +1,20 @@
 #include "support/Installation.h"
 
+#include <QTemporaryDir>
+
+namespace {
+
+// No test keeps spelling answers in the user's own cache: runs in this
+// process and the programs it starts keep them in a folder of their own,
+// removed when the tests end.
+struct TestCacheFolder {
+    QTemporaryDir folder;
+    TestCacheFolder() { qputenv("QUORVANE_CACHE_DIR", folder.path().toLocal8Bit()); }
+};
+const TestCacheFolder kTestCacheFolder;
+
+} // namespace
+
 Installation::Installation()
 {
     dir_.mkdir("tables");
