@@ -43,14 +43,34 @@ constexpr const char* kJoins[] = { "and", "while", "because", "although", "so th
 constexpr const char* kCompounds[] = { "time-domain", "field-scale", "long-term", "well-known",
     "cross-section", "self-healing", "follow-up" };
 constexpr const char* kInline[] = { "i", "b" };
+// Syllables of made-up words no dictionary knows: unknown stems joined to a
+// noun, and hyphenated at line ends.
+constexpr const char* kSyllables[] = { "bra", "vel", "tor", "qui", "zen", "mol", "dra", "pex", "lun", "sor",
+    "gri", "fax", "nex", "tol", "vyr", "carn", "plo", "ster", "mi", "dox" };
+// Unknown stems of the spelling-heavy text, each written in one compound and
+// one line-end hyphenation: any MB of the text holds about 600 distinct words
+// the dictionary does not know, and a batch of several MB repeats them, as a
+// journal's vocabulary repeats from article to article.
+constexpr int kUnknownStems = 300;
+// Words the dictionary knows whole, split at their line end.
+constexpr const char* kSplitKnown[][2] = { { "hydrau", "lic" }, { "measure", "ment" }, { "pres", "sure" },
+    { "struc", "ture" }, { "bound", "ary" } };
+
+QByteArray unknownStem(int index)
+{
+    const int size = int(std::size(kSyllables));
+    QByteArray stem = QByteArray(kSyllables[index % size]) + kSyllables[(index / size) % size];
+    return stem + (index / (size * size) % 2 == 0 ? "vic" : "ane");
+}
 
 // Builds one document line by line; every line ends with CR LF.
 class Writer {
 public:
-    Writer(std::uint64_t seed, std::int64_t bytes)
+    Writer(std::uint64_t seed, std::int64_t bytes, const Style& style = {})
         : random_(seed)
         , target_(bytes)
         , nextFinding_(randomGap())
+        , style_(style)
     {
     }
 
@@ -84,6 +104,8 @@ private:
         return last;
     }
     QByteArray sentence();
+    QByteArray compound();
+    void lineEndHyphenation(QByteArray& text);
     QByteArray paragraphText(int sentences);
     void paragraph(const char* tag);
     void footnote(QByteArray& text);
@@ -101,7 +123,35 @@ private:
     int tables_ = 0;
     const char* lastWord_ = nullptr;
     QByteArray idPrefix_;
+    Style style_;
 };
+
+// A hyphenated compound: unknown to the dictionary, known in its parts but
+// not in the accepted table, or accepted.
+QByteArray Writer::compound()
+{
+    const int kind = random_.below(20);
+    if (kind < 9) {
+        const int stem = random_.below(kUnknownStems);
+        return unknownStem(stem) + "-" + kNouns[stem % int(std::size(kNouns))];
+    }
+    if (kind < 15)
+        return QByteArray(random_.pick(kAdjectives)) + "-" + random_.pick(kNouns);
+    return random_.pick(kCompounds);
+}
+
+// Ends the paragraph's first line in a hyphenated word: one the dictionary
+// knows whole, or an unknown one.
+void Writer::lineEndHyphenation(QByteArray& text)
+{
+    if (random_.below(2) == 0) {
+        const auto& split = kSplitKnown[random_.below(int(std::size(kSplitKnown)))];
+        text += QByteArray(" the ") + split[0] + "-\r\n" + split[1] + " test.";
+        return;
+    }
+    const QByteArray stem = unknownStem(random_.below(kUnknownStems));
+    text += " the " + stem.left(4) + "-\r\n" + stem.mid(4) + " layer.";
+}
 
 QByteArray Writer::sentence()
 {
@@ -132,6 +182,8 @@ QByteArray Writer::sentence()
     default:
         break;
     }
+    if (style_.spellingHeavy)
+        s += " near the " + compound() + " and " + compound();
     s += QByteArray(" ") + random_.pick(kJoins) + " the " + noun() + " "
         + word(kVerbs, int(std::size(kVerbs)), last) + " the " + adjective() + " " + noun() + ".";
     lastWord_ = nullptr;
@@ -173,6 +225,8 @@ void Writer::paragraph(const char* tag)
             + QByteArray::number(figures_) + "</xref>.";
     else if (extra == 2)
         text += " " + paragraphText(1);
+    if (style_.spellingHeavy && random_.below(2) == 0)
+        lineEndHyphenation(text);
     line("<" + QByteArray(tag) + ">" + text + "</" + QByteArray(tag) + ">");
 }
 
@@ -280,8 +334,11 @@ QByteArray Writer::article(std::uint64_t seed)
     line("<authors><author id=\"a1\">M. Okafor</author><author id=\"a2\">L. Brandt</author></authors>");
     line("<abstract><p>" + paragraphText(2) + "</p></abstract>");
     line("</front>");
-    line("<body>");
+    if (!style_.leaveOpen)
+        line("<body>");
     for (int section = 1; !full(); ++section) {
+        if (section > 1 && style_.leaveOpen)
+            line("</sec>");
         line("<sec id=\"s" + QByteArray::number(section) + "\">");
         line("<title>" + QByteArray(random_.pick(kAdjectives)) + " " + random_.pick(kNouns) + "</title>");
         const int paragraphs = random_.between(4, 9);
@@ -298,8 +355,13 @@ QByteArray Writer::article(std::uint64_t seed)
                 break;
             }
         }
-        line("</sec>");
+        if (!style_.leaveOpen)
+            line("</sec>");
     }
+    // Converted SGML leaves the end tags out: the last section and the
+    // article stay open.
+    if (style_.leaveOpen)
+        return out_;
     line("</body>");
     line("<back>");
     line("<history><date type=\"received\">02/11/2025</date><date "
@@ -335,14 +397,15 @@ QByteArray Writer::chapter(std::uint64_t seed)
 
 } // namespace
 
-QByteArray Document(std::uint64_t seed, std::int64_t bytes)
+QByteArray Document(std::uint64_t seed, std::int64_t bytes, const Style& style)
 {
-    Writer writer(seed, bytes);
-    // Three journal articles to one book chapter.
-    return seed % 4 == 3 ? writer.chapter(seed) : writer.article(seed);
+    Writer writer(seed, bytes, style);
+    // Three journal articles to one book chapter; only articles are left open.
+    return seed % 4 == 3 && !style.leaveOpen ? writer.chapter(seed) : writer.article(seed);
 }
 
-std::vector<TreeFile> Tree(std::uint64_t seed, int count, std::int64_t fileBytes, bool split)
+std::vector<TreeFile> Tree(
+    std::uint64_t seed, int count, std::int64_t fileBytes, bool split, const Style& style)
 {
     std::vector<TreeFile> files;
     files.reserve(std::size_t(count));
@@ -352,7 +415,7 @@ std::vector<TreeFile> Tree(std::uint64_t seed, int count, std::int64_t fileBytes
         QByteArray bytes = carried;
         carried.clear();
         if (bytes.size() < fileBytes)
-            bytes += Document(random.next(), fileBytes - bytes.size());
+            bytes += Document(random.next(), fileBytes - bytes.size(), style);
         // Every seventh file, when another follows, stops at a line in the
         // middle of its body and hands the rest on.
         if (split && i + 1 < count && random.below(7) == 0) {
@@ -363,7 +426,7 @@ std::vector<TreeFile> Tree(std::uint64_t seed, int count, std::int64_t fileBytes
             }
         }
         char name[40];
-        std::snprintf(name, sizeof name, "part%03d/doc%05d.xml", i / 100, i);
+        std::snprintf(name, sizeof name, "part%03d/doc%05d.xml", i / style.perFolder, i);
         files.push_back({ QString::fromLatin1(name), bytes });
     }
     return files;

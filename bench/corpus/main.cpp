@@ -8,12 +8,15 @@
 
 namespace {
 
-const char kUsage[] = "Usage: quorvane_corpus [--seed N] --size BYTES FILE\n"
-                      "       quorvane_corpus [--seed N] [--split] --files COUNT --file-size BYTES FOLDER\n"
+const char kUsage[] = "Usage: quorvane_corpus [--seed N] [--spelling] [--open] --size BYTES FILE\n"
+                      "       quorvane_corpus [--seed N] [--split] [--spelling] [--open] [--per-folder N]\n"
+                      "                       --files COUNT --file-size BYTES FOLDER\n"
                       "Writes generated tagged documents: one of at least BYTES, or a tree of COUNT\n"
-                      "files a hundred to a folder. BYTES may end in K or M (1000s). --split lets a\n"
-                      "document run on into the next file now and then. The same seed writes the\n"
-                      "same bytes.\n";
+                      "files a hundred (or N) to a folder. BYTES may end in K or M (1000s). --split lets a\n"
+                      "document run on into the next file now and then. --spelling writes text dense in\n"
+                      "hyphenated compounds and line-end hyphenations, many unknown to the dictionary.\n"
+                      "--open leaves every article's last section and the article itself open. The same\n"
+                      "seed writes the same bytes.\n";
 
 // "10M" is ten million bytes; 0 when the text is no size.
 qint64 readSize(const QString& text)
@@ -55,6 +58,7 @@ int main(int argc, char** argv)
     qint64 fileSize = 0;
     int files = 0;
     bool split = false;
+    Corpus::Style style;
     QString target;
     for (qsizetype i = 1; i < arguments.size(); ++i) {
         const QString& argument = arguments[i];
@@ -64,6 +68,14 @@ int main(int argc, char** argv)
             return 0;
         } else if (argument == u"--split") {
             split = true;
+        } else if (argument == u"--spelling") {
+            style.spellingHeavy = true;
+        } else if (argument == u"--open") {
+            style.leaveOpen = true;
+        } else if (argument == u"--per-folder" && hasValue) {
+            style.perFolder = arguments[++i].toInt();
+            if (style.perFolder < 1)
+                return refuse("--per-folder needs a number above 0");
         } else if (argument == u"--seed" && hasValue) {
             seed = arguments[++i].toULongLong();
         } else if (argument == u"--size" && hasValue) {
@@ -83,7 +95,7 @@ int main(int argc, char** argv)
     if (files > 0) {
         if (fileSize <= 0)
             return refuse("--files needs --file-size");
-        for (const Corpus::TreeFile& file : Corpus::Tree(seed, files, fileSize, split)) {
+        for (const Corpus::TreeFile& file : Corpus::Tree(seed, files, fileSize, split, style)) {
             if (!writeFile(target + QLatin1Char('/') + file.path, file.bytes))
                 return refuse("cannot write the tree");
         }
@@ -91,5 +103,5 @@ int main(int argc, char** argv)
     }
     if (size <= 0)
         return refuse("--size needs a size");
-    return writeFile(target, Corpus::Document(seed, size)) ? 0 : refuse("cannot write the file");
+    return writeFile(target, Corpus::Document(seed, size, style)) ? 0 : refuse("cannot write the file");
 }

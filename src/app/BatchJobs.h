@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <vector>
 
 class BatchObserver;
@@ -18,6 +19,13 @@ struct PlannedFile {
 struct BatchPlan {
     std::vector<PlannedFile> files;
     bool walked = false; // folders mode: reports open before the before-programs
+    // Entries the batch could not read or name, each told in a line of its
+    // own; a batch with any is not a complete one and exits with 2.
+    QStringList unreadable;
+    // Folders the walk chose not to enter, told so that nobody wonders why
+    // their files are missing: a second way into a folder already walked and
+    // the run's own working, output and temporary folders.
+    QStringList notWalked;
 };
 
 // The job count when none is given: one file per core.

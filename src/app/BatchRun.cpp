@@ -1,7 +1,9 @@
 #include "app/BatchRun.h"
 
 #include "app/BatchJobs.h"
+#include "app/BatchShard.h"
 #include "app/SingleFileRun.h"
+#include "config/ConfigurationCheck.h"
 #include "config/ConfigurationFile.h"
 #include "core/MoveFiles.h"
 #include "core/Paths.h"
@@ -9,7 +11,7 @@
 #include "core/RunState.h"
 #include "engine/Validator.h"
 #include "report/Reports.h"
-#include "rules/PendingRoutines.h"
+#include "rules/ImageChecks.h"
 #include "rules/RuleRegistry.h"
 #include "text/Encoding.h"
 
@@ -17,6 +19,14 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSet>
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <dirent.h>
+#include <optional>
+#include <set>
+#include <sys/stat.h>
+#include <utility>
 #include <vector>
 
 using modMoveFiles::WithTrailingSlash;
@@ -25,25 +35,86 @@ namespace {
 
 struct FolderEntries {
     QStringList files;
-    QStringList folders;
+    QStringList folders; // links to folders among them
+    // Entries that cannot be read or named, each said in full: the folder
+    // itself or an entry of either kind, files, folders.
+    QStringList problems;
+    QStringList fileProblems;
+    QStringList folderProblems;
+    QStringList allProblems() const { return problems + fileProblems + folderProblems; }
 };
 
+QString systemReason()
+{
+    return QString::fromLocal8Bit(std::strerror(errno));
+}
+
+// A name that is no UTF-8 cannot be turned into the text every path of the
+// program is, nor a report be named after it; it is shown with its other
+// bytes written \xHH, so the operator can still find the file.
+QString escapedName(const QByteArray& bytes)
+{
+    QString shown;
+    for (const char byte : bytes) {
+        const auto code = static_cast<unsigned char>(byte);
+        if (code >= 0x20 && code < 0x7F && code != '\\')
+            shown += QLatin1Char(byte);
+        else
+            shown += QStringLiteral("\\x%1").arg(code, 2, 16, QLatin1Char('0'));
+    }
+    return shown;
+}
+
 // One listing per folder, by name, so that runs are reproducible. Hidden
-// entries (".gitkeep", editor back-ups) are nobody's input, and a link to a
-// folder is never walked into, so links cannot lead the walk in circles.
+// entries (".gitkeep", editor back-ups) are nobody's input. Links are looked
+// through: a link to a folder lists as a folder, to a file as a file. What
+// cannot be read or named is a problem, never left out in silence.
 FolderEntries listFolder(const QString& folder)
 {
     FolderEntries entries;
-    const QFileInfoList infos
-        = QDir(folder).entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
-    for (const QFileInfo& info : infos) {
-        if (info.isDir()) {
-            if (!info.isSymLink())
-                entries.folders.append(info.fileName());
-        } else if (info.isFile()) {
-            entries.files.append(info.fileName());
+    const QByteArray path = QFile::encodeName(folder);
+    DIR* handle = ::opendir(path.constData());
+    if (!handle) {
+        entries.problems << QStringLiteral("cannot read the folder %1: %2").arg(folder, systemReason());
+        return entries;
+    }
+    for (;;) {
+        errno = 0;
+        const dirent* entry = ::readdir(handle);
+        if (!entry) {
+            if (errno != 0)
+                entries.problems
+                    << QStringLiteral("cannot read the folder %1: %2").arg(folder, systemReason());
+            break;
+        }
+        const QByteArray bytes(entry->d_name);
+        if (bytes.startsWith('.'))
+            continue;
+        const QString name = QFile::decodeName(bytes);
+        const bool named = QFile::encodeName(name) == bytes;
+        struct stat target { };
+        if (::stat((path + bytes).constData(), &target) != 0) {
+            entries.problems << QStringLiteral("cannot read %1%2: %3")
+                                    .arg(folder, named ? name : escapedName(bytes), systemReason());
+        } else if (!named) {
+            (S_ISDIR(target.st_mode) ? entries.folderProblems : entries.fileProblems)
+                << QStringLiteral("cannot validate %1%2: its name is not valid UTF-8")
+                       .arg(folder, escapedName(bytes));
+        } else if (S_ISDIR(target.st_mode)) {
+            entries.folders << name;
+        } else if (S_ISREG(target.st_mode)) {
+            entries.files << name;
+        } else {
+            entries.fileProblems
+                << QStringLiteral("cannot validate %1%2: it is not a file").arg(folder, name);
         }
     }
+    ::closedir(handle);
+    // By code unit, as QDir::Name sorts: byte order for every name but the
+    // rarest. The problems are sorted too, so that every run tells them alike.
+    for (QStringList* list : { &entries.files, &entries.folders, &entries.problems, &entries.fileProblems,
+             &entries.folderProblems })
+        std::sort(list->begin(), list->end());
     return entries;
 }
 
@@ -66,23 +137,82 @@ void makeOutputFolders(const RunState& state, const QString& outputFolder)
         modMoveFiles::MakeFolder(outputFolder + state.config.CreateLogFolder + QLatin1Char('/'));
 }
 
+using FolderId = std::pair<dev_t, ino_t>;
+
+std::optional<FolderId> folderId(const QString& folder)
+{
+    struct stat info { };
+    if (::stat(QFile::encodeName(folder).constData(), &info) != 0)
+        return std::nullopt;
+    return FolderId { info.st_dev, info.st_ino };
+}
+
 struct WalkContext {
     RunState& state;
     QString root; // the input folder: the mirrored trees start below it
     QString reportFolder;
     QString outputFolder;
     BatchPlan& plan;
+    // Every folder entered, however it was reached: a link leads into a
+    // folder at most once, so no link leads the walk in circles.
+    std::set<FolderId> entered;
+    // The run's own folders, never walked: inside the input tree, the walk
+    // would validate its own reports and copies and mirror the trees it
+    // makes into themselves, one level deeper every run. Skipping them lets
+    // an installation keep its working folder beside its input folders (the
+    // sample does) while no run reads what a run wrote.
+    std::vector<std::pair<FolderId, QString>> ownFolders;
 };
+
+void findOwnFolders(WalkContext& walk)
+{
+    const Configuration& config = walk.state.config;
+    const std::pair<QString, const char*> folders[] = {
+        { config.WorkPath, "working" },
+        { config.OutputPath, "output" },
+        { config.TempPath, "temporary" },
+    };
+    for (const auto& [folder, role] : folders) {
+        if (const std::optional<FolderId> id = folderId(folder))
+            walk.ownFolders.emplace_back(*id, QString::fromLatin1(role));
+    }
+}
+
+// Whether the walk goes into the folder; a folder it does not enter is said.
+bool entersFolder(WalkContext& walk, const QString& folder)
+{
+    const std::optional<FolderId> id = folderId(folder);
+    if (!id) {
+        walk.plan.unreadable << QStringLiteral("cannot read the folder %1: %2").arg(folder, systemReason());
+        return false;
+    }
+    for (const auto& [own, role] : walk.ownFolders) {
+        if (own == *id) {
+            walk.plan.notWalked
+                << QStringLiteral("not walked into %1: it is the %2 folder of this run").arg(folder, role);
+            return false;
+        }
+    }
+    if (!walk.entered.insert(*id).second) {
+        walk.plan.notWalked
+            << QStringLiteral("not walked into %1: a link to a folder already walked").arg(folder);
+        return false;
+    }
+    return true;
+}
 
 void walkFolder(WalkContext& walk, const QString& folder)
 {
     const FolderEntries entries = listFolder(folder);
+    walk.plan.unreadable << entries.allProblems();
     for (const QString& name : entries.files) {
         if (PassesFileMask(walk.state.config.InputFileMask, name))
             walk.plan.files.push_back({ folder + name, walk.reportFolder, walk.outputFolder });
     }
     for (const QString& name : entries.folders) {
         const QString subfolder = folder + name + QLatin1Char('/');
+        if (!entersFolder(walk, subfolder))
+            continue;
         const QString relative = subfolder.mid(walk.root.size());
         walk.reportFolder = walk.state.config.WorkPath + relative;
         modMoveFiles::MakeFolder(walk.reportFolder);
@@ -107,14 +237,36 @@ BatchPlan planBatch(RunState& state, const QString& inputFolder, const QStringLi
         return plan;
     }
     plan.walked = true;
+    WalkContext walk { state, inputFolder, {}, {}, plan, {}, {} };
+    findOwnFolders(walk);
     for (const QString& name : selected) {
-        WalkContext walk { state, inputFolder, config.WorkPath + name + QLatin1Char('/'),
-            config.OutputPath + name + QLatin1Char('/'), plan };
+        const QString folder = inputFolder + name + QLatin1Char('/');
+        if (!entersFolder(walk, folder))
+            continue;
+        walk.reportFolder = config.WorkPath + name + QLatin1Char('/');
+        walk.outputFolder = config.OutputPath + name + QLatin1Char('/');
         modMoveFiles::MakeFolder(walk.reportFolder);
         makeOutputFolders(state, walk.outputFolder);
-        walkFolder(walk, inputFolder + name + QLatin1Char('/'));
+        walkFolder(walk, folder);
     }
     return plan;
+}
+
+// Every folder the batch writes into, once, before any file of it is
+// validated; the batch's own inputs stay whatever they are called.
+void removeLeftoversOfKilledRuns(const RunState& state, const BatchPlan& plan)
+{
+    QSet<QString> inputs;
+    for (const PlannedFile& file : plan.files)
+        inputs.insert(QFileInfo(file.path).absoluteFilePath());
+    QSet<QString> done;
+    for (const PlannedFile& file : plan.files) {
+        const QString folders = file.reportFolder + QLatin1Char('\n') + file.outputFolder;
+        if (done.contains(folders))
+            continue;
+        done.insert(folders);
+        RemoveLeftoversOfKilledRuns(state, file.reportFolder, file.outputFolder, inputs);
+    }
 }
 
 } // namespace
@@ -130,10 +282,17 @@ QString NoSelectionText(const Configuration& config)
                               : QStringLiteral("No folder(s) selected !");
 }
 
+BatchListing ListBatchFolder(const Configuration& config, const QString& folder)
+{
+    const FolderEntries entries = listFolder(WithTrailingSlash(folder));
+    if (ListsFiles(config))
+        return { entries.files, entries.problems + entries.fileProblems };
+    return { entries.folders, entries.problems + entries.folderProblems };
+}
+
 QStringList BatchListEntries(const Configuration& config, const QString& folder)
 {
-    FolderEntries entries = listFolder(WithTrailingSlash(folder));
-    return ListsFiles(config) ? entries.files : entries.folders;
+    return ListBatchFolder(config, folder).entries;
 }
 
 bool PassesFileMask(const QString& fileMask, const QString& fileName)
@@ -144,6 +303,42 @@ bool PassesFileMask(const QString& fileMask, const QString& fileName)
     const QString wanted = QLatin1Char('|') + fileName.mid(dot + 1) + QLatin1Char('|');
     return fileMask.contains(wanted, Qt::CaseInsensitive);
 }
+
+namespace {
+
+// Every file of the plan is refused before anything is written when the run
+// would write over it or remove it (the program logs open first of all).
+void refuseInputsTheRunWrites(RunState& state, const BatchPlan& plan)
+{
+    for (const PlannedFile& file : plan.files) {
+        state.inputPath = file.path;
+        state.reportFolder = file.reportFolder;
+        state.outputFolder = file.outputFolder;
+        RefuseInputTheRunWrites(state);
+    }
+    state.reportFolder = state.config.WorkPath;
+}
+
+// What the batch could not take in, and the folders it chose not to enter:
+// a line each on standard error and in the program log.
+void tellWhatWasLeftOut(RunState& state, const BatchPlan& plan)
+{
+    for (const QString& line : plan.unreadable + plan.notWalked) {
+        state.ui.diagnostic(line);
+        WriteProgramLogLine(state, line);
+    }
+}
+
+// A PROCESS refused before it ran: the outputs of the one before (the
+// window runs one after another) must not pass for this one's.
+int refuseBatch(RunState& state)
+{
+    state.findingSinks.runStarted(state.taskCode, state.report.now());
+    state.findingSinks.runEnded(state.report.now(), false);
+    return ExitStatus::Refused;
+}
+
+} // namespace
 
 int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observer)
 {
@@ -157,38 +352,82 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     state.taskCode = request.taskCode.trimmed();
     if (request.selected.isEmpty()) {
         state.ui.messageBox(NoSelectionText(config), kProgramTitle, MessageIcon::Warning);
-        return ExitStatus::Refused;
+        return refuseBatch(state);
     }
+    // Typed into a box or given on the command line, a folder may not be
+    // there: a batch without its reports or copies must not pass for done.
+    bool usable = modMoveFiles::CheckWriteAccess(state, config.WorkPath);
+    usable = modMoveFiles::CheckWriteAccess(state, config.OutputPath) && usable;
+    if (!usable || !ClaimTempFolder(state))
+        return refuseBatch(state);
 
     state.batchMode = true;
     // The exit status is the batch's own: the window runs one batch after another.
     state.report.runErrorEntries = 0;
     state.checkFailures = 0;
+    state.report.failedFiles = 0;
+    state.report.runFailures.clear();
+    ShardFindings shardFindings(state, request.shard);
     observer.batchStarted();
     state.findingSinks.runStarted(state.taskCode, state.report.now());
-    OpenProgramLogs(state);
     const QString inputFolder = WithTrailingSlash(request.inputFolder);
     state.parentFolderPart = batchParentFolderPart(inputFolder);
     SelectTaskTableSet(state, state.taskCode);
     StartImageCrossCheck(state);
 
+    const bool sharded = !request.shard.whole();
+    const int jobs = request.jobs > 0 ? request.jobs : DefaultBatchJobs();
+    int batchFiles = 0;
+    BatchPlan plan;
     try {
-        const BatchPlan plan = planBatch(state, inputFolder, request.selected);
-        ValidatePlannedFiles(state, plan, request.jobs > 0 ? request.jobs : DefaultBatchJobs(), observer);
+        plan = planBatch(state, inputFolder, request.selected);
+        batchFiles = int(plan.files.size());
+        plan.unreadable = request.unlisted + plan.unreadable;
+        refuseInputsTheRunWrites(state, plan);
+        removeLeftoversOfKilledRuns(state, plan);
+        OpenProgramLogs(state);
+        tellWhatWasLeftOut(state, plan);
+        if (sharded)
+            plan = StartShard(state, std::move(plan), request.shard, jobs);
+        ValidatePlannedFiles(state, plan, jobs, observer);
     } catch (const RunAborted&) {
         CloseProgramLogs(state);
         state.findingSinks.runEnded(state.report.now(), false);
+        ReleaseTempFolder(state);
         observer.batchFinished();
         throw;
     }
-    ReportImagesWithoutCallout(state);
+    // The image cross-check needs every file of the batch: a shard leaves it
+    // to the merge.
+    if (!sharded)
+        ReportImagesWithoutCallout(state);
     CloseProgramLogs(state);
+    ReleaseTempFolder(state);
     // Before the final box: the outputs are there when the operator reads it.
     state.findingSinks.runEnded(state.report.now(), true);
-    state.ui.messageBox(QStringLiteral("Finish Processing! Please view the log file/s in ") + config.WorkPath,
-        QStringLiteral("Complete Process"), MessageIcon::Information);
+    // Files the batch could not take in were not validated: it is no complete run.
+    const int refusedIfIncomplete = plan.unreadable.isEmpty() ? -1 : int(ExitStatus::Refused);
+    if (sharded) {
+        observer.batchFinished();
+        const int status = FinishShard(state, request, batchFiles, shardFindings.run());
+        return refusedIfIncomplete < 0 ? status : refusedIfIncomplete;
+    }
+    QString finished = QStringLiteral("Finish Processing! Please view the log file/s in ") + config.WorkPath;
+    // A batch with failed files must not end on the words of one that checked everything.
+    if (state.report.failedFiles > 0)
+        finished
+            += QStringLiteral("\r\n%1 file(s) failed: their check did not finish or their outputs "
+                              "could not be written (see their reports and the messages before this one).")
+                   .arg(state.report.failedFiles);
+    if (!plan.unreadable.isEmpty())
+        finished += QStringLiteral("\r\n%1 entr(ies) could not be read and were not validated "
+                                   "(see the messages before this one and the program log).")
+                        .arg(plan.unreadable.size());
+    const bool incomplete = state.report.failedFiles > 0 || !plan.unreadable.isEmpty();
+    state.ui.messageBox(finished, QStringLiteral("Complete Process"),
+        incomplete ? MessageIcon::Warning : MessageIcon::Information);
     observer.batchFinished();
-    return ExitStatusOf(state);
+    return refusedIfIncomplete < 0 ? ExitStatusOf(state) : refusedIfIncomplete;
 }
 
 AllocatedFolder NextAllocatedFolder(const Configuration& config, const QString& currentFolder)
@@ -221,10 +460,14 @@ int RunBatchCommand(RunState& state, const BatchCommand& command, BatchObserver&
             command.folder + QStringLiteral(" not found!"), kProgramTitle, MessageIcon::Critical);
         return ExitStatus::Refused;
     }
-    const QStringList listed = BatchListEntries(config, command.folder);
+    const BatchListing listing = ListBatchFolder(config, command.folder);
+    const QStringList& listed = listing.entries;
     QStringList selected;
+    QStringList unlisted;
     if (command.entries.isEmpty()) {
         selected = listed;
+        // The whole list was asked for: what it could not show is missing from it.
+        unlisted = listing.problems;
     } else {
         const QSet<QString> known(listed.cbegin(), listed.cend());
         QSet<QString> taken;
@@ -251,6 +494,9 @@ int RunBatchCommand(RunState& state, const BatchCommand& command, BatchObserver&
     request.workPath = command.workPath.value_or(config.SavedWorkPath);
     request.outputPath = command.outputPath.value_or(config.SavedOutputPath);
     request.jobs = command.jobs;
+    request.unlisted = unlisted;
+    request.shard = command.shard;
+    request.outputs = command.outputs;
     return RunBatch(state, request, observer);
 }
 

@@ -1,11 +1,21 @@
 #pragma once
 
+#include "report/FindingOutputs.h"
+
 #include <QString>
 #include <QStringList>
 #include <optional>
 
 struct Configuration;
 struct RunState;
+
+// Which slice of the batch's files a run validates: the index-th (from 1) of
+// count contiguous slices, in batch order. A count of 0 is the whole batch.
+struct ShardSpec {
+    int index = 0;
+    int count = 0;
+    bool whole() const { return count == 0; }
+};
 
 // What the batch window (or its command-line counterpart) hands to PROCESS.
 struct BatchRequest {
@@ -15,6 +25,12 @@ struct BatchRequest {
     QString workPath; // the working-path box: where the reports go
     QString outputPath; // the output-path box
     int jobs = 0; // files validated side by side; 0: one per core
+    // Entries of the folder that the list could not show (unreadable, a name
+    // that is no UTF-8) although the selection was meant to hold them: the
+    // batch names them and fails.
+    QStringList unlisted;
+    ShardSpec shard;
+    FindingOutputPaths outputs; // the outputs beside the reports, which a shard names in its record
 };
 
 // Told about the run as it goes, so a window or a terminal can show it.
@@ -35,8 +51,14 @@ public:
 bool ListsFiles(const Configuration& config);
 QString NoSelectionText(const Configuration& config);
 
-// The entries the folder list shows for the input type: ordinary files or
-// subfolders, by name.
+// The entries the folder list shows for the input type: files or
+// subfolders (links looked through), by name; and, each in a line of its
+// own, the entries of that type it cannot show.
+struct BatchListing {
+    QStringList entries;
+    QStringList problems;
+};
+BatchListing ListBatchFolder(const Configuration& config, const QString& folder);
 QStringList BatchListEntries(const Configuration& config, const QString& folder);
 
 // The file mask test of a walked file: a name without "." always passes.
@@ -64,6 +86,8 @@ struct BatchCommand {
     std::optional<QString> workPath; // none: the configured working path
     std::optional<QString> outputPath; // none: the configured output path
     int jobs = 0; // --jobs; 0: one per core
+    ShardSpec shard; // --shard K/N
+    FindingOutputPaths outputs; // --json, --sarif, --html
 };
 int RunBatchCommand(RunState& state, const BatchCommand& command, BatchObserver& observer);
 

@@ -1,15 +1,25 @@
 #include "app/CheckConfig.h"
 
+#include "app/BatchRun.h"
 #include "app/SingleFileRun.h"
 #include "config/ConfigurationFile.h"
 #include "config/RoutineDeclTable.h"
 #include "config/TableReading.h"
 #include "config/TableSetFields.h"
 #include "core/RunState.h"
+#include "rules/ContentComparison.h"
+#include "rules/CrossReferences.h"
+#include "rules/FileNameCheck.h"
+#include "rules/ImageChecks.h"
+#include "rules/Pairs.h"
 #include "rules/RuleRegistry.h"
+#include "text/InputLoading.h"
+#include "text/xmlClass.h"
 
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QSet>
+#include <algorithm>
 
 namespace {
 
@@ -70,6 +80,19 @@ void loadSet(RunState& state, TableSet& set)
         if (!name.isEmpty() && QFileInfo(name).isFile())
             entry.load(state, set);
     }
+}
+
+// The routines the active set's declaration table names, upper-cased.
+QSet<QString> declaredRoutines(const TableSet& active)
+{
+    QSet<QString> declared;
+    if (const auto* table = active.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl)) {
+        for (const RoutineDeclRow& row : table->rows) {
+            for (const RoutineCall& call : row.routines)
+                declared.insert(call.upperName);
+        }
+    }
+    return declared;
 }
 
 // The tables a run with this active set reads: its routine declaration table,
@@ -142,6 +165,23 @@ void checkUnused(RunState& state, const QList<RunSetup>& setups, const QSet<QStr
     }
 }
 
+// Settings that leave the image and file-name checks of a run checking
+// nothing, or something else than they look like.
+// A task that takes its settings from the default set is not told again
+// what the default set was told.
+void checkRuleSettings(const RunState& state, const RunSetup& setup, QSet<QString>& told, TableLint& lint)
+{
+    const TableSet& active = state.config.ActiveTableSet;
+    QStringList found = ImageSetupProblems(active, declaredRoutines(active)) + FileNameSetupProblems(active);
+    found.removeIf([&](const QString& problem) { return told.contains(problem); });
+    if (setup.taskCode.isEmpty())
+        told.unite(QSet<QString>(found.cbegin(), found.cend()));
+    const QString prefix
+        = setup.taskCode.isEmpty() ? QString() : QStringLiteral("task %1: ").arg(setup.taskCode);
+    for (const QString& problem : found)
+        lint.note(state.config.ApplicationPath + QStringLiteral("Quorvane.INI"), 0, prefix + problem);
+}
+
 void checkJobFile(const RunState& state, TableLint& lint)
 {
     const QString& jobFile = state.config.KlmxIniFile;
@@ -150,9 +190,191 @@ void checkJobFile(const RunState& state, TableLint& lint)
             QStringLiteral("KLMXINIFILE names %1, which does not exist").arg(jobFile));
 }
 
+// The element names an input writes as start tags and as empty tags,
+// upper-cased as the row stack compares them.
+struct TagUse {
+    QSet<QString> started;
+    QSet<QString> empty;
+};
+
+// Reads the tags line by line as the driver's scanner does, so a start tag
+// broken over two lines is no start tag here either.
+bool readTagUse(RunState& state, const QString& path, TagUse& use)
+{
+    QString text;
+    try {
+        text = LoadInputText(state.ui, path, state.config.Utf8Input);
+    } catch (const InputUnreadable&) {
+        return false;
+    }
+    xmlClass xml(state.toolkit);
+    for (const QString& line : text.split(QLatin1String("\r\n"))) {
+        std::int32_t counter = 0;
+        while (counter != -1) {
+            ++counter;
+            const QString tag = xml.RetrieveTags(line, counter);
+            if (counter == -1 || tag.isEmpty() || tag.contains(QLatin1String("<!"))
+                || tag.contains(QLatin1String("<?")))
+                continue;
+            const TagKind kind = xml.GetTagType(tag);
+            if (kind == TagKind::Start)
+                use.started.insert(xml.GetTagName(tag).toUpper());
+            else if (kind == TagKind::Empty)
+                use.empty.insert(xml.GetTagName(tag).toUpper());
+        }
+    }
+    return true;
+}
+
+// The files the batch window would offer below INPUTPATH, by path, the
+// first kCheckedSampleFiles of them.
+QStringList sampleInputs(const Configuration& config)
+{
+    QStringList files;
+    if (config.InputPath.isEmpty())
+        return files;
+    QDirIterator walk(config.InputPath, QDir::Files, QDirIterator::Subdirectories);
+    while (walk.hasNext()) {
+        walk.next();
+        if (PassesFileMask(config.InputFileMask, walk.fileName()))
+            files.append(walk.filePath());
+    }
+    std::sort(files.begin(), files.end());
+    return files.mid(0, kCheckedSampleFiles);
+}
+
+// The file line of the first row declared for the element: rows do not keep
+// their lines, and blank lines are not rows.
+qsizetype rowLine(RunState& state, const QString& path, const QString& upperTag)
+{
+    QStringList lines;
+    if (!TableReading::ReadLines(state, path, lines))
+        return 0;
+    const xmlClass xml(state.toolkit);
+    for (qsizetype i = 1; i < lines.size(); ++i) {
+        const QString field = lines[i].section(QLatin1Char('|'), 0, 0).trimmed();
+        if (!field.isEmpty() && xml.GetTagName(field).toUpper() == upperTag)
+            return i + 1;
+    }
+    return 0;
+}
+
+// An empty tag of a declared element pops the enclosing element's row and
+// pushes none: the element's own routines never run for it.
+void checkEmptyOnlyElements(
+    RunState& state, const QList<RunSetup>& setups, const TagUse& use, const QString& inputs, TableLint& lint)
+{
+    for (const RunSetup& setup : setups) {
+        if (!setup.asked)
+            continue;
+        SelectTaskTableSet(state, setup.taskCode);
+        const TableSet& active = state.config.ActiveTableSet;
+        const auto* table = active.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
+        if (!table)
+            continue;
+        QSet<QString> told;
+        for (const RoutineDeclRow& row : table->rows) {
+            const QString upper = row.tag.toUpper();
+            if (row.routines.isEmpty() || told.contains(upper) || !use.empty.contains(upper)
+                || use.started.contains(upper))
+                continue;
+            told.insert(upper);
+            const QString& path = active.file(SupportFile::RoutineDeclTbl);
+            lint.note(path, rowLine(state, path, upper),
+                QStringLiteral("the routines declared on %1 never run: %2 holds it only as an empty tag "
+                               "<%1/>, which ends the enclosing element's routines instead of starting its "
+                               "own; declare them on the enclosing element")
+                    .arg(row.tag, inputs));
+        }
+    }
+}
+
+// The elements whose start tags the rows of a routine's table act on.
+struct RoutineReach {
+    QString routine;
+    QStringList elements;
+};
+
+template <class Table, class Names>
+void addReach(
+    QList<RoutineReach>& reach, const TableSet& set, SupportFile file, const char* routine, Names&& names)
+{
+    if (const auto* table = set.loaded<Table>(file)) {
+        QStringList elements;
+        for (const auto& row : table->rows)
+            elements += names(row);
+        elements.removeDuplicates();
+        reach.append({ QString::fromLatin1(routine), elements });
+    }
+}
+
+QList<RoutineReach> reachOf(const TableSet& set)
+{
+    QList<RoutineReach> reach;
+    using enum SupportFile;
+    addReach<CitationTable>(reach, set, CitationValTbl, "CITATIONVALIDITY",
+        [](const CitationRow& row) { return QStringList { row.tag.name }; });
+    addReach<CountRefTable>(reach, set, CountRefCheck, "CHECKCOUNTREFVALIDITY", [](const CountRefRow& row) {
+        return QStringList { ElementNameOf(row.referringField), ElementNameOf(row.targetField) };
+    });
+    addReach<PairTable>(reach, set, CheckPairTbl, "CHECKPAIRVALIDITY",
+        [](const PairRow& row) { return QStringList { row.tag.name }; });
+    addReach<PairContentTable>(reach, set, CheckPairContTbl, "CHECKPAIRCONTVALIDITY",
+        [](const PairContentRow& row) { return QStringList { row.tag.name }; });
+    addReach<CompContTable>(reach, set, CompContTbl, "COMPCONT", [](const CompContRow& row) {
+        return QStringList { row.first.name, row.second.name };
+    });
+    addReach<PcDataTable>(reach, set, PCPDataCompare, "PCPDATACOMPARE",
+        [](const PcDataRow& row) { return QStringList { row.tag.name }; });
+    return reach;
+}
+
+bool lists(const RoutineDeclRow& row, const QString& routine)
+{
+    return std::any_of(row.routines.begin(), row.routines.end(),
+        [&](const RoutineCall& call) { return call.upperName == routine; });
+}
+
+// At the start tag of an element that has rows of its own, only the last of
+// them runs (after the first "N/A" row): a routine whose table names the
+// element but that neither row lists never sees it. Elements without rows run
+// an enclosing element's row, which only an input can tell.
+void checkRoutineReach(RunState& state, const QList<RunSetup>& setups, TableLint& lint)
+{
+    for (const RunSetup& setup : setups) {
+        if (!setup.asked)
+            continue;
+        SelectTaskTableSet(state, setup.taskCode);
+        const TableSet& active = state.config.ActiveTableSet;
+        const auto* table = active.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
+        if (!table)
+            continue;
+        const QString& path = active.file(SupportFile::RoutineDeclTbl);
+        for (const RoutineReach& reach : reachOf(active)) {
+            const bool everywhere = table->firstNotApplicableRow >= 0
+                && lists(table->rows[table->firstNotApplicableRow], reach.routine);
+            const bool declared = std::any_of(table->rows.begin(), table->rows.end(),
+                [&](const RoutineDeclRow& row) { return lists(row, reach.routine); });
+            if (everywhere || !declared)
+                continue;
+            for (const QString& element : reach.elements) {
+                const auto rows = table->rowsByUpperTag.constFind(element.toUpper());
+                if (rows == table->rowsByUpperTag.constEnd()
+                    || lists(table->rows[rows->last()], reach.routine))
+                    continue;
+                lint.note(path, rowLine(state, path, element.toUpper()),
+                    QStringLiteral(
+                        "%1 never runs for %2: its table names %2, but the row declared for %2 does "
+                        "not list it; list it there or on an N/A row")
+                        .arg(reach.routine, element));
+            }
+        }
+    }
+}
+
 } // namespace
 
-ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode)
+ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode, const QString& inputPath)
 {
     ConfigCheckResult result;
     // A check must neither wait for a night's batch nor clear the folder
@@ -186,13 +408,31 @@ ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode)
         loadSet(state, *setup.ownSet);
     }
     QSet<QString> used;
+    QSet<QString> told;
     for (const RunSetup& setup : setups) {
         SelectTaskTableSet(state, setup.taskCode);
         markUsed(config.ActiveTableSet, used);
+        if (setup.asked)
+            checkRuleSettings(state, setup, told, problems);
     }
     state.tableLint = &problems;
     checkUnused(state, setups, used, problems);
     state.tableLint = nullptr;
+
+    const QStringList inputs = inputPath.isEmpty() ? sampleInputs(config) : QStringList { inputPath };
+    TagUse use;
+    for (const QString& input : inputs) {
+        if (!QFileInfo(input).isFile() || !readTagUse(state, input, use)) {
+            result.exitStatus = 2;
+            result.refusal = QStringLiteral("cannot read the input %1").arg(input);
+            return result;
+        }
+    }
+    const QString described = inputPath.isEmpty()
+        ? QStringLiteral("the input (%1 file(s) below %2)").arg(inputs.size()).arg(config.InputPath)
+        : inputPath;
+    checkEmptyOnlyElements(state, setups, use, described, problems);
+    checkRoutineReach(state, setups, problems);
 
     result.problems = problems.problems;
     result.exitStatus = result.problems.isEmpty() ? 0 : 1;

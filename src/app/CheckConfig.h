@@ -10,10 +10,18 @@ struct RunState;
 struct ConfigCheckResult {
     int exitStatus = 0; // 0 nothing found, 1 problems found, 2 configuration unreadable
     QStringList problems;
+    QString refusal; // with status 2: why, when the configuration itself was read
 };
 
 // Reads Quorvane.INI and loads every support table of the default set and of
 // each task (or of the one task given) with the loaders telling what they
-// drop, then looks for tables that no run would read. Changes nothing on
-// disk but the working folder that reading the configuration makes.
-ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode);
+// drop, then looks for tables that no run would read. Last it reads the
+// input given (none: the first files below the configured INPUTPATH) for
+// elements with routines declared that it only ever writes as empty tags:
+// only a start tag starts an element's routines. Changes nothing on disk but
+// the working folder that reading the configuration makes.
+ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode, const QString& inputPath = {});
+
+// How many files below INPUTPATH the check reads when no input is given: a
+// production INPUTPATH may hold a whole archive.
+inline constexpr int kCheckedSampleFiles = 100;

@@ -22,6 +22,12 @@ struct CommandLineOptions {
     QString sarifPath; // --sarif FILE
     QString htmlPath; // --html FILE
     bool checkConfig = false; // --check-config: lint the installation, validate nothing
+    QString checkInput; // --input FILE with --check-config: the input whose empty tags to weigh
+    QString viewPath; // --view DIR|FILE.json: show a run's findings, validate nothing
+
+    // Where the spelling engine's answers are kept from run to run.
+    std::optional<QString> cacheDir; // --cache-dir DIR; default: DefaultSpellingCacheFolder()
+    bool noCache = false; // --no-cache: ask the engine afresh and keep nothing
 
     // The headless batch: --batch FOLDER, the remaining arguments its ENTRYs;
     // --task fills its task-code box.
@@ -30,10 +36,22 @@ struct CommandLineOptions {
     std::optional<QString> outputPath; // --output: the output-path box
     int jobs = 0; // --jobs N: files validated side by side; 0: one per core
     QStringList entries;
+    // --shard K/N: only the K-th of N slices of the batch's files; 0/0 the whole batch.
+    int shardIndex = 0;
+    int shardCount = 0;
+
+    // --merge OUT SHARD...: join what the shards of one batch wrote.
+    bool merge = false;
+    QStringList mergeFolders; // OUT first, then the shards' folders
 };
 
 CommandLineOptions ParseCommandLineOptions(const QStringList& arguments);
 QString CommandLineHelpText();
+
+// Where Quorvane.INI is looked for without --app-dir: the executable's own
+// folder, but /etc/quorvane/ for the packaged executable in /usr/bin, a
+// folder that holds no configuration. With a trailing "/".
+QString DefaultApplicationFolder(const QString& executableFolder);
 
 // The input path and task code taken from the command-line string: the first
 // "|" splits, both parts trimmed. A string without "|" is the path alone.

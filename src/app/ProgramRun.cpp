@@ -4,12 +4,16 @@
 #include "app/SingleFileRun.h"
 #include "core/MoveFiles.h"
 #include "core/OperatorInterface.h"
+#include "core/Paths.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 #include "report/FindingOutputs.h"
 #include "spelling/DeferredSpellingEngine.h"
+#include "spelling/SpellingAnswerStore.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
+#include <QSaveFile>
 #include <cstdio>
 #include <exception>
 
@@ -24,19 +28,66 @@ int withOutputs(int status, const FindingOutputs& outputs, OperatorInterface& ui
     return outputs.failures().isEmpty() ? status : int(ExitStatus::Refused);
 }
 
+// An output that cannot be written is refused before the run, not found
+// missing after a night's batch whose files were passed on as checked. The
+// probe is the very kind of write the run ends with, a file made beside the
+// output and dropped again.
+bool outputsWritable(const FindingOutputPaths& paths, OperatorInterface& ui)
+{
+    bool writable = true;
+    for (const QString& path : { paths.json, paths.sarif, paths.html }) {
+        if (path.isEmpty())
+            continue;
+        const QString folder = QFileInfo(path).absolutePath();
+        QString why;
+        if (!QFileInfo(folder).isDir()) {
+            why = QStringLiteral("the folder %1 does not exist").arg(folder);
+        } else if (QFileInfo(path).isDir()) {
+            why = QStringLiteral("it is a folder");
+        } else {
+            QSaveFile probe(path);
+            if (!probe.open(QIODevice::WriteOnly))
+                why = probe.errorString();
+            probe.cancelWriting();
+        }
+        if (!why.isEmpty()) {
+            ui.diagnostic(QStringLiteral("cannot write %1: %2").arg(path, why));
+            writable = false;
+        }
+    }
+    return writable;
+}
+
+// The one input of a single-file run named as an output: writing the output
+// would destroy it, and so would removing the output of an earlier run.
+bool inputIsAnOutput(const QString& input, const FindingOutputPaths& paths, OperatorInterface& ui)
+{
+    for (const QString& path : { paths.json, paths.sarif, paths.html }) {
+        if (!path.isEmpty() && !input.isEmpty() && IsSameFile(input, path)) {
+            ui.messageBox(input
+                    + QStringLiteral(" is also named as an output of this run.\r\n"
+                                     "Choose another file for the output."),
+                kProgramTitle, MessageIcon::Critical);
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 QString ApplicationFolder(const CommandLineOptions& options)
 {
-    return modMoveFiles::WithTrailingSlash(
-        options.appDir.isEmpty() ? QCoreApplication::applicationDirPath() : options.appDir);
+    return options.appDir.isEmpty() ? DefaultApplicationFolder(QCoreApplication::applicationDirPath())
+                                    : modMoveFiles::WithTrailingSlash(options.appDir);
 }
 
 void PrintRunSummary(const RunState& state)
 {
-    std::printf("%s: %d error(s), %d warning(s)\nReports: %s %s\n", qPrintable(state.inputFileName),
-        state.report.errorCount, state.report.warningCount, qPrintable(state.report.errorReportPath),
-        qPrintable(state.report.warningReportPath));
+    std::printf("%s: %d error(s), %d warning(s)%s\nReports: %s %s\n", qPrintable(state.inputFileName),
+        state.report.errorCount, state.report.warningCount,
+        state.report.fileFailed() ? ", failed: the check did not finish or an output was not written" : "",
+        qPrintable(state.report.errorReportPath), qPrintable(state.report.warningReportPath));
     std::fflush(stdout);
 }
 
@@ -49,17 +100,29 @@ int RunProgram(const CommandLineOptions& options, OperatorInterface& ui,
         RunState& state;
         ~LeaveDictionaryToExit()
         {
-            if (auto* engine = dynamic_cast<DeferredSpellingEngine*>(state.spelling.engine.get()))
-                engine->leakAtExit();
+            SpellingEngine* engine = state.spelling.engine.get();
+            if (auto* caching = dynamic_cast<CachingSpellingEngine*>(engine))
+                engine = &caching->engine();
+            if (auto* deferred = dynamic_cast<DeferredSpellingEngine*>(engine))
+                deferred->leakAtExit();
         }
     } leaveDictionary { state };
     state.config.ApplicationPath = ApplicationFolder(options);
     state.pluginTimeoutSeconds = options.pluginTimeoutSeconds;
+    if (!options.noCache)
+        state.spelling.cacheFolder = options.cacheDir.value_or(DefaultSpellingCacheFolder());
     const FindingOutputPaths outputPaths { options.jsonPath, options.sarifPath, options.htmlPath };
     FindingOutputs outputs(kProgramTitle, QStringLiteral(QUORVANE_VERSION), outputPaths);
     if (outputPaths.any())
         state.findingSinks.subscribe(outputs);
 
+    // Whatever ends this run, refused at start-up or failed half-way, no
+    // output of an earlier run is left to pass for this one's (an input named
+    // as an output aside: the refusal must not destroy it).
+    const QString input = SplitCommandLine(options.commandLine).inputPath;
+    outputs.removeFiles(input);
+    if (inputIsAnOutput(input, outputPaths, ui) || !outputsWritable(outputPaths, ui))
+        return ExitStatus::Refused;
     try {
         const RunMode mode = Main(state, options.commandLine);
         return withOutputs(runMode(state, mode), outputs, ui);

@@ -7,90 +7,174 @@
 #include "core/RunState.h"
 #include "engine/Validator.h"
 #include "report/Reports.h"
-#include "rules/PendingRoutines.h"
+#include "rules/ImageChecks.h"
 #include "rules/RuleRegistry.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QSet>
+#include <csignal>
+#include <unistd.h>
 
-void RunOutsideProgram(RunState& state, const QString& program, const QString& inputPath)
+QString RunOutsideProgram(RunState& state, const QString& program, const QString& inputPath)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedChannels);
+    // A group of its own, so that stopping the program also stops whatever it
+    // started: left running, those could still write the staged input, and
+    // they keep open the output a caller reads until they end.
+    process.setChildProcessModifier([] { ::setpgid(0, 0); });
     process.start(program, { inputPath });
-    // The run goes on whatever the program did, but a program that did not do
-    // its work must not pass unnoticed.
+    QString failure;
     if (!process.waitForStarted(-1)) {
-        state.ui.diagnostic(
-            QStringLiteral("outside program %1 could not start: %2").arg(program, process.errorString()));
-        return;
-    }
-    const int timeout = state.pluginTimeoutSeconds > 0 ? state.pluginTimeoutSeconds * 1000 : -1;
-    if (!process.waitForFinished(timeout)) {
-        process.kill();
+        failure
+            = QStringLiteral("outside program %1 could not start: %2").arg(program, process.errorString());
+    } else if (!process.waitForFinished(
+                   state.pluginTimeoutSeconds > 0 ? state.pluginTimeoutSeconds * 1000 : -1)) {
+        ::kill(-pid_t(process.processId()), SIGKILL);
         process.waitForFinished(-1);
-        state.ui.diagnostic(QStringLiteral("outside program %1 stopped after %2 s")
-                                .arg(program)
-                                .arg(state.pluginTimeoutSeconds));
-        return;
+        failure = QStringLiteral("outside program %1 stopped after %2 s")
+                      .arg(program)
+                      .arg(state.pluginTimeoutSeconds);
+    } else if (process.exitStatus() == QProcess::CrashExit) {
+        failure = QStringLiteral("outside program %1 crashed").arg(program);
+    } else if (process.exitCode() != 0) {
+        failure
+            = QStringLiteral("outside program %1 ended with status %2").arg(program).arg(process.exitCode());
     }
-    if (process.exitStatus() == QProcess::CrashExit)
-        state.ui.diagnostic(QStringLiteral("outside program %1 crashed").arg(program));
-    else if (process.exitCode() != 0)
-        state.ui.diagnostic(
-            QStringLiteral("outside program %1 ended with status %2").arg(program).arg(process.exitCode()));
+    if (!failure.isEmpty())
+        state.ui.diagnostic(failure);
+    return failure;
 }
 
-void StageInputInTempFolder(RunState& state)
+QString StageInputInTempFolder(RunState& state)
 {
     const QString staged = state.config.TempPath + state.inputFileName;
     if (state.inputPath.toUpper() == staged.toUpper())
-        return;
+        return {};
     QFile::remove(staged);
-    QFile::copy(state.inputPath, staged);
+    QFile source(state.inputPath);
+    if (!source.copy(staged))
+        return QStringLiteral("cannot copy %1 to %2: %3").arg(state.inputPath, staged, source.errorString());
     state.inputPath = staged;
+    return {};
 }
 
 int ExitStatusOf(const RunState& state)
 {
-    if (state.checkFailures > 0)
+    const ReportState& report = state.report;
+    if (state.checkFailures > 0 || report.failedFiles > 0 || !report.runFailures.isEmpty())
         return ExitStatus::Refused;
-    return state.report.runErrorEntries > 0 ? ExitStatus::ErrorsFound : ExitStatus::Clean;
+    return report.runErrorEntries > 0 ? ExitStatus::ErrorsFound : ExitStatus::Clean;
 }
 
+// What a before-program leaves is only worth validating when it did its
+// work: a program that failed may have left its copy cut short or untouched.
+// The file fails instead, with no validation and nothing passed on.
 void RunBeforePrograms(RunState& state)
 {
     const TableSet& active = state.config.ActiveTableSet;
     if (active.InputPlugins.isEmpty())
         return;
-    StageInputInTempFolder(state);
-    for (const QString& program : active.InputPlugins)
-        RunOutsideProgram(state, program, state.inputPath);
+    if (const QString failure = StageInputInTempFolder(state); !failure.isEmpty()) {
+        state.ui.diagnostic(failure);
+        state.report.checkNotFinished.append(failure + QStringLiteral("; the file was not validated"));
+        return;
+    }
+    for (const QString& program : active.InputPlugins) {
+        const QString failure = RunOutsideProgram(state, program, state.inputPath);
+        if (!failure.isEmpty()) {
+            state.report.checkNotFinished.append(failure + QStringLiteral("; the file was not validated"));
+            return;
+        }
+    }
 }
 
+// A file that failed is not handed on to the after-programs, which take it
+// as checked; an after-program that fails fails the run.
 void RunAfterPrograms(RunState& state)
 {
-    for (const QString& program : state.config.ActiveTableSet.OutputPlugins)
-        RunOutsideProgram(state, program, state.inputPath);
+    if (state.report.fileFailed())
+        return;
+    for (const QString& program : state.config.ActiveTableSet.OutputPlugins) {
+        const QString failure = RunOutsideProgram(state, program, state.inputPath);
+        if (!failure.isEmpty())
+            state.report.runFailures.append(failure);
+    }
 }
 
-// An input named like one of its own reports, in the working folder, would be
-// emptied by the report before it is read.
-void RefuseInputThatIsItsOwnReport(RunState& state)
+void ValidateOneFile(RunState& state, bool reportsFirst)
 {
-    const QString name = InputFileNameOf(state.inputPath);
-    const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
-    const QString base = state.reportFolder + (dot < 0 ? name : name.left(dot));
+    if (reportsFirst) {
+        OpenReports(state);
+        RunBeforePrograms(state);
+    } else {
+        RunBeforePrograms(state);
+        OpenReports(state);
+    }
+    if (!state.report.fileFailed())
+        ValidateFile(state, Rules());
+}
+
+void RemoveLeftoversOfKilledRuns(const RunState& state, const QString& reportFolder,
+    const QString& outputFolder, const QSet<QString>& keep)
+{
+    QStringList folders { reportFolder, QFileInfo(outputFolder + QLatin1Char('x')).absolutePath() };
+    if (!state.config.CreateLogFolder.isEmpty())
+        folders.append(outputFolder + state.config.CreateLogFolder + QLatin1Char('/'));
+    for (const QString& folder : folders)
+        RemoveLeftoverPartFiles(folder, keep);
+}
+
+namespace {
+
+[[noreturn]] void refuseInput(RunState& state, const QString& text)
+{
+    state.ui.messageBox(text, kProgramTitle, MessageIcon::Critical);
+    throw RunAborted(ExitStatus::Refused, "input is a file the run writes");
+}
+
+// Whether the path lies in the run's temporary folder, which goes when the run ends.
+bool insideRunTempFolder(const RunState& state, const QString& path)
+{
+    const QString& temp = state.config.TempPath;
+    if (!temp.endsWith(QLatin1String("Quorvane_Temp/")))
+        return false;
+    const QString folder = QFileInfo(temp).canonicalFilePath();
+    return !folder.isEmpty() && QFileInfo(path).canonicalFilePath().startsWith(folder + QLatin1Char('/'));
+}
+
+} // namespace
+
+// The run would empty, overwrite or remove such an input before or while it
+// is read, and nobody would get it back.
+void RefuseInputTheRunWrites(RunState& state)
+{
+    const QStringList written = FilesTheRunWrites(state);
     // A missing input matches nothing: the reading of the input reports it.
-    for (const QString& report : { base + QStringLiteral(".ERR"), base + QStringLiteral(".WRN") }) {
-        if (!IsSameFile(state.inputPath, report))
+    for (qsizetype i = 0; i < written.size(); ++i) {
+        if (!IsSameFile(state.inputPath, written[i]))
             continue;
-        state.ui.messageBox(state.inputPath
-                + QStringLiteral(" is where its own report would be written.\r\n"
-                                 "Move it out of the working folder."),
-            kProgramTitle, MessageIcon::Critical);
-        throw RunAborted(ExitStatus::Refused, "input is its own report");
+        // The first four are the file's own reports, finished and in the making.
+        if (i < 4)
+            refuseInput(state,
+                state.inputPath
+                    + QStringLiteral(" is where its own report would be written.\r\n"
+                                     "Move it out of the working folder."));
+        refuseInput(state,
+            state.inputPath + QStringLiteral(" would be overwritten or removed by this run as ") + written[i]
+                + QStringLiteral(".\r\nMove it out of the working and output folders."));
+    }
+    if (insideRunTempFolder(state, state.inputPath)) {
+        const QString temp = state.config.TempPath;
+        // Left as it is: removing the folder at the end would take the input with it.
+        state.config.TempPath.chop(QLatin1String("Quorvane_Temp/").size());
+        refuseInput(state,
+            state.inputPath
+                + QStringLiteral(" lies in the temporary folder, which this run removes when it ends.\r\n"
+                                 "Move it out of ")
+                + temp + QLatin1Char('.'));
     }
 }
 
@@ -109,10 +193,12 @@ int ValidateSingleFile(RunState& state)
 {
     state.findingSinks.runStarted(state.taskCode, state.report.now());
     SelectTaskTableSet(state, state.taskCode);
-    RefuseInputThatIsItsOwnReport(state);
-    RunBeforePrograms(state);
-    OpenReports(state);
-    ValidateFile(state, Rules());
+    StartImageCrossCheck(state);
+    RefuseInputTheRunWrites(state);
+    RemoveLeftoversOfKilledRuns(
+        state, state.reportFolder, state.outputFolder, { QFileInfo(state.inputPath).absoluteFilePath() });
+    state.report.startFile();
+    ValidateOneFile(state, false);
     CloseReports(state);
     RunAfterPrograms(state);
 
@@ -123,6 +209,15 @@ int ValidateSingleFile(RunState& state)
     state.findingSinks.runEnded(state.report.now(), true);
     RemoveRunTempFolder(state);
     return ExitStatusOf(state);
+}
+
+void ReleaseTempFolder(RunState& state)
+{
+    RemoveRunTempFolder(state);
+    const QString suffix = QStringLiteral("Quorvane_Temp/");
+    if (state.config.TempPath.endsWith(suffix))
+        state.config.TempPath.chop(suffix.size());
+    state.tempFolderLock.reset();
 }
 
 void RemoveRunTempFolder(RunState& state)

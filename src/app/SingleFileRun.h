@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -13,29 +14,47 @@ int RunSingleFile(RunState& state);
 int ValidateSingleFile(RunState& state);
 
 // Starts a program with the input path as its one argument and waits for it,
-// without a time limit unless --plugin-timeout gave one. A program that cannot
-// start, crashes, ends with a status other than 0 or is stopped is named in a
-// diagnostic line; the run goes on.
-void RunOutsideProgram(RunState& state, const QString& program, const QString& inputPath);
+// without a time limit unless --plugin-timeout gave one; at the limit the
+// program is stopped with everything it started. A program that cannot
+// start, crashes, ends with a status other than 0 or is stopped is named in
+// a diagnostic line; that text is returned (empty when the program did its
+// work).
+QString RunOutsideProgram(RunState& state, const QString& program, const QString& inputPath);
 
 // Copies the input into the temporary folder (unless it already lies there)
 // and makes the copy the input path, so before-programs never touch the
-// original.
-void StageInputInTempFolder(RunState& state);
+// original. Returns why the copy could not be made, empty when it was.
+QString StageInputInTempFolder(RunState& state);
 
-// Refuses (RunAborted) an input that lies where one of its own reports would
-// be written: the report would empty it before it is read.
-void RefuseInputThatIsItsOwnReport(RunState& state);
+// Refuses (RunAborted) an input that is a file the run writes or removes:
+// one of its own reports, the editor file, a program log, one of its copies
+// in the output folder, anything in the temporary folder.
+void RefuseInputTheRunWrites(RunState& state);
 
 // The outside programs around the validation of one file, as both runs use
 // them: with before-programs the input is staged first, and every program
-// gets the input path as its argument.
+// gets the input path as its argument. A before-program that fails fails the
+// file (report.checkNotFinished): it is not validated. A failed file is not
+// handed to the after-programs; an after-program that fails fails the run.
 void RunBeforePrograms(RunState& state);
 void RunAfterPrograms(RunState& state);
+
+// Opens the reports, runs the before-programs (in the order the run asks
+// for) and validates the file unless a before-program failed.
+void ValidateOneFile(RunState& state, bool reportsFirst);
+
+// Removes the ".part" files a killed run left where this file's reports and
+// copies go; `keep` holds the run's inputs, which are never removed.
+void RemoveLeftoversOfKilledRuns(const RunState& state, const QString& reportFolder,
+    const QString& outputFolder, const QSet<QString>& keep);
 
 // Removes the working folder that start-up made (TempPath + "Quorvane_Temp/"),
 // whichever way the run ends; nothing when start-up did not get that far.
 void RemoveRunTempFolder(RunState& state);
+
+// Removes that folder and lets other runs have TempPath again (a batch of
+// the window, which claims it per batch).
+void ReleaseTempFolder(RunState& state);
 
 // The exit status for what the run has written so far.
 int ExitStatusOf(const RunState& state);

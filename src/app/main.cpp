@@ -1,4 +1,5 @@
 #include "app/BatchRun.h"
+#include "app/BatchShard.h"
 #include "app/CheckConfig.h"
 #include "app/CommandLine.h"
 #include "app/HeadlessOperator.h"
@@ -11,8 +12,10 @@
 #include "report/FindingOutputs.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <dlfcn.h>
@@ -123,6 +126,8 @@ int runHeadlessBatch(RunState& state, const CommandLineOptions& options, Headles
     command.workPath = options.workPath;
     command.outputPath = options.outputPath;
     command.jobs = options.jobs;
+    command.shard = { options.shardIndex, options.shardCount };
+    command.outputs = { options.jsonPath, options.sarifPath, options.htmlPath };
     TerminalBatchProgress progress(ui);
     try {
         const int status = RunBatchCommand(state, command, progress);
@@ -158,11 +163,13 @@ int runCheckConfig(int argc, char** argv, const CommandLineOptions& options)
     RunState state(ui);
     state.config.ApplicationPath = ApplicationFolder(options);
     try {
-        const ConfigCheckResult result = CheckConfiguration(state, options.task);
+        const ConfigCheckResult result = CheckConfiguration(state, options.task, options.checkInput);
         for (const QString& problem : result.problems)
             std::printf("%s\n", qPrintable(problem));
         std::fflush(stdout);
-        if (result.exitStatus == 2)
+        if (result.exitStatus == 2 && !result.refusal.isEmpty())
+            std::fprintf(stderr, "quorvane: %s\n", qPrintable(result.refusal));
+        else if (result.exitStatus == 2)
             std::fputs("quorvane: the configuration cannot be read\n", stderr);
         else if (result.problems.isEmpty())
             std::fputs("quorvane: no problems found\n", stderr);
@@ -175,31 +182,17 @@ int runCheckConfig(int argc, char** argv, const CommandLineOptions& options)
     }
 }
 
-// An output whose folder is missing is refused before the run, not found
-// missing after a night's batch.
-bool outputFoldersExist(const FindingOutputPaths& paths)
-{
-    bool exist = true;
-    for (const QString& path : { paths.json, paths.sarif, paths.html }) {
-        if (path.isEmpty())
-            continue;
-        const QString folder = QFileInfo(path).absolutePath();
-        if (!QFileInfo(folder).isDir()) {
-            std::fprintf(stderr, "quorvane: cannot write %s: the folder %s does not exist\n",
-                qPrintable(path), qPrintable(folder));
-            exist = false;
-        }
-    }
-    return exist;
-}
-
-// The windows module beside the executable: the one built with it, whatever
-// the library search path holds; /proc/self/exe also sees through a symbolic
-// link to the executable.
+// The windows module built with the executable, whatever the library search
+// path holds: beside it in the build tree, in the package's own library
+// folder when installed (/usr/bin and /usr/lib/ARCH/quorvane). /proc/self/exe also
+// sees through a symbolic link to the executable.
 QString windowsModulePath()
 {
-    const QString executable = QFile::symLinkTarget(QStringLiteral("/proc/self/exe"));
-    return QFileInfo(executable).absolutePath() + QStringLiteral("/" QUORVANE_WINDOWS_MODULE);
+    const QString folder = QFileInfo(QFile::symLinkTarget(QStringLiteral("/proc/self/exe"))).absolutePath();
+    const QString beside = folder + QStringLiteral("/" QUORVANE_WINDOWS_MODULE);
+    const QString installed = QDir::cleanPath(
+        folder + QStringLiteral("/" QUORVANE_INSTALLED_MODULE_DIR "/" QUORVANE_WINDOWS_MODULE));
+    return QFileInfo::exists(beside) || !QFileInfo::exists(installed) ? beside : installed;
 }
 
 // Without its windows module the program still validates: the run falls back
@@ -235,6 +228,9 @@ int main(int argc, char** argv)
     // page fault per 4 KB to get them again, a tenth of a 10 MB run. Keeping
     // 64 MB at the top of the heap ends that.
     mallopt(M_TOP_PAD, 64 << 20);
+    // A file grown past the size limit (ulimit -f) is a write that fails, to
+    // be told and to fail the file, not a signal that ends the process.
+    std::signal(SIGXFSZ, SIG_IGN);
     QStringList arguments;
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
@@ -256,18 +252,29 @@ int main(int argc, char** argv)
     qInstallMessageHandler(quietQtMessages);
     if (options.checkConfig)
         return runCheckConfig(argc, argv, options);
-    const FindingOutputPaths outputPaths { options.jsonPath, options.sarifPath, options.htmlPath };
-    if (!outputFoldersExist(outputPaths))
-        return ExitStatus::Refused;
+    if (options.merge) {
+        // The merge reads no configuration: everything it needs is in the shards' folders.
+        QCoreApplication application(argc, argv);
+        HeadlessOperator ui;
+        return MergeShards(ui, options.mergeFolders.first(), options.mergeFolders.mid(1));
+    }
     // The command-line batch serves scripts and cron: it never opens a window.
     bool headless = options.headless || options.batchFolder || !displayAvailable();
     if (!headless && !displayOpens()) {
         std::fputs("quorvane: the display cannot be opened; running headless\n", stderr);
         headless = true;
     }
+    // The viewer is a window and nothing else: it has no headless half to fall back on.
+    const bool viewing = !options.viewPath.isEmpty();
+    if (viewing && headless) {
+        std::fputs("quorvane: --view shows a window, and there is no display to show it on\n", stderr);
+        return ExitStatus::Refused;
+    }
     if (!headless) {
         if (const RunWindowsFunction runWindows = loadWindows())
             return runWindows(&argc, argv, &options);
+        if (viewing)
+            return ExitStatus::Refused;
     }
 
     // A headless process ends with its run, so freed memory need not go

@@ -10,8 +10,10 @@
 #include "rules/RuleRegistry.h"
 #include "spelling/DeferredSpellingEngine.h"
 #include "spelling/HunspellEngine.h"
+#include "spelling/SpellingAnswerStore.h"
 
 #include <QFileInfo>
+#include <cstdio>
 
 namespace {
 
@@ -35,13 +37,50 @@ std::unique_ptr<SpellingEngine> startEngine(
     return engine;
 }
 
-void StartSpellingEngine(RunState& state)
+// The engine is built on first use, in the middle of a run; a lexicon it
+// could not load would only show as words it does not know. So the files
+// are looked at here, and one that cannot be loaded refuses the run as a
+// missing table does.
+void refuseUnloadableLexicon(RunState& state)
 {
     const Configuration& config = state.config;
-    state.spelling.engine = std::make_unique<DeferredSpellingEngine>(
-        [main = config.MainLexPath, user = config.UserLexPath, files = config.MainLexFiles] {
-            return startEngine(main, user, files);
-        });
+    const auto problems = LexiconProblems(config.MainLexPath, config.UserLexPath, config.MainLexFiles);
+    if (problems.empty())
+        return;
+    for (const LexiconProblem& problem : problems) {
+        state.ui.messageBox(QStringLiteral("Error while reading ") + problem.path
+                + QStringLiteral("!  -- Error: ") + problem.reason,
+            kProgramTitle, MessageIcon::Critical);
+    }
+    refuse();
+}
+
+// Every engine it makes answers alike.
+std::function<std::unique_ptr<SpellingEngine>()> engineFactory(const Configuration& config)
+{
+    return [main = config.MainLexPath, user = config.UserLexPath, files = config.MainLexFiles] {
+        return startEngine(main, user, files);
+    };
+}
+
+// The engine sits below the run's answer store. With answers kept from an
+// earlier run the dictionary is loaded only when a question finds none: a
+// batch run again often asks nothing new.
+void StartSpellingEngine(RunState& state)
+{
+    refuseUnloadableLexicon(state);
+    const Configuration& config = state.config;
+    SpellingState& spelling = state.spelling;
+    spelling.makeEngine = engineFactory(config);
+    auto store = spelling.cacheFolder.isEmpty()
+        ? std::make_shared<SpellingAnswerStore>()
+        : std::make_shared<SpellingAnswerStore>(spelling.cacheFolder,
+            LexiconIdentity(config.MainLexPath, config.UserLexPath, config.MainLexFiles),
+            [](const QString& line) { std::fprintf(stderr, "%s\n", qPrintable(line)); });
+    const auto start = store->loadedCount() > 0 ? DeferredSpellingEngine::Start::OnFirstQuestion
+                                                : DeferredSpellingEngine::Start::Now;
+    spelling.engine = std::make_unique<CachingSpellingEngine>(
+        std::move(store), std::make_unique<DeferredSpellingEngine>(spelling.makeEngine, start));
 }
 
 // The run ends here without a box; a shell user still learns which folder and why.
@@ -81,7 +120,10 @@ void FillSingleFileRun(RunState& state, const QString& commandLine)
 
 RunMode Main(RunState& state, const QString& commandLine)
 {
-    if (!ReadConfigurationFile(state))
+    // A batch takes the temporary folder per batch, not for the life of its
+    // window: an idle window must not keep every other run waiting.
+    const bool batch = commandLine.trimmed().isEmpty();
+    if (!ReadConfigurationFile(state, batch ? TempFolderUse::Leave : TempFolderUse::Claim))
         refuse();
     StartSpellingEngine(state);
     if (!LoadAllSupportTables(state, SupportTableLoaders()))

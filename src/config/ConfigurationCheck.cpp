@@ -117,6 +117,15 @@ bool CheckConfiguredPaths(RunState& state, bool claimTemp)
     config.SavedOutputPath = config.OutputPath;
     if (!claimTemp)
         return usable;
+    return ClaimTempFolder(state) && usable;
+}
+
+bool ClaimTempFolder(RunState& state)
+{
+    Configuration& config = state.config;
+    const QString suffix = QStringLiteral("Quorvane_Temp/");
+    if (state.tempFolderLock && config.TempPath.endsWith(suffix))
+        return true;
     // Runs that share a temporary folder take turns: one run's clean-up would
     // otherwise delete the input another run has staged there.
     state.tempFolderLock
@@ -126,12 +135,13 @@ bool CheckConfiguredPaths(RunState& state, bool claimTemp)
         state.ui.diagnostic(QStringLiteral("waiting for another run that uses %1").arg(config.TempPath));
         state.tempFolderLock->lock();
     }
-    config.TempPath += QStringLiteral("Quorvane_Temp/");
-    if (!modMoveFiles::MakeFolder(config.TempPath)) {
+    if (!modMoveFiles::MakeFolder(config.TempPath + suffix)) {
         // Only possible when something else already holds that name.
-        state.ui.messageBox(
-            config.TempPath + QStringLiteral(" could not be created."), kProgramTitle, MessageIcon::Critical);
+        state.ui.messageBox(config.TempPath + suffix + QStringLiteral(" could not be created."),
+            kProgramTitle, MessageIcon::Critical);
+        state.tempFolderLock.reset();
         return false;
     }
-    return usable;
+    config.TempPath += suffix;
+    return true;
 }

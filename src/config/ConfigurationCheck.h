@@ -13,3 +13,10 @@ QString MissingConfigurationFields(const Configuration& config);
 // message for each problem, and, when `claimTemp`, waits for its turn at
 // TempPath and makes the working subfolder there.
 bool CheckConfiguredPaths(RunState& state, bool claimTemp = true);
+
+// Waits for this run's turn at TempPath (another run may hold it) and makes
+// its working subfolder there, which TempPath then names. A batch window
+// claims it per batch, so that a window left open blocks nobody. Nothing to
+// do when the run holds it already; false (the operator told) when the
+// subfolder cannot be made.
+bool ClaimTempFolder(RunState& state);

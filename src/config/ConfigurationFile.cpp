@@ -67,8 +67,8 @@ void enterSection(ReaderState& reader, Section section)
     }
 }
 
-// IMAGEFOLDER and ERRORLOGCOLOR are accepted and left unread: no part of the
-// program uses an image folder or colours an error log.
+// ERRORLOGCOLOR is accepted and left unread: no part of the program colours
+// an error log.
 void readIoPathKey(Configuration& config, const QString& key, const QString& value)
 {
     static const std::pair<QLatin1StringView, QString Configuration::*> folders[] = {
@@ -95,6 +95,8 @@ void readIoPathKey(Configuration& config, const QString& key, const QString& val
     }
     if (key == QLatin1String("XYCOORDINATES") && value.toLower() == QLatin1String("yes"))
         config.XYCoordinates = true;
+    if (key == QLatin1String("IMAGEFOLDER"))
+        config.ImageFolder = value.isEmpty() ? value : modMoveFiles::WithTrailingSlash(value);
     if (key == QLatin1String("INPUTFILEMASK") && !value.isEmpty())
         config.InputFileMask = QLatin1Char('|') + value + QLatin1Char('|');
     if (key == QLatin1String("UTF8INPUT") && value.toLower() == QLatin1String("true"))

@@ -19,6 +19,7 @@ struct Configuration {
     QString EditorProgram;
     QString KlmxIniFile;
     bool XYCoordinates = false;
+    QString ImageFolder; // ends with "/" when given; the image checks read it
     QString InputFileMask; // stored as "|" + value + "|"
     bool Utf8Input = false;
     QString MainLexPath;

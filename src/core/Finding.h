@@ -2,6 +2,7 @@
 
 #include <QDateTime>
 #include <QString>
+#include <QStringList>
 #include <cstdint>
 #include <vector>
 
@@ -21,7 +22,8 @@ struct Finding {
 
 // Anything that wants the findings of a run besides the fixed reports.
 // The events of one run come in this order: onRunStarted; per input file
-// onFileStarted, the file's findings, onFileEnded; then onRunEnded. A sink
+// onFileStarted, the file's findings, onFileFailed when it failed,
+// onFileEnded; then onRunEnded. A sink
 // receives a file's findings together, between that file's own start and
 // end: whoever validates files side by side hands each file's findings on as
 // one block, so a sink never has to sort them out. A finding outside any file
@@ -32,6 +34,10 @@ public:
     virtual void onRunStarted(const QString& taskCode, const QDateTime& startTime) { }
     virtual void onFileStarted(const QString& inputPath) { }
     virtual void onFinding(const Finding& finding) = 0;
+    // Before onFileEnded of a file whose check did not finish or whose
+    // outputs could not be written: why, one reason each. Its findings are
+    // no account of the whole file.
+    virtual void onFileFailed(const QStringList& reasons) { }
     virtual void onFileEnded() { }
     // completed is false when the run ended on a failure: what it found so
     // far is no account of the inputs.
@@ -59,6 +65,11 @@ public:
     {
         for (FindingSink* sink : sinks_)
             sink->onFileStarted(inputPath);
+    }
+    void fileFailed(const QStringList& reasons) const
+    {
+        for (FindingSink* sink : sinks_)
+            sink->onFileFailed(reasons);
     }
     void fileEnded() const
     {

@@ -2,6 +2,7 @@
 
 #include "core/RunState.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -100,7 +101,10 @@ bool CheckWriteAccess(RunState& state, QString& folder)
         return false;
     }
     folder = WithTrailingSlash(folder);
-    if (!writeAndReadProbe(folder + QStringLiteral("quillph16.txt"))) {
+    // One probe name per process: runs that start together on one installation
+    // would otherwise create, read and remove each other's probe.
+    const QString probe = QStringLiteral("quillph16.%1.txt").arg(QCoreApplication::applicationPid());
+    if (!writeAndReadProbe(folder + probe)) {
         // A folder that refuses writes stops the run as surely as a missing one.
         showMessage(state, QStringLiteral("No Write Access in ") + folder, MessageIcon::Critical);
         return false;

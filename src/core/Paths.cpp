@@ -29,3 +29,26 @@ bool IsSameFile(const QString& a, const QString& b)
         && ::stat(QFile::encodeName(b).constData(), &second) == 0 && first.st_dev == second.st_dev
         && first.st_ino == second.st_ino;
 }
+
+namespace {
+
+FileIdentity identityOf(const struct stat& info)
+{
+    return { static_cast<unsigned long long>(info.st_dev), static_cast<unsigned long long>(info.st_ino),
+        static_cast<long long>(info.st_size),
+        static_cast<long long>(info.st_mtim.tv_sec) * 1'000'000'000 + info.st_mtim.tv_nsec };
+}
+
+} // namespace
+
+FileIdentity FileIdentityOf(const QString& path)
+{
+    struct stat info { };
+    return ::stat(QFile::encodeName(path).constData(), &info) == 0 ? identityOf(info) : FileIdentity {};
+}
+
+FileIdentity FileIdentityOf(int descriptor)
+{
+    struct stat info { };
+    return ::fstat(descriptor, &info) == 0 ? identityOf(info) : FileIdentity {};
+}

@@ -1,10 +1,14 @@
 #pragma once
 
+#include "core/CheckedFile.h"
+#include "core/Paths.h"
+
 #include <QDateTime>
 #include <QFile>
 #include <QList>
 #include <QSet>
 #include <QString>
+#include <QStringList>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -29,10 +33,34 @@ struct ReportState {
     QString columnEntryText;
     QList<WarningRecord> warningList; // one record per warning, in entry order
 
-    std::unique_ptr<QFile> errorReport;
-    std::unique_ptr<QFile> warningReport;
-    std::unique_ptr<QFile> programLog;
-    std::unique_ptr<QFile> errorViewLog;
+    std::unique_ptr<CheckedFile> errorReport;
+    std::unique_ptr<CheckedFile> warningReport;
+    std::unique_ptr<CheckedFile> programLog;
+    std::unique_ptr<CheckedFile> errorViewLog;
+
+    // Why this file's check did not finish ("ROUTINE: reason", an input
+    // plug-in that failed): the reports say so, one line each before the
+    // totals. Cleared by the runner at the start of every file.
+    QStringList checkNotFinished;
+    // What of this file's own outputs could not be written or put in place
+    // ("cannot write PATH: reason"), and the paths concerned.
+    QStringList writeFailures;
+    QSet<QString> unwrittenPaths;
+    // The input as it was when it was read for validation: what is passed on
+    // to the output folder must still be that file.
+    FileIdentity inputIdentity;
+    bool fileFailed() const { return !checkNotFinished.isEmpty() || !writeFailures.isEmpty(); }
+    void startFile()
+    {
+        checkNotFinished.clear();
+        writeFailures.clear();
+        unwrittenPaths.clear();
+        inputIdentity = {};
+    }
+    // Failures of the run outside any file's check (program logs that could
+    // not be written, after-programs that failed): they fail the run.
+    QStringList runFailures;
+    int failedFiles = 0; // files of the run that failed
 
     // Batch editor files already started in this batch: each is emptied once,
     // at its first file, and then collects the rest of the batch.
@@ -40,7 +68,7 @@ struct ReportState {
     // The batch editor file written last, kept open while the files of its
     // report folder follow one another.
     QString openEditorPath;
-    std::unique_ptr<QFile> openEditorFile;
+    std::unique_ptr<CheckedFile> openEditorFile;
 
     // When the batch file's validation started and ended, for the program log.
     QDateTime fileStarted;

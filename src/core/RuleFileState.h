@@ -28,6 +28,15 @@ public:
         states_.emplace_back(make, make());
         return *states_.back().second;
     }
+    // The state that maker made in this file; null while none was.
+    RuleFileState* find(MakeRuleFileState make) const
+    {
+        for (const auto& [maker, state] : states_) {
+            if (maker == make)
+                return state.get();
+        }
+        return nullptr;
+    }
     void clear() { states_.clear(); }
 
 private:

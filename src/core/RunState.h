@@ -2,6 +2,7 @@
 
 #include "core/Configuration.h"
 #include "core/Finding.h"
+#include "core/ImageCallouts.h"
 #include "core/OperatorInterface.h"
 #include "core/ReportState.h"
 #include "core/RuleFileState.h"
@@ -79,6 +80,7 @@ struct RunState {
     RuleFileState* ownFileState = nullptr;
 
     SpellingState spelling; // the engine lives for the whole process
+    ImageCallouts imageCallouts; // per run: cleared when a run starts, read after its last file
 
     ReportState report;
     // Checks of this run that ended early on a failure. A run with any cannot

@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 // The spelling engine as the word checks use it: the lexicon settings handed
@@ -40,5 +41,11 @@ struct SpellingState {
     // Null until start-up starts it. Files validated side by side share it,
     // one question at a time.
     std::unique_ptr<SpellingEngine> engine;
+    // Makes another engine that answers as this one does, for a thread that
+    // should not wait for the others; empty when there is no such maker.
+    std::function<std::unique_ptr<SpellingEngine>()> makeEngine;
+    // Where start-up keeps the engine's answers from run to run; empty keeps
+    // them for the run only.
+    QString cacheFolder;
     QHash<QString, SpellingAnswer> answers; // per text asked; the lexicon never changes during a run
 };

@@ -53,10 +53,13 @@ struct RuleEntry {
 };
 
 // What the driver runs: the per-element routines in the order names are
-// compared, and the whole-file checks in the order they run.
+// compared, the whole-file checks in the order they run, and the checks that
+// judge, after a file's last line, what routines gathered while it was
+// scanned (a reference whose target may come later in the file).
 struct RuleBook {
     QList<RuleEntry> routines;
     QList<RuleEntry> wholeFileChecks;
+    QList<RuleEntry> fileEndChecks = {};
 };
 
 // Whether the rule runs with these settings: always, unless its switch says not.

@@ -27,9 +27,13 @@ struct CompiledPattern {
 
 namespace {
 
-// Give up on a search after this many internal steps: a runaway pattern then
-// fails within about a second instead of hanging the run, while a greedy
-// "((\S|\s)*)" over several megabytes of content stays well inside it.
+// Give up on one attempt (the search from one start position) after this
+// many internal steps: a runaway attempt then fails well within a second
+// instead of hanging the run, while a greedy "((\S|\s)*)" over several
+// megabytes of content stays well inside it. PCRE2 counts the steps afresh
+// at every start position, so this alone does not bound a search that
+// backtracks a little less than this from each of many positions; the time
+// budget below does.
 constexpr std::uint32_t kMatchLimit = 100'000'000;
 constexpr std::uint32_t kHeapLimitKiB = 1024 * 1024; // only the interpreter (no JIT) uses the heap
 constexpr PCRE2_SIZE kJitStackStart = 64u << 20;
@@ -137,6 +141,18 @@ public:
         return out_;
     }
 
+    // Whether a ")" closes no group of its own: wrapped in a group, the
+    // pattern would then compile with another meaning.
+    bool closesUnopenedGroup() const { return closesUnopened_; }
+    // Whether the pattern has no choice to make: no quantifier, alternative
+    // or back-reference. Each attempt then walks the pattern once.
+    bool straight() const { return straight_; }
+    // Whether the pattern's top level is a choice between alternatives.
+    bool topLevelAlternative() const { return topLevelAlternative_; }
+    // Where in the translated pattern the first top-level item with a
+    // choice in it begins; -1 when there is none.
+    qsizetype firstChoiceItem() const { return calloutAt_; }
+
     static int countGroups(QStringView pattern)
     {
         int count = 0;
@@ -187,6 +203,10 @@ private:
 
     void translateNext()
     {
+        // A new item of the pattern's top level begins here, unless this
+        // closes a group or repeats or divides what came before.
+        if (openGroups_ == 0 && QStringView(u")|*+?{").indexOf(in_[pos_]) < 0)
+            itemStart_ = out_.size();
         const QChar c = in_[pos_++];
         switch (c.unicode()) {
         case u'\\':
@@ -199,7 +219,18 @@ private:
             translateGroupOpening();
             break;
         case u')':
+            if (openGroups_ == 0)
+                closesUnopened_ = true;
+            else
+                --openGroups_;
+            out_ += c;
+            break;
         case u'|':
+            if (openGroups_ == 0)
+                topLevelAlternative_ = true;
+            noteChoice();
+            out_ += c;
+            break;
         case u'^':
         case u'$':
             out_ += c;
@@ -214,12 +245,25 @@ private:
             finishQuantifier();
             break;
         case u'{':
-            if (!translateBraceQuantifier())
+            if (!translateBraceQuantifier()) {
+                if (openGroups_ == 0)
+                    itemStart_ = out_.size(); // a literal brace is an item of its own
                 emitLiteral(c.unicode());
+            }
             break;
         default:
             emitLiteral(c.unicode());
         }
+    }
+
+    // A quantifier, an alternative or a back-reference: an attempt may try
+    // more than one way from here, so the top-level item that holds it is
+    // where a check of the time budget goes.
+    void noteChoice()
+    {
+        straight_ = false;
+        if (calloutAt_ < 0)
+            calloutAt_ = itemStart_;
     }
 
     void emitLiteral(char32_t value)
@@ -240,6 +284,7 @@ private:
 
     void finishQuantifier()
     {
+        noteChoice();
         if (peek() == u'?' && has(0))
             out_ += in_[pos_++];
         if (peek() == u'+' && has(0))
@@ -272,6 +317,7 @@ private:
 
     void translateGroupOpening()
     {
+        ++openGroups_; // every opening below that does not fail is a group
         if (peek() != u'?' || !has(0)) {
             out_ += u'(';
             return;
@@ -338,6 +384,7 @@ private:
         }
         if (number > groupCount_)
             return false;
+        noteChoice();
         out_ += QStringLiteral("(?:\\g{%1})").arg(number);
         pos_ = end;
         return true;
@@ -467,21 +514,70 @@ private:
     int groupCount_;
     qsizetype pos_ = 0;
     QString out_;
+    int openGroups_ = 0;
+    bool closesUnopened_ = false;
+    bool straight_ = true;
+    bool topLevelAlternative_ = false;
+    qsizetype itemStart_ = 0;
+    qsizetype calloutAt_ = -1;
 };
 
 // --- Compiled-pattern cache and match resources --------------------------------
 
+pcre2_code* compileTranslated(
+    const QString& translated, std::uint32_t options, int& errorCode, PCRE2_SIZE& errorOffset)
+{
+    return pcre2_compile(reinterpret_cast<PCRE2_SPTR>(translated.utf16()), translated.size(), options,
+        &errorCode, &errorOffset, nullptr);
+}
+
+// Every attempt of a search (the match from one start position) that gets
+// as far as the pattern's first choice passes a callout that checks the
+// search's time budget, so the budget holds whether the search ever matches
+// or not. Neither limit of PCRE2 does this: the match limit counts afresh at
+// every start position, and a repeat of one character class ("[^<]*")
+// counts nothing while it reads megabytes, so many attempts each under the
+// limit can run for hours. An attempt in between callouts is bounded by the
+// match limit and the text's length. A callout costs about a hundred
+// instructions, so attempts that fail in the straight items before the
+// first choice (most of them) never reach it, and a straight pattern goes
+// without: an attempt walks it once, and a search of up to kStraightLength
+// units costs far less than the budget's one second per million code units.
+constexpr qsizetype kStraightLength = 256;
+
 std::shared_ptr<const CompiledPattern> compilePattern(const QString& pattern, bool ignoreCase)
 {
-    const QString translated = Translator(pattern, ignoreCase).run();
+    Translator translator(pattern, ignoreCase);
+    const QString translated = translator.run();
+    const std::uint32_t options = kBaseOptions | (ignoreCase ? kCaselessOptions : 0);
     int errorCode = 0;
     PCRE2_SIZE errorOffset = 0;
-    const std::uint32_t options = kBaseOptions | (ignoreCase ? kCaselessOptions : 0);
-    pcre2_code* code = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(translated.utf16()), translated.size(),
-        options, &errorCode, &errorOffset, nullptr);
-    // The offset is PCRE2's, in the pattern as handed to it: where the
-    // translation changed the pattern, that text is named too.
+    pcre2_code* code = nullptr;
+    if (translator.straight() && translated.size() <= kStraightLength) {
+        code = compileTranslated(translated, options, errorCode, errorOffset);
+    } else if (translator.topLevelAlternative()) {
+        // Every alternative is an attempt of its own: the check goes in front of them all.
+        if (!translator.closesUnopenedGroup())
+            code = compileTranslated(
+                QStringLiteral("(?C)(?:") + translated + u')', options, errorCode, errorOffset);
+    } else {
+        // An attempt that fails in the straight items before the first
+        // choice costs no more than they are long, so the check goes after
+        // them: attempts that fail at once, the common kind, skip it.
+        const qsizetype at = std::max<qsizetype>(translator.firstChoiceItem(), 0);
+        code = compileTranslated(translated.first(at) + QStringLiteral("(?C)") + translated.sliced(at),
+            options, errorCode, errorOffset);
+    }
     if (!code) {
+        // The pattern as it stands tells what is wrong with it; the offset is
+        // PCRE2's, in the pattern as handed to it: where the translation
+        // changed the pattern, that text is named too.
+        if (pcre2_code* plain = compileTranslated(translated, options, errorCode, errorOffset)) {
+            // Only what must stand at the very start of a pattern, such as
+            // "(*UTF)", compiles alone but not after the callout.
+            pcre2_code_free(plain);
+            failPattern(pattern, QStringLiteral("\"(*\" at the start of a pattern is not supported"));
+        }
         const QString where = translated == pattern
             ? QStringLiteral(" at offset %1").arg(errorOffset)
             : QStringLiteral(" at offset %1 of \"%2\"").arg(errorOffset).arg(translated);
@@ -626,13 +722,30 @@ MatchDataPool& matchDataPool()
 }
 
 // The monotonic clock at its coarse resolution (a few milliseconds): plenty
-// for a budget of seconds, and far cheaper to read between the calls of a
-// search with many matches.
+// for a budget of seconds, and cheap enough to read at every attempt.
 qint64 coarseMilliseconds()
 {
     timespec now {};
     clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
     return qint64(now.tv_sec) * 1000 + now.tv_nsec / 1'000'000;
+}
+
+// The time one search may take, from its first attempt on.
+struct SearchBudget {
+    qint64 limitMs = 0;
+    qint64 startedMs = -1;
+};
+
+// The callout at the start of every attempt: ends the search once its budget is spent.
+int checkBudget(pcre2_callout_block*, void* data)
+{
+    auto& budget = *static_cast<SearchBudget*>(data);
+    const qint64 now = coarseMilliseconds();
+    if (budget.startedMs < 0)
+        budget.startedMs = now;
+    else if (now - budget.startedMs > budget.limitMs)
+        return PCRE2_ERROR_CALLOUT;
+    return 0;
 }
 
 // Expands one "$" token of a replacement at position i (which holds "$");
@@ -786,28 +899,24 @@ template <typename Visitor> void RegExp::forEachMatch(QStringView text, bool all
     static const char16_t empty[1] = {};
     const auto* subject = reinterpret_cast<PCRE2_SPTR>(text.utf16() ? text.utf16() : empty);
     PCRE2_SIZE start = 0;
-    // The match limit bounds one call; a search is many calls, each of which
-    // may stay just under it. The whole search gets a time budget that grows
-    // with the text, far above what any sound pattern needs. The clock is
-    // first read after the first match, so a search that finds nothing or
-    // stops at its first match never reads it.
-    const qint64 budgetMs = searchBudgetMs_ + text.size() / 1000; // + 1 s per million code units
-    qint64 startedMs = -1;
+    // The whole search, all its calls together, gets a time budget that grows
+    // with the text, far above what any sound pattern needs.
+    SearchBudget budget { searchBudgetMs_ + text.size() / 1000 }; // + 1 s per million code units
     while (start <= PCRE2_SIZE(text.size())) {
-        if (startedMs < 0) {
-            if (start > 0)
-                startedMs = coarseMilliseconds();
-        } else if (coarseMilliseconds() - startedMs > budgetMs) {
+        // A visitor's own search points the thread's context at its budget:
+        // every call points it back.
+        pcre2_set_callout(context, checkBudget, &budget);
+        const int rc = pcre2_match(pattern.code, subject, text.size(), start, 0, data.get(), context);
+        if (rc == PCRE2_ERROR_NOMATCH)
+            return;
+        if (rc == PCRE2_ERROR_CALLOUT) {
             const QString reason
                 = QStringLiteral("Regular expression \"%1\" failed: the search took longer than "
                                  "%2 ms")
                       .arg(pattern_)
-                      .arg(budgetMs);
+                      .arg(budget.limitMs);
             throw PatternError(reason.toStdString());
         }
-        const int rc = pcre2_match(pattern.code, subject, text.size(), start, 0, data.get(), context);
-        if (rc == PCRE2_ERROR_NOMATCH)
-            return;
         if (rc < 0) {
             const QString reason
                 = QStringLiteral("Regular expression \"%1\" failed: %2").arg(pattern_, pcreMessage(rc));

@@ -1,9 +1,20 @@
 #include "engine/RuleHelpers.h"
 
 #include "core/RunState.h"
+#include "report/ReportFormat.h"
 #include "report/Reports.h"
 
 #include <algorithm>
+
+QString ExpandPatternPlaceholders(const QString& pattern)
+{
+    QString expanded = pattern;
+    expanded.replace(QStringLiteral("[text]"), QStringLiteral("((\\S|\\s)*)"));
+    expanded.replace(QStringLiteral("[hrt]"), QStringLiteral("(\\r\\n)"));
+    expanded.replace(QStringLiteral("[space]"), QStringLiteral("( )"));
+    expanded.replace(QStringLiteral("[tab]"), QStringLiteral("(\\t)"));
+    return expanded;
+}
 
 QString DataContentAt(const ValidationContext& tag, std::int32_t start)
 {
@@ -11,7 +22,11 @@ QString DataContentAt(const ValidationContext& tag, std::int32_t start)
     const std::int32_t from = start != 0 ? start : tag.linePosition;
     // Positions before the first character read from the line's start rather than failing.
     const qsizetype index = std::max<qsizetype>(from, 1) - 1;
-    return index >= line.size() ? QString() : line.sliced(index);
+    // Only what a report entry can show is taken: a line of megabytes with a
+    // finding every few tags is not copied whole for each of them.
+    return index >= line.size()
+        ? QString()
+        : line.sliced(index, std::min(line.size() - index, ReportFormat::kDataSourceLength));
 }
 
 QString DataContentAt(const RunState& state, std::int32_t start)
@@ -47,9 +62,12 @@ void NoteCheckFailure(RunState& state, const std::exception& failure)
     ++state.checkFailures;
     const QString routine
         = state.currentRoutine.isEmpty() ? QStringLiteral("a check") : QString(state.currentRoutine);
-    state.ui.diagnostic(QStringLiteral("%1: %2 ended early: %3")
-                            .arg(state.inputFileName.isEmpty() ? state.inputPath : state.inputFileName,
-                                routine, QString::fromUtf8(failure.what())));
+    const QString reason = QString::fromUtf8(failure.what());
+    state.ui.diagnostic(
+        QStringLiteral("%1: %2 ended early: %3")
+            .arg(state.inputFileName.isEmpty() ? state.inputPath : state.inputFileName, routine, reason));
+    // The file's reports say it too, and the file counts as failed.
+    state.report.checkNotFinished.append(routine + QStringLiteral(": ") + reason);
 }
 
 QString EnclosingOpenTag(const RunState& state)
@@ -75,6 +93,7 @@ std::int32_t EnclosingOpenTagPosition(const QList<ValidationContext>& openTags)
 
 bool IsTagOpen(const RunState& state, const QString& tagName)
 {
-    return std::any_of(state.openTags.crbegin(), state.openTags.crend(),
-        [&](const ValidationContext& tag) { return tag.tagName == tagName; });
+    // The scanner counts the open tags of each name beside the list, so a
+    // deep or never-closed nesting is not walked for every tag.
+    return state.openTagNames.contains(tagName);
 }

@@ -15,8 +15,13 @@ struct ValidationContext;
 // Helpers that many validation routines share. They keep no state: they read
 // the current ValidationContext and the open-tag list of the run state.
 
+// Replaces the table placeholders "[text]", "[hrt]", "[space]" and "[tab]"
+// (exact case) by regular-expression fragments.
+QString ExpandPatternPlaceholders(const QString& pattern);
+
 // The tag's line from the one-based position start to its end; start 0 means
-// from the tag's "<".
+// from the tag's "<". The text stops after the characters a report entry can
+// show anything of (ReportFormat::kDataSourceLength).
 QString DataContentAt(const ValidationContext& tag, std::int32_t start);
 // The same for the current tag.
 QString DataContentAt(const RunState& state, std::int32_t start);
@@ -35,7 +40,8 @@ std::int32_t LineColumnAt(
 // A check that meets a failure (a pattern the engine rejects, a search past
 // the engine's limits) ends for this file and keeps what it wrote. The
 // failure is told, naming the file, the routine and the reason, and counted,
-// so that the run ends with status 2 instead of looking clean. Running out of
+// so that the run ends with status 2 instead of looking clean; the file's
+// reports say that its check did not finish, and it is not passed on. Running out of
 // memory is no check's failure: callers let std::bad_alloc through.
 void NoteCheckFailure(RunState& state, const std::exception& failure);
 

@@ -1,9 +1,11 @@
 #include "engine/Validator.h"
 
 #include "config/RoutineDeclTable.h"
+#include "core/Paths.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 #include "engine/RuleHelpers.h"
+#include "engine/TagWalk.h"
 #include "text/InputLoading.h"
 #include "text/xmlClass.h"
 
@@ -52,45 +54,6 @@ void followRowStack(RunState& state, const RoutineDeclTable& table)
     state.currentRow = state.rowStack.size() > 1 ? state.rowStack.last() : 0;
 }
 
-void updateOpenTags(RunState& state)
-{
-    if (state.context.tagType == TagKind::Start) {
-        state.openTags.append(state.context);
-        ++state.openTagNames[state.context.tagName];
-        return;
-    }
-    if (state.context.tagType != TagKind::End)
-        return;
-    const auto open = state.openTagNames.find(state.context.tagName);
-    if (open == state.openTagNames.end())
-        return;
-    for (qsizetype i = state.openTags.size() - 1; i >= 0; --i) {
-        if (state.openTags[i].tagName == state.context.tagName) {
-            state.openTags.removeAt(i);
-            if (--*open == 0)
-                state.openTagNames.erase(open);
-            return;
-        }
-    }
-}
-
-// Every field is written: the record may hold any older tag's values.
-void fillContext(RunState& state, QString&& tag, const QString& line, std::int32_t position,
-    std::int32_t lineStart, std::int32_t lineNumber)
-{
-    ValidationContext& context = state.context;
-    const xmlClass xml(state.toolkit);
-    context.tagName = xml.GetTagName(tag);
-    context.tagType = xml.GetTagType(tag);
-    context.tagText = std::move(tag);
-    context.enclosingTag = EnclosingOpenTag(state);
-    if (!context.lineText.isSharedWith(line))
-        context.lineText = line;
-    context.linePosition = position;
-    context.filePosition = position + lineStart;
-    context.lineNumber = lineNumber;
-}
-
 void validateLoadedFile(RunState& state, const RuleBook& rules)
 {
     SplitLines(state);
@@ -106,6 +69,12 @@ void validateLoadedFile(RunState& state, const RuleBook& rules)
         ScanLine(state, line, lineStart, i + 1);
         lineStart += static_cast<std::int32_t>(line.size()) + 2;
         state.ui.processEvents();
+    }
+    for (const RuleEntry& check : rules.fileEndChecks) {
+        // A file in which its routines never ran has nothing to judge.
+        if (check.makeFileState && !state.ruleStates.find(check.makeFileState))
+            continue;
+        RunRule(state, check);
     }
 }
 
@@ -141,16 +110,10 @@ void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std:
     state.toolkit.currentLineNumber = lineNumber;
     const RoutineDeclTable* table = declarations(state);
     xmlClass xml(state.toolkit);
-    std::int32_t counter = 0;
     bool swapped = false;
-    while (counter != -1) {
-        ++counter;
-        QString tag = xml.RetrieveTags(line, counter);
-        if (counter == -1 || tag.isEmpty() || tag.contains(QLatin1String("<!"))
-            || tag.contains(QLatin1String("<?")))
-            continue;
-
-        fillContext(state, std::move(tag), line, counter, lineStart, lineNumber);
+    WalkLineTags(xml, line, [&](QString&& tag, std::int32_t position) {
+        FillTagContext(state.context, xml, std::move(tag), line, position, lineStart, lineNumber,
+            InnermostOpenTag(state.openTags));
         if (state.contextElement.isEmpty() && !state.context.tagName.isEmpty()
             && isLetter(state.context.tagName.front()))
             state.contextElement = state.context.tagName;
@@ -164,14 +127,14 @@ void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std:
                 DispatchRow(state, state.currentRow);
         }
 
-        updateOpenTags(state);
+        FollowOpenTags(state.openTags, state.openTagNames, state.context);
         if (state.context.tagType == TagKind::Start)
             state.previousStartTag = state.context;
         // The record of this tag becomes the previous tag's; the next tag
         // fills the other record anew, so swapping spares copying it.
         std::swap(state.previousTag, state.context);
         swapped = true;
-    }
+    });
     // Between lines the current record is the last tag's again.
     if (swapped)
         state.context = state.previousTag;
@@ -182,20 +145,23 @@ CarriedTagState CarriedTagStateOf(const RunState& state)
     return { state.openTags, state.context, state.previousTag, state.previousStartTag };
 }
 
-void SeedCarriedTagState(RunState& state, const CarriedTagState& carried)
+void SeedCarriedTagState(RunState& state, CarriedTagState carried)
 {
-    state.openTags = carried.openTags;
+    state.openTags = std::move(carried.openTags);
     state.openTagNames.clear();
-    for (const ValidationContext& open : carried.openTags)
+    for (const ValidationContext& open : std::as_const(state.openTags))
         ++state.openTagNames[open.tagName];
-    state.context = carried.context;
-    state.previousTag = carried.previousTag;
-    state.previousStartTag = carried.previousStartTag;
+    state.context = std::move(carried.context);
+    state.previousTag = std::move(carried.previousTag);
+    state.previousStartTag = std::move(carried.previousStartTag);
 }
 
 void ValidateFile(RunState& state, const RuleBook& rules)
 {
     try {
+        // Taken before the text is read: whatever changes the file from here
+        // on keeps it from passing on as validated.
+        state.report.inputIdentity = FileIdentityOf(state.inputPath);
         state.wholeText = LoadInputText(state.ui, state.inputPath, state.config.Utf8Input);
         state.toolkit.indexText(state.wholeText);
         validateLoadedFile(state, rules);

@@ -38,4 +38,6 @@ struct CarriedTagState {
 };
 CarriedTagState CarriedTagStateOf(const RunState& state);
 // Makes the state's driver continue from what an earlier file left behind.
-void SeedCarriedTagState(RunState& state, const CarriedTagState& carried);
+// Given a list of its own, the driver opens and closes tags in it without
+// copying it first.
+void SeedCarriedTagState(RunState& state, CarriedTagState carried);

@@ -1,5 +1,6 @@
 #include "report/FindingOutputs.h"
 
+#include "core/Paths.h"
 #include "report/ReportFormat.h"
 
 #include <QDir>
@@ -67,12 +68,16 @@ QJsonObject fileJson(const FileFindings& file)
     QJsonArray findings;
     for (const Finding& finding : file.findings)
         findings.append(findingJson(finding));
-    return {
+    QJsonObject object {
         { QStringLiteral("path"), file.path },
         { QStringLiteral("errors"), file.errors },
         { QStringLiteral("warnings"), file.warnings },
+        { QStringLiteral("failed"), !file.failures.isEmpty() },
         { QStringLiteral("findings"), findings },
     };
+    if (!file.failures.isEmpty())
+        object.insert(QStringLiteral("failures"), QJsonArray::fromStringList(file.failures));
+    return object;
 }
 
 // --- SARIF ----------------------------------------------------------------------------
@@ -177,6 +182,7 @@ svg text { font-size: 12px; fill: #222; }
 .swatch { display: inline-block; width: 0.9em; height: 0.9em; vertical-align: middle; margin: 0 0.3em 0 0.8em; }
 .swatch.error { background: #c62828; }
 .swatch.warning { background: #f0a020; }
+.failed { color: #b00020; font-weight: bold; }
 )";
 
 // Sorting by a click on a column heading: numbers as numbers, the rest as
@@ -272,9 +278,11 @@ QString filesTable(const RunFindings& run)
         "<th data-type=\"number\">Errors</th><th data-type=\"number\">Warnings</th></tr></thead>\n<tbody>\n");
     for (std::size_t i = 0; i < run.files.size(); ++i) {
         const FileFindings& file = run.files[i];
-        html += QStringLiteral("<tr><td><a href=\"#file-%1\">%2</a></td>")
+        html += QStringLiteral("<tr><td><a href=\"#file-%1\">%2</a>%3</td>")
                     .arg(i + 1)
-                    .arg(escaped(fileLabel(file)));
+                    .arg(escaped(fileLabel(file)),
+                        file.failures.isEmpty() ? QString()
+                                                : QStringLiteral(" <span class=\"failed\">(failed)</span>"));
         html += numberCell(file.errors) + numberCell(file.warnings) + QStringLiteral("</tr>\n");
     }
     return html + QStringLiteral("</tbody>\n</table>\n");
@@ -283,6 +291,8 @@ QString filesTable(const RunFindings& run)
 QString fileSection(const FileFindings& file, std::size_t number)
 {
     QString html = QStringLiteral("<h3 id=\"file-%1\">%2</h3>\n").arg(number).arg(escaped(fileLabel(file)));
+    for (const QString& failure : file.failures)
+        html += QStringLiteral("<p class=\"failed\">Failed: %1</p>\n").arg(escaped(failure));
     if (file.findings.isEmpty())
         return html + QStringLiteral("<p>No findings.</p>\n");
     html += QStringLiteral(
@@ -345,6 +355,38 @@ QByteArray FindingsJson(const RunFindings& run)
     return QJsonDocument(document).toJson(QJsonDocument::Indented);
 }
 
+bool FindingsFromJson(const QJsonObject& document, RunFindings& run)
+{
+    const QJsonValue files = document.value(QStringLiteral("files"));
+    if (!files.isArray() || !document.value(QStringLiteral("tool")).isObject())
+        return false;
+    const QJsonObject tool = document.value(QStringLiteral("tool")).toObject();
+    run = {};
+    run.toolName = tool.value(QStringLiteral("name")).toString();
+    run.toolVersion = tool.value(QStringLiteral("version")).toString();
+    run.taskCode = document.value(QStringLiteral("taskCode")).toString();
+    run.startTime
+        = QDateTime::fromString(document.value(QStringLiteral("startTime")).toString(), Qt::ISODate);
+    run.endTime = QDateTime::fromString(document.value(QStringLiteral("endTime")).toString(), Qt::ISODate);
+    for (const QJsonValue& fileValue : files.toArray()) {
+        const QJsonObject file = fileValue.toObject();
+        FileFindings& entry = run.files.emplace_back();
+        entry.path = file.value(QStringLiteral("path")).toString();
+        for (const QJsonValue& findingValue : file.value(QStringLiteral("findings")).toArray()) {
+            const QJsonObject finding = findingValue.toObject();
+            const bool error = finding.value(QStringLiteral("severity")).toString() == u"error";
+            entry.findings.append({ error ? FindingKind::Error : FindingKind::Warning,
+                static_cast<std::int64_t>(finding.value(QStringLiteral("line")).toDouble()),
+                finding.value(QStringLiteral("column")).toInt(),
+                finding.value(QStringLiteral("message")).toString(),
+                finding.value(QStringLiteral("data")).toString(),
+                finding.value(QStringLiteral("routine")).toString() });
+            ++(error ? entry.errors : entry.warnings);
+        }
+    }
+    return true;
+}
+
 QByteArray FindingsSarif(const RunFindings& run)
 {
     std::map<QString, int> ruleIndex;
@@ -370,11 +412,26 @@ QByteArray FindingsSarif(const RunFindings& run)
         { QStringLiteral("version"), run.toolVersion },
         { QStringLiteral("rules"), rules },
     };
-    const QJsonObject invocation {
-        { QStringLiteral("executionSuccessful"), true },
+    QJsonArray notifications;
+    for (const FileFindings& file : run.files) {
+        for (const QString& failure : file.failures) {
+            notifications.append(QJsonObject {
+                { QStringLiteral("level"), QStringLiteral("error") },
+                { QStringLiteral("message"), QJsonObject { { QStringLiteral("text"), failure } } },
+                { QStringLiteral("locations"),
+                    QJsonArray { QJsonObject { { QStringLiteral("physicalLocation"),
+                        QJsonObject { { QStringLiteral("artifactLocation"),
+                            QJsonObject { { QStringLiteral("uri"), artifactUri(file.path) } } } } } } } },
+            });
+        }
+    }
+    QJsonObject invocation {
+        { QStringLiteral("executionSuccessful"), notifications.isEmpty() },
         { QStringLiteral("startTimeUtc"), utcTime(run.startTime) },
         { QStringLiteral("endTimeUtc"), utcTime(run.endTime) },
     };
+    if (!notifications.isEmpty())
+        invocation.insert(QStringLiteral("toolExecutionNotifications"), notifications);
     QJsonObject sarifRun {
         { QStringLiteral("tool"), QJsonObject { { QStringLiteral("driver"), driver } } },
         { QStringLiteral("invocations"), QJsonArray { invocation } },
@@ -430,7 +487,7 @@ FindingOutputs::FindingOutputs(QString toolName, QString toolVersion, FindingOut
 void FindingOutputs::onRunStarted(const QString& taskCode, const QDateTime& startTime)
 {
     run_.files.clear();
-    run_.taskCode = taskCode;
+    run_.taskCode = ReportFormat::wellFormedText(taskCode);
     run_.startTime = startTime;
     run_.endTime = startTime;
     inFile_ = false;
@@ -439,7 +496,7 @@ void FindingOutputs::onRunStarted(const QString& taskCode, const QDateTime& star
 
 void FindingOutputs::onFileStarted(const QString& inputPath)
 {
-    run_.files.push_back({ inputPath, {}, 0, 0 });
+    run_.files.push_back({ ReportFormat::wellFormedText(inputPath), {}, 0, 0, {} });
     inFile_ = true;
 }
 
@@ -455,17 +512,36 @@ FileFindings& FindingOutputs::current()
 // The data as the reports show it (line breaks as "...", at most 250
 // characters): a rule hands over the rest of the line, and a batch of long
 // lines with many findings each must not be kept whole for every finding.
+// Unlike the reports, which keep the text's own code units, these outputs
+// are read by parsers that refuse half a character: the cut keeps pairs
+// whole and a lone surrogate of the input or a table shows as U+FFFD.
 void FindingOutputs::onFinding(const Finding& finding)
 {
     FileFindings& file = current();
     file.findings.append(finding);
-    file.findings.last().data = ReportFormat::preparedData(finding.data);
+    Finding& kept = file.findings.last();
+    kept.data = ReportFormat::wellFormedText(ReportFormat::preparedDataWholeCharacters(finding.data));
+    kept.message = ReportFormat::wellFormedText(finding.message);
+    kept.routine = ReportFormat::wellFormedText(finding.routine);
     ++(finding.kind == FindingKind::Error ? file.errors : file.warnings);
+}
+
+void FindingOutputs::onFileFailed(const QStringList& reasons)
+{
+    current().failures += reasons;
 }
 
 void FindingOutputs::onFileEnded()
 {
     inFile_ = false;
+}
+
+void FindingOutputs::removeFiles(const QString& keep) const
+{
+    for (const QString& path : { paths_.json, paths_.sarif, paths_.html }) {
+        if (!path.isEmpty() && (keep.isEmpty() || !IsSameFile(path, keep)))
+            QFile::remove(path);
+    }
 }
 
 void FindingOutputs::onRunEnded(const QDateTime& endTime, bool completed)

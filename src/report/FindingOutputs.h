@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QDateTime>
+#include <QJsonObject>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -15,6 +16,9 @@ struct FileFindings {
     QList<Finding> findings;
     int errors = 0;
     int warnings = 0;
+    // Why the file failed (its check did not finish, an output of it could
+    // not be written); empty for a file checked whole.
+    QStringList failures;
 };
 
 // A whole run as the machine-readable outputs describe it.
@@ -30,9 +34,13 @@ struct RunFindings {
 };
 
 // The run as one JSON document: tool, times, task code, and per file its
-// counts and findings.
+// counts, findings and whether it failed (with why).
 QByteArray FindingsJson(const RunFindings& run);
-// The run as a SARIF 2.1.0 log with one run, one rule per routine name.
+// The run that FindingsJson wrote, read back (counts and run totals are
+// recomputed from the findings); false when the document is not one.
+bool FindingsFromJson(const QJsonObject& document, RunFindings& run);
+// The run as a SARIF 2.1.0 log with one run, one rule per routine name; a
+// failed file makes the execution unsuccessful, with a notification each.
 QByteArray FindingsSarif(const RunFindings& run);
 // A self-contained page for a browser: the files with their counts in a
 // sortable table, a bar chart of findings per routine, every file's findings.
@@ -56,8 +64,13 @@ public:
     void onRunStarted(const QString& taskCode, const QDateTime& startTime) override;
     void onFileStarted(const QString& inputPath) override;
     void onFinding(const Finding& finding) override;
+    void onFileFailed(const QStringList& reasons) override;
     void onFileEnded() override;
     void onRunEnded(const QDateTime& endTime, bool completed) override;
+
+    // Removes the files of the outputs asked for, left by an earlier run,
+    // all but the file `keep` names (when it is one of them).
+    void removeFiles(const QString& keep) const;
 
     const RunFindings& run() const { return run_; }
     // "path: reason" for every output the last run could not write.

@@ -36,10 +36,36 @@ QString preparedData(const QString& data)
     // Every character shows as at least one, so the shown text comes from the
     // first kDataCut characters, plus one for a CR LF cut in half: a long line
     // is never copied whole for an entry.
-    QString shown = data.left(kDataCut + 2);
+    static_assert(kDataSourceLength == kDataCut + 2);
+    QString shown = data.left(kDataSourceLength);
     shown.replace(QStringLiteral("\r\n"), QStringLiteral("..."));
     shown.truncate(kDataCut);
     return shown;
+}
+
+QString preparedDataWholeCharacters(const QString& data)
+{
+    QString shown = data.left(kDataCut + 2);
+    shown.replace(QStringLiteral("\r\n"), QStringLiteral("..."));
+    const bool splitsPair = shown.size() > kDataCut && shown[kDataCut - 1].isHighSurrogate()
+        && shown[kDataCut].isLowSurrogate();
+    shown.truncate(splitsPair ? kDataCut - 1 : kDataCut);
+    return shown;
+}
+
+QString wellFormedText(const QString& text)
+{
+    if (QStringView(text).isValidUtf16())
+        return text;
+    QString out = text;
+    for (qsizetype i = 0; i < out.size(); ++i) {
+        const bool pair = out[i].isHighSurrogate() && i + 1 < out.size() && out[i + 1].isLowSurrogate();
+        if (pair)
+            ++i;
+        else if (out[i].isSurrogate())
+            out[i] = QChar::ReplacementCharacter;
+    }
+    return out;
 }
 
 EntryTexts formatEntry(EntryKind kind, std::int64_t lineNumber, const QString& message, const QString& data,

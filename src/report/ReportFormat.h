@@ -27,6 +27,17 @@ QString padded(std::int64_t value, int digits);
 
 // CR LF shown as "...", then cut to 250 characters.
 QString preparedData(const QString& data);
+// The same for outputs that other programs parse: a character the cut would
+// split in half (a surrogate pair) is left out whole.
+QString preparedDataWholeCharacters(const QString& data);
+// The text with every lone surrogate written as U+FFFD, so that it has a
+// UTF-8 form; well-formed text comes back unchanged.
+QString wellFormedText(const QString& text);
+
+// How much of a finding's data an entry can show anything of: the 250
+// characters it keeps, and two more for a CR LF cut in half at the end.
+// Data cut to this length gives the same entries as the whole text.
+constexpr qsizetype kDataSourceLength = 252;
 
 EntryTexts formatEntry(EntryKind kind, std::int64_t lineNumber, const QString& message, const QString& data,
     std::int32_t column, bool columnMode);

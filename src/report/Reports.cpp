@@ -5,7 +5,9 @@
 #include "core/RunState.h"
 #include "report/ReportFormat.h"
 
+#include <QDir>
 #include <QFileInfo>
+#include <QSet>
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -20,8 +22,11 @@ namespace {
 
 const QString kLineEnd = QStringLiteral("\r\n");
 const QString kProgramLogRule(45, QLatin1Char('='));
+// Leads each line of a file's reports that says why its check did not finish.
+const QString kCheckNotFinished = QStringLiteral("The check did not finish: ");
 
-// Every write ignores its failure: a report problem must never stop validation.
+// An entry's write never stops validation; a failure is kept by the file and
+// found when it is finished.
 void writeText(QFile* file, const QString& text)
 {
     if (file && file->isOpen())
@@ -33,39 +38,60 @@ void writeLine(QFile* file, const QString& line)
     writeText(file, line + kLineEnd);
 }
 
-std::unique_ptr<QFile> openFile(const QString& path, QIODevice::OpenMode mode)
+std::unique_ptr<CheckedFile> openFile(const QString& path, QIODevice::OpenMode mode)
 {
-    auto file = std::make_unique<QFile>(path);
+    auto file = std::make_unique<CheckedFile>(path);
     if (!file->open(mode))
         return nullptr;
     return file;
 }
 
-std::unique_ptr<QFile> createFile(const QString& path)
+std::unique_ptr<CheckedFile> createFile(const QString& path)
 {
     return openFile(path, QIODevice::WriteOnly | QIODevice::Truncate);
 }
 
-void closeFile(std::unique_ptr<QFile>& file)
+QString systemReason(int error)
 {
-    if (file)
-        file->close();
+    return qt_error_string(error);
+}
+
+// Flushes and closes the file; the reason when anything written to it since
+// it was opened did not reach the file system, else empty.
+QString finishFile(std::unique_ptr<CheckedFile>& file)
+{
+    QString failure;
+    if (file && !file->finish())
+        failure = file->failure();
     file.reset();
+    return failure;
+}
+
+// One of the file's own outputs that is not whole: the file fails.
+void noteUnwritten(ReportState& report, const QString& path, const QString& why)
+{
+    report.writeFailures.append(QStringLiteral("cannot write %1: %2").arg(path, why));
+    report.unwrittenPaths.insert(path);
+}
+
+void finishFileOf(ReportState& report, std::unique_ptr<CheckedFile>& file)
+{
+    const QString path = file ? file->fileName() : QString();
+    const QString failure = finishFile(file);
+    if (!failure.isEmpty())
+        noteUnwritten(report, path, failure);
 }
 
 // Removed and made anew rather than truncated: the file system flushes a
 // file truncated to nothing when it is closed, a wait per report that a
 // batch of a thousand files would feel.
-void createEmptyFile(const QString& path)
+void createEmptyFile(ReportState& report, const QString& path)
 {
     QFile::remove(path);
-    createFile(path);
-}
-
-void writeWholeFile(const QString& path, const QString& text)
-{
     auto file = createFile(path);
-    writeText(file.get(), text);
+    if (!file)
+        noteUnwritten(report, path, QStringLiteral("cannot be created"));
+    finishFileOf(report, file);
 }
 
 bool writeAll(int descriptor, const char* data, ssize_t size)
@@ -82,40 +108,98 @@ bool writeAll(int descriptor, const char* data, ssize_t size)
     return true;
 }
 
-// Copies over an existing destination; a failed copy is left for the operator
-// to notice, it does not stop the run. Copying a file onto itself would
-// empty it first, so that case is left as it is. The destination is
-// rewritten in place rather than removed and made anew: a batch copies
-// thousands of reports, and creating files costs the file system far more
-// than writing them. Plain descriptors, because a batch makes several copies
-// a file and QFile asks the file system about each file again and again.
-void copyOver(const QString& source, const QString& destination)
+// A file is written under this name beside its own and renamed into place
+// when it is complete: a run that is killed, refused or short of disk space
+// half-way leaves the earlier file of that name as it was, never a piece.
+QString partial(const QString& path)
 {
-    if (IsSameFile(source, destination))
-        return;
-    const int from = ::open(QFile::encodeName(source).constData(), O_RDONLY | O_CLOEXEC);
-    if (from < 0)
-        return;
+    return path + QStringLiteral(".part");
+}
+
+// Closes a descriptor when it goes out of scope.
+struct Descriptor {
+    int fd = -1;
+    ~Descriptor()
+    {
+        if (fd >= 0)
+            ::close(fd);
+    }
+};
+
+// Copies the source over the destination, through a partial file renamed
+// into place. With `validated`, the source must still be the file that was
+// validated, before and after the bytes are copied: what is passed on is what
+// was checked. Returns the reason of a failure, empty on success. Copying a
+// file onto itself would empty it first, so that case is left as it is.
+// Plain descriptors, because a batch makes several copies a file and QFile
+// asks the file system about each file again and again.
+QString copyOver(const QString& source, const QString& destination, const FileIdentity* validated = nullptr)
+{
+    const QString changed = QStringLiteral("%1 is no longer the file that was validated").arg(source);
+    Descriptor from { ::open(QFile::encodeName(source).constData(), O_RDONLY | O_CLOEXEC) };
+    if (from.fd < 0)
+        return validated ? changed + QStringLiteral(" (") + systemReason(errno) + QLatin1Char(')')
+                         : source + QStringLiteral(": ") + systemReason(errno);
     struct stat fromStat { };
-    const int to = ::fstat(from, &fromStat) == 0
-        ? ::open(QFile::encodeName(destination).constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)
-        : -1;
-    if (to >= 0) {
+    if (::fstat(from.fd, &fromStat) != 0)
+        return source + QStringLiteral(": ") + systemReason(errno);
+    if (validated && FileIdentityOf(from.fd) != *validated)
+        return changed;
+    if (IsSameFile(source, destination))
+        return {};
+    const QByteArray part = QFile::encodeName(partial(destination));
+    QString failure;
+    {
+        Descriptor to { ::open(part.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666) };
+        if (to.fd < 0)
+            return systemReason(errno);
         std::vector<char> buffer(std::clamp<std::size_t>(fromStat.st_size, 1, 1 << 20));
         for (off_t copied = 0;;) {
-            const ssize_t got = ::read(from, buffer.data(), buffer.size());
-            if (got <= 0 || !writeAll(to, buffer.data(), got))
+            const ssize_t got = ::read(from.fd, buffer.data(), buffer.size());
+            if (got < 0 && errno == EINTR)
+                continue;
+            if (got < 0) {
+                failure = source + QStringLiteral(": ") + systemReason(errno);
                 break;
+            }
+            if (got == 0)
+                break;
+            if (!writeAll(to.fd, buffer.data(), got)) {
+                failure = systemReason(errno);
+                break;
+            }
             // A regular file read to its size is done; the extra read to find
             // its end would cost one more call per copy.
             copied += got;
             if (S_ISREG(fromStat.st_mode) && copied >= fromStat.st_size)
                 break;
         }
-        ::fchmod(to, fromStat.st_mode & 0777);
-        ::close(to);
+        ::fchmod(to.fd, fromStat.st_mode & 0777);
+        const int closed = ::close(to.fd);
+        to.fd = -1;
+        if (failure.isEmpty() && closed != 0)
+            failure = systemReason(errno);
     }
-    ::close(from);
+    if (failure.isEmpty() && validated && FileIdentityOf(from.fd) != *validated)
+        failure = changed;
+    if (failure.isEmpty() && std::rename(part.constData(), QFile::encodeName(destination).constData()) != 0)
+        failure = systemReason(errno);
+    if (!failure.isEmpty())
+        ::unlink(part.constData());
+    return failure;
+}
+
+// A copy that is one of the file's own outputs. When it fails, an earlier
+// run's file of that name goes too: it would pass for this run's.
+void copyOutput(ReportState& report, const QString& source, const QString& destination,
+    const FileIdentity* validated = nullptr)
+{
+    const QString failure = copyOver(source, destination, validated);
+    if (failure.isEmpty())
+        return;
+    noteUnwritten(report, destination, failure);
+    if (!IsSameFile(source, destination))
+        QFile::remove(destination);
 }
 
 // The operator chose the original file; a copy made for the before-programs is
@@ -133,7 +217,7 @@ QString headerInputPath(const RunState& state)
     throw RunAborted(ExitStatus::Refused, "report files cannot be created");
 }
 
-std::unique_ptr<QFile> createReport(RunState& state, const QString& path, EntryKind kind)
+std::unique_ptr<CheckedFile> createReport(RunState& state, const QString& path, EntryKind kind)
 {
     auto file = createFile(path);
     if (!file)
@@ -179,65 +263,97 @@ ReportFormat::EntryTexts addEntry(RunState& state, EntryKind kind, std::int64_t 
     return texts;
 }
 
-// A report is written under this name beside its own and renamed into place
-// when it is complete: a run that is killed or refused half-way leaves the
-// previous report of the same name as it was.
-QString partial(const QString& reportPath)
+// After the last entry: why the check did not finish, one line each.
+void writeCheckNotFinished(QFile* file, const ReportState& report)
 {
-    return reportPath + QStringLiteral(".part");
+    for (const QString& reason : report.checkNotFinished)
+        writeLine(file, kCheckNotFinished + reason);
 }
 
-void putInPlace(const QString& reportPath)
+QString checkNotFinishedText(const ReportState& report)
 {
+    QString text;
+    for (const QString& reason : report.checkNotFinished)
+        text += kCheckNotFinished + reason + kLineEnd;
+    return text;
+}
+
+// A report cut short takes an earlier run's report of the same name with it:
+// neither may pass for this file's.
+void putInPlace(ReportState& report, const QString& reportPath)
+{
+    const QString part = partial(reportPath);
+    if (report.unwrittenPaths.contains(part)) {
+        QFile::remove(part);
+        QFile::remove(reportPath);
+        report.unwrittenPaths.insert(reportPath);
+        return;
+    }
     // rename(2) replaces the old report in one step.
-    std::rename(
-        QFile::encodeName(partial(reportPath)).constData(), QFile::encodeName(reportPath).constData());
+    if (std::rename(QFile::encodeName(part).constData(), QFile::encodeName(reportPath).constData()) != 0) {
+        noteUnwritten(report, reportPath, systemReason(errno));
+        QFile::remove(part);
+    }
 }
 
+// A report of a file whose check did not finish is never left empty: an
+// empty report is how a clean file looks.
 void completeWarningReport(ReportState& report)
 {
+    writeCheckNotFinished(report.warningReport.get(), report);
     writeLine(report.warningReport.get(), QString());
-    if (report.warningCount < 1) {
-        closeFile(report.warningReport);
-        createEmptyFile(partial(report.warningReportPath));
+    if (report.warningCount < 1 && report.checkNotFinished.isEmpty()) {
+        finishFileOf(report, report.warningReport);
+        createEmptyFile(report, partial(report.warningReportPath));
     } else {
         writeLine(report.warningReport.get(),
             QStringLiteral("Total No. of Warnings: ") + QString::number(report.warningCount));
-        closeFile(report.warningReport);
+        finishFileOf(report, report.warningReport);
     }
 }
 
 void finishWarningReport(ReportState& report)
 {
     completeWarningReport(report);
-    putInPlace(report.warningReportPath);
+    putInPlace(report, report.warningReportPath);
 }
 
 // The error report gets its totals after it was closed: the single-file run
 // hands its editor the entries alone in between. `open` is the report while
 // it is still open, or none.
-void completeErrorReport(ReportState& report, std::unique_ptr<QFile> open = nullptr)
+void completeErrorReport(ReportState& report, std::unique_ptr<CheckedFile> open = nullptr)
 {
-    if (report.errorCount < 1) {
-        open.reset();
-        createEmptyFile(partial(report.errorReportPath));
+    const QString path = partial(report.errorReportPath);
+    if (report.errorCount < 1 && report.checkNotFinished.isEmpty()) {
+        finishFileOf(report, open);
+        if (!report.unwrittenPaths.contains(path))
+            createEmptyFile(report, path);
         return;
     }
+    if (report.unwrittenPaths.contains(path))
+        return;
     if (!open)
-        open = openFile(partial(report.errorReportPath), QIODevice::WriteOnly | QIODevice::Append);
+        open = openFile(path, QIODevice::WriteOnly | QIODevice::Append);
+    if (!open) {
+        noteUnwritten(report, path, QStringLiteral("cannot be opened again"));
+        return;
+    }
     writeLine(open.get(), QString());
     writeLine(open.get(), QStringLiteral("Total No. of Errors: ") + QString::number(report.errorCount));
+    finishFileOf(report, open);
 }
 
 void finishErrorReport(ReportState& report)
 {
     completeErrorReport(report);
-    putInPlace(report.errorReportPath);
+    putInPlace(report, report.errorReportPath);
 }
 
+// The batch editor file stays open from file to file and is flushed after
+// each; closing it only lets it go.
 void closeBatchEditorFile(ReportState& report)
 {
-    closeFile(report.openEditorFile);
+    finishFile(report.openEditorFile);
     report.openEditorPath.clear();
 }
 
@@ -248,12 +364,13 @@ QString editorFilePath(const RunState& state)
 
 void appendTotals(QFile* file, const ReportState& report)
 {
+    writeText(file, checkNotFinishedText(report));
     writeLine(file, QString());
     if (report.errorCount > 0)
         writeLine(file, QStringLiteral("Total No. of Errors: ") + QString::number(report.errorCount));
     if (report.warningCount > 0)
         writeLine(file, QStringLiteral("Total No. of Warnings: ") + QString::number(report.warningCount));
-    if (report.errorCount == 0 && report.warningCount == 0)
+    if (report.errorCount == 0 && report.warningCount == 0 && report.checkNotFinished.isEmpty())
         writeLine(file, QStringLiteral("No Errors Encountered!"));
 }
 
@@ -277,7 +394,11 @@ public:
     {
         const QString editorFile = editorFilePath(state);
         if (!state.batchMode && !state.config.XYCoordinates) {
-            copyOver(partial(state.report.errorReportPath), editorFile); // the entries without their totals
+            // The entries without their totals.
+            if (state.report.unwrittenPaths.contains(partial(state.report.errorReportPath)))
+                QFile::remove(editorFile);
+            else
+                copyOutput(state.report, partial(state.report.errorReportPath), editorFile);
         } else if (state.batchMode) {
             if (!state.report.batchEditorFiles.contains(editorFile)) {
                 if (state.report.openEditorPath == editorFile)
@@ -294,24 +415,28 @@ public:
     {
         if (!state.batchMode)
             return;
-        const ReportState& report = state.report;
-        QFile* file = batchEditorFile(state);
+        ReportState& report = state.report;
+        CheckedFile* file = batchEditorFile(state);
+        if (!file) {
+            noteUnwritten(report, editorFilePath(state), QStringLiteral("cannot be opened"));
+            return;
+        }
         if (state.config.XYCoordinates) {
-            writeText(file, report.columnEntryText);
+            writeText(file, report.columnEntryText + checkNotFinishedText(report));
         } else {
             for (const WarningRecord& record : report.warningList)
                 writeLine(file, record.lineField + record.messageField + record.dataField);
             appendTotals(file, report);
         }
         // Complete on disk after every file, as if it had been closed.
-        if (file)
-            file->flush();
+        if (!file->flushChecked())
+            noteUnwritten(report, file->fileName(), file->failure());
     }
 
 private:
     // Files of one report folder mostly follow one another: opening the
     // shared file again for each of them would cost more than writing it.
-    static QFile* batchEditorFile(RunState& state)
+    static CheckedFile* batchEditorFile(RunState& state)
     {
         ReportState& report = state.report;
         const QString path = editorFilePath(state);
@@ -331,9 +456,17 @@ public:
     {
         if (state.batchMode)
             return;
-        const ReportState& report = state.report;
-        writeWholeFile(state.reportFolder + report.baseName + QStringLiteral(".LOG"),
-            state.config.XYCoordinates ? report.columnEntryText : report.plainEntryText);
+        ReportState& report = state.report;
+        const QString path = state.reportFolder + report.baseName + QStringLiteral(".LOG");
+        auto file = createFile(path);
+        if (!file) {
+            noteUnwritten(report, path, QStringLiteral("cannot be created"));
+            return;
+        }
+        writeText(file.get(),
+            (state.config.XYCoordinates ? report.columnEntryText : report.plainEntryText)
+                + checkNotFinishedText(report));
+        finishFileOf(report, file);
     }
 };
 
@@ -350,15 +483,39 @@ const EditorFlavour& editorFlavour(const Configuration& config)
     return none;
 }
 
-void copyReportsToOutput(const RunState& state)
+// A report that could not be written has no copy either, and an earlier
+// run's copy of it goes.
+void copyReportsToOutput(RunState& state)
 {
-    const ReportState& report = state.report;
+    ReportState& report = state.report;
     QString target = state.outputFolder;
     if (!state.config.CreateLogFolder.isEmpty())
         target += state.config.CreateLogFolder + QLatin1Char('/');
     // No separator between output folder and base name: the configured paths carry their own.
-    copyOver(report.warningReportPath, target + report.baseName + QStringLiteral(".WRN"));
-    copyOver(report.errorReportPath, target + report.baseName + QStringLiteral(".ERR"));
+    const std::pair<QString, QString> copies[] = {
+        { report.warningReportPath, target + report.baseName + QStringLiteral(".WRN") },
+        { report.errorReportPath, target + report.baseName + QStringLiteral(".ERR") },
+    };
+    for (const auto& [reportPath, copy] : copies) {
+        if (report.unwrittenPaths.contains(reportPath))
+            QFile::remove(copy);
+        else
+            copyOutput(report, reportPath, copy);
+    }
+}
+
+// Only a file whose check finished, whose outputs are all whole and that has
+// no error passes on, and only as the very bytes that were validated.
+void passInputOn(RunState& state)
+{
+    ReportState& report = state.report;
+    const QString copy = state.outputFolder + state.inputFileName;
+    // An earlier run's copy left beside a failed file would pass for its own.
+    if (report.fileFailed() && !IsSameFile(state.inputPath, copy))
+        QFile::remove(copy);
+    if (report.errorCount != 0 || report.fileFailed())
+        return;
+    copyOutput(report, state.inputPath, copy, &report.inputIdentity);
 }
 
 void writeErrorViewBlock(RunState& state)
@@ -368,16 +525,60 @@ void writeErrorViewBlock(RunState& state)
     for (const QString& line :
         ReportFormat::errorViewHeader(headerInputPath(state), state.config.XYCoordinates))
         writeLine(log, line);
-    if (report.errorCount == 0 && report.warningCount == 0)
+    if (report.errorCount == 0 && report.warningCount == 0 && report.checkNotFinished.isEmpty())
         writeLine(log, QStringLiteral("No Errors Found!"));
     else
-        writeText(log, state.config.XYCoordinates ? report.columnEntryText : report.plainEntryText);
+        writeText(log,
+            (state.config.XYCoordinates ? report.columnEntryText : report.plainEntryText)
+                + checkNotFinishedText(report));
 }
 
-void flush(QFile* file)
+// The program logs are the whole run's: a log that cannot be written fails
+// the run, told once, not every file after it.
+void noteRunUnwritten(RunState& state, const QString& path, const QString& why)
 {
-    if (file && file->isOpen())
-        file->flush();
+    const QString failure = QStringLiteral("cannot write %1: %2").arg(path, why);
+    if (state.report.runFailures.contains(failure))
+        return;
+    state.report.runFailures.append(failure);
+    state.ui.diagnostic(failure);
+}
+
+void flushLog(RunState& state, CheckedFile* log)
+{
+    if (log && !log->flushChecked())
+        noteRunUnwritten(state, log->fileName(), log->failure());
+}
+
+void finishLog(RunState& state, std::unique_ptr<CheckedFile>& log)
+{
+    const QString path = log ? log->fileName() : QString();
+    const QString failure = finishFile(log);
+    if (!failure.isEmpty())
+        noteRunUnwritten(state, path, failure);
+}
+
+std::unique_ptr<CheckedFile> createLog(RunState& state, const QString& path)
+{
+    auto log = createFile(path);
+    if (!log)
+        noteRunUnwritten(state, path, QStringLiteral("cannot be created"));
+    return log;
+}
+
+// The end of a file's reports, in one place for every kind of run: what
+// could not be written is named, and a file that failed is counted and its
+// sinks are told, before they hear that the file ended.
+void endFile(RunState& state)
+{
+    ReportState& report = state.report;
+    for (const QString& failure : report.writeFailures)
+        state.ui.diagnostic(failure);
+    if (report.fileFailed()) {
+        ++report.failedFiles;
+        state.findingSinks.fileFailed(report.checkNotFinished + report.writeFailures);
+    }
+    state.findingSinks.fileEnded();
 }
 
 } // namespace
@@ -441,8 +642,8 @@ void DiscardReports(RunState& state)
     ReportState& report = state.report;
     if (!report.errorReport && !report.warningReport)
         return;
-    closeFile(report.errorReport);
-    closeFile(report.warningReport);
+    finishFile(report.errorReport);
+    finishFile(report.warningReport);
     QFile::remove(partial(report.errorReportPath));
     QFile::remove(partial(report.warningReportPath));
 }
@@ -461,6 +662,7 @@ void CompleteFileReports(RunState& state)
     completeWarningReport(report);
     // No editor reads a batch file's entries without their totals, so they
     // go on before the report is closed instead of opening it again.
+    writeCheckNotFinished(report.errorReport.get(), report);
     completeErrorReport(report, std::move(report.errorReport));
     report.fileEnded = report.now();
 }
@@ -471,21 +673,20 @@ void CompleteFileReports(RunState& state)
 void PublishFileReports(RunState& state)
 {
     ReportState& report = state.report;
-    putInPlace(report.warningReportPath);
+    putInPlace(report, report.warningReportPath);
     const EditorFlavour& editor = editorFlavour(state.config);
     editor.prepare(state);
-    putInPlace(report.errorReportPath);
+    putInPlace(report, report.errorReportPath);
     editor.write(state);
-    if (report.errorCount == 0)
-        copyOver(state.inputPath, state.outputFolder + state.inputFileName);
+    copyReportsToOutput(state);
+    passInputOn(state);
     writeLine(report.programLog.get(),
         QStringLiteral("End Time    : ") + ReportFormat::clockTime(report.fileEnded));
     writeLine(report.programLog.get(), QString());
-    copyReportsToOutput(state);
     writeErrorViewBlock(state);
-    flush(report.programLog.get());
-    flush(report.errorViewLog.get());
-    state.findingSinks.fileEnded();
+    flushLog(state, report.programLog.get());
+    flushLog(state, report.errorViewLog.get());
+    endFile(state);
 }
 
 void DiscardCompletedReports(const QString& errorReportPath, const QString& warningReportPath)
@@ -503,17 +704,17 @@ void CloseReports(RunState& state)
         return;
     }
     finishWarningReport(report);
-    closeFile(report.errorReport);
+    writeCheckNotFinished(report.errorReport.get(), report);
+    finishFileOf(report, report.errorReport);
     const EditorFlavour& editor = editorFlavour(state.config);
     editor.prepare(state);
     finishErrorReport(report);
     editor.write(state);
-    if (report.errorCount == 0)
-        copyOver(state.inputPath, state.outputFolder + state.inputFileName);
     copyReportsToOutput(state);
-    flush(report.programLog.get());
-    flush(report.errorViewLog.get());
-    state.findingSinks.fileEnded();
+    passInputOn(state);
+    flushLog(state, report.programLog.get());
+    flushLog(state, report.errorViewLog.get());
+    endFile(state);
 }
 
 void OpenProgramLogs(RunState& state)
@@ -522,15 +723,49 @@ void OpenProgramLogs(RunState& state)
     const QString started = QStringLiteral("Time Started: ") + ReportFormat::logDateTime(report.now());
     report.batchEditorFiles.clear();
     closeBatchEditorFile(report);
-    // A log that cannot be created stays unwritten; the run itself goes on.
-    report.programLog = createFile(state.reportFolder + state.programName + QStringLiteral(".LOG"));
+    // A log that cannot be created fails the run; the files are still validated.
+    report.programLog = createLog(state, state.reportFolder + state.programName + QStringLiteral(".LOG"));
     writeLine(report.programLog.get(), kProgramTitle);
     writeLine(report.programLog.get(), started);
     writeLine(report.programLog.get(), kProgramLogRule);
     report.errorViewLog
-        = createFile(state.config.WorkPath + state.programName + QStringLiteral("_ErrView.LOG"));
+        = createLog(state, state.config.WorkPath + state.programName + QStringLiteral("_ErrView.LOG"));
     writeLine(report.errorViewLog.get(), kProgramTitle);
     writeLine(report.errorViewLog.get(), started);
+}
+
+void ReportRunFinding(RunState& state, const Finding& finding)
+{
+    writeLine(state.report.programLog.get(), finding.message);
+    if (finding.kind == FindingKind::Error)
+        ++state.report.runErrorEntries;
+    state.findingSinks.publish(finding);
+}
+
+QStringList FilesTheRunWrites(const RunState& state)
+{
+    const Configuration& config = state.config;
+    const QString name = InputFileNameOf(state.inputPath);
+    const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+    const QString baseName = dot < 0 ? name : name.left(dot);
+    const QString reports = state.reportFolder + baseName;
+    QString copies = state.outputFolder;
+    if (!config.CreateLogFolder.isEmpty())
+        copies += config.CreateLogFolder + QLatin1Char('/');
+    QStringList files { reports + QStringLiteral(".ERR"), reports + QStringLiteral(".WRN"),
+        partial(reports + QStringLiteral(".ERR")), partial(reports + QStringLiteral(".WRN")),
+        // Written or removed whichever editor is configured.
+        editorFilePath(state), config.WorkPath + state.programName + QStringLiteral(".LOG"),
+        config.WorkPath + state.programName + QStringLiteral("_ErrView.LOG"), state.outputFolder + name,
+        copies + baseName + QStringLiteral(".ERR"), copies + baseName + QStringLiteral(".WRN") };
+    if (!state.batchMode && config.EditorProgram.compare(u"KV7", Qt::CaseInsensitive) == 0)
+        files << reports + QStringLiteral(".LOG");
+    return files;
+}
+
+void WriteProgramLogLine(RunState& state, const QString& line)
+{
+    writeLine(state.report.programLog.get(), line);
 }
 
 void CloseProgramLogs(RunState& state)
@@ -539,12 +774,22 @@ void CloseProgramLogs(RunState& state)
     const QString ended = QStringLiteral("Time Ended: ") + ReportFormat::logDateTime(report.now());
     writeLine(report.programLog.get(), kProgramLogRule);
     writeLine(report.programLog.get(), ended);
-    closeFile(report.programLog);
+    finishLog(state, report.programLog);
     closeBatchEditorFile(report);
     if (state.batchMode) {
         writeLine(report.errorViewLog.get(), ReportFormat::errorViewRule());
         writeLine(report.errorViewLog.get(), QString());
         writeLine(report.errorViewLog.get(), ended);
     }
-    closeFile(report.errorViewLog);
+    finishLog(state, report.errorViewLog);
+}
+
+void RemoveLeftoverPartFiles(const QString& folder, const QSet<QString>& keep)
+{
+    const QFileInfoList leftovers = QDir(folder).entryInfoList(
+        { QStringLiteral("*.part") }, QDir::Files | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    for (const QFileInfo& leftover : leftovers) {
+        if (!keep.contains(leftover.absoluteFilePath()))
+            QFile::remove(leftover.absoluteFilePath());
+    }
 }

@@ -2,7 +2,9 @@
 
 #include "core/Finding.h"
 
+#include <QSet>
 #include <QString>
+#include <QStringList>
 #include <cstdint>
 
 struct RunState;
@@ -18,6 +20,13 @@ void WriteErrorEntry(RunState& state, std::int64_t lineNumber, const QString& me
     const QString& dataContent, std::int32_t column);
 void WriteWarningEntry(RunState& state, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t column);
+// Ends the file: totals, the editor file, the program logs, the copies in
+// the output folder. A file whose check did not finish
+// (report.checkNotFinished) has reports that say so before their totals, and
+// a file that failed in any way (that, or an output that could not be
+// written) is not passed on to the output folder: it is named, counted in
+// report.failedFiles and told to the sinks. The input passes on only while
+// it is still the file that was validated (report.inputIdentity).
 void CloseReports(RunState& state);
 // A batch file's CloseReports in two steps, so that files can be validated
 // side by side: CompleteFileReports gives the file's own reports their totals
@@ -33,5 +42,21 @@ void DiscardCompletedReports(const QString& errorReportPath, const QString& warn
 // Drops the reports of a file whose run ended before they were closed; the
 // reports of an earlier run under the same names stay as they were.
 void DiscardReports(RunState& state);
+// Every file that the run writes or removes for the input of `state` (its
+// path, report and output folders, batch or single-file mode): its own
+// reports first (.ERR, .WRN, then the same in the making), the editor file,
+// the program logs, the copies in the output folder. An input that is one
+// of them would be lost before or while it is read.
+QStringList FilesTheRunWrites(const RunState& state);
 void OpenProgramLogs(RunState& state);
+// A finding of the run as a whole, made after its last file: a line in the
+// program log, a finding between files for the sinks, and, for an error,
+// an error entry of the run's exit status.
+void ReportRunFinding(RunState& state, const Finding& finding);
+// A line of its own in the open program log: what a batch could not take in.
+void WriteProgramLogLine(RunState& state, const QString& line);
 void CloseProgramLogs(RunState& state);
+
+// Removes what a run that was killed left half-written in the folder (files
+// ending in ".part"), except the paths in `keep` (the run's own inputs).
+void RemoveLeftoverPartFiles(const QString& folder, const QSet<QString>& keep);

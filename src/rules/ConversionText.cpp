@@ -5,6 +5,8 @@
 #include "rules/ElementContents.h"
 #include "text/xmlClass.h"
 
+#include <algorithm>
+
 QString CurrentElementText(const QString& document, ToolkitState& toolkit, const ValidationContext& context)
 {
     if (const std::optional<ContentRange> range = CurrentElementContent(document, toolkit, context))
@@ -14,6 +16,44 @@ QString CurrentElementText(const QString& document, ToolkitState& toolkit, const
     std::int32_t position = context.filePosition;
     return xmlClass(toolkit).GetPCDATA(
         document, context.tagText, QStringLiteral("</") + context.tagName + u'>', position);
+}
+
+bool WholeWordIndex::occursAt(QStringView text, qsizetype at) const
+{
+    return text.sliced(at, word_.size()).compare(word_, Qt::CaseInsensitive) == 0;
+}
+
+// Takes in every occurrence that begins before the limit, each once.
+void WholeWordIndex::findBefore(QStringView text, qsizetype limit)
+{
+    if (next_ == -2)
+        next_ = text.indexOf(word_, 0, Qt::CaseInsensitive);
+    const qsizetype length = word_.size();
+    while (next_ >= 0 && next_ < limit) {
+        const qsizetype after = next_ + length;
+        if ((next_ == 0 || !IsWordCharacter(text[next_ - 1]))
+            && (after >= text.size() || !IsWordCharacter(text[after])))
+            clear_.push_back(next_);
+        next_ = text.indexOf(word_, next_ + 1, Qt::CaseInsensitive);
+    }
+}
+
+// An occurrence inside the range has both neighbours in the range, so the
+// whole text's answer for it holds; only one at either edge of the range
+// sees its outer neighbour cut off, and those two are looked at directly.
+bool WholeWordIndex::containsIn(QStringView text, qsizetype start, qsizetype end)
+{
+    const qsizetype length = word_.size();
+    if (length == 0 || end - start < length)
+        return false;
+    if (occursAt(text, start) && (start + length == end || !IsWordCharacter(text[start + length])))
+        return true;
+    const qsizetype last = end - length;
+    if (last > start && occursAt(text, last) && !IsWordCharacter(text[last - 1]))
+        return true;
+    findBefore(text, last);
+    const auto inside = std::upper_bound(clear_.begin(), clear_.end(), start);
+    return inside != clear_.end() && *inside < last;
 }
 
 PrecedingText::PrecedingText(qsizetype start, const QStringList& expandedTexts, qsizetype slack)

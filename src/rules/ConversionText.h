@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 #include <QStringView>
+#include <vector>
 
 struct ToolkitState;
 struct ValidationContext;
@@ -25,6 +26,31 @@ inline bool IsWordCharacter(QChar c)
 // The answer comes from the toolkit's index of the file, built once, so that
 // neither long nor unclosed elements cost a pass each.
 QString CurrentElementText(const QString& document, ToolkitState& toolkit, const ValidationContext& context);
+
+// Where one word stands as a whole word in one text, letter case ignored,
+// read only as far into the text as questions reach and never read again:
+// a footnote nested ten thousand deep holds all the deeper ones, and
+// searching each content anew reads the text once per level.
+class WholeWordIndex {
+public:
+    explicit WholeWordIndex(QString word)
+        : word_(std::move(word))
+    {
+    }
+
+    // The same answer as ContainsWholeWord(text.sliced(start, end - start),
+    // word), for a range [start, end) of the one text this index reads.
+    bool containsIn(QStringView text, qsizetype start, qsizetype end);
+
+private:
+    bool occursAt(QStringView text, qsizetype at) const;
+    void findBefore(QStringView text, qsizetype limit);
+
+    QString word_;
+    qsizetype next_ = -2; // the next occurrence not yet looked at; -1 none, -2 not searched yet
+    // Occurrences with no letter or digit on either side in the whole text, ascending.
+    std::vector<qsizetype> clear_;
+};
 
 // The dashed text from a fixed start up to a tag, for tag after tag of one
 // element. The text only ever grows, so it is dashed once, and the answers

@@ -4,6 +4,9 @@
 #include "core/RunState.h"
 #include "engine/RuleContext.h"
 #include "rules/ConversionText.h"
+#include "rules/ElementContents.h"
+
+#include <QHash>
 
 bool LoadConvert2TagTable(RunState& state, TableSet& set)
 {
@@ -69,7 +72,55 @@ QString wordBeforeTag(const RuleContext& rule)
     return LastWordBefore(rule.document, start, rule.tag.filePosition - 1);
 }
 
+// Contents up to this length are searched as they stand; a longer one is
+// answered from where the word stands in the whole file, so that contents
+// inside contents (footnotes in footnotes) are not searched once per level.
+constexpr qsizetype kSearchedContentLength = 4096;
+
+struct Convert2TagFileState : RuleFileState {
+    QHash<QString, WholeWordIndex> byWord;
+};
+
+WholeWordIndex& wordIndex(const RuleContext& rule, const QString& word)
+{
+    auto& byWord = rule.ownState<Convert2TagFileState>().byWord;
+    auto known = byWord.find(word);
+    if (known == byWord.end())
+        known = byWord.emplace(word, WholeWordIndex(word));
+    return *known;
+}
+
+// The content of the element the current start tag opens: where it lies in
+// the file text, or, where the file's index does not know the tag, the
+// toolkit's copy of it.
+struct CurrentContent {
+    std::optional<ContentRange> range;
+    QString copy;
+};
+
+CurrentContent currentContent(const RuleContext& rule)
+{
+    if (std::optional<ContentRange> range = CurrentElementContent(rule.document, rule.toolkit, rule.tag))
+        return { range, {} };
+    return { std::nullopt, CurrentElementText(rule.document, rule.toolkit, rule.tag) };
+}
+
+bool wordAfterTag(const RuleContext& rule, const CurrentContent& content, const QString& word)
+{
+    if (!content.range)
+        return ContainsWholeWord(content.copy, word);
+    const auto [start, end] = *content.range;
+    if (end - start <= kSearchedContentLength)
+        return ContainsWholeWord(QStringView(rule.document).sliced(start, end - start), word);
+    return wordIndex(rule, word).containsIn(rule.document, start, end);
+}
+
 } // namespace
+
+std::unique_ptr<RuleFileState> MakeConvert2TagFileState()
+{
+    return MakeFileState<Convert2TagFileState>();
+}
 
 void CONVERT2TAG(RuleContext& rule)
 {
@@ -79,7 +130,7 @@ void CONVERT2TAG(RuleContext& rule)
     const auto* table = rule.settings.loaded<Convert2TagTable>(SupportFile::Convert2TagTbl);
     if (!table)
         return;
-    std::optional<QString> content; // read once, whatever number of rows ask
+    std::optional<CurrentContent> content; // found once, whatever number of rows ask
     for (const Convert2TagRow& row : table->rows) {
         if (row.tagName != context.tagName)
             continue;
@@ -95,8 +146,8 @@ void CONVERT2TAG(RuleContext& rule)
         }
         if (LooksAfter(row.position)) {
             if (!content)
-                content = CurrentElementText(rule.document, rule.toolkit, rule.tag);
-            const bool found = ContainsWholeWord(*content, row.word);
+                content = currentContent(rule);
+            const bool found = wordAfterTag(rule, *content, row.word);
             if (isDelete && found)
                 report(rule, row, " Found right after ");
             else if (!isDelete && !found)

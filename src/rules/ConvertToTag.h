@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/RuleFileState.h"
 #include "core/TableSet.h"
 
 #include <QList>
@@ -38,3 +39,5 @@ QString LastWordBefore(QStringView text, qsizetype start, qsizetype end);
 // A word that should have become markup must be gone ("DELETE") or still
 // stand ("COPY") right before or right after the tag.
 void CONVERT2TAG(RuleContext& rule);
+// The rule's file state: where the table's words stand in the whole text.
+std::unique_ptr<RuleFileState> MakeConvert2TagFileState();

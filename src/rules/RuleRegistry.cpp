@@ -3,12 +3,17 @@
 #include "config/RoutineDeclTable.h"
 #include "rules/AttributeValues.h"
 #include "rules/CharacterPatterns.h"
+#include "rules/ContentComparison.h"
 #include "rules/ConvertToAttribute.h"
 #include "rules/ConvertToTag.h"
+#include "rules/CrossReferences.h"
+#include "rules/FileNameCheck.h"
 #include "rules/Footnotes.h"
 #include "rules/HardReturns.h"
 #include "rules/HyphenatedWords.h"
-#include "rules/PendingRoutines.h"
+#include "rules/ImageChecks.h"
+#include "rules/ImageNames.h"
+#include "rules/Pairs.h"
 #include "rules/TextValidity.h"
 #include "rules/UnconvertedEntities.h"
 
@@ -17,13 +22,6 @@ using enum SupportFile;
 
 namespace {
 
-// Tables of rules that are not written yet are read as plain lines, so that
-// an unreadable file still stops the run at start-up.
-template <SupportFile Which> constexpr RuleEntry pending(QLatin1StringView name, RuleFunction run)
-{
-    return { name, run, Which, LoadLinesTable<Which> };
-}
-
 RuleBook makeRules()
 {
     RuleBook book;
@@ -31,8 +29,11 @@ RuleBook makeRules()
     book.routines = {
         { "TEXTVALIDITY"_L1, TEXTVALIDITY, TextValidityTbl, LoadTextValidityTable, {},
             MakeTextValidityFileState },
-        pending<ImageValidationTbl>("IMGNAMEARTIDEQUALITY"_L1, IMGNAMEARTIDEQUALITY),
-        pending<ImageValidationTbl>("IMGNAMELENGTHEQUALITY"_L1, IMGNAMELENGTHEQUALITY),
+        // The image routines and the whole-file image check share the file's callouts.
+        { "IMGNAMEARTIDEQUALITY"_L1, IMGNAMEARTIDEQUALITY, ImageValidationTbl, LoadImageValidationTable, {},
+            MakeImageFileState },
+        { "IMGNAMELENGTHEQUALITY"_L1, IMGNAMELENGTHEQUALITY, ImageValidationTbl, LoadImageValidationTable, {},
+            MakeImageFileState },
         { "NOHRT"_L1, NOHRT, NoHRTDeclTbl, LoadNoHrtTable },
         { "WITHHRT"_L1, WITHHRT, WithHRTDeclTbl, LoadWithHrtTable },
         // The two word checks share the element text they search.
@@ -42,7 +43,7 @@ RuleBook makeRules()
             MakeWordCheckFileState },
         { "UNCONENTITIES"_L1, UNCONENTITIES, UnConEntitiesTbl, LoadUnconEntitiesTable, {},
             MakeUnconEntitiesFileState },
-        { "CONVERT2TAG"_L1, CONVERT2TAG, Convert2TagTbl, LoadConvert2TagTable },
+        { "CONVERT2TAG"_L1, CONVERT2TAG, Convert2TagTbl, LoadConvert2TagTable, {}, MakeConvert2TagFileState },
         { "NOLEADZERO"_L1, NOLEADZERO, NoLeadZeroTbl, LoadNoLeadZeroTable },
         { "ATTRIBUNCONENTITY"_L1, ATTRIBUNCONENTITY, AttribUnconTbl, LoadAttribUnconTable },
         { "ATTRIBRANGEVALIDITY"_L1, ATTRIBRANGEVALIDITY },
@@ -50,24 +51,41 @@ RuleBook makeRules()
         { "CONVERT2ATTRIB"_L1, CONVERT2ATTRIB, Convert2AttribTbl, LoadConvert2AttribTable, {},
             MakeConvert2AttribFileState },
         { "UNDELFNREF"_L1, UNDELFNREF },
-        pending<CitationValTbl>("CITATIONVALIDITY"_L1, CITATIONVALIDITY),
-        pending<CompContTbl>("COMPCONT"_L1, COMPCONT),
-        pending<CheckPairTbl>("CHECKPAIRVALIDITY"_L1, CHECKPAIRVALIDITY),
-        pending<CheckPairContTbl>("CHECKPAIRCONTVALIDITY"_L1, CHECKPAIRCONTVALIDITY),
-        pending<CountRefCheck>("CHECKCOUNTREFVALIDITY"_L1, CHECKCOUNTREFVALIDITY),
-        pending<PCPDataCompare>("PCPDATACOMPARE"_L1, PCPDATACOMPARE),
+        // Citations and the count of references keep one record of the file.
+        { "CITATIONVALIDITY"_L1, CITATIONVALIDITY, CitationValTbl, LoadCitationTable, {},
+            MakeCrossReferenceFileState },
+        // The two comparisons keep one record of the elements they have read.
+        { "COMPCONT"_L1, COMPCONT, CompContTbl, LoadCompContTable, {}, MakeComparisonFileState },
+        // The pair routines share what they have read of the file.
+        { "CHECKPAIRVALIDITY"_L1, CHECKPAIRVALIDITY, CheckPairTbl, LoadPairTable, {}, MakePairFileState },
+        { "CHECKPAIRCONTVALIDITY"_L1, CHECKPAIRCONTVALIDITY, CheckPairContTbl, LoadPairContentTable, {},
+            MakePairFileState },
+        { "CHECKCOUNTREFVALIDITY"_L1, CHECKCOUNTREFVALIDITY, CountRefCheck, LoadCountRefTable, {},
+            MakeCrossReferenceFileState },
+        { "PCPDATACOMPARE"_L1, PCPDATACOMPARE, PCPDataCompare, LoadPcDataTable, {}, MakeComparisonFileState },
     };
     // The order in which they run, once per file before the line scan.
     book.wholeFileChecks = {
         // Off unless CHECKMULTIHRT says TRUE.
         { "CheckMultipleHardReturns"_L1, CheckMultipleHardReturns, {}, nullptr,
             { &TableSet::CheckMultiHrt, "CHECKMULTIHRT"_L1, false } },
-        // On unless their switch says FALSE.
+        // On unless its switch says FALSE.
         { "CheckSpecialCharacters"_L1, CheckSpecialCharacters, SpecialCharTbl, LoadSpecialCharTable,
             { &TableSet::CheckSpecialChar, "CHECKSPECIALCHAR"_L1, true } },
-        { "CheckFileName"_L1, CheckFileName, FilenameCheck, LoadLinesTable<FilenameCheck>,
-            { &TableSet::CheckFilename, "CHECKFILENAME"_L1, true } },
-        pending<ImageValidationTbl>("CheckImageValidation"_L1, CheckImageValidation),
+        // Off unless CHECKFILENAME says TRUE: its lists would refuse the names
+        // of an installation that has not written them for its files.
+        { "CheckFileName"_L1, CheckFileName, FilenameCheck, LoadFileNameTable,
+            { &TableSet::CheckFilename, "CHECKFILENAME"_L1, false } },
+        { "CheckImageValidation"_L1, CheckImageValidation, ImageValidationTbl, LoadImageValidationTable, {},
+            MakeImageFileState },
+    };
+    // Judged after the last line, from what their routines gathered; named as
+    // the routine, whose findings they are. Each runs only in a file where its
+    // routines made their file state.
+    book.fileEndChecks = {
+        { "CHECKCOUNTREFVALIDITY"_L1, ReportCountRefsAtFileEnd, {}, nullptr, {},
+            MakeCrossReferenceFileState },
+        { "COMPCONT"_L1, ReportCompContAtFileEnd, {}, nullptr, {}, MakeComparisonFileState },
     };
     return book;
 }

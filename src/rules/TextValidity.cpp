@@ -146,7 +146,9 @@ bool isCountOperator(QStringView op)
 
 // --- "@eval" ---------------------------------------------------------------------
 
-// The comparison an "@eval" operator holds; two-character ones are looked for first.
+// The comparison an "@eval" operator holds, wherever it stands: before the
+// closing parenthesis ("@eval(=)$1+$2") or after it ("(@eval)2+3=", where the
+// expression's last term reads "3=" as 3). Two-character ones are looked for first.
 QString comparisonIn(QStringView text)
 {
     for (const char16_t* comparison : { u"!=", u"=>", u"=<", u"=", u"<", u">" }) {
@@ -244,7 +246,7 @@ bool EvaluateArithmetic(
     const qsizetype close = operatorText.lastIndexOf(u')');
     const QStringView whole(operatorText);
     const QStringView expression = close < 0 ? whole : whole.sliced(close + 1);
-    const QString comparison = comparisonIn(close < 0 ? whole : whole.first(close + 1));
+    const QString comparison = comparisonIn(whole);
     // With no value in the content there is nothing to relate: the row holds.
     for (const RegExpMatch& match : SearchMatches(valueExpression, content)) {
         const std::optional<double> result = foldTerms(expandExpression(expression, match));
@@ -266,8 +268,7 @@ QString TextValidityOperatorProblem(const QString& operatorText)
         return whole ? QString() : QStringLiteral("operator \"%1\" is no whole-number step").arg(op);
     }
     if (op.contains(QStringLiteral("@eval"), Qt::CaseInsensitive)) {
-        const qsizetype close = op.lastIndexOf(u')');
-        if (comparisonIn(close < 0 ? QStringView(op) : QStringView(op).first(close + 1)).isEmpty())
+        if (comparisonIn(op).isEmpty())
             return QStringLiteral("operator \"%1\" holds none of the comparisons %2").arg(op, known);
         return {};
     }

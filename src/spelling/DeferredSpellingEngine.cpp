@@ -1,14 +1,20 @@
 #include "spelling/DeferredSpellingEngine.h"
 
-DeferredSpellingEngine::DeferredSpellingEngine(Factory make)
-    : engine_(std::async(std::launch::async, [make = std::move(make)] {
-        return std::shared_ptr<SpellingEngine>(make());
-    }).share())
+#include <chrono>
+
+DeferredSpellingEngine::DeferredSpellingEngine(Factory make, Start start)
+    : engine_(std::async(
+        start == Start::Now ? std::launch::async : std::launch::deferred, [make = std::move(make)] {
+            return std::shared_ptr<SpellingEngine>(make());
+        }).share())
 {
 }
 
 DeferredSpellingEngine::~DeferredSpellingEngine()
 {
+    // An engine made on first question that was never asked is never made.
+    if (engine_.wait_for(std::chrono::seconds(0)) == std::future_status::deferred)
+        return;
     // A run that ends before asking anything still waits for the thread:
     // it must not outlive what it loads into.
     engine_.wait();
@@ -24,6 +30,11 @@ DeferredSpellingEngine::~DeferredSpellingEngine()
 void DeferredSpellingEngine::leakAtExit()
 {
     leak_ = true;
+}
+
+bool DeferredSpellingEngine::ready() const
+{
+    return engine_.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
 }
 
 SpellingEngine& DeferredSpellingEngine::engine()

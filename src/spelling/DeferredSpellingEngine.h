@@ -14,7 +14,11 @@ class DeferredSpellingEngine final : public SpellingEngine {
 public:
     using Factory = std::function<std::unique_ptr<SpellingEngine>()>;
 
-    explicit DeferredSpellingEngine(Factory make);
+    // Now: made at once, on a thread of its own. OnFirstQuestion: made by the
+    // first question, for a run that may well ask none.
+    enum class Start { Now, OnFirstQuestion };
+
+    explicit DeferredSpellingEngine(Factory make, Start start = Start::Now);
     ~DeferredSpellingEngine() override;
 
     void SetMainLexPath(const QString& folder) override;
@@ -23,6 +27,9 @@ public:
     void SetOption(std::uint32_t option, std::int32_t value) override;
     int CheckString(const QString& text) override;
     QStringList Suggest(const QString& text, int depth, int maxCount) override;
+
+    // Whether the engine is made, without waiting for it.
+    bool ready() const;
 
     // Keeps the engine from being freed with this object, for a process about
     // to end: a dictionary's many small allocations take longer to free than

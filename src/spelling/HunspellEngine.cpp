@@ -140,12 +140,67 @@ void HunspellEngine::SetUserLexPath(const QString& folder)
     userLexPath_ = folder;
 }
 
+namespace {
+
+QString lexiconFilePath(const QString& mainLexPath, const QString& userLexPath, const QString& name)
+{
+    const QString inUserFolder = userLexPath + name;
+    if (!userLexPath.isEmpty() && QFileInfo(inUserFolder).isFile())
+        return inUserFolder;
+    return mainLexPath + name;
+}
+
+QString unreadableReason(QFile& file)
+{
+    if (!QFileInfo(file).isFile())
+        return QStringLiteral("not found");
+    if (!file.open(QIODevice::ReadOnly))
+        return file.errorString();
+    return {};
+}
+
+QString lexiconFileProblem(const QString& path)
+{
+    QFile file(path);
+    QString reason = unreadableReason(file);
+    if (!reason.isEmpty() || !path.endsWith(QLatin1String(".dic"), Qt::CaseInsensitive))
+        return reason;
+    const QByteArray firstLine = file.readLine(64).trimmed();
+    if (firstLine.isEmpty() && file.atEnd())
+        return QStringLiteral("the dictionary is empty");
+    QString affPath = path;
+    affPath.replace(affPath.size() - 3, 3, QStringLiteral("aff"));
+    // Without its ".aff" the file is read as a word list, which needs no count.
+    if (!QFileInfo(affPath).isFile())
+        return {};
+    if (firstLine.isEmpty() || firstLine.front() < '0' || firstLine.front() > '9')
+        return QStringLiteral("the dictionary does not start with its word count");
+    QFile aff(affPath);
+    reason = unreadableReason(aff);
+    return reason.isEmpty() ? QString() : affPath + QStringLiteral(": ") + reason;
+}
+
+} // namespace
+
+std::vector<LexiconProblem> LexiconProblems(
+    const QString& mainLexPath, const QString& userLexPath, const QString& names)
+{
+    std::vector<LexiconProblem> problems;
+    for (const QString& rawName : names.split(QLatin1Char(','))) {
+        const QString name = rawName.trimmed();
+        if (name.isEmpty())
+            continue;
+        const QString path = lexiconFilePath(mainLexPath, userLexPath, name);
+        const QString reason = lexiconFileProblem(path);
+        if (!reason.isEmpty())
+            problems.push_back({ path, reason });
+    }
+    return problems;
+}
+
 QString HunspellEngine::LexiconFilePath(const QString& name) const
 {
-    const QString inUserFolder = userLexPath_ + name;
-    if (!userLexPath_.isEmpty() && QFileInfo(inUserFolder).isFile())
-        return inUserFolder;
-    return mainLexPath_ + name;
+    return lexiconFilePath(mainLexPath_, userLexPath_, name);
 }
 
 void HunspellEngine::SetUserLexFiles(const QString& names)

@@ -8,6 +8,19 @@
 
 class Hunspell;
 
+// A lexicon file of MAINLEXFILES that cannot be loaded, where the engine
+// would take it from, and why.
+struct LexiconProblem {
+    QString path;
+    QString reason;
+};
+// Every file of the comma-separated list that cannot be read, and every
+// dictionary (".dic") that is empty or does not start with its word count,
+// which the engine would load as no words at all: each word would then be
+// an unknown one, a finding turned into another by a lexicon that is not there.
+std::vector<LexiconProblem> LexiconProblems(
+    const QString& mainLexPath, const QString& userLexPath, const QString& names);
+
 // The spelling engine on Hunspell. The lexicon files are looked for in the
 // user lexicon folder first, then in the main lexicon folder. A name ending in
 // ".dic" with its ".aff" beside it is a dictionary (the first one is the main

@@ -11,7 +11,17 @@
 
 namespace {
 
-QByteArray readBytes(const QString& path)
+// `length` reads "N bytes" or "N characters".
+InputUnreadable tooLong(const QString& path, const QString& length, qint64 longest)
+{
+    return InputUnreadable(
+        QStringLiteral("%1 is too long: %2, more than the %3 that 32-bit positions can address")
+            .arg(path, length)
+            .arg(longest)
+            .toStdString());
+}
+
+QByteArray readBytes(const QString& path, qint64 longest = kLongestInput)
 {
     QFile file(path);
     const auto unreadable = [&] {
@@ -19,6 +29,8 @@ QByteArray readBytes(const QString& path)
     };
     if (!file.open(QIODevice::ReadOnly))
         throw unreadable();
+    if (file.size() > longest)
+        throw tooLong(path, QStringLiteral("%1 bytes").arg(file.size()), longest);
     // Read into a buffer of the file's size; whatever the file has grown by
     // since (or all of it, for a file of no known size) follows.
     QByteArray bytes(std::max<qint64>(file.size(), 0), Qt::Uninitialized);
@@ -38,10 +50,10 @@ void showInvalidFormat(OperatorInterface& ui, const QString& file)
     ui.messageBox(QStringLiteral("Invalid Input file format: ") + file, kProgramTitle, MessageIcon::Critical);
 }
 
-QByteArray readAnsiBytes(OperatorInterface& ui, const QString& path)
+QByteArray readAnsiBytes(OperatorInterface& ui, const QString& path, qint64 longest)
 {
     try {
-        return readBytes(path);
+        return readBytes(path, longest);
     } catch (const InputUnreadable&) {
         showInvalidFormat(ui, path);
         throw;
@@ -79,7 +91,7 @@ QString ReadUtf8File(const QString& path)
 
 QString GetFileContent(OperatorInterface& ui, const QString& file)
 {
-    return DecodeWindows1252(readAnsiBytes(ui, file));
+    return DecodeWindows1252(readAnsiBytes(ui, file, kLongestInput));
 }
 
 QString GetFileRTB(OperatorInterface& ui, const QString& applicationPath, const QString& file)
@@ -122,9 +134,9 @@ void NormalizeLineEnds(QString& text)
     text = std::move(normalized);
 }
 
-QString LoadInputText(OperatorInterface& ui, const QString& path, bool utf8Input)
+QString LoadInputText(OperatorInterface& ui, const QString& path, bool utf8Input, qint64 longest)
 {
-    const QByteArray bytes = utf8Input ? readBytes(path) : readAnsiBytes(ui, path);
+    const QByteArray bytes = utf8Input ? readBytes(path, longest) : readAnsiBytes(ui, path, longest);
     QString text;
     if (std::optional<QString> utf16 = decodeUtf16(bytes))
         text = std::move(*utf16);
@@ -135,5 +147,9 @@ QString LoadInputText(OperatorInterface& ui, const QString& path, bool utf8Input
     else
         text = DecodeWindows1252(bytes);
     NormalizeLineEnds(text);
+    // Line ends read as CR LF can make the text longer than the file.
+    if (text.size() > longest)
+        throw tooLong(
+            path, QStringLiteral("%1 characters with its line ends read as CR LF").arg(text.size()), longest);
     return text;
 }

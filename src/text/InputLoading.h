@@ -2,6 +2,8 @@
 
 #include <QByteArrayView>
 #include <QString>
+#include <cstdint>
+#include <limits>
 #include <stdexcept>
 
 class OperatorInterface;
@@ -13,6 +15,10 @@ class InputUnreadable : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
+
+// Positions in the text are 32-bit and one-based, and a search may stand one
+// past the last character: the longest text (and file) they can all address.
+constexpr qint64 kLongestInput = std::numeric_limits<std::int32_t>::max() - 1;
 
 // UTF-8 to UTF-16 as the platform converter does it: invalid sequences become
 // U+FFFD and a leading byte-order mark is kept as the character U+FEFF.
@@ -45,5 +51,7 @@ void NormalizeLineEnds(QString& text);
 //   differ on purpose);
 // - LF-only line ends are read as CR LF.
 // Throws InputUnreadable (after the ANSI path's message) when the file cannot
-// be read.
-QString LoadInputText(OperatorInterface& ui, const QString& path, bool utf8Input);
+// be read, and when the file or its text is longer than `longest` (the
+// positions would overflow); the file is then not read at all.
+QString LoadInputText(
+    OperatorInterface& ui, const QString& path, bool utf8Input, qint64 longest = kLongestInput);

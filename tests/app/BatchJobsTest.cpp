@@ -9,6 +9,7 @@
 #include "rules/TextValidity.h"
 #include "support/Installation.h"
 #include "support/RecordingOperator.h"
+#include "support/TempDir.h"
 
 #include <QDirIterator>
 #include <QFile>
@@ -73,6 +74,7 @@ public:
     {
         events << QStringLiteral("%1:%2 %3 | %4").arg(f.line).arg(f.column).arg(f.message, f.data);
     }
+    void onFileFailed(const QStringList& reasons) override { events << "failed " + reasons.join(" | "); }
     void onFileEnded() override { events << "end"; }
     QStringList events;
 };
@@ -124,11 +126,12 @@ struct BatchResult {
 
 // Runs the batch of the installation's input folder in a run state of its
 // own, into its own working and output folders.
-BatchResult runBatch(
-    const Installation& inst, const QString& name, int jobs, const QStringList& selected = {})
+BatchResult runBatch(const Installation& inst, const QString& name, int jobs,
+    const QStringList& selected = {}, const QString& cacheFolder = {})
 {
     RecordingOperator ui;
     RunState state(ui);
+    state.spelling.cacheFolder = cacheFolder;
     startUp(inst, state, ui);
     EventSink sink;
     state.findingSinks.subscribe(sink);
@@ -236,11 +239,77 @@ TEST(BatchJobs, SideBySideWritesWhatOneAfterAnotherWritesInBothEditorLayouts)
     }
 }
 
+// A file whose check fails fails alone, whatever the job count: its reports
+// say why, it is not passed on, the batch goes on, and its end says that
+// files failed.
+TEST(BatchJobs, FilesWhoseCheckFailsFailAloneWhateverTheJobCount)
+{
+    Installation inst;
+    inst.set("INPUTTYPE", "FILES");
+    installSampleRules(inst, false);
+    const QString examples = QStringLiteral(QUORVANE_EXAMPLES_DIR) + "/";
+    inst.set("SPECIALCHARTBL",
+        inst.writeTable("runaway.tbl",
+            Installation::read(examples + "tables/characters.tbl")
+                + "\"(a+)+c\",\"Runaway\",\"WARNING\",\"I\"\r\n"));
+    for (int i = 0; i < 8; ++i) {
+        const bool runaway = i == 2 || i == 5;
+        inst.writeInput(QStringLiteral("f%1.xml").arg(i),
+            runaway ? "<p>" + QByteArray(40, 'a') + "b c</p>\r\n" : QByteArray("<p>Clean.</p>\r\n"));
+    }
+    const BatchResult sequential = runBatch(inst, "one", 1);
+    const BatchResult parallel = runBatch(inst, "four", 4);
+    expectSameRun(sequential, parallel);
+    EXPECT_EQ(sequential.status, ExitStatus::Refused);
+    EXPECT_TRUE(sequential.messages.last().endsWith(
+        "2 file(s) failed: their check did not finish or their outputs could not be written (see their "
+        "reports and the messages before this one)."))
+        << sequential.messages.last().toStdString();
+    EXPECT_EQ(sequential.findings.filter("failed CheckSpecialCharacters: ").size(), 2);
+    for (int i = 0; i < 8; ++i) {
+        const bool runaway = i == 2 || i == 5;
+        const QString name = QStringLiteral("f%1").arg(i);
+        EXPECT_EQ(sequential.output.count("input" + name + ".xml"), runaway ? 0u : 1u) << i;
+        EXPECT_EQ(
+            sequential.work.at(name + ".WRN").contains("The check did not finish: CheckSpecialCharacters"),
+            runaway)
+            << i;
+    }
+    EXPECT_TRUE(sequential.work.at("error.edt").contains("The check did not finish: "));
+}
+
+TEST(BatchJobs, ReportsAreTheSameAtEveryJobCountAndCacheState)
+{
+    Installation inst;
+    installSampleRules(inst, true);
+    writeGeneratedBatch(inst);
+    Corpus::Style spelling;
+    spelling.spellingHeavy = true;
+    inst.writeInput("spell/s.xml", Corpus::Document(1, 2500, spelling));
+    TempDir caches;
+    auto cacheBytes = [&](const QString& folder) {
+        const QStringList files = QDir(caches.path() + folder).entryList(QDir::Files);
+        return files.size() == 1 ? TempDir::read(caches.path() + folder + "/" + files[0]) : QByteArray();
+    };
+    const BatchResult uncached = runBatch(inst, "none1", 1);
+    EXPECT_GT(uncached.findings.filter("Compound Word").size(), 10);
+    expectSameRun(uncached, runBatch(inst, "none4", 4));
+    for (const int jobs : { 1, 4 }) {
+        SCOPED_TRACE(jobs);
+        const QString folder = QStringLiteral("jobs%1").arg(jobs);
+        expectSameRun(uncached, runBatch(inst, "cold", jobs, {}, caches.path() + folder));
+        const QByteArray kept = cacheBytes(folder);
+        EXPECT_GT(kept.count('\n'), 20);
+        expectSameRun(uncached, runBatch(inst, "warm", jobs, {}, caches.path() + folder));
+        EXPECT_EQ(cacheBytes(folder), kept); // the warm run had nothing new to ask
+    }
+}
+
 TEST(BatchJobs, AFailingFileEndsTheBatchThereWhateverTheJobCount)
 {
-    // A file that lies where its own report would be written is refused and
-    // ends the batch; the workers may have finished later files already,
-    // which must leave nothing behind.
+    // A file that is gone by its turn cannot be read and ends the batch; the
+    // workers may have finished later files already, which must leave
+    // nothing behind.
     Installation inst;
     inst.set("INPUTTYPE", "FILES");
     installSampleRules(inst, true);
@@ -252,16 +321,8 @@ TEST(BatchJobs, AFailingFileEndsTheBatchThereWhateverTheJobCount)
         inst.writeInput(name, Corpus::Document(std::uint64_t(i), i == 7 ? 400'000 : 2000));
         selected << name;
     }
-    inst.writeInput("g.ERR", "<p>its own report</p>\r\n");
-    selected.insert(8, "g.ERR");
-    // The refused input lies in the working folder of each run.
-    auto runWith = [&](const char* name, int jobs) {
-        QDir().mkpath(inst.root() + name + "-work/");
-        QFile::copy(inst.inputPath() + "g.ERR", inst.root() + name + "-work/g.ERR");
-        QStringList paths = selected;
-        paths[8] = "../" + QString(name) + "-work/g.ERR";
-        return runBatch(inst, name, jobs, paths);
-    };
+    selected.insert(8, "gone.xml");
+    auto runWith = [&](const char* name, int jobs) { return runBatch(inst, name, jobs, selected); };
     const BatchResult sequential = runWith("one", 1);
     const BatchResult parallel = runWith("four", 4);
     EXPECT_EQ(sequential.status, 100 + ExitStatus::Refused);
@@ -272,6 +333,40 @@ TEST(BatchJobs, AFailingFileEndsTheBatchThereWhateverTheJobCount)
     EXPECT_EQ(parallel.messages, sequential.messages);
     expectSameBytes(sequential.work, parallel.work);
     expectSameBytes(sequential.output, parallel.output);
+}
+
+// Images called out by any file of the batch are not in excess, whichever
+// worker validated that file.
+TEST(BatchJobs, TheImageCrossCheckJoinsTheFilesOfEveryWorker)
+{
+    Installation inst;
+    inst.set("IMAGEVALIDATIONTBL", inst.writeTable("images.tbl", "Tag | Attribute\r\ngraphic | href\r\n"));
+    inst.set("CHECKEXCESSIMGFILES", "TRUE");
+    const QString images = inst.root() + "image/";
+    for (const char* folder : { "a", "b" }) {
+        for (int i = 1; i <= 6; ++i) {
+            QDir().mkpath(images + folder);
+            QFile image(images + folder + QStringLiteral("/f%1.tif").arg(i));
+            ASSERT_TRUE(image.open(QIODevice::WriteOnly));
+            image.write("x");
+            // Files 1 to 5 of each folder are called out, each by a file of its own.
+            if (i < 6)
+                inst.writeInput(QStringLiteral("%1/t%2.xml").arg(folder).arg(i),
+                    QStringLiteral("<graphic href=\"f%1.tif\"/>\r\n").arg(i).toUtf8());
+        }
+    }
+    const BatchResult sequential = runBatch(inst, "one", 1);
+    const BatchResult parallel = runBatch(inst, "three", 3);
+    expectSameRun(sequential, parallel);
+    const QStringList excess = sequential.findings.filter("corresponding callout");
+    EXPECT_EQ(excess,
+        (QStringList {
+            "0:0 f6.tif image does not have a corresponding callout tags in the file/s selected. | " + images
+                + "a/f6.tif",
+            "0:0 f6.tif image does not have a corresponding callout tags in the file/s selected. | " + images
+                + "b/f6.tif" }));
+    EXPECT_EQ(sequential.status, ExitStatus::ErrorsFound);
+    EXPECT_EQ(sequential.work.at("quorvane.LOG").count("corresponding callout"), 2);
 }
 
 TEST(BatchJobs, WhatCannotBeKnownBeforeAFileRunsKeepsTheBatchOneAfterAnother)
@@ -288,7 +383,8 @@ TEST(BatchJobs, WhatCannotBeKnownBeforeAFileRunsKeepsTheBatchOneAfterAnother)
     const QString out = inst.outputPath();
     const BatchPlan two { { { "/in/a.xml", work, out }, { "/in/b.xml", work, out } }, true };
 
-    EXPECT_FALSE(SequentialBatchReason(state, two).isEmpty()); // the pair routine reads earlier counts
+    // The pair routines keep what they know per file: they run side by side.
+    EXPECT_EQ(SequentialBatchReason(state, two), QString());
     state.config.ActiveTableSet = state.config.DefaultTableSet;
     state.config.ActiveTableSet.tables = {};
     EXPECT_EQ(SequentialBatchReason(state, two), QString());
@@ -338,4 +434,28 @@ TEST(CorpusGenerator, TheSameSeedWritesTheSameBytes)
             ++cut;
     }
     EXPECT_GT(cut, 10);
+}
+
+// The side-by-side benchmarks need files that leave elements open and text
+// that keeps the dictionary busy.
+TEST(CorpusGenerator, WritesArticlesLeftOpenAndSpellingHeavyText)
+{
+    Corpus::Style open;
+    open.leaveOpen = true;
+    for (const std::uint64_t seed : { 3, 7 }) {
+        const QByteArray article = Corpus::Document(seed, 10'000, open);
+        EXPECT_FALSE(article.contains("</article>"));
+        EXPECT_EQ(article.count("<sec "), article.count("</sec>") + 1);
+    }
+    Corpus::Style spelling;
+    spelling.spellingHeavy = true;
+    const QByteArray text = Corpus::Document(1, 300'000, spelling);
+    EXPECT_GT(text.count("-\r\n"), 100); // line-end hyphenations
+    QSet<QByteArray> compounds;
+    for (const QByteArray& word : text.split(' ')) {
+        if (word.count('-') == 1 && !word.contains('<') && !word.contains('\r'))
+            compounds.insert(word);
+    }
+    EXPECT_GT(compounds.size(), 300);
+    EXPECT_EQ(Corpus::Document(1, 300'000, spelling), text);
 }

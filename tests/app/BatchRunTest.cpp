@@ -3,12 +3,15 @@
 #include "app/modGlobal.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
+#include "report/FindingOutputs.h"
 #include "support/Installation.h"
 #include "support/RecordingOperator.h"
 
 #include <QDir>
 #include <QFile>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 namespace {
 
@@ -215,7 +218,7 @@ TEST_F(BatchRunTest, ListedFilesRunTheirBeforeProgramsBeforeTheReportsOpenWalked
     startUp();
     input("j1/a.xml");
     input("b.xml");
-    const QString staged = state.config.TempPath;
+    const QString staged = inst.tempPath() + "Quorvane_Temp/";
 
     qputenv("REPORTS", inst.workPath().toUtf8());
     state.config.InputType = "FILES";
@@ -306,5 +309,150 @@ TEST_F(BatchRunTest, NextAllocatedFolderIsTheJobFilesFirstNameBelowTheCurrentFol
             EXPECT_EQ(next.folder, row.folder) << (row.content ? row.content : "no file");
             EXPECT_EQ(next.errorText, row.error) << (row.content ? row.content : "no file");
         }
+    }
+}
+
+TEST_F(BatchRunTest, TheWalkNamesWhatItCannotTakeAndFollowsFolderLinksOnce)
+{
+    startUp();
+    const QString in = inst.inputPath();
+    input("j1/a.xml");
+    input("j1/ch/b.xml");
+    const QString elsewhere = inst.root() + "elsewhere/";
+    QDir().mkpath(elsewhere);
+    QFile(elsewhere + "c.xml").open(QIODevice::WriteOnly);
+    // A name that is no UTF-8 ("caf\xE9", Latin-1) cannot even be given to QFile.
+    const QByteArray badName = QFile::encodeName(in + "j1/") + "caf\xE9.xml";
+    ASSERT_EQ(::close(::open(badName.constData(), O_CREAT | O_WRONLY, 0644)), 0);
+    ASSERT_TRUE(QFile::link(elsewhere, in + "j1/l1"));
+    ASSERT_TRUE(QFile::link(elsewhere, in + "j1/l2"));
+    ASSERT_TRUE(QFile::link(in + "j1", in + "j1/ch/up"));
+    ASSERT_TRUE(QFile::link(in + "j1/gone", in + "j1/dangling"));
+    // Each kind in name order: entries that cannot be read, then files that cannot be taken.
+    QStringList unreadable = { "cannot read " + in + "j1/dangling: No such file or directory",
+        "cannot validate " + in + "j1/caf\\xe9.xml: its name is not valid UTF-8" };
+    const bool permissionsHold = ::geteuid() != 0; // root reads every folder
+    if (permissionsHold) {
+        QDir().mkpath(in + "j1/locked");
+        QFile::setPermissions(in + "j1/locked", QFileDevice::WriteOwner);
+        unreadable << "cannot read the folder " + in + "j1/locked/: Permission denied";
+    }
+
+    const int status = RunBatch(state, request(in, { "j1" }), observer);
+    if (permissionsHold)
+        QFile::setPermissions(
+            in + "j1/locked", QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    EXPECT_EQ(status, ExitStatus::Refused);
+    const QStringList told = unreadable
+        + QStringList { "not walked into " + in + "j1/ch/up/: a link to a folder already walked",
+              "not walked into " + in + "j1/l2/: a link to a folder already walked" };
+    EXPECT_EQ(ui.diagnostics, told);
+    const QString log = QString::fromUtf8(Installation::read(inst.workPath() + "quorvane.LOG"));
+    for (const QString& line : told)
+        EXPECT_TRUE(log.contains(line + "\r\n")) << line.toStdString();
+    // Everything it could read was validated, through the first link too.
+    EXPECT_EQ(observer.events,
+        QStringList({ "started", "1/3 " + in + "j1/a.xml", "2/3 " + in + "j1/ch/b.xml",
+            "3/3 " + in + "j1/l1/c.xml", "finished" }));
+    EXPECT_TRUE(exists(inst.workPath() + "j1/l1/c.ERR"));
+    EXPECT_FALSE(exists(inst.workPath() + "j1/l2"));
+}
+
+TEST_F(BatchRunTest, TheWholeListNamesWhatItCannotShow)
+{
+    inst.set("INPUTTYPE", "FILES");
+    startUp();
+    input("a.xml");
+    const QByteArray badName = QFile::encodeName(inst.inputPath()) + "b\xFF.xml";
+    ASSERT_EQ(::close(::open(badName.constData(), O_CREAT | O_WRONLY, 0644)), 0);
+    BatchCommand command;
+    command.folder = inst.inputPath();
+    EXPECT_EQ(RunBatchCommand(state, command, observer), ExitStatus::Refused);
+    EXPECT_EQ(ui.diagnostics,
+        QStringList({ "cannot validate " + inst.inputPath() + "b\\xff.xml: its name is not valid UTF-8" }));
+    EXPECT_TRUE(exists(inst.workPath() + "a.ERR"));
+    // Entries named one by one leave the others out on purpose.
+    ui.diagnostics.clear();
+    command.entries = QStringList { "a.xml" };
+    EXPECT_EQ(RunBatchCommand(state, command, observer), ExitStatus::Clean);
+    EXPECT_TRUE(ui.diagnostics.isEmpty());
+}
+
+TEST_F(BatchRunTest, TheRunsOwnFoldersInsideTheInputTreeAreNeverWalked)
+{
+    startUp();
+    const QString in = inst.inputPath();
+    input("j1/a.xml", kWithError);
+    input("j1/b.xml");
+    const QString work = in + "j1/reports/";
+    const QString output = in + "j1/copies/";
+    QDir().mkpath(work);
+    QDir().mkpath(output);
+    const QStringList told { "not walked into " + work + ": it is the working folder of this run",
+        "not walked into " + output + ": it is the output folder of this run" };
+    // Twice: the second run finds the first one's reports and copies in place.
+    for (int run = 0; run < 2; ++run) {
+        ui.diagnostics.clear();
+        observer.events.clear();
+        EXPECT_EQ(
+            RunBatch(state, { in, { "j1" }, QString(), work, output }, observer), ExitStatus::ErrorsFound);
+        QStringList sortedTold = ui.diagnostics;
+        sortedTold.sort();
+        EXPECT_EQ(sortedTold, QStringList({ told[1], told[0] }));
+        EXPECT_EQ(observer.events.size(), 4) << observer.events.join(", ").toStdString();
+    }
+    EXPECT_TRUE(exists(work + "j1/a.ERR"));
+    EXPECT_TRUE(exists(output + "j1/b.xml"));
+    EXPECT_FALSE(exists(work + "j1/reports"));
+    EXPECT_FALSE(exists(work + "j1/copies"));
+}
+
+TEST_F(BatchRunTest, AnInputTheBatchWouldWriteIsRefusedBeforeAnythingIsWritten)
+{
+    struct Row {
+        const char* inputType;
+        QString entry;
+        QString outputPath; // empty: the installation's
+        QString refused; // the input named in the refusal, below the input folder
+    };
+    const Row rows[] = {
+        // The working folder listed as the batch folder: its program log is an input.
+        { "FILES", "quorvane.LOG", "", "quorvane.LOG" },
+        // Copies of a walked folder mirrored onto the folder itself.
+        { "SGML", "j1", "%IN%", "j1/a.xml" },
+    };
+    startUp();
+    for (const Row& row : rows) {
+        state.config.InputType = row.inputType;
+        const QString in = inst.inputPath();
+        const QByteArray kept = "<doc>kept</doc>\r\n";
+        input(row.refused, kept);
+        ui.messages.clear();
+        const QString output = row.outputPath.isEmpty() ? inst.outputPath() : in;
+        EXPECT_THROW(RunBatch(state, { in, { row.entry }, QString(), in, output }, observer), RunAborted);
+        ASSERT_EQ(ui.messages.size(), 1);
+        EXPECT_TRUE(ui.messages[0].text.startsWith(in + row.refused + " would be overwritten or removed"))
+            << ui.messages[0].text.toStdString();
+        EXPECT_EQ(Installation::read(in + row.refused), kept);
+        QFile::remove(in + row.refused);
+    }
+}
+
+TEST_F(BatchRunTest, ARefusedProcessTakesAwayTheOutputsOfTheOneBefore)
+{
+    startUp();
+    input("j1/a.xml");
+    const QString json = inst.root() + "run.json";
+    FindingOutputs outputs("Quorvane", "1", { json, {}, {} });
+    state.findingSinks.subscribe(outputs);
+    const BatchRequest refusals[] = {
+        { inst.inputPath(), {}, QString(), inst.workPath(), inst.outputPath() },
+        { inst.inputPath(), { "j1" }, QString(), inst.workPath(), inst.root() + "nowhere" },
+    };
+    for (const BatchRequest& refused : refusals) {
+        ASSERT_EQ(RunBatch(state, request(inst.inputPath(), { "j1" }), observer), ExitStatus::Clean);
+        ASSERT_TRUE(exists(json));
+        EXPECT_EQ(RunBatch(state, refused, observer), ExitStatus::Refused);
+        EXPECT_FALSE(exists(json)) << refused.outputPath.toStdString();
     }
 }

@@ -68,6 +68,14 @@ TEST(CheckConfig, ListsEveryFaultOfABrokenInstallationAndExitsWithOne)
     const QString noHrt
         = inst.writeTable("nohrt.tbl", "Enclosing | Element | Severity\r\n<sec> | <title> | E\r\n");
     inst.set("NOHRTDECLTBL", noHrt);
+    const QString fileNames = inst.writeTable("names.tbl",
+        "Pattern | Case | Stands for\r\n(jcs | C | unclosed\r\nabc | X | case code\r\nabc | C\r\n");
+    inst.set("FILENAMECHECKTBL", fileNames);
+    inst.set("CHECKFILENAME", "TRUE");
+    inst.set("VALIDFILENAMECHAR", "a-z<comma>xyz");
+    const QString images = inst.writeTable("images.tbl",
+        "Tag | Attribute\r\ngraphic | @href\r\ngraphic | href | x\r\n<graphic> | xlink:href\r\n");
+    inst.set("IMAGEVALIDATIONTBL", images);
     // The task's routine table declares nothing its own characters table
     // would need, and its switch keeps that table from ever being read.
     const QString taskRoutines
@@ -107,11 +115,20 @@ TEST(CheckConfig, ListsEveryFaultOfABrokenInstallationAndExitsWithOne)
         toAttribute + ":3: position code \"s\" is none of S, E, B",
         toTag + ":3: action \"MOVE\" is none of COPY, DELETE",
         toTag + ":3: position code \"X\" is none of S, E, B",
+        fileNames + ":2: Invalid regular expression \"(jcs\": missing closing parenthesis at offset 4",
+        fileNames + ":3: case code \"X\" is none of C, I",
+        fileNames + ":4: row dropped: 2 field(s) where the table has 3",
+        images
+            + ":2: row dropped: attribute \"@href\" is not a bare attribute name such as href or xlink:href",
+        images + ":3: row dropped: 3 field(s) where the table has 2",
+        inst.appFolder()
+            + "/Quorvane.INI: VALIDFILENAMECHAR piece \"xyz\" is neither one character nor a range such as "
+              "a-z: it stands for each of its characters",
         noHrt + ": the table is never used: no routine declaration table names NOHRT",
         taskCharacters + ": the table is never used: CHECKSPECIALCHAR is FALSE",
     };
     EXPECT_EQ(result.standardOutput.split('\n', Qt::SkipEmptyParts), expected);
-    EXPECT_EQ(result.standardError, "quorvane: 21 problem(s) found\n");
+    EXPECT_EQ(result.standardError, "quorvane: 27 problem(s) found\n");
 }
 
 TEST(CheckConfig, AnswersZeroForACleanInstallationAndTwoWithoutAConfiguration)
@@ -180,6 +197,7 @@ TEST(CheckConfig, NamesTextValidityOperatorsThatWouldNotDoWhatTheyLookLike)
         { "dup", false },
         { "+1", false },
         { "@eval(=)$1+$2", false },
+        { "(@eval)2+3=", false }, // the comparison may follow the parenthesis
         { "=<@now", false },
         { "", false }, // any other word forbids the pattern
         { "DUP", true },
@@ -189,4 +207,73 @@ TEST(CheckConfig, NamesTextValidityOperatorsThatWouldNotDoWhatTheyLookLike)
     };
     for (const Row& row : rows)
         EXPECT_EQ(!TextValidityOperatorProblem(row.op).isEmpty(), row.problem) << row.op.toStdString();
+}
+
+// Only a start tag starts an element's routines: a routine declared on an
+// element the input writes only as an empty tag never runs.
+TEST(CheckConfig, WarnsOfRoutinesOnElementsTheInputWritesOnlyAsEmptyTags)
+{
+    Installation inst;
+    inst.set("INPUTFILEMASK", "xml");
+    const QString routines = inst.writeTable("routinedecltbl.tbl",
+        "Tag | Routine | Parameter\r\n"
+        "<fig> | ATTRIBUNCONENTITY | N/A\r\n"
+        "\r\n"
+        "<graphic> | ATTRIBUNCONENTITY | N/A\r\n"
+        "<media> | ATTRIBUNCONENTITY | N/A\r\n"
+        "<label> | ATTRIBUNCONENTITY | N/A\r\n");
+    // graphic only empty; media empty once and started once; label never
+    // there; a start tag broken over two lines is no start tag to a run.
+    const QString emptyOnly = inst.writeInput("a.xml",
+        "<fig><graphic href=\"a.tif\"/><media/></fig>\r\n<fig><media\r\nhref=\"x\"></media><graphic\r\n"
+        "href=\"b.tif\"></graphic></fig>\r\n");
+    const QString started = inst.writeInput("b.xml", "<fig><media href=\"m\"></media></fig>\r\n");
+    const auto warning = [&](const QString& line, const QString& tag, const QString& inputs) {
+        return routines + ":" + line + ": the routines declared on " + tag + " never run: " + inputs
+            + " holds it only as an empty tag <" + tag
+            + "/>, which ends the enclosing element's routines instead of starting its own; declare them "
+              "on the enclosing element\n";
+    };
+
+    const auto given = inst.run({ "--check-config", "--input", emptyOnly });
+    EXPECT_EQ(given.exitCode, 1) << given.standardError.toStdString();
+    EXPECT_EQ(given.standardOutput, warning("4", "graphic", emptyOnly) + warning("5", "media", emptyOnly));
+    // Without --input the files below INPUTPATH count together: b.xml starts media.
+    const auto sample = inst.run({ "--check-config" });
+    EXPECT_EQ(sample.standardOutput,
+        warning("4", "graphic", "the input (2 file(s) below " + inst.inputPath() + ")"));
+    EXPECT_EQ(inst.run({ "--check-config", "--input", started }).exitCode, 0);
+
+    const auto missing = inst.run({ "--check-config", "--input", inst.root() + "gone.xml" });
+    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_EQ(missing.standardError, "quorvane: cannot read the input " + inst.root() + "gone.xml\n");
+}
+
+// A routine whose table names an element it is not declared on, where that
+// element has a row of its own, never sees it.
+TEST(CheckConfig, NamesElementsACrossReferenceRoutineNeverSees)
+{
+    Installation inst;
+    const QString routines = inst.writeTable("routinedecltbl.tbl",
+        "Tag | Routine | Parameter\r\n"
+        "<xref> | CHECKCOUNTREFVALIDITY | N/A\r\n"
+        "<ref> | NOHRT | N/A\r\n"
+        "<p> | COMPCONT | N/A\r\n");
+    inst.set("COUNTREFCHECKTBL",
+        inst.writeTable(
+            "countref.tbl", "h\r\nxref | rid | ref | id | Y | E\r\nxref | rid | fig | id | N | E\r\n"));
+    inst.set("COMPCONTTBL", inst.writeTable("compcont.tbl", "h\r\ntitle | p | EQUAL | W | M\r\n"));
+    inst.writeInput("a.xml", "<p>x</p>\r\n");
+    const auto result = inst.run({ "--check-config" });
+    EXPECT_EQ(result.exitCode, 1) << result.standardError.toStdString();
+    // fig has no row (an enclosing element's may run it), title none either.
+    EXPECT_EQ(result.standardOutput,
+        routines
+            + ":3: CHECKCOUNTREFVALIDITY never runs for ref: its table names ref, but the row declared for "
+              "ref "
+              "does not list it; list it there or on an N/A row\n");
+    inst.writeTable("routinedecltbl.tbl",
+        "Tag | Routine | Parameter\r\nN/A | CHECKCOUNTREFVALIDITY | N/A\r\n<ref> | NOHRT | N/A\r\n"
+        "<p> | COMPCONT | N/A\r\n");
+    EXPECT_EQ(inst.run({ "--check-config" }).exitCode, 0);
 }

@@ -44,6 +44,21 @@ TEST(CommandLine, ReadsOptionsAndJoinsTheRestWithBlanks)
         { { "q", "--jobs", "2", "a.xml|T" }, "", false, "", true },
         { { "q", "--work", "/w", "a.xml" }, "", false, "", true },
         { { "q", "--check-config", "a.xml" }, "", false, "", true },
+        { { "q", "--task", "T1", "a.xml|T1" }, "", false, "a.xml|T1", false },
+        { { "q", "--task", "T1", "a.xml|T2" }, "", false, "", true },
+        { { "q", "--input", "a.xml", "b.xml" }, "", false, "", true }, // --input is the check's
+        { { "q", "--check-config", "--input" }, "", false, "", true },
+        { { "q", "--batch", "/in", "--shard", "2/5" }, "", false, "", false },
+        { { "q", "--batch", "/in", "--shard=6/5" }, "", false, "", true },
+        { { "q", "--batch", "/in", "--shard", "0/5" }, "", false, "", true },
+        { { "q", "--batch", "/in", "--shard", "2" }, "", false, "", true },
+        { { "q", "--shard", "1/2", "a.xml" }, "", false, "", true }, // a shard of a batch only
+        { { "q", "--merge", "out", "s1", "s2" }, "", false, "", false },
+        { { "q", "--merge", "out" }, "", false, "", true }, // no shard to merge
+        { { "q", "--merge", "--json", "f.json", "out", "s1" }, "", false, "", true },
+        { { "q", "--cache-dir" }, "", false, "", true },
+        { { "q", "--cache-dir=" }, "", false, "", true },
+        { { "q", "--cache-dir", "/c", "--no-cache", "a.xml" }, "", false, "a.xml", false },
     };
     for (const Row& row : rows) {
         const CommandLineOptions options = ParseCommandLineOptions(row.arguments);
@@ -54,6 +69,8 @@ TEST(CommandLine, ReadsOptionsAndJoinsTheRestWithBlanks)
         EXPECT_EQ(options.headless, row.headless);
         EXPECT_EQ(options.commandLine, row.commandLine);
     }
+    EXPECT_EQ(ParseCommandLineOptions({ "q", "--cache-dir=/c", "a.xml" }).cacheDir, QString("/c"));
+    EXPECT_TRUE(ParseCommandLineOptions({ "q", "--no-cache", "a.xml" }).noCache);
 }
 
 TEST(CommandLine, TakesFileNameAndParentFolderPartFromThePath)
@@ -72,4 +89,19 @@ TEST(CommandLine, TakesFileNameAndParentFolderPartFromThePath)
         EXPECT_EQ(InputFileNameOf(row.path), row.fileName) << row.path.toStdString();
         EXPECT_EQ(ParentFolderPartOf(row.path), row.parent) << row.path.toStdString();
     }
+}
+
+TEST(CommandLine, DefaultApplicationFolderIsTheExecutablesButForThePackagedOne)
+{
+    struct Row {
+        QString executableFolder, applicationFolder;
+    };
+    const Row rows[] = {
+        { "/work/q/build", "/work/q/build/" },
+        { "/usr/bin", "/etc/quorvane/" },
+        { "/usr/bin/", "/etc/quorvane/" },
+        { "/usr/local/bin", "/usr/local/bin/" },
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(DefaultApplicationFolder(row.executableFolder), row.applicationFolder);
 }

@@ -67,9 +67,13 @@ TEST(FirstContact, TaskOptionIsTheSameAsTheBarForm)
     EXPECT_EQ(Installation::read(inst.workPath() + "a.ERR"), barReport);
     EXPECT_EQ(inst.run({ "--task", "T1", input }).standardOutput, barForm.standardOutput);
 
-    const auto both = inst.run({ "--task", "T1", input + "|T1" });
-    EXPECT_EQ(both.exitCode, 2);
-    EXPECT_TRUE(
-        both.standardError.startsWith("quorvane: give the task code either with --task or after \"|\""))
-        << both.standardError.toStdString();
+    // The same code both ways says one thing (codes are compared upper-cased); two say two.
+    const auto same = inst.run({ "--task", "t1", input + "|T1" });
+    EXPECT_EQ(same.exitCode, 1) << same.standardError.toStdString();
+    EXPECT_EQ(Installation::read(inst.workPath() + "a.ERR"), barReport);
+    const auto two = inst.run({ "--task", "T2", input + "|T1" });
+    EXPECT_EQ(two.exitCode, 2);
+    EXPECT_TRUE(two.standardError.startsWith(
+        "quorvane: --task T2 and \"|T1\" name two different task codes; give one"))
+        << two.standardError.toStdString();
 }

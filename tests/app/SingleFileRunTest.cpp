@@ -3,6 +3,9 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QThread>
 #include <gtest/gtest.h>
@@ -28,17 +31,63 @@ QByteArray entry(int line, const QString& kind, const QString& message, const QS
 
 } // namespace
 
-TEST(SingleFileRun, ACheckEndedByAFailureNeverPassesForClean)
+// A check that ends on a failure fails its file: the reports say so before
+// their totals, the input is not passed on, and the machine-readable
+// outputs mark the file failed.
+TEST(SingleFileRun, ACheckEndedByAFailureFailsTheFile)
+{
+    const struct {
+        const char* name;
+        QByteArray pattern;
+        QString limits;
+        QString reason;
+    } rows[] = {
+        { "a pattern that does not compile", "(a+)+(", "", "Invalid regular expression" },
+        { "the match limit", "(a+)+c", "", "\"(a+)+c\"" },
+        { "memory running out", "a", "-v 200000", "Not enough memory" },
+    };
+    for (const auto& row : rows) {
+        Installation inst;
+        inst.writeTable("specialchartbl.tbl",
+            "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n\"" + row.pattern
+                + "\",\"Broken\",\"WARNING\",\"I\"\r\n");
+        const QString input = inst.writeInput("a.xml", "<a>" + QByteArray(40, 'a') + "b c</a>\r\n");
+        inst.setLimits(row.limits);
+        const auto result
+            = inst.run({ "--json", inst.root() + "o.json", "--sarif", inst.root() + "o.sarif", input });
+        EXPECT_EQ(result.exitCode, 2) << row.name;
+        const QString line = "The check did not finish: CheckSpecialCharacters: ";
+        for (const QString& report : { "a.ERR", "a.WRN" }) {
+            const QStringList lines
+                = QString::fromUtf8(Installation::read(inst.workPath() + report)).split("\r\n");
+            ASSERT_EQ(lines.size(), 7) << row.name << " " << report.toStdString();
+            EXPECT_TRUE(lines[3].startsWith(line) && lines[3].contains(row.reason)) << lines[3].toStdString();
+            EXPECT_TRUE(lines[5].startsWith("Total No. of ")) << row.name;
+        }
+        EXPECT_FALSE(QFile::exists(inst.outputPath() + "/inputa.xml")) << row.name;
+        const QJsonObject json = QJsonDocument::fromJson(Installation::read(inst.root() + "o.json")).object();
+        EXPECT_TRUE(json["files"][0]["failed"].toBool()) << row.name;
+        EXPECT_TRUE(json["files"][0]["failures"][0].toString().startsWith("CheckSpecialCharacters: "));
+        const QJsonObject sarif
+            = QJsonDocument::fromJson(Installation::read(inst.root() + "o.sarif")).object();
+        const QJsonValue invocation = sarif["runs"][0]["invocations"][0];
+        EXPECT_FALSE(invocation["executionSuccessful"].toBool(true)) << row.name;
+        EXPECT_TRUE(
+            invocation["toolExecutionNotifications"][0]["message"]["text"].toString().contains(row.reason));
+    }
+}
+
+// An output that cannot be written is found before anything is validated.
+TEST(SingleFileRun, AnOutputThatCannotBeWrittenRefusesTheRun)
 {
     Installation inst;
-    inst.writeTable("specialchartbl.tbl",
-        "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
-        "\"(a+)+(\",\"Broken\",\"WARNING\",\"I\"\r\n");
-    const QString input = inst.writeInput("a.xml", "<a>aaa</a>\r\n");
-    const auto result = inst.run({ input });
+    const QString input = inst.writeInput("a.xml", "<a/>\r\n");
+    QDir().mkpath(inst.root() + "o.json");
+    const auto result = inst.run({ "--json", inst.root() + "o.json", input });
     EXPECT_EQ(result.exitCode, 2);
-    EXPECT_TRUE(result.standardError.startsWith("quorvane: a.xml: CheckSpecialCharacters ended early: "))
-        << result.standardError.toStdString();
+    EXPECT_EQ(result.standardError, "quorvane: cannot write " + inst.root() + "o.json: it is a folder\n");
+    EXPECT_FALSE(QFile::exists(inst.workPath() + "a.ERR"));
+    EXPECT_FALSE(QFile::exists(inst.outputPath() + "/inputa.xml"));
 }
 
 TEST(SingleFileRun, WritesWholeReportsForFindingsOfBothRules)
@@ -114,36 +163,81 @@ TEST(SingleFileRun, UnreadableOrMisplacedInputEndsWithStatusTwoAndLosesNothing)
     EXPECT_FALSE(QDir(inst.tempPath() + "Quorvane_Temp").exists());
 }
 
-TEST(SingleFileRun, InputNamedLikeItsOwnReportIsRefused)
+TEST(SingleFileRun, AnInputTheRunWouldWriteOrRemoveIsRefusedAndKept)
 {
-    Installation inst;
-    const QByteArray notes = "<a>notes kept in the working folder</a>\r\n";
-    QFile file(inst.workPath() + "notes.ERR");
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(notes);
-    file.close();
-    const auto result = inst.run({ inst.workPath() + "notes.ERR" });
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_TRUE(result.standardError.contains("is where its own report would be written"))
-        << result.standardError.toStdString();
-    EXPECT_EQ(Installation::read(inst.workPath() + "notes.ERR"), notes);
-    EXPECT_FALSE(QDir(inst.tempPath() + "Quorvane_Temp").exists());
+    struct Row {
+        QString input; // below the installation
+        QString ini; // appended to the configuration
+        QStringList options;
+        QString refusal; // part of standard error; %ROOT% is the installation
+    };
+    const QString rewritten = " would be overwritten or removed by this run as %ROOT%";
+    const Row rows[] = {
+        { "work/notes.ERR", "", {}, "is where its own report would be written" },
+        { "work/quorvane.LOG", "", {}, rewritten + "work/quorvane.LOG." },
+        { "work/quorvane_ErrView.LOG", "", {}, rewritten + "work/quorvane_ErrView.LOG." },
+        { "work/error.edt", "", {}, rewritten + "work/error.edt." },
+        { "work/notes.LOG", "[I/O PATHS]\r\nEDITORPROGRAM = KV7\r\n", {}, rewritten + "work/notes.LOG." },
+        { "temp/Quorvane_Temp/a.xml", "", {}, "lies in the temporary folder, which this run removes" },
+        { "input/a.xml", "", { "--json", "%ROOT%input/a.xml" }, "is also named as an output of this run" },
+    };
+    const QByteArray notes = "<a>notes that must survive</a>\r\n";
+    for (const Row& row : rows) {
+        Installation inst;
+        inst.appendIni(row.ini);
+        const QString input = inst.writeInput("../" + row.input, notes);
+        QStringList arguments;
+        for (const QString& argument : row.options + QStringList { input })
+            arguments << QString(argument).replace("%ROOT%", inst.root());
+        const auto result = inst.run(arguments);
+        EXPECT_EQ(result.exitCode, 2) << row.input.toStdString();
+        EXPECT_TRUE(result.standardError.contains(QString(row.refusal).replace("%ROOT%", inst.root())))
+            << result.standardError.toStdString();
+        EXPECT_EQ(Installation::read(input), notes) << row.input.toStdString();
+        EXPECT_FALSE(QFile::exists(inst.workPath() + "quorvane.LOG") && row.input != "work/quorvane.LOG");
+    }
 }
 
-// Outside programs that do not do their work are named; the run goes on.
-TEST(SingleFileRun, OutsideProgramsThatFailAreNamed)
+// An input plug-in that does not do its work fails the file: what it left
+// is neither validated nor passed on, and the reports say why. An
+// after-program that fails fails the run.
+TEST(SingleFileRun, OutsideProgramsThatFailFailTheRun)
 {
+    const struct {
+        const char* name;
+        QByteArray body;
+        QString says;
+    } rows[] = {
+        { "cut.sh", "printf '<a>' > \"$1\"\nexit 3\n", "ended with status 3" },
+        { "crash.sh", "kill -SEGV $$\n", "crashed" },
+        { "slow.sh", "sleep 30\n", "stopped after 1 s" },
+    };
+    for (const auto& row : rows) {
+        Installation inst;
+        inst.writeTable("specialchartbl.tbl",
+            "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
+        const QString input = inst.writeInput("a.xml", "<a>x</a>\r\n");
+        const QString program = inst.writeScript(row.name, row.body);
+        inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + program + "\r\n");
+        const auto result = inst.run({ "--plugin-timeout", "1", input });
+        const QString failure = "outside program " + program + " " + row.says;
+        EXPECT_EQ(result.exitCode, 2) << row.name;
+        EXPECT_TRUE(result.standardError.contains(failure)) << result.standardError.toStdString();
+        EXPECT_EQ(Installation::read(inst.workPath() + "a.ERR"),
+            reportHeader("a", "Error")
+                + (failure + "; the file was not validated").toUtf8().prepend("The check did not finish: ")
+                + "\r\n\r\nTotal No. of Errors: 0\r\n");
+        EXPECT_FALSE(QFile::exists(inst.outputPath() + "/inputa.xml")) << row.name;
+    }
+
     Installation inst;
     const QString input = inst.writeInput("a.xml", "<a/>\r\n");
     const QString failing = inst.writeScript("fail.sh", "exit 3\n");
-    const QString slow = inst.writeScript("slow.sh", "sleep 30\n");
-    inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + failing + "\r\nOUTPUTPLUGIN = " + slow + "\r\n");
-    const auto result = inst.run({ "--plugin-timeout", "1", input });
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.standardError,
-        "quorvane: outside program " + failing + " ended with status 3\n" + "quorvane: outside program "
-            + slow + " stopped after 1 s\n");
-    EXPECT_EQ(inst.run({ "--plugin-timeout", "0", input }).exitCode, 2);
+    inst.appendIni("[PLUG-IN]\r\nOUTPUTPLUGIN = " + failing + "\r\n");
+    const auto result = inst.run({ input });
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.standardError, "quorvane: outside program " + failing + " ended with status 3\n");
+    EXPECT_TRUE(QFile::exists(inst.outputPath() + "/inputa.xml"));
 }
 
 // Two runs sharing a temporary folder take turns, so neither loses its staged input.
@@ -177,4 +271,135 @@ TEST(SingleFileRun, RunsSharingATemporaryFolderTakeTurns)
     EXPECT_TRUE(QString::fromUtf8(two->readAllStandardError())
                     .startsWith("quorvane: waiting for another run that uses "));
     EXPECT_TRUE(Installation::read(inst.workPath() + "second.ERR").contains("Found x"));
+}
+
+// The single-file run is a run of its own: its image list starts empty and
+// is reported after the file, in the program log and the outputs.
+TEST(SingleFileRun, ReportsImagesThatTheFileDoesNotCallOut)
+{
+    Installation inst;
+    inst.writeTable("imagevalidationtbl.tbl", "Tag | Attribute\r\ngraphic | href\r\n");
+    inst.set("CHECKEXCESSIMGFILES", "TRUE");
+    const QString images = inst.root() + "image/input/"; // IMAGEPATH and the input's folder name
+    QDir().mkpath(images);
+    for (const char* name : { "f1.tif", "f2.tif" }) {
+        QFile image(images + name);
+        ASSERT_TRUE(image.open(QIODevice::WriteOnly));
+        image.write("x");
+    }
+    const QString input = inst.writeInput("a.xml", "<graphic href=\"f1\"/>\r\n");
+    const QString json = inst.root() + "run.json";
+
+    const auto result = inst.run({ "--json", json, input });
+    EXPECT_EQ(result.exitCode, 1) << result.standardError.toStdString();
+    const QString message = "f2.tif image does not have a corresponding callout tags in the file/s selected.";
+    EXPECT_TRUE(Installation::read(inst.workPath() + "quorvane.LOG").contains(message.toUtf8()));
+    EXPECT_TRUE(Installation::read(json).contains(message.toUtf8()));
+    EXPECT_TRUE(Installation::read(inst.workPath() + "a.ERR").isEmpty()); // f1 was found
+}
+
+namespace {
+
+// Whether the process runs: a process that was stopped and not yet reaped
+// (a zombie) does not.
+bool processRuns(const QByteArray& pid)
+{
+    const QByteArray stat = Installation::read("/proc/" + QString::fromLatin1(pid.trimmed()) + "/stat");
+    const qsizetype state = stat.lastIndexOf(')') + 2;
+    return !stat.isEmpty() && state < stat.size() && stat[state] != 'Z';
+}
+
+} // namespace
+
+// A program stopped at the time limit takes what it started with it: left
+// running, that could still write the staged input.
+TEST(SingleFileRun, ATimedOutProgramIsStoppedWithEverythingItStarted)
+{
+    Installation inst;
+    const QString pidFile = inst.root() + "child.pid";
+    const QString slow
+        = inst.writeScript("slow.sh", ("sleep 30 &\necho $! > '" + pidFile + "'\nsleep 30\n").toUtf8());
+    inst.appendIni("[PLUG-IN]\r\nOUTPUTPLUGIN = " + slow + "\r\n");
+    inst.run({ "--plugin-timeout", "1", inst.writeInput("a.xml", "<a/>\r\n") });
+    const QByteArray pid = Installation::read(pidFile);
+    ASSERT_FALSE(pid.isEmpty());
+    EXPECT_FALSE(processRuns(pid));
+}
+
+namespace {
+
+void writeFile(const QString& path, const QByteArray& bytes)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+}
+
+} // namespace
+
+// Every write is checked: a report or copy cut short by a full disk (here a
+// file size limit) fails the file, and no piece of it is left under its
+// name, nor an earlier run's file that would pass for it.
+TEST(SingleFileRun, WritesThatFailFailTheFileAndLeaveNoPiece)
+{
+    QByteArray clean;
+    while (clean.size() < 200'000)
+        clean += "<p>A clean line of text.</p>\r\n";
+    QByteArray doubleSpaces;
+    for (int i = 0; i < 2000; ++i)
+        doubleSpaces += "<p>a  b</p>\r\n";
+    const struct {
+        const char* name;
+        QByteArray input;
+        QString limits;
+        QString unwritten; // relative to the installation
+        bool workReportIsFolder;
+    } rows[] = {
+        { "the copy of a clean input", clean, "-f 64", "output//inputa.xml", false },
+        { "a warning report", doubleSpaces, "-f 64", "work/a.WRN.part", false },
+        { "a report that cannot be put in place", "<p>a  b</p>\r\n", "", "work/a.WRN", true },
+    };
+    for (const auto& row : rows) {
+        Installation inst;
+        inst.writeTable("specialchartbl.tbl",
+            "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
+            "\"(space)(space)\",\"Double space found\",\"WARNING\",\"I\"\r\n");
+        const QString input = inst.writeInput("a.xml", row.input);
+        // An earlier run's report and copy, and what a killed run left.
+        for (const QString& earlier : { "work/a.WRN", "output//inputa.WRN", "output//inputa.xml" })
+            writeFile(inst.root() + earlier, "from an earlier run");
+        for (const QString& piece : { "work/old.ERR.part", "output//inputold.xml.part" })
+            writeFile(inst.root() + piece, "cut short");
+        if (row.workReportIsFolder) {
+            QFile::remove(inst.workPath() + "a.WRN");
+            writeFile(inst.workPath() + "a.WRN/inside", "keeps the folder from going");
+        }
+        inst.setLimits(row.limits);
+        const auto result = inst.run({ input });
+        EXPECT_EQ(result.exitCode, 2) << row.name;
+        EXPECT_TRUE(result.standardError.contains("cannot write " + inst.root() + row.unwritten + ": "))
+            << row.name << ": " << result.standardError.toStdString();
+        EXPECT_FALSE(QFile::exists(inst.outputPath() + "/inputa.xml")) << row.name;
+        for (const QString& earlier : { "work/a.WRN", "output//inputa.WRN" }) {
+            EXPECT_NE(Installation::read(inst.root() + earlier), "from an earlier run")
+                << row.name << " " << earlier.toStdString();
+        }
+        const QStringList pieces
+            = QDir(inst.workPath()).entryList({ "*.part" }) + QDir(inst.outputPath()).entryList({ "*.part" });
+        EXPECT_TRUE(pieces.isEmpty()) << row.name << ": " << pieces.join(" ").toStdString();
+    }
+
+    // The copy the before-programs work on is checked as well.
+    Installation inst;
+    const QString input = inst.writeInput("a.xml", clean);
+    inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + inst.writeScript("ok.sh", "exit 0\n") + "\r\n");
+    inst.setLimits("-f 64");
+    const auto result = inst.run({ input });
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_TRUE(result.standardError.startsWith("quorvane: cannot copy " + input + " to "))
+        << result.standardError.toStdString();
+    EXPECT_TRUE(
+        Installation::read(inst.workPath() + "a.ERR").contains("The check did not finish: cannot copy "));
+    EXPECT_FALSE(QFile::exists(inst.outputPath() + "/inputa.xml"));
 }

@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-// Start-up refusals: each ends the run with its message and exit status 2.
+// Start-up refusals: each ends the run with its message and exit status 2,
+// and leaves no --json, --sarif or --html of an earlier run to pass for its own.
 TEST(Startup, RefusesWithItsMessageAndStatusTwo)
 {
     struct Row {
@@ -45,18 +46,47 @@ TEST(Startup, RefusesWithItsMessageAndStatusTwo)
             { "x.xml" },
             "[warning] Quorvane: Invalid Routine Name: NOSUCHCHECK\nPlease check "
             "%ROOT%tables/routinedecltbl.tbl\n" },
+        // A lexicon the engine would load as no words at all.
+        { "empty dictionary", [](Installation& inst) { inst.writeTable("../lex/main.dic", ""); }, { "x.xml" },
+            "[critical] Quorvane: Error while reading %ROOT%lex/main.dic!  -- Error: the dictionary is "
+            "empty\n" },
+        { "dictionary without its word count",
+            [](Installation& inst) {
+                inst.writeTable("../lex/main.aff", "SET UTF-8\n");
+                inst.writeTable("../lex/main.dic", "word\n");
+            },
+            { "x.xml" },
+            "[critical] Quorvane: Error while reading %ROOT%lex/main.dic!  -- Error: the dictionary does not "
+            "start with its word count\n" },
+        { "missing batch folder", [](Installation&) {}, { "--batch", "%ROOT%none" },
+            "[critical] Quorvane: %ROOT%none not found!\n" },
+        { "missing batch entry", [](Installation&) {}, { "--batch", "%ROOT%input", "j9" },
+            "[critical] Quorvane: j9 not found in %ROOT%input\n" },
+        { "missing output folder of a batch", [](Installation&) {},
+            { "--batch", "%ROOT%", "--output", "%ROOT%nowhere", "input" },
+            "[critical] Quorvane: %ROOT%nowhere/ not found.\n" },
+        { "missing working folder of a batch", [](Installation&) {},
+            { "--batch", "%ROOT%", "--work", "%ROOT%nowhere", "input" },
+            "[critical] Quorvane: %ROOT%nowhere/ not found.\n" },
     };
     for (const Row& row : rows) {
         Installation inst;
         inst.writeInput("x.xml", "<a/>\r\n");
         row.prepare(inst);
         QStringList arguments;
+        QStringList earlierOutputs;
+        for (const char* option : { "--json", "--sarif", "--html" }) {
+            earlierOutputs << inst.writeInput(QStringLiteral("../earlier%1").arg(option), "an earlier run's");
+            arguments << option << earlierOutputs.last();
+        }
         for (const QString& argument : row.arguments)
             arguments << QString(argument).replace("%ROOT%", inst.root());
         const auto result = inst.run(arguments);
         EXPECT_EQ(result.exitCode, 2) << row.name;
         EXPECT_EQ(result.standardError, QString(row.expectedStderr).replace("%ROOT%", inst.root()))
             << row.name;
+        for (const QString& output : earlierOutputs)
+            EXPECT_FALSE(QFile::exists(output)) << row.name << " " << output.toStdString();
     }
 }
 

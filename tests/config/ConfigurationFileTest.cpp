@@ -5,6 +5,7 @@
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <functional>
 #include <gtest/gtest.h>
@@ -65,7 +66,7 @@ TEST_F(ConfigurationFileTest, BaseConfigurationPassesAndPreparesTheFolders)
     EXPECT_EQ(config.SavedOutputPath, ini.folder("output") + "/");
     EXPECT_TRUE(config.Tasks.isEmpty());
     for (const char* folder : { "work", "output", "temp" })
-        EXPECT_FALSE(QFileInfo::exists(ini.folder(folder) + "/quillph16.txt")) << folder;
+        EXPECT_TRUE(QDir(ini.folder(folder)).entryList({ "quillph16*" }).isEmpty()) << folder;
 }
 
 TEST_F(ConfigurationFileTest, EveryLineEndIsAccepted)
@@ -329,7 +330,7 @@ const char* const kTaskSections = "[TASK]\r\n"
                                   "INPUTTYPE=XML\r\n"
                                   "[DEFAULT]\r\n"
                                   "[SETTINGS]\r\n"
-                                  "CHECKFILENAME=false\r\n";
+                                  "CHECKFILENAME=true\r\n";
 
 class TaskSetTest : public ConfigurationFileTest {
 protected:
@@ -360,7 +361,7 @@ TEST_F(TaskSetTest, TaskSectionsFillTheirOwnSets)
     EXPECT_EQ(config.DefaultTableSet.ImageExtension, ".tif");
     EXPECT_EQ(config.InputType, "XML");
     // [DEFAULT] switches back to the default set.
-    EXPECT_EQ(config.DefaultTableSet.CheckFilename, Switch::Off);
+    EXPECT_EQ(config.DefaultTableSet.CheckFilename, Switch::On);
     EXPECT_EQ(config.DefaultTableSet.ValidFilenameChars, (QStringList { "a", "b" }));
 }
 

@@ -1,6 +1,7 @@
 #include "engine/RuleHelpers.h"
 
 #include "core/RunState.h"
+#include "report/ReportFormat.h"
 #include "support/RecordingOperator.h"
 
 #include <QRandomGenerator>
@@ -27,6 +28,10 @@ TEST_F(RuleHelpersStateTest, DataContentAt)
     };
     for (const auto& [start, expected] : rows)
         EXPECT_EQ(DataContentAt(state, start), expected) << start;
+
+    // A long line gives only what an entry can show anything of.
+    state.context.lineText = QString(100, u'x') + QString(400, u'y');
+    EXPECT_EQ(DataContentAt(state, 51), state.context.lineText.mid(50, ReportFormat::kDataSourceLength));
 }
 
 // Straight from the definition: split the prefix at every CR LF.

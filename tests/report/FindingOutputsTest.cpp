@@ -19,7 +19,8 @@ Finding finding(
     return { kind, line, column, message, "data " + message, routine };
 }
 
-// Two files and a finding that came between them, fed as a run feeds a sink.
+// Two files, the second failed, and a finding that came between them, fed
+// as a run feeds a sink.
 RunFindings sampleRun(FindingOutputs& outputs)
 {
     outputs.onRunStarted("JRNL", kStart);
@@ -32,6 +33,7 @@ RunFindings sampleRun(FindingOutputs& outputs)
     outputs.onFinding(finding(FindingKind::Warning, 1, 1, "Image without callout", "CheckImageValidation"));
     outputs.onFileStarted("/abs/c.xml");
     outputs.onFinding(finding(FindingKind::Error, 9, 2, "Bell \x07 here", "TEXTVALIDITY"));
+    outputs.onFileFailed({ "TEXTVALIDITY: \"<(a+)+\" broke" });
     outputs.onFileEnded();
     outputs.onRunEnded(kEnd, true);
     return outputs.run();
@@ -108,6 +110,16 @@ TEST(FindingOutputs, SarifHasWhatViewersNeed)
     }
     EXPECT_EQ(results[0]["level"].toString(), "error");
     EXPECT_EQ(results[0]["message"]["text"].toString(), "Bad <tag> & \"quote\"");
+
+    // The failed file: the run did not execute successfully, and says why and where.
+    const QJsonObject invocation = run["invocations"][0].toObject();
+    EXPECT_FALSE(invocation["executionSuccessful"].toBool(true));
+    const QJsonArray notifications = invocation["toolExecutionNotifications"].toArray();
+    ASSERT_EQ(notifications.size(), 1);
+    EXPECT_EQ(notifications[0]["level"].toString(), "error");
+    EXPECT_EQ(notifications[0]["message"]["text"].toString(), "TEXTVALIDITY: \"<(a+)+\" broke");
+    EXPECT_EQ(notifications[0]["locations"][0]["physicalLocation"]["artifactLocation"]["uri"].toString(),
+        "file:///abs/c.xml");
 }
 
 TEST(FindingOutputs, HtmlIsWellFormedWithItsTablesAndChartEscaped)
@@ -141,10 +153,44 @@ TEST(FindingOutputs, HtmlIsWellFormedWithItsTablesAndChartEscaped)
 
     EXPECT_EQ(fileRows,
         QList<QStringList>({ { "in/a b.xml", "1", "2" }, { "(the run as a whole)", "0", "1" },
-            { "/abs/c.xml", "1", "0" } }));
+            { "/abs/c.xml (failed)", "1", "0" } }));
+    EXPECT_TRUE(html.contains("Failed: TEXTVALIDITY: &quot;&lt;(a+)+&quot; broke"));
     ASSERT_EQ(findingRows.size(), 5);
     EXPECT_EQ(findingRows[0],
         QStringList({ "3", "7", "error", "NOHRT", "Bad <tag> & \"quote\"", "data Bad <tag> & \"quote\"" }));
     EXPECT_EQ(findingRows[4][4], QString("Bell ") + QChar(0x2407) + " here"); // the bell made visible
     EXPECT_EQ(bars, 2 * 4); // an error and a warning bar per routine
+}
+
+TEST(FindingOutputs, TextIsWholeCharactersWhereverItWasCutOrBroken)
+{
+    const QString pair = QString::fromUcs4(U"\U0001D465");
+    const QString a(246, 'a');
+    const QChar high(0xD835);
+    const QChar low(0xDC65);
+    struct Row {
+        QString data;
+        QString shown;
+    };
+    const Row rows[] = {
+        { a + "aaa" + pair + "b", a + "aaa" }, // the cut would fall inside the pair
+        { a + "aa" + pair + "b", a + "aa" + pair }, // the pair ends at the cut
+        { a + "\r\n" + pair, a + "..." }, // a shown line break moves the pair onto the cut
+        { "x" + QString(high) + "y" + QString(low), "x\uFFFDy\uFFFD" }, // lone halves of the input
+    };
+    for (const Row& row : rows) {
+        FindingOutputs outputs("Quorvane", "1.2", {});
+        outputs.onRunStarted("T", kStart);
+        outputs.onFileStarted("in/" + QString(high) + ".xml");
+        outputs.onFinding({ FindingKind::Error, 1, 1, "lone " + QString(low), row.data, "TEXTVALIDITY" });
+        outputs.onFileEnded();
+        outputs.onRunEnded(kEnd, true);
+        for (const QByteArray& bytes :
+            { FindingsJson(outputs.run()), FindingsSarif(outputs.run()), FindingsHtml(outputs.run()) })
+            EXPECT_TRUE(QUtf8StringView(bytes).isValidUtf8()) << row.shown.size();
+        const QJsonObject file = parse(FindingsJson(outputs.run()))["files"][0].toObject();
+        EXPECT_EQ(file["path"].toString(), "in/\uFFFD.xml");
+        EXPECT_EQ(file["findings"][0]["message"].toString(), "lone \uFFFD");
+        EXPECT_EQ(file["findings"][0]["data"].toString(), row.shown) << row.shown.size();
+    }
 }

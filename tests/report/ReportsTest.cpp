@@ -5,6 +5,7 @@
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"
 
+#include <functional>
 #include <gtest/gtest.h>
 
 namespace {
@@ -55,6 +56,8 @@ protected:
         const QString path = tmp.write("in/" + name, "<doc>" + name.toUtf8() + "</doc>\r\n");
         state.inputPath = path;
         state.currentInputPath = path;
+        // As the driver records it when it reads the input.
+        state.report.inputIdentity = FileIdentityOf(path);
         return path;
     }
 
@@ -155,9 +158,44 @@ TEST_F(ReportRun, InputAlreadyInTheOutputFolderSurvives)
 {
     const QString path = tmp.write("out/d.xml", "keep me");
     state.inputPath = path;
+    state.report.inputIdentity = FileIdentityOf(path);
     OpenReports(state);
     CloseReports(state);
     EXPECT_EQ(TempDir::read(path), "keep me");
+    EXPECT_FALSE(state.report.fileFailed());
+}
+
+// What passes on is the file that was validated: replaced, rewritten or
+// deleted after it was read, the input fails its file and nothing passes on.
+TEST_F(ReportRun, AnInputThatChangedAfterItWasReadDoesNotPassOn)
+{
+    const std::pair<const char*, std::function<void(const QString&)>> rows[] = {
+        { "replaced",
+            [&](const QString& path) {
+                tmp.write("in/other.xml", "<doc>unchecked</doc>\r\n");
+                QFile::remove(path);
+                QFile::rename(tmp.path() + "in/other.xml", path);
+            } },
+        { "rewritten",
+            [&](const QString& path) { tmp.write("in/a.xml", "<doc>a.xml but longer</doc>\r\n"); } },
+        { "deleted", [](const QString& path) { QFile::remove(path); } },
+    };
+    for (const auto& [name, change] : rows) {
+        const QString path = input("a.xml");
+        tmp.write("out/a.xml", "from an earlier run");
+        state.report.startFile();
+        state.report.inputIdentity = FileIdentityOf(path);
+        op.diagnostics.clear();
+        OpenReports(state);
+        change(path);
+        CloseReports(state);
+        EXPECT_FALSE(exists(state.outputFolder + "a.xml")) << name;
+        EXPECT_TRUE(state.report.fileFailed()) << name;
+        ASSERT_EQ(op.diagnostics.size(), 1) << name;
+        EXPECT_TRUE(op.diagnostics[0].contains("is no longer the file that was validated"))
+            << op.diagnostics[0].toStdString();
+    }
+    EXPECT_EQ(state.report.failedFiles, 3);
 }
 
 TEST_F(ReportRun, UncreatableReportsEndTheRun)

@@ -45,6 +45,25 @@ inline bool ExpandedTextStandsLast(const QString& preceding, const QString& expa
     return true;
 }
 
+// The after check of the convert-to-tag rule over a copy of the content:
+// every occurrence, letter case ignored, until one has no letter or digit
+// on either side.
+inline bool ContainsWholeWord(const QString& content, const QString& word)
+{
+    if (word.isEmpty())
+        return false;
+    for (qsizetype at = 0; at + word.size() <= content.size(); ++at) {
+        if (content.mid(at, word.size()).compare(word, Qt::CaseInsensitive) != 0)
+            continue;
+        const bool clearBefore = at == 0 || !IsWordCharacter(content[at - 1]);
+        const bool clearAfter
+            = at + word.size() == content.size() || !IsWordCharacter(content[at + word.size()]);
+        if (clearBefore && clearAfter)
+            return true;
+    }
+    return false;
+}
+
 // The last word of the dashed text: the run of letters and digits at its end.
 inline QString LastWord(const QString& preceding)
 {

@@ -98,6 +98,29 @@ TEST(PrecedingText, LastWordNeedsOnlyTheRawTail)
     }
 }
 
+TEST(WholeWordIndex, SameAsSearchingTheRangeAlone)
+{
+    std::mt19937 random(17);
+    const QStringList words = { "Fig", "fig.", "a", "9", "-", "Fig9", "" };
+    for (int round = 0; round < 3000; ++round) {
+        const QString whole = round % 2 ? randomTagText(random, 30) : randomText(random, 60, u"FfIiGg9 -a");
+        // One index per word serves every range, asked in any order, as for the elements of one file.
+        std::vector<WholeWordIndex> indexes;
+        for (const QString& word : words)
+            indexes.emplace_back(word);
+        for (int ask = 0; ask < 15; ++ask) {
+            const qsizetype start = std::uniform_int_distribution<qsizetype>(0, whole.size())(random);
+            const qsizetype end = std::uniform_int_distribution<qsizetype>(start, whole.size())(random);
+            const QString content = whole.mid(start, end - start);
+            for (qsizetype w = 0; w < words.size(); ++w) {
+                ASSERT_EQ(
+                    indexes[w].containsIn(whole, start, end), Literal::ContainsWholeWord(content, words[w]))
+                    << whole.toStdString() << " " << start << " " << end << " " << words[w].toStdString();
+            }
+        }
+    }
+}
+
 TEST(CurrentElementText, SameAsGetPCDATAAtTheTag)
 {
     static const QStringList parts

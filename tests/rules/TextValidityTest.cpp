@@ -161,6 +161,10 @@ TEST(TEXTVALIDITY, EvaluatesArithmeticLeftToRight)
         { "@eval(=)$12", 52, R"((\d+))", "5", true }, // group 12 does not exist: "$1" then "2"
         { "@eval(=)$1+[Dollar]2", 3, R"((\d+))", "3", true }, // "$2" as text reads as 0
         { "@eval()$", 3, R"((\d+))", "3", false }, // no comparison
+        { "(@eval)2+3=", 5, R"((\d+))", "7", true }, // the comparison after the parenthesis
+        { "(@eval)2+3=", 6, R"((\d+))", "7", false },
+        { "(@eval)$1+1=>", 5, R"((\d+))", "4", true },
+        { "(@eval)$1+1=>", 5, R"((\d+))", "3", false },
     };
     for (const Row& row : rows) {
         EXPECT_EQ(EvaluateArithmetic(row.op, row.number, RegExp(row.pattern), row.content), row.holds)

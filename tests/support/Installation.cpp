@@ -1,5 +1,20 @@
 #include "support/Installation.h"
 
+#include <QTemporaryDir>
+
+namespace {
+
+// No test keeps spelling answers in the user's own cache: runs in this
+// process and the programs it starts keep them in a folder of their own,
+// removed when the tests end.
+struct TestCacheFolder {
+    QTemporaryDir folder;
+    TestCacheFolder() { qputenv("QUORVANE_CACHE_DIR", folder.path().toLocal8Bit()); }
+};
+const TestCacheFolder kTestCacheFolder;
+
+} // namespace
+
 Installation::Installation()
 {
     dir_.mkdir("tables");
@@ -46,7 +61,12 @@ Installation::Result Installation::run(const QStringList& arguments, Mode mode) 
         environment.insert("QT_QPA_PLATFORM", "offscreen");
         process.setProcessEnvironment(environment);
     }
-    process.start(QStringLiteral(QUORVANE_EXECUTABLE), options + arguments);
+    if (limits_.isEmpty())
+        process.start(QStringLiteral(QUORVANE_EXECUTABLE), options + arguments);
+    else
+        process.start("/bin/bash",
+            QStringList { "-c", "ulimit " + limits_ + " && exec \"$0\" \"$@\"", QUORVANE_EXECUTABLE }
+                + options + arguments);
     Result result;
     if (!process.waitForFinished(120000))
         return result;

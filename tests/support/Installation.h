@@ -43,10 +43,14 @@ public:
     // Windowed runs use Qt's offscreen platform, which needs no display.
     enum class Mode { Headless, Windowed };
     Result run(const QStringList& arguments, Mode mode = Mode::Headless) const;
+    // Later runs start under these shell limits ("-f 64": files of at most
+    // 64 KiB, "-v 200000": 200 MB of address space).
+    void setLimits(const QString& ulimitArguments) { limits_ = ulimitArguments; }
 
     static QByteArray read(const QString& path) { return TempDir::read(path); }
 
 private:
     TempDir dir_;
     IniBuilder ini_ { dir_ };
+    QString limits_;
 };

@@ -147,3 +147,31 @@ TEST_F(InputLoading, ConverterRouteReadsTheTmpFileAndLeavesIt)
     ASSERT_EQ(ui.messages.size(), 1);
     EXPECT_EQ(ui.messages[0].text, "Invalid Input file format: " + input);
 }
+
+// Positions are 32-bit: a longer input is refused with its length and the
+// limit named, before any of it is read (the big file here is sparse).
+TEST_F(InputLoading, InputLongerThanPositionsCanAddressIsRefused)
+{
+    const QString big = dir.write("big.xml", "");
+    ASSERT_TRUE(QFile::resize(big, kLongestInput + 1));
+    const QString lines = dir.write("lines.xml", "a\nb\n"); // 4 bytes, 6 characters read
+    const struct {
+        QString path;
+        qint64 longest;
+        std::string says;
+    } rows[] = {
+        { big, kLongestInput, "is too long: 2147483647 bytes, more than the 2147483646 " },
+        { lines, 5, "is too long: 6 characters with its line ends read as CR LF, more than the 5 " },
+    };
+    for (const auto& row : rows) {
+        for (const bool utf8 : { true, false }) {
+            try {
+                LoadInputText(ui, row.path, utf8, row.longest);
+                ADD_FAILURE() << row.says;
+            } catch (const InputUnreadable& refused) {
+                EXPECT_NE(std::string(refused.what()).find(row.says), std::string::npos) << refused.what();
+            }
+        }
+    }
+    EXPECT_EQ(LoadInputText(ui, lines, true, 6).size(), 6);
+}

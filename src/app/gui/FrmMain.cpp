@@ -1,19 +1,29 @@
 #include "app/gui/FrmMain.h"
 
 #include "app/SingleFileRun.h"
+#include "app/gui/FindingsViewer.h"
 #include "app/gui/WindowOperator.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 
 #include <QApplication>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QProgressBar>
+#include <QPushButton>
+#include <QShortcut>
 #include <QTimer>
 #include <QVBoxLayout>
 
-FrmMain::FrmMain(RunState& state, WindowOperator& windowOperator)
+FrmMain::FrmMain(RunState& state, WindowOperator& windowOperator, int offerSeconds)
     : state_(state)
     , pbar_(new QProgressBar(this))
+    , offer_(new QLabel(this))
+    , viewFindings_(new QPushButton(QStringLiteral("&View findings"), this))
+    , close_(new QPushButton(QStringLiteral("&Close"), this))
+    , countdown_(new QTimer(this))
+    , offerSeconds_(offerSeconds)
+    , collected_(kProgramTitle, QString(), {})
 {
     setWindowTitle(kProgramTitle);
     auto* layout = new QVBoxLayout(this);
@@ -25,8 +35,43 @@ FrmMain::FrmMain(RunState& state, WindowOperator& windowOperator)
     status->hide();
     layout->addWidget(status);
     windowOperator.setStatusLabel(status);
-    resize(420, 90);
+    auto* offerRow = new QHBoxLayout;
+    offerRow->addWidget(offer_, 1);
+    offerRow->addWidget(viewFindings_);
+    offerRow->addWidget(close_);
+    layout->addLayout(offerRow);
+    offer_->setObjectName(QStringLiteral("offer"));
+    viewFindings_->setObjectName(QStringLiteral("viewFindings"));
+    for (QWidget* widget : std::initializer_list<QWidget*> { offer_, viewFindings_, close_ })
+        widget->hide();
+    resize(460, 110);
     windowOperator.setWindow(this, pbar_);
+    // The findings as the run hands them on, for the viewer.
+    state_.findingSinks.subscribe(collected_);
+
+    countdown_->setInterval(1000);
+    connect(countdown_, &QTimer::timeout, this, [this] {
+        if (--secondsLeft_ <= 0)
+            finish();
+        else
+            showCountdown();
+    });
+    connect(viewFindings_, &QPushButton::clicked, this, [this] { showFindings(); });
+    connect(close_, &QPushButton::clicked, this, [this] { finish(); });
+    connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this, [this] {
+        if (close_->isVisible())
+            finish();
+    });
+}
+
+FrmMain::~FrmMain()
+{
+    state_.findingSinks.unsubscribe(collected_);
+}
+
+FindingsViewer* FrmMain::findingsViewer() const
+{
+    return viewer_;
 }
 
 void FrmMain::showEvent(QShowEvent* event)
@@ -41,11 +86,59 @@ void FrmMain::showEvent(QShowEvent* event)
 
 void FrmMain::runJob()
 {
-    int status = ExitStatus::Refused;
+    status_ = ExitStatus::Refused;
     try {
-        status = RunSingleFile(state_);
+        status_ = RunSingleFile(state_);
     } catch (const RunAborted& aborted) {
-        status = aborted.exitStatus();
+        status_ = aborted.exitStatus();
     }
-    QApplication::exit(status);
+    int findings = 0;
+    for (const FileFindings& file : collected_.run().files)
+        findings += int(file.findings.size());
+    // A refused or failed run has its message box; its findings are no account of the input.
+    if (offerSeconds_ > 0 && findings > 0 && status_ != ExitStatus::Refused)
+        offerFindings();
+    else
+        finish();
+}
+
+void FrmMain::offerFindings()
+{
+    pbar_->hide();
+    summary_ = QStringLiteral("%1: %2 error(s), %3 warning(s).")
+                   .arg(state_.inputFileName)
+                   .arg(state_.report.errorCount)
+                   .arg(state_.report.warningCount);
+    secondsLeft_ = offerSeconds_;
+    showCountdown();
+    for (QWidget* widget : std::initializer_list<QWidget*> { offer_, viewFindings_, close_ })
+        widget->show();
+    viewFindings_->setDefault(true);
+    viewFindings_->setFocus();
+    countdown_->start();
+}
+
+void FrmMain::showCountdown()
+{
+    offer_->setText(summary_ + QStringLiteral(" Closing in %1 s.").arg(secondsLeft_));
+}
+
+// The program ends when the viewer closes, with the run's exit status: the
+// last window closing must not end it first with a 0.
+void FrmMain::showFindings()
+{
+    countdown_->stop();
+    QApplication::setQuitOnLastWindowClosed(false);
+    hide();
+    viewer_ = new FindingsViewer(
+        RecordedRunOf(collected_.run()), ViewerSettingsOf(state_.config), state_.inputFileName);
+    viewer_->setAttribute(Qt::WA_DeleteOnClose);
+    connect(viewer_, &QObject::destroyed, this, [this] { finish(); });
+    viewer_->show();
+}
+
+void FrmMain::finish()
+{
+    countdown_->stop();
+    QApplication::exit(status_);
 }

@@ -1,15 +1,20 @@
 #include "app/gui/FrmMultiple.h"
 
+#include "app/gui/FindingsViewer.h"
+#include "app/gui/FolderChooser.h"
+#include "app/gui/MountPoints.h"
 #include "app/gui/WindowOperator.h"
 #include "core/MoveFiles.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
+#include "report/FindingOutputs.h"
 
 #include <QApplication>
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QDir>
+#include <QFileInfo>
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -18,7 +23,6 @@
 #include <QListWidget>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QStorageInfo>
 #include <QVBoxLayout>
 
 namespace {
@@ -28,22 +32,6 @@ const QString kParentEntry = QStringLiteral("..");
 QString absoluteFolder(const QString& folder)
 {
     return modMoveFiles::WithTrailingSlash(QDir(folder).absolutePath());
-}
-
-// The roots of the mounted file systems, "/" first, each once.
-QStringList driveRoots()
-{
-    QStringList roots;
-    for (const QStorageInfo& volume : QStorageInfo::mountedVolumes()) {
-        const QString root = modMoveFiles::WithTrailingSlash(volume.rootPath());
-        // Containers mount single files too (/etc/hosts); only folders are drives.
-        if (volume.isValid() && volume.isReady() && QFileInfo(root).isDir() && !roots.contains(root))
-            roots.append(root);
-    }
-    roots.removeAll(QStringLiteral("/"));
-    roots.sort();
-    roots.prepend(QStringLiteral("/"));
-    return roots;
 }
 
 template <typename Widget> Widget* named(Widget* widget, const char* name)
@@ -95,6 +83,19 @@ void FrmMultiple::buildControls()
     progressLabel_ = named(new QLabel(this), "lblProgress");
     pbar_->setVisible(false);
     progressLabel_->setVisible(false);
+    const auto chooseButton = [this](const char* name, const QString& what) {
+        auto* button = named(new QPushButton(QStringLiteral("..."), this), name);
+        button->setToolTip(QStringLiteral("Choose the %1").arg(what));
+        button->setAccessibleName(button->toolTip());
+        button->setFixedWidth(button->fontMetrics().horizontalAdvance(QStringLiteral("...")) + 28);
+        return button;
+    };
+    chooseInput_ = chooseButton("chooseInputFolder", QStringLiteral("input folder"));
+    chooseWork_ = chooseButton("chooseWorkPath", QStringLiteral("working folder"));
+    chooseOutput_ = chooseButton("chooseOutputPath", QStringLiteral("output folder"));
+    viewFindings_ = named(new QPushButton(QStringLiteral("&View findings"), this), "viewFindings");
+    viewFindings_->setEnabled(false);
+    viewFindings_->setToolTip(QStringLiteral("The findings of the latest PROCESS, beside their inputs"));
 }
 
 void FrmMultiple::buildLayout()
@@ -110,7 +111,10 @@ void FrmMultiple::buildLayout()
     auto* dirLabel = new QLabel(QStringLiteral("&Folder (Enter opens):"), folderBox);
     dirLabel->setBuddy(dirInput_);
     folderLayout->addWidget(dirLabel);
-    folderLayout->addWidget(folderLabel_);
+    auto* folderRow = new QHBoxLayout;
+    folderRow->addWidget(folderLabel_, 1);
+    folderRow->addWidget(chooseInput_);
+    folderLayout->addLayout(folderRow);
     folderLayout->addWidget(dirInput_, 1);
     folderLayout->addWidget(cmdAllocate_);
 
@@ -134,14 +138,23 @@ void FrmMultiple::buildLayout()
 
     auto* settings = new QFormLayout;
     settings->addRow(QStringLiteral("&Task code:"), TxtTaskCode_);
-    settings->addRow(QStringLiteral("&Working path:"), TxtTempPath_);
-    settings->addRow(QStringLiteral("&Output path:"), TxtOutputPath_);
+    // Each path box with the button that picks its folder from a tree.
+    for (const auto& [text, field, button] : { std::tuple { "&Working path:", TxtTempPath_, chooseWork_ },
+             std::tuple { "&Output path:", TxtOutputPath_, chooseOutput_ } }) {
+        auto* row = new QHBoxLayout;
+        row->addWidget(field, 1);
+        row->addWidget(button);
+        auto* label = new QLabel(QString::fromLatin1(text), this);
+        label->setBuddy(field);
+        settings->addRow(label, row);
+    }
 
     auto* bottom = new QHBoxLayout;
     auto* progress = new QVBoxLayout;
     progress->addWidget(progressLabel_);
     progress->addWidget(pbar_);
     bottom->addLayout(progress, 1);
+    bottom->addWidget(viewFindings_);
     bottom->addWidget(cmdProcess_);
     bottom->addWidget(cmdExit_);
     cmdProcess_->setMinimumWidth(110);
@@ -157,8 +170,9 @@ void FrmMultiple::buildLayout()
     resize(780, 540);
 
     // In the order the operator fills the window in.
-    QWidget* order[] = { drvInput_, dirInput_, cmdAllocate_, txtSearch_, chkAll_, lstFiles_, TxtTaskCode_,
-        TxtTempPath_, TxtOutputPath_, cmdProcess_, cmdExit_ };
+    QWidget* order[] = { drvInput_, chooseInput_, dirInput_, cmdAllocate_, txtSearch_, chkAll_, lstFiles_,
+        TxtTaskCode_, TxtTempPath_, chooseWork_, TxtOutputPath_, chooseOutput_, viewFindings_, cmdProcess_,
+        cmdExit_ };
     for (std::size_t i = 1; i < std::size(order); ++i)
         setTabOrder(order[i - 1], order[i]);
 }
@@ -177,12 +191,18 @@ void FrmMultiple::connectControls()
     connect(cmdAllocate_, &QPushButton::clicked, this, [this] { allocate(); });
     connect(cmdProcess_, &QPushButton::clicked, this, [this] { process(); });
     connect(cmdExit_, &QPushButton::clicked, this, [this] { close(); });
+    connect(chooseInput_, &QPushButton::clicked, this, [this] { chooseInputFolder(); });
+    connect(chooseWork_, &QPushButton::clicked, this,
+        [this] { chooseFolder(TxtTempPath_, QStringLiteral("Working folder: where the reports go")); });
+    connect(chooseOutput_, &QPushButton::clicked, this,
+        [this] { chooseFolder(TxtOutputPath_, QStringLiteral("Output folder: where the copies go")); });
+    connect(viewFindings_, &QPushButton::clicked, this, [this] { showFindings(); });
 }
 
 void FrmMultiple::fillDriveList()
 {
     drvInput_->clear();
-    drvInput_->addItems(driveRoots());
+    drvInput_->addItems(MountPoints());
 }
 
 void FrmMultiple::setFolderPath(const QString& folder)
@@ -290,16 +310,61 @@ void FrmMultiple::process()
     request.taskCode = TxtTaskCode_->text();
     request.workPath = TxtTempPath_->text();
     request.outputPath = TxtOutputPath_->text();
+    // The findings as the run hands them on, routines and whole messages
+    // included, for the viewer; no file is written from them.
+    FindingOutputs collected(kProgramTitle, QString(), {});
+    state_.findingSinks.subscribe(collected);
     try {
         const int status = RunBatch(state_, request, *this);
+        state_.findingSinks.unsubscribe(collected);
         // A refused PROCESS (nothing selected) ran nothing: the last batch's status stands.
-        if (status != ExitStatus::Refused)
-            exitStatus_ = status;
+        if (status == ExitStatus::Refused)
+            return;
+        exitStatus_ = status;
+        lastRun_ = RecordedRunOf(collected.run());
+        lastWorkPath_ = request.workPath;
+        hasRun_ = true;
+        viewFindings_->setEnabled(true);
+        if (lastRun_.findingCount() > 0)
+            showFindings();
     } catch (const RunAborted& aborted) {
+        state_.findingSinks.unsubscribe(collected);
         // An unexpected failure ends the program; the reports written so far stay.
         exitStatus_ = aborted.exitStatus();
         close();
     }
+}
+
+void FrmMultiple::showFindings()
+{
+    // One viewer, of the latest batch.
+    if (viewer_)
+        viewer_->close();
+    viewer_ = new FindingsViewer(lastRun_, ViewerSettingsOf(state_.config),
+        QStringLiteral("the batch into %1").arg(lastWorkPath_), this);
+    viewer_->setAttribute(Qt::WA_DeleteOnClose);
+    viewer_->show();
+    viewer_->activateWindow();
+}
+
+FindingsViewer* FrmMultiple::findingsViewer() const
+{
+    return viewer_;
+}
+
+void FrmMultiple::chooseInputFolder()
+{
+    FolderChooser chooser(QStringLiteral("Input folder"), folderPath_, FolderChooser::Use::Read, this);
+    if (chooser.exec() == QDialog::Accepted)
+        setFolderPath(chooser.folder());
+}
+
+// The box gets the folder and the run takes it from the box, as when typed.
+void FrmMultiple::chooseFolder(QLineEdit* field, const QString& title)
+{
+    FolderChooser chooser(title, field->text(), FolderChooser::Use::Write, this);
+    if (chooser.exec() == QDialog::Accepted)
+        field->setText(chooser.folder());
 }
 
 void FrmMultiple::setInputsEnabled(bool enabled)
@@ -307,8 +372,10 @@ void FrmMultiple::setInputsEnabled(bool enabled)
     // Search and "Get next allocated" would change the list and the folder
     // that the running batch came from, so they wait too.
     for (QWidget* control : std::initializer_list<QWidget*> { drvInput_, dirInput_, lstFiles_, chkAll_,
-             TxtTaskCode_, TxtTempPath_, TxtOutputPath_, cmdProcess_, cmdExit_, txtSearch_, cmdAllocate_ })
+             TxtTaskCode_, TxtTempPath_, TxtOutputPath_, cmdProcess_, cmdExit_, txtSearch_, cmdAllocate_,
+             chooseInput_, chooseWork_, chooseOutput_ })
         control->setEnabled(enabled);
+    viewFindings_->setEnabled(enabled && hasRun_);
 }
 
 void FrmMultiple::batchStarted()

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "app/BatchRun.h"
+#include "report/RecordedRun.h"
 
+#include <QPointer>
 #include <QWidget>
 
 class QCheckBox;
@@ -12,6 +14,7 @@ class QListWidget;
 class QListWidgetItem;
 class QProgressBar;
 class QPushButton;
+class FindingsViewer;
 class WindowOperator;
 struct RunState;
 
@@ -30,6 +33,10 @@ public:
     // Moves the drive and folder lists to the folder and refills the list.
     void setFolderPath(const QString& folder);
     bool isRunning() const { return running_; }
+    // The findings of the latest batch, beside their inputs; opens on its own
+    // when a batch with findings ends.
+    void showFindings();
+    FindingsViewer* findingsViewer() const;
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -49,6 +56,8 @@ private:
     void allocate();
     void process();
     void setInputsEnabled(bool enabled);
+    void chooseInputFolder();
+    void chooseFolder(QLineEdit* field, const QString& title);
 
     void batchStarted() override;
     void fileStarted(int number, int total, const QString& inputPath) override;
@@ -75,4 +84,13 @@ private:
     QPushButton* cmdExit_;
     QProgressBar* pbar_;
     QLabel* progressLabel_;
+    QPushButton* chooseInput_;
+    QPushButton* chooseWork_;
+    QPushButton* chooseOutput_;
+    QPushButton* viewFindings_;
+
+    bool hasRun_ = false;
+    RecordedRun lastRun_;
+    QString lastWorkPath_;
+    QPointer<FindingsViewer> viewer_;
 };

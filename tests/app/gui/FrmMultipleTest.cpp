@@ -1,13 +1,18 @@
 #include "app/gui/FrmMultiple.h"
 
+#include "app/gui/FindingsModel.h"
+#include "app/gui/FindingsViewer.h"
+#include "app/gui/FolderChooser.h"
 #include "app/modGlobal.h"
 #include "core/RunState.h"
 #include "support/Installation.h"
 #include "support/RecordingOperator.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QLockFile>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QtTest>
@@ -140,7 +145,15 @@ private Q_SLOTS:
         s.clickEntry(s.files(), 0);
         const QString otherWork = s.inst.root() + "otherwork/";
         QDir().mkpath(otherWork);
-        s.control<QLineEdit>("TxtTempPath")->setText(otherWork);
+        // The working folder comes from the chooser, and the run takes it from the box.
+        QTimer::singleShot(0, [&] {
+            auto* chooser = dynamic_cast<FolderChooser*>(QApplication::activeModalWidget());
+            QVERIFY(chooser);
+            chooser->setCurrentFolder(otherWork);
+            chooser->accept();
+        });
+        QTest::mouseClick(s.control<QPushButton>("chooseWorkPath"), Qt::LeftButton);
+        QCOMPARE(s.control<QLineEdit>("TxtTempPath")->text(), otherWork);
         QTest::keyClicks(s.control<QLineEdit>("TxtTaskCode"), " T1 ");
         QTest::mouseClick(s.control<QPushButton>("cmdProcess"), Qt::LeftButton);
         s.ui.watch = nullptr;
@@ -157,6 +170,10 @@ private Q_SLOTS:
             QVERIFY2(s.control<QWidget>(name.toLatin1().constData())->isEnabled(), qPrintable(name));
         QVERIFY(!s.control<QProgressBar>("pbar")->isVisible());
         QCOMPARE(s.selectedNames(), QStringList({ "j1" }));
+        // A batch with findings shows them.
+        QVERIFY(s.window->findingsViewer() && s.window->findingsViewer()->isVisible());
+        QCOMPARE(s.window->findingsViewer()->model()->findingCount(), 2);
+        QVERIFY(s.control<QPushButton>("viewFindings")->isEnabled());
     }
 
     // The window starts in the configured folders, without progress shown.
@@ -182,14 +199,32 @@ private Q_SLOTS:
         QCOMPARE(s.listed(), QStringList({ "top.xml" }));
     }
 
-    void exitRemovesTheTemporaryFolder()
+    void theTemporaryFolderIsTheWindowsOnlyWhileABatchRuns()
     {
         Session s("FILES", { "a.xml" });
-        const QString temp = s.state.config.TempPath;
-        QVERIFY(QDir(temp).exists());
-        QFile(temp + "left-over.txt").open(QIODevice::WriteOnly);
+        const QString temp = s.inst.tempPath();
+        // The destructor lets go of what it took.
+        const auto othersMayTakeIt = [&] { return QLockFile(temp + "Quorvane_Temp.lock").tryLock(0); };
+        QVERIFY(othersMayTakeIt());
+        int checks = 0;
+        bool heldWhileRunning = true;
+        s.ui.watch = [&] {
+            // Until the final box: the batch has let go by then.
+            if (s.ui.messages.isEmpty()) {
+                ++checks;
+                heldWhileRunning
+                    = heldWhileRunning && !othersMayTakeIt() && QDir(temp + "Quorvane_Temp").exists();
+            }
+        };
+        s.clickEntry(s.files(), 0);
+        QTest::mouseClick(s.control<QPushButton>("cmdProcess"), Qt::LeftButton);
+        s.ui.watch = nullptr;
+        QVERIFY(checks > 0);
+        QVERIFY(heldWhileRunning);
+        QVERIFY(othersMayTakeIt());
+        QVERIFY(!QDir(temp + "Quorvane_Temp").exists());
         QTest::mouseClick(s.control<QPushButton>("cmdExit"), Qt::LeftButton);
-        QVERIFY(!QDir(temp).exists());
+        QVERIFY(QDir(temp).exists()); // the configured folder is the installation's
         QVERIFY(!s.window->isVisible());
     }
 };

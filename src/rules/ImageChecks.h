@@ -1,0 +1,138 @@
+#pragma once
+
+#include "core/Finding.h"
+#include "core/ImageCallouts.h"
+#include "core/RuleFileState.h"
+#include "core/TableSet.h"
+
+#include <QHash>
+#include <QList>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+#include <QStringView>
+#include <cstdint>
+#include <vector>
+
+struct RunState;
+
+// One row of the image validation table: an element and the attribute of it
+// that names an image file ("graphic | xlink:href").
+struct ImageTagRow {
+    QString tag; // the element name, as written
+    QString attribute;
+};
+
+struct ImageValidationTable : SupportTable {
+    QList<ImageTagRow> rows;
+    QHash<QString, QStringList> attributesByUpperTag; // every row's attribute, by upper-cased tag
+
+    const QStringList* attributesOf(QStringView tagName) const;
+};
+
+bool LoadImageValidationTable(RunState& state, TableSet& set);
+
+// Whether a table field is written as a bare element or attribute name
+// ("href", "xlink:href").
+bool IsBareName(QStringView field);
+
+// One attribute of a tag text: views into that text. An attribute written
+// without "=" has an empty value.
+struct TagAttribute {
+    QStringView name;
+    QStringView value;
+};
+// The attributes of a start or empty tag, left to right; quotes, blanks
+// around "=" and unquoted values as SGML allows them.
+QList<TagAttribute> TagAttributes(QStringView tag);
+
+// What one tag of a listed element says about images: the non-empty values
+// of the listed attributes, in the table's order.
+struct TagImages {
+    bool listed = false; // the table has rows for the element
+    QStringList names;
+};
+TagImages ImagesOfTag(QStringView tag, QStringView tagName, const ImageValidationTable& table);
+
+// One callout of an image in the text.
+struct ImageCallout {
+    QString name; // the attribute value as written; empty when the tag names no image
+    QString attributes; // the attributes looked at ("href or xlink:href"), for a tag naming none
+    std::int32_t line = 0;
+    std::int32_t column = 0; // of the tag's "<"
+    QStringView data; // the line from the tag to its end, a view into the text
+};
+
+// Every image callout of a text whose lines start at the given offsets, in
+// text order: start and empty tags of listed elements, as the line scanner
+// reads them (comments and declarations aside).
+std::vector<ImageCallout> FindImageCallouts(
+    QStringView text, const std::vector<std::int32_t>& lineStarts, const ImageValidationTable& table);
+
+// The file name in an image value: folders in front of it are dropped, the
+// image folder being fixed by the configuration.
+QString ImageFileNameOf(QStringView value);
+
+// The image folder of an input file: IMAGEPATH, the name of the folder that
+// holds the input, and IMAGEFOLDER, each ending in "/".
+QString ImageFolderFor(const QString& imagePath, const QString& imageFolder, const QString& inputPath);
+
+// The IMAGEEXTENSION setting as a list: pieces split at "," or "|", blanks
+// and a leading "." dropped ("tif, .eps" gives tif and eps).
+QStringList ImageExtensions(const QString& setting);
+
+// The file names an image name may stand for: the name itself when it has an
+// extension, else the name with each extension in turn.
+QStringList ImageFileCandidates(const QString& fileName, const QStringList& extensions);
+
+struct ImageFolderSettings {
+    QString folder; // ends in "/"
+    QStringList extensions;
+    bool zeroBytesAreErrors = false;
+};
+
+// Looks every callout up in the image folder: a tag naming no image, an
+// image not there, and (when asked) an empty image file are errors at the
+// tag. The file name of every image found goes into calledOut.
+std::vector<Finding> CheckImageCallouts(
+    const std::vector<ImageCallout>& callouts, const ImageFolderSettings& settings, QSet<QString>& calledOut);
+
+// Every file in the run's image folders that no file of the run called out,
+// folder after folder, by name; hidden files are nobody's delivery.
+std::vector<Finding> ImagesWithoutCallout(const ImageCallouts& run);
+
+// The message after the run for an image that nothing calls out.
+QString NoCalloutMessage(const QString& imageName);
+
+// The per-file image state the image routines share; their registry entries
+// name its maker, so that it goes with the file.
+struct ImageFileState : RuleFileState {
+    bool calloutsFound = false;
+    std::vector<ImageCallout> callouts; // found once, on first use
+    QHash<QString, QString> articleIds; // by routine parameter; empty when the file holds none
+    QSet<QString> toldNoArticleId; // parameters whose missing identifier was reported
+};
+ImageFileState& ImageFileStateOf(RunState& state);
+// The rule family's file state, for its registry entries.
+std::unique_ptr<RuleFileState> MakeImageFileState();
+
+const std::vector<ImageCallout>& FileImageCallouts(RunState& state, const ImageValidationTable& table);
+
+// Where the input was delivered: the path before any staging copy.
+QString DeliveredInputPath(const RunState& state);
+
+// For the configuration check: settings of an active set that leave its
+// image checks checking nothing, or reporting everything.
+QStringList ImageSetupProblems(const TableSet& active, const QSet<QString>& declaredRoutines);
+
+// The whole-file check: every image that the file calls out is in the image
+// folder (and, with CHECKIMAGEZEROBYTES, not empty).
+void CheckImageValidation(RunState& state);
+// Clears the run's image list; the single-file run and the batch call it
+// before their first file.
+void StartImageCrossCheck(RunState& state);
+// Whether the active set asks for the check after the run (CHECKEXCESSIMGFILES).
+bool ChecksImagesWithoutCallout(const TableSet& active);
+// After the last file, with CHECKEXCESSIMGFILES on: every image of the run's
+// image folders that no file called out, in the program log and the outputs.
+void ReportImagesWithoutCallout(RunState& state);

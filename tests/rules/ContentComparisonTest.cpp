@@ -1,0 +1,124 @@
+#include "rules/ContentComparison.h"
+
+#include "core/TableLint.h"
+#include "support/QtPrinters.h"
+#include "support/RuleFixture.h"
+
+#include <gtest/gtest.h>
+
+TEST(COMPCONT, TheKthOccurrencesOfTwoElementsAgree)
+{
+    const QByteArray table = "First | Second | Comparison | Severity | Message\r\n"
+                             "title | rh | equalignorecase | W | Differ\r\n"
+                             "title | short | BEGINSWITH | E | Not a prefix\r\n";
+    const QByteArray twoTitles = "<title>A</title><title>C</title><rh>a</rh><short>C</short>";
+    ExpectRuleCases("N/A | COMPCONT | N/A\r\n", SupportFile::CompContTbl, table,
+        {
+            // Tags removed, blanks folded; the second element may come first.
+            { "<rh>A  b</rh><short>a</short><title>a\r\n<i>B</i></title>", {} },
+            { "<title>A</title><rh>B</rh>",
+                { R"(1:1 W Differ: "A" / "B" | <title>A</title><rh>B</rh>)",
+                    "1:1 E Not a prefix: title 1 has no short to compare with | "
+                    "<title>A</title><rh>B</rh>" } },
+            { twoTitles,
+                { R"(1:1 E Not a prefix: "A" / "C" | )" + twoTitles,
+                    "1:17 W Differ: title 2 has no rh to compare with | " + twoTitles.mid(16),
+                    "1:17 E Not a prefix: title 2 has no short to compare with | " + twoTitles.mid(16) } },
+        });
+}
+
+TEST(COMPCONT, ComparisonsReadTheirCodes)
+{
+    struct Row {
+        Comparison comparison;
+        QString first, second;
+        bool agree;
+    };
+    const QList<Row> rows = {
+        { Comparison::Equal, "Ab", "Ab", true },
+        { Comparison::Equal, "Ab", "ab", false },
+        { Comparison::EqualIgnoringCase, "Ab", "aB", true },
+        { Comparison::BeginsWith, "Abc", "Ab", true },
+        { Comparison::BeginsWith, "Ab", "Abc", false },
+        { Comparison::Differs, "Ab", "Ab", false },
+        { Comparison::Differs, "Ab", "ab", true },
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(ContentsAgree(row.comparison, row.first, row.second), row.agree) << qPrintable(row.first);
+}
+
+TEST(PCPDATACOMPARE, TheTextIsOneOfTheAllowedValues)
+{
+    RuleFixture probe("");
+    const QString values = probe.dir.write("countries.txt", "Ghana\r\n United Kingdom \r\n");
+    const QByteArray table = "Tag | Values | Severity | Message\r\n"
+                             "country | @"
+        + values.toUtf8()
+        + " | E | Country\r\n"
+          "head | Methods; Results<pipe>Discussion | W | Heading\r\n";
+    ExpectRuleCases("N/A | PCPDATACOMPARE | N/A\r\n", SupportFile::PCPDataCompare, table,
+        {
+            { "<country> Ghana </country><country>United "
+              "<i>Kingdom</i></country><head>Results|Discussion</head>",
+                {} },
+            { "<country>Untied Kingdom</country>",
+                { R"(1:1 E Country: "Untied Kingdom" | <country>Untied Kingdom</country>)" } },
+            { "<head>Result</head>", { R"(1:1 W Heading: "Result" | <head>Result</head>)" } },
+        });
+    // A values file that cannot be read stops the run as a missing table does.
+    RuleFixture fixture("");
+    EXPECT_FALSE(fixture.loadTable(SupportFile::PCPDataCompare, "h\r\ncountry | @missing.txt | E | C\r\n"));
+    ASSERT_EQ(fixture.op.messages.size(), 1);
+    EXPECT_TRUE(fixture.op.messages[0].text.startsWith("Error while reading "))
+        << qPrintable(fixture.op.messages[0].text);
+}
+
+namespace {
+
+class LintNotes : public TableLint {
+public:
+    void note(const QString&, qsizetype line, const QString& message) override
+    {
+        notes << QStringLiteral("%1: %2").arg(line).arg(message);
+    }
+    QStringList notes;
+};
+
+} // namespace
+
+TEST(CrossReferenceTables, TheConfigurationCheckHearsOfRowsThatCheckNothing)
+{
+    struct Row {
+        SupportFile file;
+        QByteArray table;
+        QStringList notes; // besides the pattern engine's own words, which the first row also hears
+    };
+    const QList<Row> rows = {
+        { SupportFile::CitationValTbl, "h\r\ncite | | ([ | X | M\r\n | rid | | E | M\r\n",
+            { "2: severity \"X\" is none of E, W: the row reports warnings",
+                "3: row dropped: no citation tag" } },
+        { SupportFile::CountRefCheck,
+            "h\r\nxref | rid | ref | id | maybe | E\r\nxref | | ref | id | Y | E\r\n",
+            { "2: uncited code \"maybe\" is none of Y, N: uncited targets go unreported",
+                "3: row dropped: a tag or attribute column is empty" } },
+        { SupportFile::CheckPairTbl, "h\r\np | ( | | E | M\r\np | ( | ) | E\r\n",
+            { "2: row dropped: the tag, opening or closing column is empty",
+                "3: row dropped: 4 field(s) where the table has 5" } },
+        { SupportFile::CheckPairContTbl, "h\r\np | ( | ) | | E | M\r\n", { "2: row dropped: no pattern" } },
+        { SupportFile::CompContTbl, "h\r\na | b | SAME | E | M\r\na | a | EQUAL | E | M\r\n",
+            { "2: row dropped: comparison \"SAME\" is none of EQUAL, EQUALIGNORECASE, BEGINSWITH, DIFFERS",
+                "3: row dropped: an element compared with itself" } },
+        { SupportFile::PCPDataCompare, "h\r\ncountry | | E | M\r\n",
+            { "2: row dropped: the tag or values column is empty" } },
+    };
+    for (const Row& row : rows) {
+        RuleFixture fixture("");
+        LintNotes lint;
+        fixture.state.tableLint = &lint;
+        EXPECT_TRUE(fixture.loadTable(row.file, row.table));
+        const qsizetype engineNotes = row.file == SupportFile::CitationValTbl ? 1 : 0;
+        EXPECT_EQ(lint.notes.size(), row.notes.size() + engineNotes) << qPrintable(lint.notes.join('\n'));
+        for (const QString& note : row.notes)
+            EXPECT_TRUE(lint.notes.contains(note)) << qPrintable(note);
+    }
+}

@@ -1,0 +1,173 @@
+#include "rules/ImageChecks.h"
+
+#include "report/Reports.h"
+#include "rules/ImageNames.h"
+#include "support/RuleFixture.h"
+
+#include <QDir>
+#include <gtest/gtest.h>
+
+namespace {
+
+const QByteArray kImageTable = "Tag | Attribute\r\n"
+                               "graphic | xlink:href\r\n"
+                               "<graphic> | href\r\n"
+                               "inline-graphic | xlink:href\r\n"
+                               "GRAPHIC | HREF\r\n"; // twice: still one finding per image
+
+// A fixture whose input's image folder holds the given files (name, bytes).
+struct ImageFixture {
+    explicit ImageFixture(const QByteArray& routineRows = {})
+        : rules(routineRows)
+    {
+        TableSet& set = rules.state.config.ActiveTableSet;
+        set.ImageExtension = QStringLiteral("eps, .tif");
+        set.CheckImageZeroBytes = Switch::On;
+        rules.state.config.ImagePath = rules.dir.mkdir("images");
+        // The input lies in the fixture's folder: its name picks the image folder.
+        folder = rules.state.config.ImagePath + QDir(rules.dir.path()).dirName() + "/";
+        QDir().mkpath(folder);
+        EXPECT_TRUE(rules.loadTable(SupportFile::ImageValidationTbl, kImageTable));
+    }
+    void deliver(const QString& name, const QByteArray& bytes)
+    {
+        QFile file(folder + name);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+    }
+
+    RuleFixture rules;
+    QString folder;
+};
+
+} // namespace
+
+TEST(ImageValidation, LooksEveryCalloutUpInTheInputsImageFolder)
+{
+    ImageFixture fixture;
+    fixture.deliver("a.tif", "x");
+    fixture.deliver("b.eps", "x");
+    fixture.deliver("b.tif", "x");
+    fixture.deliver("empty.tif", "");
+    struct Case {
+        const char* name;
+        QByteArray input;
+        QStringList expected;
+    };
+    const QList<Case> cases = {
+        { "found as written, by extension, with a folder part, tag case aside",
+            "<graphic xlink:href=\"a.tif\"/><GRAPHIC href='b'/>\r\n<graphic href = \"art/a.tif\" >", {} },
+        { "missing, the extensions tried in order", "<p>x</p> <graphic href=\"c\"/>",
+            { "1:10 E Image not found: c (.eps or .tif) | <graphic href=\"c\"/>" } },
+        { "an empty file, a tag naming nothing, and one finding per listed attribute",
+            "<graphic href=\"empty.tif\"/>\r\n<graphic id=\"g\" href=\"\"/>\r\n"
+            "<graphic href=\"a.tif\" xlink:href=\"gone.tif\"/>",
+            { "1:1 E Image file is empty: empty.tif | <graphic href=\"empty.tif\"/>",
+                "2:1 E Image tag names no image in xlink:href or href | <graphic id=\"g\" href=\"\"/>",
+                "3:1 E Image not found: gone.tif | <graphic href=\"a.tif\" xlink:href=\"gone.tif\"/>" } },
+        { "end tags, declarations, other elements and attributes are no callouts",
+            "<?graphic href=\"x\"?><!graphic href=\"x\"><graphic href=\"a.tif\"></graphic><fig href=\"x\"/>"
+            "<inline-graphic href=\"x\" xlink:href=\"a.tif\"/>",
+            {} },
+        { "names are compared with their letter case", "<graphic href=\"A.TIF\"/>",
+            { "1:1 E Image not found: A.TIF | <graphic href=\"A.TIF\"/>" } },
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(fixture.rules.run(c.input), c.expected) << c.name;
+
+    // Without its switch an empty image passes.
+    fixture.rules.state.config.ActiveTableSet.CheckImageZeroBytes = Switch::Off;
+    EXPECT_TRUE(fixture.rules.run("<graphic href=\"empty.tif\"/>").isEmpty());
+}
+
+TEST(ImageValidation, TheRunReportsWhatNoFileCalledOutOnceAfterItsLastFile)
+{
+    ImageFixture fixture;
+    for (const char* name : { "a.tif", "b.tif", "c.tif", ".hidden" })
+        fixture.deliver(name, "x");
+    RunState& state = fixture.rules.state;
+    StartImageCrossCheck(state);
+    fixture.rules.run("<graphic href=\"a\"/>");
+    fixture.rules.run("<graphic href=\"c.tif\"/><graphic href=\"missing\"/>");
+    CloseReports(state);
+    fixture.rules.sink.findings.clear();
+    const std::int64_t errorsBefore = state.report.runErrorEntries;
+
+    ReportImagesWithoutCallout(state); // switched off: nothing
+    EXPECT_TRUE(fixture.rules.sink.findings.isEmpty());
+    state.config.ActiveTableSet.CheckExcessImgFiles = Switch::On;
+    ReportImagesWithoutCallout(state);
+    ASSERT_EQ(fixture.rules.sink.findings.size(), 1);
+    const Finding& excess = fixture.rules.sink.findings[0];
+    EXPECT_EQ(
+        excess.message, "b.tif image does not have a corresponding callout tags in the file/s selected.");
+    EXPECT_EQ(excess.data, fixture.folder + "b.tif");
+    EXPECT_EQ(excess.routine, "CheckExcessImgFiles");
+    EXPECT_EQ(state.report.runErrorEntries, errorsBefore + 1);
+
+    // A new run starts its list afresh.
+    StartImageCrossCheck(state);
+    fixture.rules.sink.findings.clear();
+    ReportImagesWithoutCallout(state);
+    EXPECT_TRUE(fixture.rules.sink.findings.isEmpty());
+}
+
+TEST(ImageNames, ArticleIdentifierAndLengthRoutines)
+{
+    struct Case {
+        const char* name;
+        QByteArray routines;
+        QByteArray input;
+        QStringList expected;
+    };
+    const QList<Case> cases = {
+        { "the input's base name is the identifier, letter case aside",
+            "N/A | IMGNAMEARTIDEQUALITY | N/A\r\n",
+            "<graphic href=\"INPUT-f1.tif\"/><graphic href=\"fig2.tif\"/>",
+            { "1:31 E Image name not prefixed by article ID input | <graphic "
+              "href=\"fig2.tif\"/>" } },
+        { "an element holds the identifier", "<fig> | IMGNAMEARTIDEQUALITY | article-id\r\n",
+            "<article-idx>no</article-idx><article-id type=\"p\"> <b>jcs-1</b> </article-id>\r\n"
+            "<fig><graphic href=\"jcs-1-f1\"/><graphic href=\"jcs-2-f1\"/></fig><graphic href=\"x\"/>",
+            { "2:32 E Image name not prefixed by article ID jcs-1 | <graphic "
+              "href=\"jcs-2-f1\"/></fig><graphic href=\"x\"/>" } },
+        { "no identifier element: told once", "N/A | IMGNAMEARTIDEQUALITY | article-id\r\n",
+            "<graphic href=\"a\"/><graphic href=\"b\"/>",
+            { "1:1 E No article ID found in an element ARTICLE-ID | <graphic "
+              "href=\"a\"/><graphic href=\"b\"/>" } },
+        { "lengths against the file's first image name, extensions and folders aside",
+            "<fig> | IMGNAMELENGTHEQUALITY | N/A\r\n",
+            "<inline-graphic xlink:href=\"a/f01.tif\"/>\r\n<fig><graphic href=\"f02\"/><graphic "
+            "href=\"f3.eps\"/></fig>",
+            { "2:27 E Image name length 2 instead of 3: f3 | <graphic "
+              "href=\"f3.eps\"/></fig>" } },
+        { "lengths against the parameter", "N/A | IMGNAMELENGTHEQUALITY | 2\r\n",
+            "<graphic href=\"f01\"/><graphic href=\"f1\"/>",
+            { "1:1 E Image name length 3 instead of 2: f01 | <graphic href=\"f01\"/><graphic "
+              "href=\"f1\"/>" } },
+    };
+    for (const Case& c : cases) {
+        ImageFixture fixture(c.routines);
+        fixture.rules.state.config.ActiveTableSet.ImageExtension.clear();
+        // Only the routines speak: every image is delivered.
+        for (const char* name : { "INPUT-f1.tif", "fig2.tif", "jcs-1-f1", "jcs-2-f1", "x", "a", "b",
+                 "f01.tif", "f02", "f3.eps", "f01", "f1" })
+            fixture.deliver(name, "x");
+        EXPECT_EQ(fixture.rules.run(c.input), c.expected) << c.name;
+    }
+}
+
+TEST(ImageValidation, ConfigurationCheckNamesImageChecksWithoutImageTags)
+{
+    TableSet set;
+    set.CheckExcessImgFiles = Switch::On;
+    const QSet<QString> declared { "IMGNAMELENGTHEQUALITY", "TEXTVALIDITY" };
+    const QStringList problems = ImageSetupProblems(set, declared);
+    ASSERT_EQ(problems.size(), 2);
+    EXPECT_TRUE(problems[0].startsWith("CHECKEXCESSIMGFILES is TRUE")) << problems[0].toStdString();
+    EXPECT_TRUE(problems[1].startsWith("IMGNAMELENGTHEQUALITY is declared")) << problems[1].toStdString();
+    auto table = std::make_shared<ImageValidationTable>();
+    table->rows.append(ImageTagRow { "graphic", "href" });
+    set.table(SupportFile::ImageValidationTbl) = table;
+    EXPECT_TRUE(ImageSetupProblems(set, declared).isEmpty());
+}
