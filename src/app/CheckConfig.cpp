@@ -139,8 +139,10 @@ QString unusedReason(SupportFile file)
             routines.append(QString(rule.name));
     }
     for (const RuleEntry& check : Rules().wholeFileChecks) {
+        // A check that is off while its switch is unset is kept off by anything but TRUE.
         if (check.table == file && check.gate.field)
-            switches.append(QString(check.gate.key) + QStringLiteral(" is FALSE"));
+            switches.append(QString(check.gate.key)
+                + (check.gate.onWhenUnset ? QStringLiteral(" is FALSE") : QStringLiteral(" is not TRUE")));
     }
     QStringList reasons;
     if (!routines.isEmpty())
