@@ -34,6 +34,16 @@ QString DataContentAt(const RunState& state, std::int32_t start)
     return DataContentAt(state.context, start);
 }
 
+void ReportRuleFinding(RunState& state, const Finding& finding)
+{
+    ReportFinding(state, finding);
+}
+
+void ReportRuleRunFinding(RunState& state, const Finding& finding)
+{
+    ReportRunFinding(state, finding);
+}
+
 void ReportBySeverity(RunState& state, Severity severity, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t extra)
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/Finding.h"
 #include "core/TableCodes.h"
 
 #include <QList>
@@ -25,6 +26,12 @@ QString ExpandPatternPlaceholders(const QString& pattern);
 QString DataContentAt(const ValidationContext& tag, std::int32_t start);
 // The same for the current tag.
 QString DataContentAt(const RunState& state, std::int32_t start);
+
+// Hands a finding the rule made whole (line, column, data, routine) to the
+// reports, as a finding of the file being checked.
+void ReportRuleFinding(RunState& state, const Finding& finding);
+// The same for a finding of the whole run, judged after its last file.
+void ReportRuleRunFinding(RunState& state, const Finding& finding);
 
 // Writes an error or a warning entry.
 void ReportBySeverity(RunState& state, Severity severity, std::int64_t lineNumber, const QString& message,

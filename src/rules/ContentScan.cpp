@@ -2,7 +2,7 @@
 
 #include "core/RunState.h"
 #include "engine/RegExp.h"
-#include "report/Reports.h"
+#include "engine/RuleHelpers.h"
 #include "rules/ElementContents.h"
 
 #include <algorithm>
@@ -22,7 +22,7 @@ void ReportPlaced(RunState& state, const PlacedFinding& finding)
     const QString data
         = QStringView(state.wholeText).sliced(from, std::min(lineEnd - from, kDataKept)).toString();
     const auto column = static_cast<std::int32_t>(finding.offset - lineStart + 1);
-    ReportFinding(state,
+    ReportRuleFinding(state,
         { finding.error ? FindingKind::Error : FindingKind::Warning, index + 1, column, finding.message, data,
             QString(state.currentRoutine) });
 }

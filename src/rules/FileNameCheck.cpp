@@ -6,7 +6,6 @@
 #include "core/RunState.h"
 #include "engine/RegExp.h"
 #include "engine/RuleHelpers.h"
-#include "report/Reports.h"
 #include "rules/ImageChecks.h"
 #include "rules/PatternLint.h"
 
@@ -38,7 +37,7 @@ void reportAll(RunState& state, std::vector<Finding>& findings)
 {
     for (Finding& finding : findings) {
         finding.routine = QString(state.currentRoutine);
-        ReportFinding(state, finding);
+        ReportRuleFinding(state, finding);
     }
 }
 

@@ -4,7 +4,7 @@
 #include "core/Paths.h"
 #include "core/RunState.h"
 #include "engine/Dispatch.h"
-#include "report/Reports.h"
+#include "engine/RuleHelpers.h"
 #include "text/TagSearch.h"
 
 #include <QDir>
@@ -371,7 +371,7 @@ void CheckImageValidation(RunState& state)
         switchedOn(active.CheckImageZeroBytes) };
     for (Finding& finding : CheckImageCallouts(FileImageCallouts(state, *table), settings, calledOut)) {
         finding.routine = QString(state.currentRoutine);
-        ReportFinding(state, finding);
+        ReportRuleFinding(state, finding);
     }
 }
 
@@ -391,6 +391,6 @@ void ReportImagesWithoutCallout(RunState& state)
         return;
     for (Finding& finding : ImagesWithoutCallout(state.imageCallouts)) {
         finding.routine = QStringLiteral("CheckExcessImgFiles");
-        ReportRunFinding(state, finding);
+        ReportRuleRunFinding(state, finding);
     }
 }
