@@ -15,6 +15,7 @@
 #include <utility>
 
 struct RunState;
+struct RuleContext;
 
 // What the cross-reference, pair and content-comparison routines share: one
 // finding at a place in the file, the reading of an element's content, and
@@ -31,6 +32,7 @@ struct PlacedFinding {
 // Reports the finding at the line and column of its offset, with the rest of
 // that line as its data, under the routine that is running.
 void ReportPlaced(RunState& state, const PlacedFinding& finding);
+void ReportPlaced(const RuleContext& rule, const PlacedFinding& finding);
 
 // Whether a table's severity field makes an error ("E", any case).
 bool IsErrorSeverity(QStringView severity);
@@ -56,6 +58,7 @@ struct ElementText {
     qsizetype offset = 0;
 };
 std::optional<ElementText> CurrentElementContentView(RunState& state);
+std::optional<ElementText> CurrentElementContentView(const RuleContext& rule);
 
 // Keeps a routine to one look at each tag and each stretch of text of a file.
 // A routine declared on the "N/A" row and on the element's own row runs twice
