@@ -64,7 +64,7 @@ void BatchOfArticles(benchmark::State& bench)
     TableSet& set = config.DefaultTableSet;
     set.file(SupportFile::RoutineDeclTbl) = root + "routine.tbl";
     set.file(SupportFile::SpecialCharTbl) = root + "special.tbl";
-    LoadRoutineDeclTable(state, set, IsRoutineName);
+    LoadRoutineDeclTable(state, set, RoutineNamed);
     LoadSpecialCharTable(state, set);
     // Arg 2 validates the files side by side, one per core.
     const int jobs = bench.range(0) == 2 ? 0 : 1;

@@ -161,7 +161,7 @@ void ValidateNestedBook(benchmark::State& bench)
 {
     BenchRun run;
     TableSet& set = run.state.config.ActiveTableSet;
-    set.CheckMultiHrt = "True";
+    set.CheckMultiHrt = Switch::On;
     set.MultiHrtMaxCount = 2;
     run.table(SupportFile::RoutineDeclTbl, "routine.tbl",
         "Tag | Routine | Parameter\r\n<sec> | UNCONENTITIES | N/A\r\n | NOHRT | N/A\r\n | WITHHRT | N/A\r\n"

@@ -48,8 +48,8 @@ void RunShape(benchmark::State& bench, const Shape& shape)
     TableSet& set = state.config.ActiveTableSet;
     set.file(SupportFile::RoutineDeclTbl) = root + "routine.tbl";
     set.file(SupportFile::SpecialCharTbl) = root + "special.tbl";
-    set.CheckSpecialChar = QStringLiteral("TRUE");
-    LoadRoutineDeclTable(state, set, IsRoutineName);
+    set.CheckSpecialChar = Switch::On;
+    LoadRoutineDeclTable(state, set, RoutineNamed);
     LoadSpecialCharTable(state, set);
     state.reportFolder = root;
     state.outputFolder = root;

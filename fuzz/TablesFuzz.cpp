@@ -1,6 +1,7 @@
 #include "FuzzSupport.h"
 #include "config/RoutineDeclTable.h"
 #include "core/RunState.h"
+#include "engine/Validator.h"
 #include "rules/CharacterPatterns.h"
 #include "rules/RuleRegistry.h"
 
@@ -35,9 +36,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     set.file(SupportFile::SpecialCharTbl) = path;
     if (LoadSpecialCharTable(state, set)) {
         state.config.ActiveTableSet = set;
-        state.config.ActiveTableSet.CheckSpecialChar = QStringLiteral("TRUE");
+        state.config.ActiveTableSet.CheckSpecialChar = Switch::On;
         state.wholeText = QString::fromUtf8(FuzzBytes(data, size));
-        CheckSpecialCharacters(state);
+        SplitLines(state);
+        for (const RuleEntry& check : Rules().wholeFileChecks) {
+            if (check.name == QLatin1StringView("CheckSpecialCharacters"))
+                RunRule(state, check);
+        }
     }
     return 0;
 }

@@ -64,9 +64,6 @@ public:
 // The signed-step number of a row that the file has not written. Values are
 // read from text as 32-bit numbers; this one stands for "not written" only.
 constexpr std::int32_t kStepUnwritten = std::numeric_limits<std::int32_t>::min();
-// CountStr's first position when the file made no count that found anything;
-// positions are never negative.
-constexpr std::int32_t kFirstMatchUnwritten = -1;
 
 // Everything a file validated on a worker leaves for the main thread.
 struct FileOutcome {
@@ -94,7 +91,6 @@ struct FileOutcome {
     QSet<QString> unwrittenPaths;
     FileIdentity inputIdentity;
     QHash<const void*, std::int32_t> stepNumbers; // rows the file wrote
-    std::int32_t firstMatchPosition = kFirstMatchUnwritten;
     CarriedTagState handedOn; // what the file hands on to the next one
     std::vector<Finding> findings; // kept only when the run has sinks of its own
     ImageCallouts imageCallouts; // the file's share of the run's image list
@@ -172,7 +168,6 @@ public:
         // routine reads them; left empty, they tell whether the file had a tag.
         SeedCarriedTagState(state, { std::move(job.carried.openTags), {}, {}, {} });
         state.textValidity.stepNumbers = unwrittenSteps;
-        state.toolkit.FirstMatchPosition = kFirstMatchUnwritten;
         state.report.runErrorEntries = 0;
         state.report.fileStarted = QDateTime();
         state.checkFailures = 0;
@@ -217,7 +212,6 @@ public:
             if (step.value() != kStepUnwritten)
                 outcome.stepNumbers.insert(step.key(), step.value());
         }
-        outcome.firstMatchPosition = state.toolkit.FirstMatchPosition;
         outcome.handedOn = CarriedTagStateOf(state);
         outcome.imageCallouts = std::move(state.imageCallouts);
         outcome.findings = std::move(kept_.findings);
@@ -371,8 +365,6 @@ void publishOutcome(RunState& state, const PlannedFile& file, FileOutcome& outco
     report.inputIdentity = outcome.inputIdentity;
     for (auto step = outcome.stepNumbers.cbegin(); step != outcome.stepNumbers.cend(); ++step)
         state.textValidity.stepNumbers.insert(step.key(), step.value());
-    if (outcome.firstMatchPosition != kFirstMatchUnwritten)
-        state.toolkit.FirstMatchPosition = outcome.firstMatchPosition;
     if (outcome.failure)
         std::rethrow_exception(outcome.failure);
     PublishFileReports(state);

@@ -82,16 +82,7 @@ void loadSet(RunState& state, TableSet& set)
     }
 }
 
-// The whole-file checks that have a switch run unless it says "FALSE".
-bool switchedOn(const TableSet& active, QLatin1StringView check)
-{
-    if (check == QLatin1StringView("CheckSpecialCharacters"))
-        return active.CheckSpecialChar.toUpper() != u"FALSE";
-    if (check == QLatin1StringView("CheckFileName"))
-        return active.CheckFilename.toUpper() != u"FALSE";
-    return true;
-}
-
+// The routines the active set's declaration table names, upper-cased.
 QSet<QString> declaredRoutines(const TableSet& active)
 {
     QSet<QString> declared;
@@ -110,13 +101,16 @@ QSet<QString> declaredRoutines(const TableSet& active)
 void markUsed(const TableSet& active, QSet<QString>& used)
 {
     used.insert(canonical(active.file(SupportFile::RoutineDeclTbl)));
-    const QSet<QString> declared = declaredRoutines(active);
-    for (const RuleEntry& rule : Rules().routines) {
-        if (rule.table && declared.contains(QString(rule.name)))
-            used.insert(canonical(active.file(*rule.table)));
+    if (const auto* table = active.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl)) {
+        for (const RoutineDeclRow& row : table->rows) {
+            for (const RoutineCall& call : row.routines) {
+                if (call.rule->table)
+                    used.insert(canonical(active.file(*call.rule->table)));
+            }
+        }
     }
     for (const RuleEntry& check : Rules().wholeFileChecks) {
-        if (check.table && switchedOn(active, check.name))
+        if (check.table && SwitchedOn(check, active))
             used.insert(canonical(active.file(*check.table)));
     }
 }
@@ -144,10 +138,12 @@ QString unusedReason(SupportFile file)
         if (rule.table == file)
             routines.append(QString(rule.name));
     }
-    if (file == SupportFile::SpecialCharTbl)
-        switches.append(QStringLiteral("CHECKSPECIALCHAR is FALSE"));
-    if (file == SupportFile::FilenameCheck)
-        switches.append(QStringLiteral("CHECKFILENAME is FALSE"));
+    for (const RuleEntry& check : Rules().wholeFileChecks) {
+        // A check that is off while its switch is unset is kept off by anything but TRUE.
+        if (check.table == file && check.gate.field)
+            switches.append(QString(check.gate.key)
+                + (check.gate.onWhenUnset ? QStringLiteral(" is FALSE") : QStringLiteral(" is not TRUE")));
+    }
     QStringList reasons;
     if (!routines.isEmpty())
         reasons.append(

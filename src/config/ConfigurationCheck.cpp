@@ -29,16 +29,16 @@ std::vector<Field> requiredFields(const Configuration& config)
         { QStringLiteral("MainLexPath"), config.MainLexPath.isEmpty() },
         { QStringLiteral("UserLexPath"), config.UserLexPath.isEmpty() },
         { QStringLiteral("MainLexFiles"), config.MainLexFiles.isEmpty() },
-        { QStringLiteral("CheckMultiHrt"), set.CheckMultiHrt.isEmpty() },
-        { QStringLiteral("CheckSpecialChar"), set.CheckSpecialChar.isEmpty() },
+        { QStringLiteral("CheckMultiHrt"), set.CheckMultiHrt == Switch::Unset },
+        { QStringLiteral("CheckSpecialChar"), set.CheckSpecialChar == Switch::Unset },
         { QStringLiteral("MultiHrtMaxCount"), !set.MultiHrtMaxCountGiven },
         { QStringLiteral("AttribRangeSeparator"), !set.AttribRangeSeparatorGiven },
         { QStringLiteral("ImageExtension"), set.ImageExtension.isEmpty() },
-        { QStringLiteral("CheckExcessImgFiles"), set.CheckExcessImgFiles.isEmpty() },
-        { QStringLiteral("CheckFilename"), set.CheckFilename.isEmpty() },
+        { QStringLiteral("CheckExcessImgFiles"), set.CheckExcessImgFiles == Switch::Unset },
+        { QStringLiteral("CheckFilename"), set.CheckFilename == Switch::Unset },
         { QStringLiteral("ValidFilenameChar"), set.ValidFilenameChars.isEmpty() },
         { QStringLiteral("InValidFilenameChars"), set.InvalidFilenameChars.isEmpty() },
-        { QStringLiteral("CheckImageZeroBytes"), set.CheckImageZeroBytes.isEmpty() },
+        { QStringLiteral("CheckImageZeroBytes"), set.CheckImageZeroBytes == Switch::Unset },
     };
     fields.insert(fields.end(), rest.begin(), rest.end());
     return fields;

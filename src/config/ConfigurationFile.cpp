@@ -67,6 +67,8 @@ void enterSection(ReaderState& reader, Section section)
     }
 }
 
+// ERRORLOGCOLOR is accepted and left unread: no part of the program colours
+// an error log.
 void readIoPathKey(Configuration& config, const QString& key, const QString& value)
 {
     static const std::pair<QLatin1StringView, QString Configuration::*> folders[] = {
@@ -81,15 +83,6 @@ void readIoPathKey(Configuration& config, const QString& key, const QString& val
         { QLatin1StringView("EDITORPROGRAM"), &Configuration::EditorProgram },
         { QLatin1StringView("INPUTTYPE"), &Configuration::InputType },
         { QLatin1StringView("CREATELOGFOLDER"), &Configuration::CreateLogFolder },
-    };
-    static const std::pair<QLatin1StringView, std::uint32_t> colours[] = {
-        { QLatin1StringView("RED"), 0x0000FF },
-        { QLatin1StringView("GREEN"), 0x00FF00 },
-        { QLatin1StringView("YELLOW"), 0x00FFFF },
-        { QLatin1StringView("BLUE"), 0xFF0000 },
-        { QLatin1StringView("MAGENTA"), 0xFF00FF },
-        { QLatin1StringView("CYAN"), 0xFFFF00 },
-        { QLatin1StringView("WHITE"), 0xFFFFFF },
     };
     // An empty folder value still gets its "/", so "KEY=" counts as given.
     for (const auto& [name, field] : folders) {
@@ -106,12 +99,6 @@ void readIoPathKey(Configuration& config, const QString& key, const QString& val
         config.ImageFolder = value.isEmpty() ? value : modMoveFiles::WithTrailingSlash(value);
     if (key == QLatin1String("INPUTFILEMASK") && !value.isEmpty())
         config.InputFileMask = QLatin1Char('|') + value + QLatin1Char('|');
-    if (key == QLatin1String("ERRORLOGCOLOR")) {
-        for (const auto& [name, colour] : colours) {
-            if (value.toUpper() == name)
-                config.ErrorLogColor = colour;
-        }
-    }
     if (key == QLatin1String("UTF8INPUT") && value.toLower() == QLatin1String("true"))
         config.Utf8Input = true;
 }
@@ -209,7 +196,6 @@ QString readConfigurationText(OperatorInterface& ui, const QString& path)
 void resetBeforeReading(Configuration& config)
 {
     config.Tasks.clear();
-    config.ErrorLogColor = 0;
     config.DefaultTableSet.InputPlugins.clear();
     config.DefaultTableSet.OutputPlugins.clear();
     config.Utf8Input = false;
@@ -256,6 +242,12 @@ void overlayText(QString& active, const QString& task)
         active = task;
 }
 
+void overlaySwitch(Switch& active, Switch task)
+{
+    if (task != Switch::Unset)
+        active = task;
+}
+
 void overlayList(QStringList& active, const QStringList& task)
 {
     if (!task.isEmpty())
@@ -272,12 +264,13 @@ void overlayTaskSet(TableSet& active, const TableSet& task)
         active.tables[index] = task.tables[index];
     }
     overlayText(active.ImageExtension, task.ImageExtension);
-    overlayText(active.CheckMultiHrt, task.CheckMultiHrt);
-    overlayText(active.CheckMultiHrtOption, task.CheckMultiHrtOption);
-    overlayText(active.CheckSpecialChar, task.CheckSpecialChar);
-    overlayText(active.CheckExcessImgFiles, task.CheckExcessImgFiles);
-    overlayText(active.CheckFilename, task.CheckFilename);
-    overlayText(active.CheckImageZeroBytes, task.CheckImageZeroBytes);
+    overlaySwitch(active.CheckMultiHrt, task.CheckMultiHrt);
+    if (task.MultiHrtSeverity)
+        active.MultiHrtSeverity = task.MultiHrtSeverity;
+    overlaySwitch(active.CheckSpecialChar, task.CheckSpecialChar);
+    overlaySwitch(active.CheckExcessImgFiles, task.CheckExcessImgFiles);
+    overlaySwitch(active.CheckFilename, task.CheckFilename);
+    overlaySwitch(active.CheckImageZeroBytes, task.CheckImageZeroBytes);
     if (task.MultiHrtMaxCountGiven) {
         active.MultiHrtMaxCount = task.MultiHrtMaxCount;
         active.MultiHrtMaxCountGiven = true;

@@ -27,7 +27,7 @@ void startRow(RunState& state, RoutineDeclTable& table, const QString& tagField)
 
 } // namespace
 
-bool LoadRoutineDeclTable(RunState& state, TableSet& set, bool (*isRoutineName)(const QString& upperName))
+bool LoadRoutineDeclTable(RunState& state, TableSet& set, const RoutineResolver& resolve)
 {
     const QString& fileName = set.file(SupportFile::RoutineDeclTbl);
     auto table = std::make_shared<RoutineDeclTable>();
@@ -45,12 +45,14 @@ bool LoadRoutineDeclTable(RunState& state, TableSet& set, bool (*isRoutineName)(
         }
         if (!fields[0].isEmpty())
             startRow(state, *table, fields[0]);
+        const QString upperName = fields[1].toUpper();
+        const RuleEntry* rule = resolve(upperName);
         // The check lists every unknown name rather than stopping at the first.
-        if (!isRoutineName(fields[1].toUpper()) && TableReading::Linting(state)) {
+        if (!rule && TableReading::Linting(state)) {
             TableReading::Lint(state, fileName, i, QStringLiteral("unknown routine name ") + fields[1]);
             continue;
         }
-        if (!isRoutineName(fields[1].toUpper())) {
+        if (!rule) {
             state.ui.messageBox(QStringLiteral("Invalid Routine Name: ") + fields[1]
                     + QStringLiteral("\r\nPlease check ") + fileName,
                 kProgramTitle, MessageIcon::Warning);
@@ -64,7 +66,7 @@ bool LoadRoutineDeclTable(RunState& state, TableSet& set, bool (*isRoutineName)(
             continue;
         }
         table->rows.last().routines.append(
-            { fields[1], fields[2], fields[1].toUpper(), fields[2].toUpper() });
+            { fields[1], fields[2], upperName, fields[2].toUpper(), SeverityOfCode(fields[2]), rule });
     }
     set.table(SupportFile::RoutineDeclTbl) = std::move(table);
     return true;

@@ -75,26 +75,29 @@ bool readMaxCount(RunState& state, TableSet& set, const QString& value)
 bool readCheckMultiHrt(RunState& state, TableSet& set, const QString& value)
 {
     if (value.contains(QStringLiteral("True"), Qt::CaseInsensitive)) {
-        // This switch alone keeps the spelling "True"; the option readers expect it.
-        set.CheckMultiHrt = QStringLiteral("True");
+        set.CheckMultiHrt = Switch::On;
         const QStringList pieces = value.split(QLatin1Char('|'));
-        if (pieces.size() == 2)
-            set.CheckMultiHrtOption = pieces[1].trimmed();
+        if (pieces.size() == 2) {
+            const QString code = pieces[1].trimmed();
+            set.MultiHrtSeverity = code.isEmpty() ? std::nullopt : std::optional(SeverityOfCode(code));
+        }
         return true;
     }
     if (value.contains(QStringLiteral("False"), Qt::CaseInsensitive)) {
-        set.CheckMultiHrt = QStringLiteral("FALSE");
+        set.CheckMultiHrt = Switch::Off;
         return true;
     }
     return warn(state, QStringLiteral("Invalid CheckMultiHrt value in INI file"));
 }
 
-bool readSwitch(RunState& state, QString& field, const QString& value, const QString& message)
+bool readSwitch(RunState& state, Switch& field, const QString& value, const QString& message)
 {
-    const QString upper = value.toUpper();
-    if (upper != QLatin1String("TRUE") && upper != QLatin1String("FALSE"))
+    if (value.compare(QLatin1String("TRUE"), Qt::CaseInsensitive) == 0)
+        field = Switch::On;
+    else if (value.compare(QLatin1String("FALSE"), Qt::CaseInsensitive) == 0)
+        field = Switch::Off;
+    else
         return warn(state, message);
-    field = upper;
     return true;
 }
 

@@ -19,9 +19,8 @@ struct Configuration {
     QString EditorProgram;
     QString KlmxIniFile;
     bool XYCoordinates = false;
-    QString ImageFolder;
+    QString ImageFolder; // ends with "/" when given; the image checks read it
     QString InputFileMask; // stored as "|" + value + "|"
-    std::uint32_t ErrorLogColor = 0; // 0x00BBGGRR
     bool Utf8Input = false;
     QString MainLexPath;
     QString UserLexPath;

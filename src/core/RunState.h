@@ -1,12 +1,11 @@
 #pragma once
 
 #include "core/Configuration.h"
-#include "core/ConversionState.h"
 #include "core/Finding.h"
 #include "core/ImageCallouts.h"
 #include "core/OperatorInterface.h"
 #include "core/ReportState.h"
-#include "core/RuleFileCache.h"
+#include "core/RuleFileState.h"
 #include "core/SpellingEngine.h"
 #include "core/TableLint.h"
 #include "core/TextValidityState.h"
@@ -68,14 +67,19 @@ struct RunState {
     // Upper-cased at loading; a view of the declaration table's text, set by
     // the dispatcher before every routine call.
     QStringView routineParameter;
+    // The same parameter read as a severity at loading, for the routines
+    // whose parameter is one.
+    Severity parameterSeverity = Severity::Warning;
     // The routine or check running now; names its findings. A view of the
     // registry's name, so the dispatcher copies nothing per call.
     QLatin1StringView currentRoutine;
-    ConversionState conversion; // per file
     TextValidityState textValidity;
+    RuleFileStates ruleStates; // per file; cleared with the other per-file state
+    // The running routine's own file state, set by the dispatcher; null for a
+    // routine whose entry names none.
+    RuleFileState* ownFileState = nullptr;
 
     SpellingState spelling; // the engine lives for the whole process
-    RuleFileCaches ruleCaches; // per file; cleared with the other per-file state
     ImageCallouts imageCallouts; // per run: cleared when a run starts, read after its last file
 
     ReportState report;

@@ -47,6 +47,5 @@ struct SpellingState {
     // Where start-up keeps the engine's answers from run to run; empty keeps
     // them for the run only.
     QString cacheFolder;
-    QString suggestions; // emptied by the callers, filled by a misspelt check
     QHash<QString, SpellingAnswer> answers; // per text asked; the lexicon never changes during a run
 };

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "core/TableCodes.h"
+
 #include <QString>
 #include <QStringList>
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 // The nineteen support files, in the order of the configuration's table-set
 // fields (which is also the order of the missing-field list and of the
@@ -42,24 +45,25 @@ struct SupportTable {
 // Lists are plain zero-based lists: a list that holds nothing is empty, with
 // no unused element 0 in front.
 struct TableSet {
-    std::array<QString, kSupportFileCount> files; // fields 1-19: file names as configured
+    std::array<QString, kSupportFileCount> files; // file names as configured, in SupportFile order
 
     QStringList AttribRangeSeparators;
     bool AttribRangeSeparatorGiven = false;
     QString ImageExtension;
-    QString CheckMultiHrtOption;
+    // The severity written after "True|" in CHECKMULTIHRT; unset when none was.
+    std::optional<Severity> MultiHrtSeverity;
     std::int32_t MultiHrtMaxCount = 0;
     bool MultiHrtMaxCountGiven = false;
-    QString CheckMultiHrt; // "True" or "FALSE"
-    QString CheckSpecialChar; // "TRUE" or "FALSE"
-    QString CheckExcessImgFiles; // "TRUE" or "FALSE"
-    QString CheckFilename; // "TRUE" or "FALSE"
+    Switch CheckMultiHrt = Switch::Unset;
+    Switch CheckSpecialChar = Switch::Unset;
+    Switch CheckExcessImgFiles = Switch::Unset;
+    Switch CheckFilename = Switch::Unset;
     QStringList ValidFilenameChars;
     QStringList InvalidFilenameChars;
-    std::array<std::shared_ptr<const SupportTable>, kSupportFileCount> tables; // field 32
+    std::array<std::shared_ptr<const SupportTable>, kSupportFileCount> tables; // loaded, in SupportFile order
     QStringList InputPlugins;
     QStringList OutputPlugins;
-    QString CheckImageZeroBytes; // "TRUE" or "FALSE"
+    Switch CheckImageZeroBytes = Switch::Unset;
 
     QString& file(SupportFile which) { return files[static_cast<int>(which)]; }
     const QString& file(SupportFile which) const { return files[static_cast<int>(which)]; }

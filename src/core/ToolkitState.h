@@ -11,7 +11,6 @@
 // Values that the tag toolkit shares with the validation run. They live in
 // the run state; the toolkit only holds a reference to them.
 struct ToolkitState {
-    std::int32_t FirstMatchPosition = 0; // written by CountStr
     QList<std::int32_t> RemovedContentLengths; // rebuilt by RemoveTags(…, true)
     QString QuotedMarkupNote; // appended by NoteQuotedMarkup
     // The records already in the note. While no record holds a bracket of its

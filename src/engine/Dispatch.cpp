@@ -2,15 +2,79 @@
 
 #include "config/RoutineDeclTable.h"
 #include "core/RunState.h"
+#include "engine/RuleContext.h"
+#include "engine/RuleHelpers.h"
+#include "report/Reports.h"
+
+namespace {
+
+// Hands a routine's findings to the run's reports.
+class ReportedFindings : public RuleFindings {
+public:
+    explicit ReportedFindings(RunState& state)
+        : state_(state)
+    {
+    }
+    void report(Severity severity, std::int64_t line, const QString& message, const QString& data,
+        std::int32_t column) override
+    {
+        if (severity == Severity::Error)
+            WriteErrorEntry(state_, line, message, data, column);
+        else
+            WriteWarningEntry(state_, line, message, data, column);
+    }
+    void checkEnded(const std::exception& failure) override { NoteCheckFailure(state_, failure); }
+
+private:
+    RunState& state_;
+};
+
+void runWithContext(RunState& state, ContextRoutine routine)
+{
+    ReportedFindings findings(state);
+    RuleContext context { state.context, state.openTags, state.wholeText, state.lineStarts, state.toolkit,
+        state.spelling, state.routineParameter, state.parameterSeverity, state.config.ActiveTableSet,
+        state.ownFileState, findings };
+    routine(context);
+}
+
+} // namespace
+
+QString RuleContext::dataFrom(std::int32_t start) const
+{
+    return DataContentAt(tag, start);
+}
 
 void RunRule(RunState& state, const RuleEntry& rule)
 {
     state.currentRoutine = rule.name;
-    rule.run(state);
+    state.ownFileState = rule.makeFileState ? &state.ruleStates.of(rule.makeFileState) : nullptr;
+    if (rule.run.withContext)
+        runWithContext(state, rule.run.withContext);
+    else
+        rule.run.withRunState(state);
     state.currentRoutine = {};
+    state.ownFileState = nullptr;
 }
 
-void DispatchRow(RunState& state, int row, const RuleBook& rules)
+bool SwitchedOn(const RuleEntry& rule, const TableSet& settings)
+{
+    if (!rule.gate.field)
+        return true;
+    const Switch value = settings.*rule.gate.field;
+    return value == Switch::On || (value == Switch::Unset && rule.gate.onWhenUnset);
+}
+
+const RuleEntry* FindRoutine(const RuleBook& rules, const QString& upperName)
+{
+    for (const RuleEntry& entry : rules.routines) {
+        if (entry.name == upperName)
+            return &entry;
+    }
+    return nullptr;
+}
+
+void DispatchRow(RunState& state, int row)
 {
     const auto* table = state.config.ActiveTableSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
     if (!table || row < 1 || row > table->rows.size())
@@ -22,12 +86,7 @@ void DispatchRow(RunState& state, int row, const RuleBook& rules)
         state.contextElement = declared.tag;
     for (const RoutineCall& call : declared.routines) {
         state.routineParameter = call.upperParameter;
-        for (const RuleEntry& entry : rules.routines) {
-            // Most names differ in length: that settles them without a text comparison.
-            if (entry.name.size() == call.upperName.size() && entry.name == call.upperName) {
-                RunRule(state, entry);
-                break;
-            }
-        }
+        state.parameterSeverity = call.parameterSeverity;
+        RunRule(state, *call.rule);
     }
 }

@@ -1,24 +1,55 @@
 #pragma once
 
 #include "config/SupportTables.h"
+#include "core/RunState.h"
 
 #include <QLatin1StringView>
 #include <QList>
 #include <QString>
 #include <optional>
 
-struct RunState;
+struct RuleContext;
 
 using Routine = void (*)(RunState& state);
+using ContextRoutine = void (*)(RuleContext& context);
+
+// What runs for an entry: a routine that sees only its narrow context, or
+// one that still takes the whole run state.
+struct RuleFunction {
+    constexpr RuleFunction() = default;
+    constexpr RuleFunction(Routine routine)
+        : withRunState(routine)
+    {
+    }
+    constexpr RuleFunction(ContextRoutine routine)
+        : withContext(routine)
+    {
+    }
+    Routine withRunState = nullptr;
+    ContextRoutine withContext = nullptr;
+};
+
+// The configuration switch of a whole-file check: the check runs while the
+// switch is on, and while it is unset when onWhenUnset says so.
+struct RuleSwitch {
+    Switch TableSet::*field = nullptr;
+    QLatin1StringView key; // as the configuration file writes it
+    bool onWhenUnset = false;
+};
 
 // One validation routine or whole-file check: the name tables call it by
-// (upper case), what runs, and the support table it reads with that table's
-// loader (none for a routine without a table of its own).
+// (upper case), what runs, the support table it reads with that table's
+// loader (none for a routine without a table of its own), and the switch
+// that turns it off (none for a check that always runs).
 struct RuleEntry {
     QLatin1StringView name;
-    Routine run = nullptr;
+    RuleFunction run;
     std::optional<SupportFile> table = std::nullopt;
     TableLoader load = nullptr;
+    RuleSwitch gate = {};
+    // Makes the rule's own file state (none when null); entries naming the
+    // same maker share one state.
+    MakeRuleFileState makeFileState = nullptr;
 };
 
 // What the driver runs: the per-element routines in the order names are
@@ -31,10 +62,23 @@ struct RuleBook {
     QList<RuleEntry> fileEndChecks = {};
 };
 
+// Whether the rule runs with these settings: always, unless its switch says not.
+bool SwitchedOn(const RuleEntry& rule, const TableSet& settings);
+
+// The routine of the book with that upper-cased name; null when there is none.
+const RuleEntry* FindRoutine(const RuleBook& rules, const QString& upperName);
+
 // Runs every routine of one row of the routine declaration table for the
-// current tag. Rows are numbered from 1 as the scanner counts them; 0 is none.
-void DispatchRow(RunState& state, int row, const RuleBook& rules);
+// current tag, each as its name resolved when the table loaded. Rows are
+// numbered from 1 as the scanner counts them; 0 is none.
+void DispatchRow(RunState& state, int row);
 
 // Runs one routine or check with its name as the current routine, so that its
-// findings carry the name.
+// findings carry the name, and with its own file state.
 void RunRule(RunState& state, const RuleEntry& rule);
+
+// The running rule's own file state, of the type its entry's maker makes.
+template <typename State> State& OwnFileState(RunState& state)
+{
+    return static_cast<State&>(*state.ownFileState);
+}

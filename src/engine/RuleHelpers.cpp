@@ -1,7 +1,6 @@
 #include "engine/RuleHelpers.h"
 
 #include "core/RunState.h"
-#include "engine/RegExp.h"
 #include "report/ReportFormat.h"
 #include "report/Reports.h"
 
@@ -17,16 +16,10 @@ QString ExpandPatternPlaceholders(const QString& pattern)
     return expanded;
 }
 
-bool MatchesPattern(const QString& text, const QString& pattern)
+QString DataContentAt(const ValidationContext& tag, std::int32_t start)
 {
-    const RegExp expression(ExpandPatternPlaceholders(pattern), true, true);
-    return expression.test(text);
-}
-
-QString DataContentAt(const RunState& state, std::int32_t start)
-{
-    const QString& line = state.context.lineText;
-    const std::int32_t from = start != 0 ? start : state.context.linePosition;
+    const QString& line = tag.lineText;
+    const std::int32_t from = start != 0 ? start : tag.linePosition;
     // Positions before the first character read from the line's start rather than failing.
     const qsizetype index = std::max<qsizetype>(from, 1) - 1;
     // Only what a report entry can show is taken: a line of megabytes with a
@@ -36,55 +29,42 @@ QString DataContentAt(const RunState& state, std::int32_t start)
         : line.sliced(index, std::min(line.size() - index, ReportFormat::kDataSourceLength));
 }
 
-void ReportBySeverity(RunState& state, QStringView severity, std::int64_t lineNumber, const QString& message,
+QString DataContentAt(const RunState& state, std::int32_t start)
+{
+    return DataContentAt(state.context, start);
+}
+
+void ReportRuleFinding(RunState& state, const Finding& finding)
+{
+    ReportFinding(state, finding);
+}
+
+void ReportRuleRunFinding(RunState& state, const Finding& finding)
+{
+    ReportRunFinding(state, finding);
+}
+
+void ReportBySeverity(RunState& state, Severity severity, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t extra)
 {
-    if (severity.compare(u"E", Qt::CaseInsensitive) == 0)
+    if (severity == Severity::Error)
         WriteErrorEntry(state, lineNumber, message, dataContent, extra);
     else
         WriteWarningEntry(state, lineNumber, message, dataContent, extra);
 }
 
-namespace {
-
-const QString kLineBreak = QStringLiteral("\r\n");
-
-} // namespace
-
-std::int32_t OffsetToLineColumn(QStringView text, std::int32_t offset, std::int32_t& column)
-{
-    LineColumnCursor cursor(text);
-    return cursor.lineColumnAt(offset, column);
-}
-
-std::int32_t LineColumnCursor::lineColumnAt(std::int32_t offset, std::int32_t& column)
+std::int32_t LineColumnAt(
+    QStringView text, const std::vector<std::int32_t>& lineStarts, std::int32_t offset, std::int32_t& column)
 {
     // A negative length is the one failure here: it gives line 0 and leaves the column alone.
     if (offset < 0)
         return 0;
-    const qsizetype end = std::min<qsizetype>(offset, text_.size());
-    if (end == 0)
+    const qsizetype end = std::min<qsizetype>(offset, text.size());
+    if (end == 0 || lineStarts.empty())
         return 1;
-    if (lineStarts_ && !lineStarts_->empty()) {
-        const auto after = std::upper_bound(lineStarts_->begin(), lineStarts_->end(), end);
-        column = std::int32_t(end - *(after - 1) + 1);
-        return std::int32_t(after - lineStarts_->begin());
-    }
-    if (end < scanned_) {
-        scanned_ = 0;
-        breaks_ = 0;
-        lastLineStart_ = 0;
-    }
-    // A pair cut by the previous prefix starts one character before it.
-    const QStringView prefix = text_.first(end);
-    for (qsizetype at = prefix.indexOf(kLineBreak, std::max<qsizetype>(scanned_ - 1, 0)); at >= 0;
-         at = prefix.indexOf(kLineBreak, at + 2)) {
-        ++breaks_;
-        lastLineStart_ = at + 2;
-    }
-    scanned_ = end;
-    column = std::int32_t(end - lastLineStart_ + 1);
-    return breaks_ + 1;
+    const auto after = std::upper_bound(lineStarts.begin(), lineStarts.end(), end);
+    column = std::int32_t(end - *(after - 1) + 1);
+    return std::int32_t(after - lineStarts.begin());
 }
 
 void NoteCheckFailure(RunState& state, const std::exception& failure)
@@ -114,11 +94,11 @@ QString OpenTagAbove(const RunState& state, std::int32_t levels)
     return state.openTags[index].tagText;
 }
 
-std::int32_t EnclosingOpenTagPosition(const RunState& state)
+std::int32_t EnclosingOpenTagPosition(const QList<ValidationContext>& openTags)
 {
-    if (state.openTags.isEmpty() || state.openTags.last().tagText.isEmpty())
+    if (openTags.isEmpty() || openTags.last().tagText.isEmpty())
         return 0;
-    return state.openTags.last().filePosition;
+    return openTags.last().filePosition;
 }
 
 bool IsTagOpen(const RunState& state, const QString& tagName)

@@ -1,5 +1,9 @@
 #pragma once
 
+#include "core/Finding.h"
+#include "core/TableCodes.h"
+
+#include <QList>
 #include <QString>
 #include <QStringView>
 #include <cstdint>
@@ -7,6 +11,7 @@
 #include <vector>
 
 struct RunState;
+struct ValidationContext;
 
 // Helpers that many validation routines share. They keep no state: they read
 // the current ValidationContext and the open-tag list of the run state.
@@ -15,45 +20,29 @@ struct RunState;
 // (exact case) by regular-expression fragments.
 QString ExpandPatternPlaceholders(const QString& pattern);
 
-// Whether the pattern, placeholders expanded, occurs anywhere in the text,
-// ignoring letter case. Throws PatternError for a pattern the engine rejects.
-bool MatchesPattern(const QString& text, const QString& pattern);
-
-// The current line's text from the one-based position start to its end; start
-// 0 means from the current tag's "<". The text stops after the characters a
-// report entry can show anything of (ReportFormat::kDataSourceLength).
+// The tag's line from the one-based position start to its end; start 0 means
+// from the tag's "<". The text stops after the characters a report entry can
+// show anything of (ReportFormat::kDataSourceLength).
+QString DataContentAt(const ValidationContext& tag, std::int32_t start);
+// The same for the current tag.
 QString DataContentAt(const RunState& state, std::int32_t start);
 
-// Writes an error entry when the severity is "E" (any case), else a warning entry.
-void ReportBySeverity(RunState& state, QStringView severity, std::int64_t lineNumber, const QString& message,
+// Hands a finding the rule made whole (line, column, data, routine) to the
+// reports, as a finding of the file being checked.
+void ReportRuleFinding(RunState& state, const Finding& finding);
+// The same for a finding of the whole run, judged after its last file.
+void ReportRuleRunFinding(RunState& state, const Finding& finding);
+
+// Writes an error or a warning entry.
+void ReportBySeverity(RunState& state, Severity severity, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t extra);
 
 // One-based line and column of the character that follows the first offset
-// characters of the text; lines end at CR LF. For offset 0 or an empty text
-// the line is 1 and column is left as the caller set it.
-std::int32_t OffsetToLineColumn(QStringView text, std::int32_t offset, std::int32_t& column);
-
-// The same answers as OffsetToLineColumn for many offsets into one text,
-// without scanning the text again from its start when offsets ascend.
-class LineColumnCursor {
-public:
-    // With the start offset of every line of the text (lines split at CR
-    // LF, the first at 0), answers come from them by a binary search, in any
-    // order of offsets.
-    explicit LineColumnCursor(QStringView text, const std::vector<std::int32_t>* lineStarts = nullptr)
-        : text_(text)
-        , lineStarts_(lineStarts)
-    {
-    }
-    std::int32_t lineColumnAt(std::int32_t offset, std::int32_t& column);
-
-private:
-    QStringView text_;
-    const std::vector<std::int32_t>* lineStarts_;
-    qsizetype scanned_ = 0; // length of the prefix whose line breaks are counted
-    std::int32_t breaks_ = 0; // CR LF pairs inside that prefix
-    qsizetype lastLineStart_ = 0; // offset just after the last of them
-};
+// characters of a text whose lines start at lineStarts (split at CR LF, the
+// first at 0). For offset 0 or an empty text the line is 1 and the column is
+// left as the caller set it; a negative offset gives line 0.
+std::int32_t LineColumnAt(
+    QStringView text, const std::vector<std::int32_t>& lineStarts, std::int32_t offset, std::int32_t& column);
 
 // A check that meets a failure (a pattern the engine rejects, a search past
 // the engine's limits) ends for this file and keeps what it wrote. The
@@ -66,5 +55,5 @@ void NoteCheckFailure(RunState& state, const std::exception& failure);
 // Queries of the open start tags (oldest first).
 QString EnclosingOpenTag(const RunState& state);
 QString OpenTagAbove(const RunState& state, std::int32_t levels);
-std::int32_t EnclosingOpenTagPosition(const RunState& state);
+std::int32_t EnclosingOpenTagPosition(const QList<ValidationContext>& openTags);
 bool IsTagOpen(const RunState& state, const QString& tagName);

@@ -25,8 +25,10 @@ bool isLetter(QChar c)
 
 void runWholeFileChecks(RunState& state, const RuleBook& rules)
 {
-    for (const RuleEntry& check : rules.wholeFileChecks)
-        RunRule(state, check);
+    for (const RuleEntry& check : rules.wholeFileChecks) {
+        if (SwitchedOn(check, state.config.ActiveTableSet))
+            RunRule(state, check);
+    }
 }
 
 // The row stack follows the declared elements: every matching row of a start
@@ -64,12 +66,16 @@ void validateLoadedFile(RunState& state, const RuleBook& rules)
     for (int i = 0; i <= last; ++i) {
         state.ui.setProgressValue(i);
         const QString line = state.line(i).toString();
-        ScanLine(state, line, lineStart, i + 1, rules);
+        ScanLine(state, line, lineStart, i + 1);
         lineStart += static_cast<std::int32_t>(line.size()) + 2;
         state.ui.processEvents();
     }
-    for (const RuleEntry& check : rules.fileEndChecks)
+    for (const RuleEntry& check : rules.fileEndChecks) {
+        // A file in which its routines never ran has nothing to judge.
+        if (check.makeFileState && !state.ruleStates.find(check.makeFileState))
+            continue;
         RunRule(state, check);
+    }
 }
 
 } // namespace
@@ -96,13 +102,10 @@ void ResetPerFileState(RunState& state)
     state.toolkit.RemovedContentLengths.clear();
     state.currentRow = 0;
     state.rowStack = { 0 };
-    state.conversion = {};
-    state.textValidity.resetPerFile();
-    state.ruleCaches.clear();
+    state.ruleStates.clear();
 }
 
-void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std::int32_t lineNumber,
-    const RuleBook& rules)
+void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std::int32_t lineNumber)
 {
     state.toolkit.currentLineNumber = lineNumber;
     const RoutineDeclTable* table = declarations(state);
@@ -118,10 +121,10 @@ void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std:
         if (table) {
             // A row tagged "N/A" (any case) runs for every tag.
             if (table->firstNotApplicableRow >= 0)
-                DispatchRow(state, table->firstNotApplicableRow + 1, rules);
+                DispatchRow(state, table->firstNotApplicableRow + 1);
             followRowStack(state, *table);
             if (state.currentRow != 0)
-                DispatchRow(state, state.currentRow, rules);
+                DispatchRow(state, state.currentRow);
         }
 
         FollowOpenTags(state.openTags, state.openTagNames, state.context);

@@ -11,7 +11,8 @@ struct RunState;
 
 // Validates the file at state.inputPath: loads it, resets the per-file state,
 // runs the whole-file checks and scans every line, dispatching the declared
-// routines for each tag. An unexpected failure is shown and ends the run
+// routines for each tag as the declaration table resolved them (against the
+// same book, whose whole-file checks run first). An unexpected failure is shown and ends the run
 // (RunAborted); the reports written so far stay.
 void ValidateFile(RunState& state, const RuleBook& rules);
 
@@ -25,8 +26,7 @@ void SplitLines(RunState& state);
 
 // Walks the tags of one line left to right. lineStart is the zero-based
 // offset of the line in the whole text, lineNumber is one-based.
-void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std::int32_t lineNumber,
-    const RuleBook& rules);
+void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std::int32_t lineNumber);
 
 // What one file of a batch hands on to the next through the driver: the
 // open-tag list and the contexts of the last tag and the last start tag.

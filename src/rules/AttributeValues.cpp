@@ -2,32 +2,19 @@
 
 #include "config/TableReading.h"
 #include "core/RunState.h"
-#include "engine/RuleHelpers.h"
-#include "report/Reports.h"
+#include "engine/RuleContext.h"
 #include "text/xmlClass.h"
 
 namespace {
 
-QString bracketed(const QString& tagName)
-{
-    return QLatin1Char('[') + tagName + QLatin1Char(']');
-}
-
 // Whether any range separator occurs in the value, letter case ignored.
-bool holdsRangeSeparator(const RunState& state, const QString& value)
+bool holdsRangeSeparator(const RuleContext& rule, const QString& value)
 {
-    for (const QString& separator : state.config.ActiveTableSet.AttribRangeSeparators) {
+    for (const QString& separator : rule.settings.AttribRangeSeparators) {
         if (value.contains(separator, Qt::CaseInsensitive))
             return true;
     }
     return false;
-}
-
-void reportAtTag(RunState& state, QStringView severity, const QString& message)
-{
-    const ValidationContext& context = state.context;
-    ReportBySeverity(
-        state, severity, context.lineNumber, message, DataContentAt(state, 0), context.linePosition);
 }
 
 } // namespace
@@ -55,7 +42,6 @@ bool LoadNoLeadZeroTable(RunState& state, TableSet& set)
     for (const QStringList& fields :
         TableReading::RowsOf(state, set.file(SupportFile::NoLeadZeroTbl), lines, 3)) {
         table->rows.append({ fields[0], fields[1], ParseLeadZeroDelimiters(fields[2]) });
-        table->tagIndex += bracketed(fields[0]);
         table->tagNames.insert(fields[0]);
     }
     set.table(SupportFile::NoLeadZeroTbl) = std::move(table);
@@ -70,28 +56,31 @@ bool LoadAttribUnconTable(RunState& state, TableSet& set)
     auto table = std::make_shared<AttribUnconTable>();
     for (const QStringList& fields :
         TableReading::RowsOf(state, set.file(SupportFile::AttribUnconTbl), lines, 4)) {
-        table->rows.append({ fields[0], fields[1], fields[2], fields[3] });
-        table->tagIndex += bracketed(fields[0]);
+        // The kind comes from the row's own marker, not from the declaration.
+        const Severity severity = fields[3].left(3).compare(QLatin1String("E /"), Qt::CaseInsensitive) == 0
+            ? Severity::Error
+            : Severity::Warning;
+        table->rows.append({ fields[0], fields[1], fields[2], severity, fields[3].mid(3).trimmed() });
         table->tagNames.insert(fields[0]);
     }
     set.table(SupportFile::AttribUnconTbl) = std::move(table);
     return true;
 }
 
-void NOLEADZERO(RunState& state)
+void NOLEADZERO(RuleContext& rule)
 {
-    const ValidationContext& context = state.context;
+    const ValidationContext& context = rule.tag;
     if (context.tagType == TagKind::End)
         return;
     // Without "=" the tag has no attribute value to look at.
     if (!context.tagText.contains(u'='))
         return;
-    const auto* table = state.config.ActiveTableSet.loaded<NoLeadZeroTable>(SupportFile::NoLeadZeroTbl);
+    const auto* table = rule.settings.loaded<NoLeadZeroTable>(SupportFile::NoLeadZeroTbl);
     // A name matching "[name]" of the index only across two entries matches
     // no row either, so the set of names answers the same.
     if (!table || !table->tagNames.contains(context.tagName))
         return;
-    const xmlClass xml(state.toolkit);
+    const xmlClass xml(rule.toolkit);
     for (const NoLeadZeroRow& row : table->rows) {
         if (row.tagName != context.tagName)
             continue;
@@ -105,24 +94,24 @@ void NOLEADZERO(RunState& state)
         for (qsizetype slot = 0; !faulty && slot < row.delimiters.size(); ++slot)
             faulty = squeezed.contains(row.delimiters[slot] + QLatin1Char('0'));
         if (faulty) {
-            reportAtTag(state, state.routineParameter,
+            rule.reportAtTag(rule.parameterSeverity,
                 QStringLiteral("Value of attribute contains leading zero: ") + row.attributeName
                     + QLatin1Char('=') + value);
         }
     }
 }
 
-void ATTRIBUNCONENTITY(RunState& state)
+void ATTRIBUNCONENTITY(RuleContext& rule)
 {
-    const ValidationContext& context = state.context;
+    const ValidationContext& context = rule.tag;
     if (context.tagType == TagKind::End)
         return;
     if (!context.tagText.contains(u'='))
         return;
-    const auto* table = state.config.ActiveTableSet.loaded<AttribUnconTable>(SupportFile::AttribUnconTbl);
+    const auto* table = rule.settings.loaded<AttribUnconTable>(SupportFile::AttribUnconTbl);
     if (!table || !table->tagNames.contains(context.tagName))
         return;
-    const xmlClass xml(state.toolkit);
+    const xmlClass xml(rule.toolkit);
     for (const AttribUnconRow& row : table->rows) {
         if (row.tagName != context.tagName)
             continue;
@@ -130,38 +119,36 @@ void ATTRIBUNCONENTITY(RunState& state)
         if (value.isEmpty() || !value.contains(row.searchString))
             continue;
         // The kind comes from the row's own marker, not from the declaration.
-        const bool isError = row.message.left(3).toUpper() == QLatin1String("E /");
-        const QString message = row.message.mid(3).trimmed() + QStringLiteral(" in ") + context.tagText;
-        reportAtTag(state, isError ? QStringLiteral("E") : QStringLiteral("W"), message);
+        rule.reportAtTag(row.severity, row.message + QStringLiteral(" in ") + context.tagText);
     }
 }
 
-void ATTRIBRANGEVALIDITY(RunState& state)
+void ATTRIBRANGEVALIDITY(RuleContext& rule)
 {
-    const ValidationContext& context = state.context;
+    const ValidationContext& context = rule.tag;
     if (context.tagType == TagKind::End || !context.tagText.contains(u'='))
         return;
-    const xmlClass xml(state.toolkit);
+    const xmlClass xml(rule.toolkit);
     const QString number = xml.GetAttributeValue(context.tagText, QStringLiteral("number"));
-    if (number.isEmpty() || !holdsRangeSeparator(state, number))
+    if (number.isEmpty() || !holdsRangeSeparator(rule, number))
         return;
     if (xml.GetAttributeValue(context.tagText, QStringLiteral("range")).toUpper() != QLatin1String("Y")) {
-        reportAtTag(state, state.routineParameter,
+        rule.reportAtTag(rule.parameterSeverity,
             QStringLiteral("Multi-data for number attribute is not allowed ") + context.tagText);
     }
 }
 
-void ATTRIBNUMBERVALIDITY(RunState& state)
+void ATTRIBNUMBERVALIDITY(RuleContext& rule)
 {
-    const ValidationContext& context = state.context;
+    const ValidationContext& context = rule.tag;
     if (context.tagType == TagKind::End || !context.tagText.contains(u'='))
         return;
-    const xmlClass xml(state.toolkit);
+    const xmlClass xml(rule.toolkit);
     if (xml.GetAttributeValue(context.tagText, QStringLiteral("range")).toUpper() != QLatin1String("Y"))
         return;
     // A missing or empty number is as wrong as a single one.
     const QString number = xml.GetAttributeValue(context.tagText, QStringLiteral("number"));
-    if (!holdsRangeSeparator(state, number))
-        reportAtTag(state, state.routineParameter,
-            QStringLiteral("Invalid range attribute value ") + context.tagText);
+    if (!holdsRangeSeparator(rule, number))
+        rule.reportAtTag(
+            rule.parameterSeverity, QStringLiteral("Invalid range attribute value ") + context.tagText);
 }

@@ -8,8 +8,9 @@
 #include <QStringList>
 
 struct RunState;
+struct RuleContext;
 
-// One row of the no-leading-zero table.
+// One row of the no-leading-zero table; columns: tag | attribute | delimiters.
 struct NoLeadZeroRow {
     QString tagName;
     QString attributeName;
@@ -21,21 +22,21 @@ struct NoLeadZeroRow {
 
 struct NoLeadZeroTable : SupportTable {
     QList<NoLeadZeroRow> rows;
-    QString tagIndex; // "[tag]" of every row, in row order
-    QSet<QString> tagNames; // the same names, for a test without building "[tag]"
+    QSet<QString> tagNames; // the tag of every row
 };
 
-// One row of the attribute string table.
+// One row of the attribute string table; columns: tag | attribute | search
+// string | message.
 struct AttribUnconRow {
     QString tagName;
     QString attributeName;
     QString searchString;
-    QString message; // its first three characters are the severity marker
+    Severity severity; // from the message's first three characters: "E /" (any case) an error
+    QString message; // the rest of the message, trimmed
 };
 
 struct AttribUnconTable : SupportTable {
     QList<AttribUnconRow> rows;
-    QString tagIndex;
     QSet<QString> tagNames;
 };
 
@@ -47,10 +48,10 @@ bool LoadAttribUnconTable(RunState& state, TableSet& set);
 
 // A numeric attribute value must not begin with "0" nor hold "0" right
 // behind one of the row's delimiters.
-void NOLEADZERO(RunState& state);
+void NOLEADZERO(RuleContext& rule);
 // An attribute value must not hold a listed string (an unconverted entity).
-void ATTRIBUNCONENTITY(RunState& state);
+void ATTRIBUNCONENTITY(RuleContext& rule);
 // A number attribute holding several values needs range="Y".
-void ATTRIBRANGEVALIDITY(RunState& state);
+void ATTRIBRANGEVALIDITY(RuleContext& rule);
 // range="Y" needs a number attribute holding several values.
-void ATTRIBNUMBERVALIDITY(RunState& state);
+void ATTRIBNUMBERVALIDITY(RuleContext& rule);

@@ -4,8 +4,8 @@
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 #include "engine/RegExp.h"
+#include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
-#include "report/Reports.h"
 #include "rules/PatternLint.h"
 
 #include <new>
@@ -34,7 +34,10 @@ bool ParseSpecialCharLine(const QString& line, SpecialCharRow& row)
         for (QString& piece : pieces)
             piece.replace(kQuoteWord, QStringLiteral("\""));
     }
-    row = { pieces[1], pieces[3], pieces[5], pieces[7] };
+    row = { pieces[1], pieces[3],
+        pieces[5].compare(QLatin1String("ERROR"), Qt::CaseInsensitive) == 0 ? Severity::Error
+                                                                            : Severity::Warning,
+        pieces[7].compare(QLatin1String("C"), Qt::CaseInsensitive) != 0 };
     return true;
 }
 
@@ -58,8 +61,7 @@ bool LoadSpecialCharTable(RunState& state, TableSet& set)
     for (qsizetype i = 1; i < lines.size(); ++i) {
         SpecialCharRow row;
         if (ParseSpecialCharLine(lines[i], row)) {
-            LintPattern(
-                state, path, i, PrepareSpecialCharPattern(row.pattern), row.caseFlag.toUpper() != u"C");
+            LintPattern(state, path, i, PrepareSpecialCharPattern(row.pattern), row.ignoreCase);
             table->rows.append(row);
         } else if (!lines[i].trimmed().isEmpty()) {
             TableReading::Lint(state, path, i, QStringLiteral("row dropped: not four quoted fields"));
@@ -71,20 +73,16 @@ bool LoadSpecialCharTable(RunState& state, TableSet& set)
 
 namespace {
 
-void reportMatches(RunState& state, const SpecialCharRow& row)
+void reportMatches(RuleContext& rule, const SpecialCharRow& row)
 {
-    RegExp search(PrepareSpecialCharPattern(row.pattern), true, row.caseFlag.toUpper() != QLatin1String("C"));
-    const bool isError = row.severity.toUpper() == QLatin1String("ERROR");
-    LineColumnCursor cursor(state.wholeText, &state.lineStarts);
-    search.visitMatches(state.wholeText, [&](const RegExpMatch& match) {
+    RegExp search(PrepareSpecialCharPattern(row.pattern), true, row.ignoreCase);
+    search.visitMatches(rule.document, [&](const RegExpMatch& match) {
         std::int32_t column = 1;
-        const std::int32_t line = cursor.lineColumnAt(static_cast<std::int32_t>(match.index), column);
+        const std::int32_t line
+            = LineColumnAt(rule.document, rule.lineStarts, static_cast<std::int32_t>(match.index), column);
         QString shown = match.value;
         shown.replace(QStringLiteral("\r\n"), QStringLiteral("[hrt]"));
-        if (isError)
-            WriteErrorEntry(state, line, row.message, shown, column);
-        else
-            WriteWarningEntry(state, line, row.message, shown, column);
+        rule.findings.report(row.severity, line, row.message, shown, column);
     });
 }
 
@@ -92,24 +90,21 @@ void reportMatches(RunState& state, const SpecialCharRow& row)
 
 // Searches the whole file for the characters and sequences of the special
 // character table; every match is its own entry.
-void CheckSpecialCharacters(RunState& state)
+void CheckSpecialCharacters(RuleContext& rule)
 {
-    const TableSet& active = state.config.ActiveTableSet;
-    if (active.CheckSpecialChar.toUpper() == QLatin1String("FALSE"))
-        return;
-    const auto* table = active.loaded<SpecialCharTable>(SupportFile::SpecialCharTbl);
+    const auto* table = rule.settings.loaded<SpecialCharTable>(SupportFile::SpecialCharTbl);
     if (!table)
         return;
     // A failing row (a pattern the engine rejects, a search past its limits)
     // ends the check for this file; what was written stays.
     try {
         for (const SpecialCharRow& row : table->rows)
-            reportMatches(state, row);
+            reportMatches(rule, row);
     } catch (const RunAborted&) {
         throw;
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& failure) {
-        NoteCheckFailure(state, failure);
+        rule.findings.checkEnded(failure);
     }
 }

@@ -6,13 +6,15 @@
 #include <QString>
 
 struct RunState;
+struct RuleContext;
 
-// One row of the special-character table: four double-quoted fields.
+// One row of the special-character table: four double-quoted fields,
+// pattern, message, severity and case flag.
 struct SpecialCharRow {
     QString pattern; // as written; "(hrt)", "(space)", "(tab)" still in place
     QString message;
-    QString severity; // "ERROR" gives an error entry, anything else a warning
-    QString caseFlag; // "C" makes the search respect letter case
+    Severity severity = Severity::Warning; // "ERROR" (any case) gives an error entry
+    bool ignoreCase = true; // the flag "C" (any case) makes the search respect letter case
 };
 
 struct SpecialCharTable : SupportTable {
@@ -30,4 +32,4 @@ bool LoadSpecialCharTable(RunState& state, TableSet& set);
 
 // The whole-file special-character check: every row's pattern searched in
 // the whole text, each match reported at its line and column.
-void CheckSpecialCharacters(RunState& state);
+void CheckSpecialCharacters(RuleContext& rule);

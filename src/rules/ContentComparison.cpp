@@ -1,6 +1,7 @@
 #include "rules/ContentComparison.h"
 
 #include "core/RunState.h"
+#include "engine/RuleContext.h"
 
 #include <QFileInfo>
 
@@ -39,43 +40,45 @@ struct Waiting {
     qsizetype secondTaken = 0;
 };
 
-struct ComparisonFileState : RuleFileCache {
+struct ComparisonFileState : RuleFileState {
     TagSweep tags;
     TagSweep contents;
     QList<Waiting> rows;
     TagSweep pcData; // the elements PCPDATACOMPARE has read
 };
 
-ComparisonFileState& fileState(RunState& state)
+ComparisonFileState& fileState(const RuleContext& rule)
 {
-    return FileStateIn<ComparisonFileState>(state.ruleCaches.contentComparison);
+    return rule.ownState<ComparisonFileState>();
 }
 
 // The element's text once per start tag, read with nested elements of the
 // same name as one.
-std::optional<QString> elementText(RunState& state, TagSweep& contents)
+std::optional<QString> elementText(const RuleContext& rule, TagSweep& contents)
 {
-    const std::optional<ElementText> element = CurrentElementContentView(state);
-    if (!element || contents.alreadyRead(state.context.tagName, element->offset))
+    const std::optional<ElementText> element = CurrentElementContentView(rule);
+    if (!element || contents.alreadyRead(rule.tag.tagName, element->offset))
         return std::nullopt;
-    contents.markRead(state.context.tagName, element->offset + element->content.size());
+    contents.markRead(rule.tag.tagName, element->offset + element->content.size());
     return FoldBlanks(TextWithoutTags(element->content));
 }
 
-void compare(RunState& state, const CompContRow& row, const Occurrence& first, const Occurrence& second)
+void compare(
+    const RuleContext& rule, const CompContRow& row, const Occurrence& first, const Occurrence& second)
 {
     if (ContentsAgree(row.comparison, first.text, second.text))
         return;
-    ReportPlaced(state,
+    ReportPlaced(rule,
         { first.offset, row.error,
             QStringLiteral("%1: %2 / %3").arg(row.message, quoted(first.text), quoted(second.text)) });
 }
 
 // Sides may lie in either order in the file: whichever comes second finds its
 // partner waiting.
-void meet(RunState& state, const CompContRow& row, Waiting& waiting, bool isFirst, const QString& text)
+void meet(
+    const RuleContext& rule, const CompContRow& row, Waiting& waiting, bool isFirst, const QString& text)
 {
-    const qsizetype offset = state.context.filePosition - 1;
+    const qsizetype offset = rule.tag.filePosition - 1;
     QList<Occurrence>& own = isFirst ? waiting.first : waiting.second;
     QList<Occurrence>& other = isFirst ? waiting.second : waiting.first;
     qsizetype& otherTaken = isFirst ? waiting.secondTaken : waiting.firstTaken;
@@ -83,7 +86,7 @@ void meet(RunState& state, const CompContRow& row, Waiting& waiting, bool isFirs
     if (otherTaken < other.size()) {
         const Occurrence partner = other[otherTaken++];
         const Occurrence self { text, offset, number };
-        compare(state, row, isFirst ? self : partner, isFirst ? partner : self);
+        compare(rule, row, isFirst ? self : partner, isFirst ? partner : self);
         if (otherTaken == other.size()) {
             other.clear();
             otherTaken = 0;
@@ -155,13 +158,13 @@ bool LoadCompContTable(RunState& state, TableSet& set)
         });
 }
 
-void COMPCONT(RunState& state)
+void COMPCONT(RuleContext& rule)
 {
-    const auto* table = state.config.ActiveTableSet.loaded<CompContTable>(SupportFile::CompContTbl);
-    const ValidationContext& context = state.context;
+    const auto* table = rule.settings.loaded<CompContTable>(SupportFile::CompContTbl);
+    const ValidationContext& context = rule.tag;
     if (!table || context.tagType != TagKind::Start)
         return;
-    ComparisonFileState& file = fileState(state);
+    ComparisonFileState& file = fileState(rule);
     if (!file.tags.firstVisit(context.filePosition - 1))
         return;
     file.rows.resize(table->rows.size());
@@ -172,32 +175,36 @@ void COMPCONT(RunState& state)
         if (!isFirst && !row.second.matches(context.tagName, context.tagText))
             continue;
         if (!text)
-            text = elementText(state, file.contents);
+            text = elementText(rule, file.contents);
         if (*text)
-            meet(state, row, file.rows[i], isFirst, **text);
+            meet(rule, row, file.rows[i], isFirst, **text);
     }
 }
 
-void ReportCompContAtFileEnd(RunState& state)
+std::unique_ptr<RuleFileState> MakeComparisonFileState()
 {
-    if (!state.ruleCaches.contentComparison)
-        return;
-    const auto* table = state.config.ActiveTableSet.loaded<CompContTable>(SupportFile::CompContTbl);
-    const ComparisonFileState& file = fileState(state);
+    return MakeFileState<ComparisonFileState>();
+}
+
+// Its entry runs only where COMPCONT or PCPDATACOMPARE made the state.
+void ReportCompContAtFileEnd(RuleContext& rule)
+{
+    const auto* table = rule.settings.loaded<CompContTable>(SupportFile::CompContTbl);
+    const ComparisonFileState& file = fileState(rule);
     if (!table)
         return;
     for (qsizetype i = 0; i < file.rows.size() && i < table->rows.size(); ++i) {
         const CompContRow& row = table->rows[i];
         const Waiting& waiting = file.rows[i];
         for (qsizetype k = waiting.firstTaken; k < waiting.first.size(); ++k)
-            ReportPlaced(state,
+            ReportPlaced(rule,
                 { waiting.first[k].offset, row.error,
                     QStringLiteral("%1: %2 %3 has no %4 to compare with")
                         .arg(row.message, row.first.name)
                         .arg(waiting.first[k].number)
                         .arg(row.second.name) });
         for (qsizetype k = waiting.secondTaken; k < waiting.second.size(); ++k)
-            ReportPlaced(state,
+            ReportPlaced(rule,
                 { waiting.second[k].offset, row.error,
                     QStringLiteral("%1: %2 %3 has no %4 to compare with")
                         .arg(row.message, row.second.name)
@@ -228,13 +235,13 @@ bool LoadPcDataTable(RunState& state, TableSet& set)
     return loaded && readable;
 }
 
-void PCPDATACOMPARE(RunState& state)
+void PCPDATACOMPARE(RuleContext& rule)
 {
-    const auto* table = state.config.ActiveTableSet.loaded<PcDataTable>(SupportFile::PCPDataCompare);
-    const ValidationContext& context = state.context;
+    const auto* table = rule.settings.loaded<PcDataTable>(SupportFile::PCPDataCompare);
+    const ValidationContext& context = rule.tag;
     if (!table || context.tagType != TagKind::Start)
         return;
-    ComparisonFileState& file = fileState(state);
+    ComparisonFileState& file = fileState(rule);
     // Reading each element once also keeps a tag met twice (the "N/A" row and
     // its own) to one finding.
     std::optional<QString> text;
@@ -244,14 +251,14 @@ void PCPDATACOMPARE(RunState& state)
             continue;
         if (!read) {
             read = true;
-            const std::optional<ElementText> element = CurrentElementContentView(state);
+            const std::optional<ElementText> element = CurrentElementContentView(rule);
             if (element && !file.pcData.alreadyRead(context.tagName, element->offset)) {
                 file.pcData.markRead(context.tagName, element->offset + element->content.size());
                 text = TextWithoutTags(element->content).trimmed();
             }
         }
         if (text && !row.values.contains(*text))
-            ReportPlaced(state,
+            ReportPlaced(rule,
                 { context.filePosition - 1, row.error, row.message + QStringLiteral(": ") + quoted(*text) });
     }
 }

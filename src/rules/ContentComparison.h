@@ -9,6 +9,7 @@
 #include <QStringView>
 
 struct RunState;
+struct RuleContext;
 
 // How the text of two elements must agree.
 enum class Comparison { Equal, EqualIgnoringCase, BeginsWith, Differs };
@@ -33,9 +34,11 @@ bool LoadCompContTable(RunState& state, TableSet& set);
 bool ContentsAgree(Comparison comparison, QStringView first, QStringView second);
 
 // Two elements must agree.
-void COMPCONT(RunState& state);
+void COMPCONT(RuleContext& rule);
 // Occurrences left without a partner once the file has ended.
-void ReportCompContAtFileEnd(RunState& state);
+void ReportCompContAtFileEnd(RuleContext& rule);
+// The rule family's file state, for its registry entries.
+std::unique_ptr<RuleFileState> MakeComparisonFileState();
 
 // One row of the PCDATA comparison table: the element's text must be one of
 // the allowed values.
@@ -57,4 +60,4 @@ struct PcDataTable : SupportTable {
 bool LoadPcDataTable(RunState& state, TableSet& set);
 
 // An element's text, tags removed and trimmed, must be one of a list.
-void PCPDATACOMPARE(RunState& state);
+void PCPDATACOMPARE(RuleContext& rule);

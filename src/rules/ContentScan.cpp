@@ -2,29 +2,62 @@
 
 #include "core/RunState.h"
 #include "engine/RegExp.h"
-#include "report/Reports.h"
+#include "engine/RuleContext.h"
+#include "engine/RuleHelpers.h"
 #include "rules/ElementContents.h"
 
 #include <algorithm>
 
-void ReportPlaced(RunState& state, const PlacedFinding& finding)
+namespace {
+
+// Where a placed finding stands: its one-based line and column, and its data.
+struct FoundAt {
+    qsizetype line;
+    std::int32_t column;
+    QString data;
+};
+
+FoundAt placementOf(const QString& text, const std::vector<std::int32_t>& starts, qsizetype offset)
 {
-    const std::vector<std::int32_t>& starts = state.lineStarts;
-    const auto after = std::upper_bound(starts.begin(), starts.end(), finding.offset);
+    const auto after = std::upper_bound(starts.begin(), starts.end(), offset);
     const qsizetype index = after == starts.begin() ? 0 : (after - starts.begin()) - 1;
     const qsizetype lineStart = starts.empty() ? 0 : starts[index];
-    const qsizetype lineEnd
-        = index + 1 < qsizetype(starts.size()) ? starts[index + 1] - 2 : state.wholeText.size();
-    const qsizetype from = std::clamp(finding.offset, lineStart, lineEnd);
+    const qsizetype lineEnd = index + 1 < qsizetype(starts.size()) ? starts[index + 1] - 2 : text.size();
+    const qsizetype from = std::clamp(offset, lineStart, lineEnd);
     // The reports show 250 characters of data; a copy of the rest of a long
     // line for every finding of it would make a minified file quadratic.
     constexpr qsizetype kDataKept = 252;
-    const QString data
-        = QStringView(state.wholeText).sliced(from, std::min(lineEnd - from, kDataKept)).toString();
-    const auto column = static_cast<std::int32_t>(finding.offset - lineStart + 1);
-    ReportFinding(state,
-        { finding.error ? FindingKind::Error : FindingKind::Warning, index + 1, column, finding.message, data,
-            QString(state.currentRoutine) });
+    return { index + 1, static_cast<std::int32_t>(offset - lineStart + 1),
+        QStringView(text).sliced(from, std::min(lineEnd - from, kDataKept)).toString() };
+}
+
+std::optional<ElementText> contentView(
+    const QString& document, ToolkitState& toolkit, const ValidationContext& context)
+{
+    if (context.tagType != TagKind::Start)
+        return std::nullopt;
+    const std::optional<ContentRange> range = CurrentElementContent(document, toolkit, context);
+    if (!range)
+        return std::nullopt;
+    return ElementText { QStringView(document).sliced(range->start, range->end - range->start),
+        range->start };
+}
+
+} // namespace
+
+void ReportPlaced(RunState& state, const PlacedFinding& finding)
+{
+    const FoundAt at = placementOf(state.wholeText, state.lineStarts, finding.offset);
+    ReportRuleFinding(state,
+        { finding.error ? FindingKind::Error : FindingKind::Warning, at.line, at.column, finding.message,
+            at.data, QString(state.currentRoutine) });
+}
+
+void ReportPlaced(const RuleContext& rule, const PlacedFinding& finding)
+{
+    const FoundAt at = placementOf(rule.document, rule.lineStarts, finding.offset);
+    rule.findings.report(
+        finding.error ? Severity::Error : Severity::Warning, at.line, finding.message, at.data, at.column);
 }
 
 bool IsErrorSeverity(QStringView severity)
@@ -92,13 +125,12 @@ QString FoldBlanks(QStringView text)
 
 std::optional<ElementText> CurrentElementContentView(RunState& state)
 {
-    if (state.context.tagType != TagKind::Start)
-        return std::nullopt;
-    const std::optional<ContentRange> range = CurrentElementContent(state, state.context);
-    if (!range)
-        return std::nullopt;
-    return ElementText { QStringView(state.wholeText).sliced(range->start, range->end - range->start),
-        range->start };
+    return contentView(state.wholeText, state.toolkit, state.context);
+}
+
+std::optional<ElementText> CurrentElementContentView(const RuleContext& rule)
+{
+    return contentView(rule.document, rule.toolkit, rule.tag);
 }
 
 QString AttributeValueOf(QStringView tag, QStringView name)

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "config/TableReading.h"
-#include "core/RuleFileCache.h"
+#include "core/RuleFileState.h"
 #include "core/TableSet.h"
 
 #include <QHash>
@@ -15,6 +15,7 @@
 #include <utility>
 
 struct RunState;
+struct RuleContext;
 
 // What the cross-reference, pair and content-comparison routines share: one
 // finding at a place in the file, the reading of an element's content, and
@@ -31,6 +32,7 @@ struct PlacedFinding {
 // Reports the finding at the line and column of its offset, with the rest of
 // that line as its data, under the routine that is running.
 void ReportPlaced(RunState& state, const PlacedFinding& finding);
+void ReportPlaced(const RuleContext& rule, const PlacedFinding& finding);
 
 // Whether a table's severity field makes an error ("E", any case).
 bool IsErrorSeverity(QStringView severity);
@@ -56,6 +58,7 @@ struct ElementText {
     qsizetype offset = 0;
 };
 std::optional<ElementText> CurrentElementContentView(RunState& state);
+std::optional<ElementText> CurrentElementContentView(const RuleContext& rule);
 
 // Keeps a routine to one look at each tag and each stretch of text of a file.
 // A routine declared on the "N/A" row and on the element's own row runs twice
@@ -96,15 +99,6 @@ struct TagSelector {
     static TagSelector parse(const QString& field);
     bool matches(const QString& tagName, QStringView tagText) const;
 };
-
-// The per-file state of a rule family in its slot of the run's file caches,
-// made on first use in a file; the driver drops it when the next file starts.
-template <class State> State& FileStateIn(std::unique_ptr<RuleFileCache>& slot)
-{
-    if (!slot)
-        slot = std::make_unique<State>();
-    return static_cast<State&>(*slot);
-}
 
 // Tells the table lint about one line of the table being loaded.
 using LineLint = std::function<void(const QString& message)>;

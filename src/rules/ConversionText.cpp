@@ -1,21 +1,21 @@
 #include "rules/ConversionText.h"
 
-#include "core/RunState.h"
+#include "core/ToolkitState.h"
+#include "core/ValidationContext.h"
 #include "rules/ElementContents.h"
 #include "text/xmlClass.h"
 
 #include <algorithm>
 
-QString CurrentElementText(RunState& state)
+QString CurrentElementText(const QString& document, ToolkitState& toolkit, const ValidationContext& context)
 {
-    const ValidationContext& context = state.context;
-    if (const std::optional<ContentRange> range = CurrentElementContent(state, context))
-        return state.wholeText.sliced(range->start, range->end - range->start);
+    if (const std::optional<ContentRange> range = CurrentElementContent(document, toolkit, context))
+        return document.sliced(range->start, range->end - range->start);
     // Not a tag of the file as the scanner cut it, or an element the file
     // does not close: the toolkit answers, from its index where it can.
     std::int32_t position = context.filePosition;
-    return xmlClass(state.toolkit)
-        .GetPCDATA(state.wholeText, context.tagText, QStringLiteral("</") + context.tagName + u'>', position);
+    return xmlClass(toolkit).GetPCDATA(
+        document, context.tagText, QStringLiteral("</") + context.tagName + u'>', position);
 }
 
 bool WholeWordIndex::occursAt(QStringView text, qsizetype at) const

@@ -8,7 +8,8 @@
 #include <QStringView>
 #include <vector>
 
-struct RunState;
+struct ToolkitState;
+struct ValidationContext;
 
 // Text the convert-to-tag and convert-to-attribute rules read around the
 // current tag.
@@ -24,7 +25,7 @@ inline bool IsWordCharacter(QChar c)
 // gives it from the tag's position: empty when the element is not closed.
 // The answer comes from the toolkit's index of the file, built once, so that
 // neither long nor unclosed elements cost a pass each.
-QString CurrentElementText(RunState& state);
+QString CurrentElementText(const QString& document, ToolkitState& toolkit, const ValidationContext& context);
 
 // Where one word stands as a whole word in one text, letter case ignored,
 // read only as far into the text as questions reach and never read again:

@@ -2,9 +2,12 @@
 
 #include "config/TableReading.h"
 #include "core/RunState.h"
+#include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
 #include "rules/ConversionText.h"
 #include "text/xmlClass.h"
+
+#include <map>
 
 bool LoadConvert2AttribTable(RunState& state, TableSet& set)
 {
@@ -20,7 +23,8 @@ bool LoadConvert2AttribTable(RunState& state, TableSet& set)
                 { QStringLiteral("S"), QStringLiteral("E"), QStringLiteral("B") }, Qt::CaseSensitive } });
     for (const QStringList& f :
         TableReading::RowsOf(state, set.file(SupportFile::Convert2AttribTbl), lines, 6))
-        table->rows.append({ f[0], f[1], f[1].toUpper(), f[2], f[2].toUpper(), f[3], f[4], f[5] });
+        table->rows.append({ f[0], f[1].toUpper(), ConversionActionOfCode(f[2]), f[3], SeverityOfCode(f[4]),
+            PlacementOfCode(f[5], Qt::CaseSensitive) });
     set.table(SupportFile::Convert2AttribTbl) = std::move(table);
     return true;
 }
@@ -43,12 +47,20 @@ std::optional<bool> ExpandedTextLeadsContent(const QString& dashedContent, const
 
 namespace {
 
+// Built on first use, so that every tag of the file reads it again instead
+// of searching the whole text afresh: the dashed text before the tags of one
+// element, by the zero-based offset where that text starts; it only ever
+// grows to the right.
+struct PrecedingTexts : RuleFileState {
+    std::map<qsizetype, std::shared_ptr<PrecedingText>> byStart;
+};
+
 // What one tag offers the rows: the dashed element content and the dashed
 // text before the tag, each made at most once however many rows ask.
 class TagTexts {
 public:
-    TagTexts(RunState& state, const Convert2AttribTable& table)
-        : state_(state)
+    TagTexts(RuleContext& rule, const Convert2AttribTable& table)
+        : rule_(rule)
         , table_(table)
     {
     }
@@ -56,7 +68,7 @@ public:
     const QString& dashedContent()
     {
         if (!content_)
-            content_ = DashTags(CurrentElementText(state_));
+            content_ = DashTags(CurrentElementText(rule_.document, rule_.toolkit, rule_.tag));
         return *content_;
     }
 
@@ -66,12 +78,12 @@ public:
     {
         if (preceding_)
             return *preceding_;
-        const ValidationContext& context = state_.context;
+        const ValidationContext& context = rule_.tag;
         qsizetype start = 0;
-        if (const std::int32_t enclosing = EnclosingOpenTagPosition(state_); enclosing != 0)
-            start = enclosing - 1 + state_.openTags.back().tagText.size();
+        if (const std::int32_t enclosing = EnclosingOpenTagPosition(rule_.openTags); enclosing != 0)
+            start = enclosing - 1 + rule_.openTags.back().tagText.size();
         const qsizetype end = context.filePosition - 1;
-        auto& cache = state_.conversion.precedingTexts;
+        auto& cache = rule_.ownState<PrecedingTexts>().byStart;
         // Elements opened after the enclosing one are closed by now.
         cache.erase(cache.upper_bound(start), cache.end());
         std::shared_ptr<PrecedingText>& text = cache[start];
@@ -81,62 +93,64 @@ public:
                 expandedTexts << row.expandedText;
             text = std::make_shared<PrecedingText>(start, expandedTexts);
         }
-        text->extendTo(state_.wholeText, end);
+        text->extendTo(rule_.document, end);
         preceding_ = text.get();
         return *preceding_;
     }
 
 private:
-    RunState& state_;
+    RuleContext& rule_;
     const Convert2AttribTable& table_;
     std::optional<QString> content_;
     PrecedingText* preceding_ = nullptr;
 };
 
-void report(RunState& state, const Convert2AttribRow& row, const char* outcome)
+void report(RuleContext& rule, const Convert2AttribRow& row, const char* outcome)
 {
-    const ValidationContext& context = state.context;
-    ReportBySeverity(state, row.severity, context.lineNumber,
-        QStringLiteral("Expanded value of ") + row.attributeName + QLatin1String(outcome),
-        DataContentAt(state, 0), context.linePosition);
+    const ValidationContext& context = rule.tag;
+    rule.findings.report(row.severity, context.lineNumber,
+        QStringLiteral("Expanded value of ") + row.attributeName + QLatin1String(outcome), rule.dataFrom(0),
+        context.linePosition);
 }
 
-void checkAfter(RunState& state, TagTexts& texts, const Convert2AttribRow& row)
+void checkAfter(RuleContext& rule, TagTexts& texts, const Convert2AttribRow& row)
 {
     const std::optional<bool> found = ExpandedTextLeadsContent(texts.dashedContent(), row.expandedText);
     // Text that is not there at all is reported by neither action.
     if (!found)
         return;
-    const QString& action = row.actionUpper;
-    if (action == QLatin1String("DELETE") && *found)
-        report(state, row, " Found after tag");
-    else if (action == QLatin1String("COPY") && !*found)
-        report(state, row, " Not Found after tag");
+    if (row.action == ConversionAction::Delete && *found)
+        report(rule, row, " Found after tag");
+    else if (row.action == ConversionAction::Copy && !*found)
+        report(rule, row, " Not Found after tag");
 }
 
-void checkBefore(RunState& state, TagTexts& texts, const Convert2AttribRow& row)
+void checkBefore(RuleContext& rule, TagTexts& texts, const Convert2AttribRow& row)
 {
     const bool found = texts.preceding().endsWithExpanded(row.expandedText);
-    const QString& action = row.actionUpper;
-    if (action == QLatin1String("DELETE") && found)
-        report(state, row, " Found before tag");
-    else if (action == QLatin1String("COPY") && !found)
-        report(state, row, " Not found before tag");
+    if (row.action == ConversionAction::Delete && found)
+        report(rule, row, " Found before tag");
+    else if (row.action == ConversionAction::Copy && !found)
+        report(rule, row, " Not found before tag");
 }
 
 } // namespace
 
-void CONVERT2ATTRIB(RunState& state)
+std::unique_ptr<RuleFileState> MakeConvert2AttribFileState()
 {
-    const ValidationContext& context = state.context;
+    return MakeFileState<PrecedingTexts>();
+}
+
+void CONVERT2ATTRIB(RuleContext& rule)
+{
+    const ValidationContext& context = rule.tag;
     if (context.tagType == TagKind::End || !context.tagText.contains(u'='))
         return;
-    const auto* table
-        = state.config.ActiveTableSet.loaded<Convert2AttribTable>(SupportFile::Convert2AttribTbl);
+    const auto* table = rule.settings.loaded<Convert2AttribTable>(SupportFile::Convert2AttribTbl);
     if (!table)
         return;
-    const xmlClass xml(state.toolkit);
-    TagTexts texts(state, *table);
+    const xmlClass xml(rule.toolkit);
+    TagTexts texts(rule, *table);
     // Rows often ask for the same attribute: it is read once per name.
     const QString* lastName = nullptr;
     QString upperValue;
@@ -147,9 +161,9 @@ void CONVERT2ATTRIB(RunState& state)
         }
         if (upperValue != row.attributeValueUpper)
             continue;
-        if (row.where == QLatin1String("S") || row.where == QLatin1String("B"))
-            checkBefore(state, texts, row);
-        if (row.where == QLatin1String("E") || row.where == QLatin1String("B"))
-            checkAfter(state, texts, row);
+        if (LooksBefore(row.where))
+            checkBefore(rule, texts, row);
+        if (LooksAfter(row.where))
+            checkAfter(rule, texts, row);
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/RuleFileState.h"
 #include "core/TableSet.h"
 
 #include <QList>
@@ -7,17 +8,17 @@
 #include <optional>
 
 struct RunState;
+struct RuleContext;
 
-// One row of the convert-to-attribute table.
+// One row of the convert-to-attribute table; columns: attribute | value |
+// action | expanded text | severity | position code.
 struct Convert2AttribRow {
     QString attributeName;
-    QString attributeValue; // the value the attribute must have for the row to apply
-    QString attributeValueUpper; // the same, upper-cased once at loading
-    QString action; // "DELETE" or "COPY"
-    QString actionUpper; // the same, upper-cased once at loading
+    QString attributeValueUpper; // the value the attribute must have for the row to apply, upper-cased
+    ConversionAction action;
     QString expandedText; // what the conversion should have removed or kept
-    QString severity; // "E" gives an error
-    QString where; // "S" before the tag, "E" after it, "B" both
+    Severity severity;
+    Placement where; // from "S", "E" or "B", compared as written: a lower-case code checks nothing
 };
 
 struct Convert2AttribTable : SupportTable {
@@ -25,6 +26,9 @@ struct Convert2AttribTable : SupportTable {
 };
 
 bool LoadConvert2AttribTable(RunState& state, TableSet& set);
+
+// The rule's own file state: the dashed text before the tags of each element.
+std::unique_ptr<RuleFileState> MakeConvert2AttribFileState();
 
 // Whether the expanded text, letter case ignored, stands first in an
 // element's dashed content: its first occurrence has nothing but non-word
@@ -34,4 +38,4 @@ std::optional<bool> ExpandedTextLeadsContent(const QString& dashedContent, const
 
 // Text that a conversion was to turn into an attribute value must be gone
 // ("DELETE") or still stand ("COPY") right before or right after the tag.
-void CONVERT2ATTRIB(RunState& state);
+void CONVERT2ATTRIB(RuleContext& rule);

@@ -2,7 +2,7 @@
 
 #include "config/TableReading.h"
 #include "core/RunState.h"
-#include "engine/RuleHelpers.h"
+#include "engine/RuleContext.h"
 #include "rules/ConversionText.h"
 #include "rules/ElementContents.h"
 
@@ -19,7 +19,8 @@ bool LoadConvert2TagTable(RunState& state, TableSet& set)
             { 4, QStringLiteral("position code"),
                 { QStringLiteral("S"), QStringLiteral("E"), QStringLiteral("B") } } });
     for (const QStringList& f : TableReading::RowsOf(state, set.file(SupportFile::Convert2TagTbl), lines, 5))
-        table->rows.append({ f[0], f[1], f[2], f[3], f[4] });
+        table->rows.append({ f[0], ConversionActionOfCode(f[1]), f[2], SeverityOfCode(f[3]),
+            PlacementOfCode(f[4], Qt::CaseInsensitive) });
     set.table(SupportFile::Convert2TagTbl) = std::move(table);
     return true;
 }
@@ -51,24 +52,24 @@ QString LastWordBefore(QStringView text, qsizetype start, qsizetype end)
 
 namespace {
 
-void report(RunState& state, const Convert2TagRow& row, const char* phrase)
+void report(RuleContext& rule, const Convert2TagRow& row, const char* phrase)
 {
-    const ValidationContext& context = state.context;
-    ReportBySeverity(state, row.severity, context.lineNumber,
-        u'"' + row.word + u'"' + QLatin1String(phrase) + context.tagText, DataContentAt(state, 0),
+    const ValidationContext& context = rule.tag;
+    rule.findings.report(row.severity, context.lineNumber,
+        u'"' + row.word + u'"' + QLatin1String(phrase) + context.tagText, rule.dataFrom(0),
         context.linePosition);
 }
 
 // The text before the tag starts after the start tag of the outermost open
 // element, so that a word in an enclosing element's text still counts.
-QString wordBeforeTag(const RunState& state)
+QString wordBeforeTag(const RuleContext& rule)
 {
     qsizetype start = 0;
-    if (!state.openTags.isEmpty()) {
-        const ValidationContext& outermost = state.openTags.front();
+    if (!rule.openTags.isEmpty()) {
+        const ValidationContext& outermost = rule.openTags.front();
         start = outermost.filePosition - 1 + outermost.tagText.size();
     }
-    return LastWordBefore(state.wholeText, start, state.context.filePosition - 1);
+    return LastWordBefore(rule.document, start, rule.tag.filePosition - 1);
 }
 
 // Contents up to this length are searched as they stand; a longer one is
@@ -76,16 +77,13 @@ QString wordBeforeTag(const RunState& state)
 // inside contents (footnotes in footnotes) are not searched once per level.
 constexpr qsizetype kSearchedContentLength = 4096;
 
-struct WordIndexCache : RuleFileCache {
+struct Convert2TagFileState : RuleFileState {
     QHash<QString, WholeWordIndex> byWord;
 };
 
-WholeWordIndex& wordIndex(RunState& state, const QString& word)
+WholeWordIndex& wordIndex(const RuleContext& rule, const QString& word)
 {
-    auto& slot = state.ruleCaches.convertToTag;
-    if (!slot)
-        slot = std::make_unique<WordIndexCache>();
-    auto& byWord = static_cast<WordIndexCache&>(*slot).byWord;
+    auto& byWord = rule.ownState<Convert2TagFileState>().byWord;
     auto known = byWord.find(word);
     if (known == byWord.end())
         known = byWord.emplace(word, WholeWordIndex(word));
@@ -100,57 +98,60 @@ struct CurrentContent {
     QString copy;
 };
 
-CurrentContent currentContent(RunState& state)
+CurrentContent currentContent(const RuleContext& rule)
 {
-    if (std::optional<ContentRange> range = CurrentElementContent(state, state.context))
+    if (std::optional<ContentRange> range = CurrentElementContent(rule.document, rule.toolkit, rule.tag))
         return { range, {} };
-    return { std::nullopt, CurrentElementText(state) };
+    return { std::nullopt, CurrentElementText(rule.document, rule.toolkit, rule.tag) };
 }
 
-bool wordAfterTag(RunState& state, const CurrentContent& content, const QString& word)
+bool wordAfterTag(const RuleContext& rule, const CurrentContent& content, const QString& word)
 {
     if (!content.range)
         return ContainsWholeWord(content.copy, word);
     const auto [start, end] = *content.range;
     if (end - start <= kSearchedContentLength)
-        return ContainsWholeWord(QStringView(state.wholeText).sliced(start, end - start), word);
-    return wordIndex(state, word).containsIn(state.wholeText, start, end);
+        return ContainsWholeWord(QStringView(rule.document).sliced(start, end - start), word);
+    return wordIndex(rule, word).containsIn(rule.document, start, end);
 }
 
 } // namespace
 
-void CONVERT2TAG(RunState& state)
+std::unique_ptr<RuleFileState> MakeConvert2TagFileState()
 {
-    const ValidationContext& context = state.context;
+    return MakeFileState<Convert2TagFileState>();
+}
+
+void CONVERT2TAG(RuleContext& rule)
+{
+    const ValidationContext& context = rule.tag;
     if (context.tagType != TagKind::Start)
         return;
-    const auto* table = state.config.ActiveTableSet.loaded<Convert2TagTable>(SupportFile::Convert2TagTbl);
+    const auto* table = rule.settings.loaded<Convert2TagTable>(SupportFile::Convert2TagTbl);
     if (!table)
         return;
     std::optional<CurrentContent> content; // found once, whatever number of rows ask
     for (const Convert2TagRow& row : table->rows) {
         if (row.tagName != context.tagName)
             continue;
-        const QString position = row.position.toUpper();
-        const QString action = row.action.toUpper();
-        const bool isDelete = action == QLatin1String("DELETE");
-        if (!isDelete && action != QLatin1String("COPY"))
+        if (row.action == ConversionAction::None)
             continue;
-        if (position == QLatin1String("S") || position == QLatin1String("B")) {
-            const bool found = wordBeforeTag(state).toUpper() == row.word.toUpper();
+        const bool isDelete = row.action == ConversionAction::Delete;
+        if (LooksBefore(row.position)) {
+            const bool found = wordBeforeTag(rule).toUpper() == row.word.toUpper();
             if (isDelete && found)
-                report(state, row, " Found right before ");
+                report(rule, row, " Found right before ");
             else if (!isDelete && !found)
-                report(state, row, " Not found right before ");
+                report(rule, row, " Not found right before ");
         }
-        if (position == QLatin1String("E") || position == QLatin1String("B")) {
+        if (LooksAfter(row.position)) {
             if (!content)
-                content = currentContent(state);
-            const bool found = wordAfterTag(state, *content, row.word);
+                content = currentContent(rule);
+            const bool found = wordAfterTag(rule, *content, row.word);
             if (isDelete && found)
-                report(state, row, " Found right after ");
+                report(rule, row, " Found right after ");
             else if (!isDelete && !found)
-                report(state, row, " Not found right after ");
+                report(rule, row, " Not found right after ");
         }
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/RuleFileState.h"
 #include "core/TableSet.h"
 
 #include <QList>
@@ -7,14 +8,16 @@
 #include <QStringView>
 
 struct RunState;
+struct RuleContext;
 
-// One row of the convert-to-tag table.
+// One row of the convert-to-tag table; columns: tag name | action | word |
+// severity | position code.
 struct Convert2TagRow {
     QString tagName; // compared exactly
-    QString action; // "DELETE" or "COPY"
+    ConversionAction action;
     QString word;
-    QString severity; // "E" gives an error
-    QString position; // "S" before the tag, "E" after it, "B" both
+    Severity severity;
+    Placement position; // from "S", "E" or "B", any case
 };
 
 struct Convert2TagTable : SupportTable {
@@ -35,4 +38,6 @@ QString LastWordBefore(QStringView text, qsizetype start, qsizetype end);
 
 // A word that should have become markup must be gone ("DELETE") or still
 // stand ("COPY") right before or right after the tag.
-void CONVERT2TAG(RunState& state);
+void CONVERT2TAG(RuleContext& rule);
+// The rule's file state: where the table's words stand in the whole text.
+std::unique_ptr<RuleFileState> MakeConvert2TagFileState();

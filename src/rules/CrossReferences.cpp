@@ -1,6 +1,7 @@
 #include "rules/CrossReferences.h"
 
 #include "core/RunState.h"
+#include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
 
 #include <algorithm>
@@ -50,16 +51,16 @@ qsizetype rangeEndStart(QStringView text, qsizetype at)
     return at < text.size() && isDigit(text[at]) ? at : -1;
 }
 
-struct CrossReferenceState : RuleFileCache {
+struct CrossReferenceState : RuleFileState {
     TagSweep citationSweep;
     QList<CitationOrder> citationOrders; // one per row: figures and references count apart
     TagSweep referenceSweep;
     std::optional<ReferenceLedger> ledger;
 };
 
-CrossReferenceState& fileState(RunState& state)
+CrossReferenceState& fileState(const RuleContext& rule)
 {
-    return FileStateIn<CrossReferenceState>(state.ruleCaches.crossReferences);
+    return rule.ownState<CrossReferenceState>();
 }
 
 // The text a row reads its numbers from: its matches' group 1 (or whole
@@ -80,22 +81,22 @@ QList<CitedRange> numbersOf(const CitationRow& row, QStringView text)
 // The citation text of the current tag for one row: the attribute's value,
 // or the element's text without its tags; nothing when the element is never
 // closed or lies inside one of the same name already read.
-std::optional<QString> citationText(RunState& state, const CitationRow& row, TagSweep& sweep)
+std::optional<QString> citationText(const RuleContext& rule, const CitationRow& row, TagSweep& sweep)
 {
-    const ValidationContext& context = state.context;
+    const ValidationContext& context = rule.tag;
     if (!row.attribute.isEmpty())
         return AttributeValueOf(context.tagText, row.attribute);
-    const std::optional<ElementText> element = CurrentElementContentView(state);
+    const std::optional<ElementText> element = CurrentElementContentView(rule);
     if (!element || sweep.alreadyRead(context.tagName, element->offset))
         return std::nullopt;
     sweep.markRead(context.tagName, element->offset + element->content.size());
     return TextWithoutTags(element->content);
 }
 
-void checkCitations(RunState& state, const CitationTable& table)
+void checkCitations(const RuleContext& rule, const CitationTable& table)
 {
-    CrossReferenceState& file = fileState(state);
-    const ValidationContext& context = state.context;
+    CrossReferenceState& file = fileState(rule);
+    const ValidationContext& context = rule.tag;
     const qsizetype tagOffset = context.filePosition - 1;
     if (!file.citationSweep.firstVisit(tagOffset))
         return;
@@ -109,16 +110,16 @@ void checkCitations(RunState& state, const CitationTable& table)
         std::optional<QString> text;
         if (row.attribute.isEmpty()) {
             if (!content)
-                content = citationText(state, row, file.citationSweep);
+                content = citationText(rule, row, file.citationSweep);
             text = *content;
         } else {
-            text = citationText(state, row, file.citationSweep);
+            text = citationText(rule, row, file.citationSweep);
         }
         if (!text)
             continue;
         for (const CitedRange& range : numbersOf(row, *text)) {
             if (const std::optional<std::int64_t> expected = file.citationOrders[i].cite(range))
-                ReportPlaced(state,
+                ReportPlaced(rule,
                     { tagOffset, row.error,
                         QStringLiteral("%1: %2 cited before %3")
                             .arg(row.message)
@@ -130,14 +131,14 @@ void checkCitations(RunState& state, const CitationTable& table)
 
 // A failing pattern ends this tag's check; the run hears of it and cannot
 // pass for checked.
-template <class Check> void guarded(RunState& state, Check&& check)
+template <class Check> void guarded(const RuleContext& rule, Check&& check)
 {
     try {
         check();
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const PatternError& failure) {
-        NoteCheckFailure(state, failure);
+        rule.findings.checkEnded(failure);
     }
 }
 
@@ -192,13 +193,13 @@ bool LoadCitationTable(RunState& state, TableSet& set)
         });
 }
 
-void CITATIONVALIDITY(RunState& state)
+void CITATIONVALIDITY(RuleContext& rule)
 {
-    const auto* table = state.config.ActiveTableSet.loaded<CitationTable>(SupportFile::CitationValTbl);
-    const TagKind kind = state.context.tagType;
+    const auto* table = rule.settings.loaded<CitationTable>(SupportFile::CitationValTbl);
+    const TagKind kind = rule.tag.tagType;
     if (!table || (kind != TagKind::Start && kind != TagKind::Empty))
         return;
-    guarded(state, [&] { checkCitations(state, *table); });
+    guarded(rule, [&] { checkCitations(rule, *table); });
 }
 
 bool LoadCountRefTable(RunState& state, TableSet& set)
@@ -319,13 +320,13 @@ QList<PlacedFinding> ReferenceLedger::findings() const
     return found;
 }
 
-void CHECKCOUNTREFVALIDITY(RunState& state)
+void CHECKCOUNTREFVALIDITY(RuleContext& rule)
 {
-    const auto* table = state.config.ActiveTableSet.loaded<CountRefTable>(SupportFile::CountRefCheck);
-    const ValidationContext& context = state.context;
+    const auto* table = rule.settings.loaded<CountRefTable>(SupportFile::CountRefCheck);
+    const ValidationContext& context = rule.tag;
     if (!table || (context.tagType != TagKind::Start && context.tagType != TagKind::Empty))
         return;
-    CrossReferenceState& file = fileState(state);
+    CrossReferenceState& file = fileState(rule);
     if (!file.referenceSweep.firstVisit(context.filePosition - 1))
         return;
     if (!file.ledger)
@@ -333,14 +334,18 @@ void CHECKCOUNTREFVALIDITY(RunState& state)
     file.ledger->noteTag(context.tagName, context.tagText, context.filePosition - 1);
 }
 
-void ReportCountRefsAtFileEnd(RunState& state)
+std::unique_ptr<RuleFileState> MakeCrossReferenceFileState()
 {
-    // A file in which the routine never ran has nothing to judge.
-    if (!state.ruleCaches.crossReferences)
-        return;
-    const CrossReferenceState& file = fileState(state);
+    return MakeFileState<CrossReferenceState>();
+}
+
+// Its entry runs only where the routines made the state: a file in which
+// they never ran has nothing to judge.
+void ReportCountRefsAtFileEnd(RuleContext& rule)
+{
+    const CrossReferenceState& file = fileState(rule);
     if (!file.ledger)
         return;
     for (const PlacedFinding& finding : file.ledger->findings())
-        ReportPlaced(state, finding);
+        ReportPlaced(rule, finding);
 }

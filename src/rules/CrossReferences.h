@@ -13,6 +13,7 @@
 #include <optional>
 
 struct RunState;
+struct RuleContext;
 
 // One row of the citation table: which tags cite, and where their numbers
 // stand.
@@ -56,7 +57,7 @@ private:
 };
 
 // Numbered citations must first appear in order.
-void CITATIONVALIDITY(RunState& state);
+void CITATIONVALIDITY(RuleContext& rule);
 
 // One row of the count-reference table: a referring tag and attribute, a
 // target tag and attribute, and whether targets must be referred to.
@@ -117,6 +118,8 @@ private:
 
 // Every id referred to exists on a target; where a row asks, every target
 // is referred to. Gathers while the file is scanned ...
-void CHECKCOUNTREFVALIDITY(RunState& state);
+void CHECKCOUNTREFVALIDITY(RuleContext& rule);
 // ... and reports once it has ended.
-void ReportCountRefsAtFileEnd(RunState& state);
+void ReportCountRefsAtFileEnd(RuleContext& rule);
+// The rule family's file state, for its registry entries.
+std::unique_ptr<RuleFileState> MakeCrossReferenceFileState();

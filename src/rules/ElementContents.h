@@ -1,9 +1,10 @@
 #pragma once
 
+#include <QString>
 #include <QtGlobal>
 #include <optional>
 
-struct RunState;
+struct ToolkitState;
 struct ValidationContext;
 
 // Where the content of the element opened by a start tag lies in the whole
@@ -17,4 +18,5 @@ struct ContentRange {
 // The content range of the current start tag's element; nothing when the
 // element is not closed. Answers from the toolkit's index of the file, so
 // asking for every element of a deeply nested file stays cheap.
-std::optional<ContentRange> CurrentElementContent(RunState& state, const ValidationContext& context);
+std::optional<ContentRange> CurrentElementContent(
+    const QString& document, ToolkitState& toolkit, const ValidationContext& context);

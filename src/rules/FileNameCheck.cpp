@@ -6,7 +6,6 @@
 #include "core/RunState.h"
 #include "engine/RegExp.h"
 #include "engine/RuleHelpers.h"
-#include "report/Reports.h"
 #include "rules/ImageChecks.h"
 #include "rules/PatternLint.h"
 
@@ -38,7 +37,7 @@ void reportAll(RunState& state, std::vector<Finding>& findings)
 {
     for (Finding& finding : findings) {
         finding.routine = QString(state.currentRoutine);
-        ReportFinding(state, finding);
+        ReportRuleFinding(state, finding);
     }
 }
 
@@ -135,7 +134,7 @@ std::vector<Finding> CheckFileNamePatterns(const QString& fileName, const QList<
 QStringList FileNameSetupProblems(const TableSet& active)
 {
     QStringList problems;
-    if (active.CheckFilename.compare(u"TRUE", Qt::CaseInsensitive) != 0)
+    if (active.CheckFilename != Switch::On)
         return problems;
     const std::pair<const char*, const QStringList*> lists[]
         = { { "VALIDFILENAMECHAR", &active.ValidFilenameChars },
@@ -153,8 +152,6 @@ QStringList FileNameSetupProblems(const TableSet& active)
 void CheckFileName(RunState& state)
 {
     const TableSet& active = state.config.ActiveTableSet;
-    if (active.CheckFilename.compare(u"TRUE", Qt::CaseInsensitive) != 0)
-        return;
     const QString fileName = InputFileNameOf(DeliveredInputPath(state));
     std::vector<Finding> findings = CheckFileNameCharacters(fileName,
         FileNameCharacters(active.ValidFilenameChars), FileNameCharacters(active.InvalidFilenameChars));

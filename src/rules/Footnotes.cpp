@@ -1,7 +1,7 @@
 #include "rules/Footnotes.h"
 
-#include "core/RunState.h"
-#include "engine/RuleHelpers.h"
+#include "core/ElementIndex.h"
+#include "engine/RuleContext.h"
 #include "text/xmlClass.h"
 
 #include <optional>
@@ -138,20 +138,18 @@ std::optional<bool> referenceInFirstTwoWordsSoFar(QStringView content, const QSt
 
 } // namespace
 
-void UNDELFNREF(RunState& state)
+void UNDELFNREF(RuleContext& rule)
 {
-    const xmlClass xml(state.toolkit);
-    const ValidationContext& context = state.context;
+    const xmlClass xml(rule.toolkit);
+    const ValidationContext& context = rule.tag;
     if (context.tagName != QLatin1String("fn") || context.tagType != TagKind::Start)
         return;
     const QString reference = xml.GetAttributeValue(context.tagText, QStringLiteral("fnref"));
     if (reference.isEmpty())
         return;
-    if (!FootnoteMarkInFirstTwoWords(state, reference.toUpper()))
+    if (!FootnoteMarkInFirstTwoWords(rule, reference.toUpper()))
         return;
-    ReportBySeverity(state, state.routineParameter, context.lineNumber,
-        QStringLiteral("fnref value found in the first two words"), DataContentAt(state, 0),
-        context.linePosition);
+    rule.reportAtTag(rule.parameterSeverity, QStringLiteral("fnref value found in the first two words"));
 }
 
 bool FootnoteMarkInFirstTwoWords(QStringView content, const QString& upperReference)
@@ -161,19 +159,19 @@ bool FootnoteMarkInFirstTwoWords(QStringView content, const QString& upperRefere
     return referenceInFirstTwoWords(TagsAsSeparators(content.toString()), upperReference);
 }
 
-bool FootnoteMarkInFirstTwoWords(RunState& state, const QString& upperReference)
+bool FootnoteMarkInFirstTwoWords(const RuleContext& rule, const QString& upperReference)
 {
-    const ValidationContext& context = state.context;
+    const ValidationContext& context = rule.tag;
     // The document's element index gives the content as a view of the text,
     // without a copy of what may be most of the file.
-    if (const ElementIndex* index = state.toolkit.indexFor(state.wholeText)) {
+    if (const ElementIndex* index = rule.toolkit.indexFor(rule.document)) {
         const std::optional<QStringView> content
             = index->elementContent(context.filePosition - 1, context.tagText.size(), context.tagName);
         return FootnoteMarkInFirstTwoWords(content.value_or(QStringView()), upperReference);
     }
     std::int32_t position = context.filePosition;
-    const QString content = xmlClass(state.toolkit)
-                                .GetPCDATA(state.wholeText, context.tagText,
+    const QString content = xmlClass(rule.toolkit)
+                                .GetPCDATA(rule.document, context.tagText,
                                     QStringLiteral("</") + context.tagName + QLatin1Char('>'), position);
     return FootnoteMarkInFirstTwoWords(content, upperReference);
 }

@@ -3,11 +3,11 @@
 #include <QString>
 #include <QStringView>
 
-struct RunState;
+struct RuleContext;
 
 // A footnote whose reference mark became its fnref attribute must not keep
 // the mark among the first two words of its text.
-void UNDELFNREF(RunState& state);
+void UNDELFNREF(RuleContext& rule);
 
 // The footnote text the word test reads: every tag text met from left to
 // right becomes "-" wherever it occurs.
@@ -17,4 +17,4 @@ QString TagsAsSeparators(const QString& content);
 // words of the footnote text, tags read as separators.
 bool FootnoteMarkInFirstTwoWords(QStringView content, const QString& upperReference);
 // The same for the footnote whose start tag is the current tag.
-bool FootnoteMarkInFirstTwoWords(RunState& state, const QString& upperReference);
+bool FootnoteMarkInFirstTwoWords(const RuleContext& rule, const QString& upperReference);

@@ -2,7 +2,7 @@
 
 #include "config/TableReading.h"
 #include "core/RunState.h"
-#include "engine/RuleHelpers.h"
+#include "engine/RuleContext.h"
 #include "rules/ElementContents.h"
 #include "text/xmlClass.h"
 
@@ -24,7 +24,7 @@ bool LoadNoHrtTable(RunState& state, TableSet& set)
         // enclosing element starts a group of its own.
         if (table->groups.isEmpty() || row[0] != previousColumn)
             table->groups.append({ xml.GetTagName(row[0]), {} });
-        table->groups.last().entries.append({ xml.GetTagName(row[1]), row[2] });
+        table->groups.last().entries.append({ xml.GetTagName(row[1]), SeverityOfCode(row[2]) });
         previousColumn = row[0];
     }
     set.table(SupportFile::NoHRTDeclTbl) = std::move(table);
@@ -42,7 +42,8 @@ bool LoadWithHrtTable(RunState& state, TableSet& set)
     // A code the rule does not know asks for no hard return at all.
     TableReading::LintCodes(state, path, lines, 3, { { 1, u"position code"_s, { u"S"_s, u"E"_s, u"B"_s } } });
     for (const QStringList& row : TableReading::RowsOf(state, path, lines, 3))
-        table->rows.append({ row[0], xml.GetTagName(row[0]), xml.GetTagType(row[0]), row[1], row[2] });
+        table->rows.append({ row[0], xml.GetTagName(row[0]), xml.GetTagType(row[0]),
+            PlacementOfCode(row[1], Qt::CaseInsensitive), SeverityOfCode(row[2]) });
     set.table(SupportFile::WithHRTDeclTbl) = std::move(table);
     return true;
 }
@@ -119,13 +120,10 @@ bool hardReturnAfter(const xmlClass& xml, const ValidationContext& context)
 
 // The message a row gives for the current tag; empty when the tag has the
 // hard returns the row asks for.
-QString withHrtMessage(const xmlClass& xml, const ValidationContext& context, const QString& positionCode)
+QString withHrtMessage(const xmlClass& xml, const ValidationContext& context, Placement placement)
 {
-    const QString code = positionCode.toUpper();
-    const bool wantsBefore = code == u"S" || code == u"B";
-    const bool wantsAfter = code == u"E" || code == u"B";
-    const bool missingBefore = wantsBefore && !hardReturnBefore(xml, context);
-    const bool missingAfter = wantsAfter && !hardReturnAfter(xml, context);
+    const bool missingBefore = LooksBefore(placement) && !hardReturnBefore(xml, context);
+    const bool missingAfter = LooksAfter(placement) && !hardReturnAfter(xml, context);
     if (missingBefore && missingAfter)
         return "Hard Return not found before & after "_L1 + context.tagText;
     if (missingBefore)
@@ -153,40 +151,39 @@ const NoHrtEntry* noHrtEntry(
     return entry == group->entries.end() ? nullptr : &*entry;
 }
 
-bool containsLineBreak(const RunState& state, const ContentRange& content)
+bool containsLineBreak(const RuleContext& rule, const ContentRange& content)
 {
     // A CR LF inside the content puts the start of a line at content start + 2
     // or later, up to the content's end.
-    const auto nextLine
-        = std::lower_bound(state.lineStarts.begin(), state.lineStarts.end(), content.start + 2);
-    return nextLine != state.lineStarts.end() && *nextLine <= content.end;
+    const auto nextLine = std::lower_bound(rule.lineStarts.begin(), rule.lineStarts.end(), content.start + 2);
+    return nextLine != rule.lineStarts.end() && *nextLine <= content.end;
 }
 
 // A listed element must not hold a line break.
-void lineBreakInsideElement(RunState& state, const NoHrtTable& table)
+void lineBreakInsideElement(RuleContext& rule, const NoHrtTable& table)
 {
-    const ValidationContext& context = state.context;
+    const ValidationContext& context = rule.tag;
     if (context.tagType != TagKind::Start)
         return;
-    const xmlClass xml(state.toolkit);
+    const xmlClass xml(rule.toolkit);
     const NoHrtEntry* entry = noHrtEntry(table, xml.GetTagName(context.enclosingTag), context.tagName);
     if (!entry)
         return;
-    const std::optional<ContentRange> content = CurrentElementContent(state, context);
-    if (!content || !containsLineBreak(state, *content))
+    const std::optional<ContentRange> content = CurrentElementContent(rule.document, rule.toolkit, context);
+    if (!content || !containsLineBreak(rule, *content))
         return;
-    ReportBySeverity(state, entry->severity, context.lineNumber, "Hard Return within "_L1 + context.tagText,
-        DataContentAt(state, 0), context.linePosition);
+    rule.findings.report(entry->severity, context.lineNumber, "Hard Return within "_L1 + context.tagText,
+        rule.dataFrom(0), context.linePosition);
 }
 
 // The routine parameter reaches routines upper-cased while element names keep
 // their letter case, so the element it names is looked for ignoring case.
-bool parameterElementIsOpen(const RunState& state)
+bool parameterElementIsOpen(const RuleContext& rule)
 {
-    const QStringView parameter = state.routineParameter;
+    const QStringView parameter = rule.parameter;
     if (parameter == u"N/A")
         return true;
-    return std::any_of(state.openTags.begin(), state.openTags.end(), [&](const ValidationContext& open) {
+    return std::any_of(rule.openTags.begin(), rule.openTags.end(), [&](const ValidationContext& open) {
         return open.tagName.compare(parameter, Qt::CaseInsensitive) == 0;
     });
 }
@@ -194,61 +191,58 @@ bool parameterElementIsOpen(const RunState& state)
 // An HRT marker must not stand inside a listed element. The marker's
 // enclosing element is looked up as the element of step one is: its group,
 // and in it the entry of that same element.
-void markerInsideElement(RunState& state, const NoHrtTable& table)
+void markerInsideElement(RuleContext& rule, const NoHrtTable& table)
 {
-    const ValidationContext& context = state.context;
-    if (context.tagType != TagKind::Empty || !isMarkerName(context.tagName) || !parameterElementIsOpen(state))
+    const ValidationContext& context = rule.tag;
+    if (context.tagType != TagKind::Empty || !isMarkerName(context.tagName) || !parameterElementIsOpen(rule))
         return;
-    const xmlClass xml(state.toolkit);
+    const xmlClass xml(rule.toolkit);
     const QString enclosingName = xml.GetTagName(context.enclosingTag);
     const NoHrtEntry* entry = noHrtEntry(table, enclosingName, enclosingName);
     if (!entry)
         return;
-    ReportBySeverity(state, entry->severity, context.lineNumber,
-        context.tagText + " within "_L1 + context.enclosingTag, DataContentAt(state, 0),
-        context.linePosition);
+    rule.findings.report(entry->severity, context.lineNumber,
+        context.tagText + " within "_L1 + context.enclosingTag, rule.dataFrom(0), context.linePosition);
 }
 
 } // namespace
 
-void CheckMultipleHardReturns(RunState& state)
+void CheckMultipleHardReturns(RuleContext& rule)
 {
-    const TableSet& active = state.config.ActiveTableSet;
-    if (active.CheckMultiHrt.toUpper() != u"TRUE")
-        return;
+    const TableSet& active = rule.settings;
     // "At most n in a row" cannot hold for a negative n once the file has any
     // hard return at all, so a negative count is read as 0.
     const std::int64_t allowed = std::max<std::int64_t>(active.MultiHrtMaxCount, 0);
-    if (longestHardReturnRun(state.wholeText, allowed + 1) <= allowed)
+    if (longestHardReturnRun(rule.document, allowed + 1) <= allowed)
         return;
-    ReportBySeverity(state, active.CheckMultiHrtOption, 0,
+    rule.findings.report(active.MultiHrtSeverity.value_or(Severity::Warning), 0,
         "Consecutive hard returns exceed allowable count"_L1,
         "Max. Count: "_L1 + QString::number(active.MultiHrtMaxCount), 1);
 }
 
-void WITHHRT(RunState& state)
+void WITHHRT(RuleContext& rule)
 {
-    const auto* table = state.config.ActiveTableSet.loaded<WithHrtTable>(SupportFile::WithHRTDeclTbl);
+    const auto* table = rule.settings.loaded<WithHrtTable>(SupportFile::WithHRTDeclTbl);
     if (!table)
         return;
-    const ValidationContext& context = state.context;
-    const xmlClass xml(state.toolkit);
+    const ValidationContext& context = rule.tag;
+    const xmlClass xml(rule.toolkit);
     // Every row that applies is handled: one tag can give several findings.
     for (const WithHrtRow& row : table->rows) {
         if (row.tagName != context.tagName || row.tagKind != context.tagType)
             continue;
-        const QString message = withHrtMessage(xml, context, row.positionCode);
+        const QString message = withHrtMessage(xml, context, row.placement);
         if (!message.isEmpty())
-            ReportBySeverity(state, row.severity, context.lineNumber, message, DataContentAt(state, 0),
-                context.linePosition);
+            rule.findings.report(
+                row.severity, context.lineNumber, message, rule.dataFrom(0), context.linePosition);
     }
 }
 
-void NOHRT(RunState& state)
+void NOHRT(RuleContext& rule)
 {
-    const auto* table = state.config.ActiveTableSet.loaded<NoHrtTable>(SupportFile::NoHRTDeclTbl);
+    const auto* table = rule.settings.loaded<NoHrtTable>(SupportFile::NoHRTDeclTbl);
     if (!table)
         return;
-    lineBreakInsideElement(state, *table);
-    markerInsideElement(state, *table);
+    lineBreakInsideElement(rule, *table);
+    markerInsideElement(rule, *table);
 }

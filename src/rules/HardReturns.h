@@ -7,12 +7,14 @@
 #include <QString>
 
 struct RunState;
+struct RuleContext;
 
 // One entry of a no-hard-return group: an element that must hold no hard
-// return inside the group's enclosing element.
+// return inside the group's enclosing element. The table's columns:
+// enclosing tag | element tag | severity.
 struct NoHrtEntry {
     QString elementName;
-    QString severity; // "E" an error, anything else a warning
+    Severity severity;
 };
 
 // Consecutive table lines with the same first column.
@@ -25,14 +27,14 @@ struct NoHrtTable : SupportTable {
     QList<NoHrtGroup> groups;
 };
 
-// One with-hard-return row; the tag kind keeps the start, end and empty tag
-// of one name apart.
+// One with-hard-return row; columns: tag | position code | severity. The
+// tag kind keeps the start, end and empty tag of one name apart.
 struct WithHrtRow {
     QString tag; // as written
     QString tagName;
     TagKind tagKind = TagKind::None;
-    QString positionCode; // "S" before, "E" after, "B" both
-    QString severity;
+    Placement placement; // from "S", "E" or "B", any case
+    Severity severity;
 };
 
 struct WithHrtTable : SupportTable {
@@ -44,11 +46,11 @@ bool LoadWithHrtTable(RunState& state, TableSet& set);
 
 // Whole-file check: no more consecutive hard returns (line breaks or HRT
 // marker tags) than the configured count.
-void CheckMultipleHardReturns(RunState& state);
+void CheckMultipleHardReturns(RuleContext& rule);
 
 // A tag of the table must have a hard return before it, after it, or both.
-void WITHHRT(RunState& state);
+void WITHHRT(RuleContext& rule);
 
 // Inside an enclosing element of the table, a listed element holds no line
 // break, and no HRT marker stands inside a listed element.
-void NOHRT(RunState& state);
+void NOHRT(RuleContext& rule);

@@ -2,8 +2,7 @@
 
 #include "config/TableReading.h"
 #include "core/RunState.h"
-#include "engine/RuleHelpers.h"
-#include "report/Reports.h"
+#include "engine/RuleContext.h"
 #include "text/xmlClass.h"
 
 #include <optional>
@@ -49,9 +48,8 @@ qsizetype wordRunEnd(const QString& text, qsizetype from)
 }
 
 // The answer for the text, asking the engine only the first time.
-SpellingAnswer& answerFor(RunState& state, const QString& text)
+SpellingAnswer& answerFor(SpellingState& spelling, const QString& text)
 {
-    SpellingState& spelling = state.spelling;
     const auto known = spelling.answers.find(text);
     if (known != spelling.answers.end())
         return *known;
@@ -63,15 +61,15 @@ SpellingAnswer& answerFor(RunState& state, const QString& text)
 }
 
 // Whether the engine finds nothing wrong with the text, without asking for
-// suggestions: for a caller that empties the suggestions before reading them.
-bool isWordKnown(RunState& state, const QString& text)
+// suggestions.
+bool isWordKnown(SpellingState& spelling, const QString& text)
 {
-    return !answerFor(state, text).misspelt;
+    return !answerFor(spelling, text).misspelt;
 }
 
 // Both checks are usually declared for the same elements: the text of the
 // element last asked for is kept for the other.
-struct ElementTextCache : RuleFileCache {
+struct ElementTextCache : RuleFileState {
     std::int32_t filePosition = -1;
     QString tagText;
     QString text;
@@ -80,33 +78,39 @@ struct ElementTextCache : RuleFileCache {
 
 // The element's text that both checks search: the start tag, its content with
 // every nested element replaced by "<?>", and the end tag.
-QString elementText(RunState& state)
+QString elementText(RuleContext& rule)
 {
-    const ValidationContext& context = state.context;
-    auto& slot = state.ruleCaches.hyphenatedWords;
-    if (!slot)
-        slot = std::make_unique<ElementTextCache>();
-    auto& cache = static_cast<ElementTextCache&>(*slot);
+    const ValidationContext& context = rule.tag;
+    auto& cache = rule.ownState<ElementTextCache>();
     if (cache.filePosition == context.filePosition && cache.tagText == context.tagText) {
-        state.toolkit.RemovedContentLengths = cache.removedContentLengths;
+        rule.toolkit.RemovedContentLengths = cache.removedContentLengths;
         return cache.text;
     }
-    xmlClass xml(state.toolkit);
+    xmlClass xml(rule.toolkit);
     const QString endTag = QStringLiteral("</") + context.tagName + QLatin1Char('>');
     std::int32_t position = context.filePosition;
-    QString content = xml.GetPCDATA(state.wholeText, context.tagText, endTag, position);
+    QString content = xml.GetPCDATA(rule.document, context.tagText, endTag, position);
     xml.RemoveTags(content, true);
     content.replace(QStringLiteral("teMpSEparAtor"), QStringLiteral("<?>"));
     cache.filePosition = context.filePosition;
     cache.tagText = context.tagText;
     cache.text = context.tagText + content + endTag;
-    cache.removedContentLengths = state.toolkit.RemovedContentLengths;
+    cache.removedContentLengths = rule.toolkit.RemovedContentLengths;
     return cache.text;
 }
 
-const HyphenatedTable* acceptedWords(const RunState& state)
+} // namespace
+
+std::unique_ptr<RuleFileState> MakeWordCheckFileState()
 {
-    return state.config.ActiveTableSet.loaded<HyphenatedTable>(SupportFile::HyphenatedTbl);
+    return MakeFileState<ElementTextCache>();
+}
+
+namespace {
+
+const HyphenatedTable* acceptedWords(const RuleContext& rule)
+{
+    return rule.settings.loaded<HyphenatedTable>(SupportFile::HyphenatedTbl);
 }
 
 bool isAccepted(const HyphenatedTable* table, const QString& word)
@@ -169,12 +173,12 @@ QString ExtractHyphenatedWord(const QString& text, std::int32_t hyphenPosition, 
     return word;
 }
 
-std::int16_t SpellCheckWord(RunState& state, const QString& word)
+SpellingVerdict SpellCheckWord(SpellingState& spelling, const QString& word)
 {
-    SpellingAnswer& answer = answerFor(state, word);
+    SpellingAnswer& answer = answerFor(spelling, word);
     if (!answer.misspelt)
-        return 0;
-    SpellingState& spelling = state.spelling;
+        return {};
+    SpellingVerdict verdict { true, {} };
     if (!answer.suggested) {
         answer.suggested = true;
         if (spelling.engine)
@@ -187,11 +191,11 @@ std::int16_t SpellCheckWord(RunState& state, const QString& word)
             suggestion.truncate(nul);
         if (suggestion.isEmpty())
             continue;
-        if (!spelling.suggestions.isEmpty())
-            spelling.suggestions += QStringLiteral(", ");
-        spelling.suggestions += suggestion;
+        if (!verdict.suggestions.isEmpty())
+            verdict.suggestions += QStringLiteral(", ");
+        verdict.suggestions += suggestion;
     }
-    return -1;
+    return verdict;
 }
 
 namespace {
@@ -212,58 +216,57 @@ struct WordCheck {
     }
 };
 
-std::optional<WordCheck> startWordCheck(RunState& state)
+std::optional<WordCheck> startWordCheck(RuleContext& rule)
 {
-    const ValidationContext& context = state.context;
+    const ValidationContext& context = rule.tag;
     if (context.tagType != TagKind::Start)
         return std::nullopt;
-    return WordCheck { elementText(state), acceptedWords(state),
+    return WordCheck { elementText(rule), acceptedWords(rule),
         QStringLiteral(" found in ") + context.tagText };
 }
 
 } // namespace
 
-void HYPHENATEDWORDCHECK(RunState& state)
+void HYPHENATEDWORDCHECK(RuleContext& rule)
 {
-    const std::optional<WordCheck> check = startWordCheck(state);
+    const std::optional<WordCheck> check = startWordCheck(rule);
     if (!check)
         return;
-    const ValidationContext& context = state.context;
+    const ValidationContext& context = rule.tag;
     const QString& text = check->text;
-    QString& suggestions = state.spelling.suggestions;
     for (qsizetype hit = text.indexOf(QStringLiteral("-\r\n")); hit >= 0;
          hit = text.indexOf(QStringLiteral("-\r\n"), hit + 1)) {
         const QString word
             = ExtractHyphenatedWord(text, static_cast<std::int32_t>(hit + 1), HyphenAt::LineEnd);
         bool open = true;
-        suggestions.clear();
         // A joined form the engine knows means the hyphen should have gone.
         // (An empty word, from a split number, is such a joined form too.)
-        if (!word.endsWith(QLatin1Char('-')) && isWordKnown(state, QString(word).remove(QLatin1Char('-')))) {
-            ReportBySeverity(state, state.routineParameter, context.lineNumber,
-                check->message("Hyphenated word: ", word, {}), DataContentAt(state, 0), context.linePosition);
+        if (!word.endsWith(QLatin1Char('-'))
+            && isWordKnown(rule.spelling, QString(word).remove(QLatin1Char('-')))) {
+            rule.findings.report(rule.parameterSeverity, context.lineNumber,
+                check->message("Hyphenated word: ", word, {}), rule.dataFrom(0), context.linePosition);
             open = false;
         }
         if (open && isAccepted(check->accepted, word))
             open = false;
         if (!open)
             continue;
-        suggestions.clear();
-        if (SpellCheckWord(state, word) == 0)
+        const SpellingVerdict verdict = SpellCheckWord(rule.spelling, word);
+        if (!verdict.misspelt)
             continue;
-        WriteWarningEntry(state, context.lineNumber, check->message("Hyphenated word: ", word, suggestions),
-            DataContentAt(state, 0), context.linePosition);
+        rule.findings.report(Severity::Warning, context.lineNumber,
+            check->message("Hyphenated word: ", word, verdict.suggestions), rule.dataFrom(0),
+            context.linePosition);
     }
 }
 
-void COMPOUNDWORDCHECK(RunState& state)
+void COMPOUNDWORDCHECK(RuleContext& rule)
 {
-    const std::optional<WordCheck> check = startWordCheck(state);
+    const std::optional<WordCheck> check = startWordCheck(rule);
     if (!check)
         return;
-    const ValidationContext& context = state.context;
+    const ValidationContext& context = rule.tag;
     const QString& text = check->text;
-    QString& suggestions = state.spelling.suggestions;
     qsizetype hit = text.indexOf(QLatin1Char('-'));
     while (hit >= 0) {
         const QString word
@@ -272,17 +275,15 @@ void COMPOUNDWORDCHECK(RunState& state)
             hit = text.indexOf(QLatin1Char('-'), hit + 1);
             continue;
         }
-        bool open = !isAccepted(check->accepted, word);
-        suggestions.clear();
-        if (open && SpellCheckWord(state, word) == 0) {
-            WriteWarningEntry(state, context.lineNumber, check->message("Compound Word: ", word, {}),
-                DataContentAt(state, 0), context.linePosition);
-            open = false;
-        }
-        if (open) {
-            ReportBySeverity(state, state.routineParameter, context.lineNumber,
-                check->message("Compound Word: ", word, suggestions), DataContentAt(state, 0),
-                context.linePosition);
+        if (!isAccepted(check->accepted, word)) {
+            const SpellingVerdict verdict = SpellCheckWord(rule.spelling, word);
+            if (!verdict.misspelt)
+                rule.findings.report(Severity::Warning, context.lineNumber,
+                    check->message("Compound Word: ", word, {}), rule.dataFrom(0), context.linePosition);
+            else
+                rule.findings.report(rule.parameterSeverity, context.lineNumber,
+                    check->message("Compound Word: ", word, verdict.suggestions), rule.dataFrom(0),
+                    context.linePosition);
         }
         // Resuming at the word's first hyphen is deliberate: in "a-b-c" the
         // search goes on at the second hyphen and examines "b-c" as well.

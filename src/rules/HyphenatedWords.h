@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/RuleFileState.h"
 #include "core/TableSet.h"
 
 #include <QSet>
@@ -8,6 +9,8 @@
 #include <cstdint>
 
 struct RunState;
+struct RuleContext;
+struct SpellingState;
 
 // The accepted hyphenated words: one entry a line, kept as read (untrimmed),
 // so an entry with trailing blanks never matches.
@@ -20,6 +23,9 @@ struct HyphenatedTable : SupportTable {
 
 bool LoadHyphenatedTable(RunState& state, TableSet& set);
 
+// The file state both word checks share: the text of the element last checked.
+std::unique_ptr<RuleFileState> MakeWordCheckFileState();
+
 enum class HyphenAt : int { LineEnd = 1, InLine = 2 };
 
 // The word around the hyphen at the one-based position: the letters and
@@ -29,12 +35,16 @@ enum class HyphenAt : int { LineEnd = 1, InLine = 2 };
 // nothing after it.
 QString ExtractHyphenatedWord(const QString& text, std::int32_t hyphenPosition, HyphenAt mode);
 
-// Asks the engine about the word: 0 when it finds nothing wrong, -1 when it
-// reports the word, in which case its suggestions (at most two) have been
-// appended to the run's shared suggestions string, joined by ", ".
-std::int16_t SpellCheckWord(RunState& state, const QString& word);
+// What the engine says of a word: whether it reports it, and then its
+// suggestions (at most two), joined by ", ".
+struct SpellingVerdict {
+    bool misspelt = false;
+    QString suggestions;
+};
+
+SpellingVerdict SpellCheckWord(SpellingState& spelling, const QString& word);
 
 // Line-end hyphenations in the element's text that should have been joined.
-void HYPHENATEDWORDCHECK(RunState& state);
+void HYPHENATEDWORDCHECK(RuleContext& rule);
 // Hyphenated compounds inside the lines of the element's text.
-void COMPOUNDWORDCHECK(RunState& state);
+void COMPOUNDWORDCHECK(RuleContext& rule);

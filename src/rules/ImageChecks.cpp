@@ -3,7 +3,8 @@
 #include "config/TableReading.h"
 #include "core/Paths.h"
 #include "core/RunState.h"
-#include "report/Reports.h"
+#include "engine/Dispatch.h"
+#include "engine/RuleHelpers.h"
 #include "text/TagSearch.h"
 
 #include <QDir>
@@ -43,9 +44,9 @@ const ImageValidationTable* activeImageTable(const RunState& state)
     return state.config.ActiveTableSet.loaded<ImageValidationTable>(SupportFile::ImageValidationTbl);
 }
 
-bool switchedOn(const QString& value)
+bool switchedOn(Switch value)
 {
-    return value.compare(u"TRUE", Qt::CaseInsensitive) == 0;
+    return value == Switch::On;
 }
 
 // "f4.tif", or "f4 (.eps or .tif)" for a name completed with the extensions:
@@ -314,10 +315,12 @@ std::vector<Finding> ImagesWithoutCallout(const ImageCallouts& run)
 
 ImageFileState& ImageFileStateOf(RunState& state)
 {
-    std::unique_ptr<RuleFileCache>& slot = state.ruleCaches.images;
-    if (!slot)
-        slot = std::make_unique<ImageFileState>();
-    return static_cast<ImageFileState&>(*slot);
+    return OwnFileState<ImageFileState>(state);
+}
+
+std::unique_ptr<RuleFileState> MakeImageFileState()
+{
+    return MakeFileState<ImageFileState>();
 }
 
 const std::vector<ImageCallout>& FileImageCallouts(RunState& state, const ImageValidationTable& table)
@@ -368,7 +371,7 @@ void CheckImageValidation(RunState& state)
         switchedOn(active.CheckImageZeroBytes) };
     for (Finding& finding : CheckImageCallouts(FileImageCallouts(state, *table), settings, calledOut)) {
         finding.routine = QString(state.currentRoutine);
-        ReportFinding(state, finding);
+        ReportRuleFinding(state, finding);
     }
 }
 
@@ -388,6 +391,6 @@ void ReportImagesWithoutCallout(RunState& state)
         return;
     for (Finding& finding : ImagesWithoutCallout(state.imageCallouts)) {
         finding.routine = QStringLiteral("CheckExcessImgFiles");
-        ReportRunFinding(state, finding);
+        ReportRuleRunFinding(state, finding);
     }
 }

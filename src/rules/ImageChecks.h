@@ -2,7 +2,7 @@
 
 #include "core/Finding.h"
 #include "core/ImageCallouts.h"
-#include "core/RuleFileCache.h"
+#include "core/RuleFileState.h"
 #include "core/TableSet.h"
 
 #include <QHash>
@@ -104,15 +104,18 @@ std::vector<Finding> ImagesWithoutCallout(const ImageCallouts& run);
 // The message after the run for an image that nothing calls out.
 QString NoCalloutMessage(const QString& imageName);
 
-// The per-file image state the image routines share, kept with the driver's
-// per-file caches so that it goes with the file.
-struct ImageFileState : RuleFileCache {
+// The per-file image state the image routines share; their registry entries
+// name its maker, so that it goes with the file.
+struct ImageFileState : RuleFileState {
     bool calloutsFound = false;
     std::vector<ImageCallout> callouts; // found once, on first use
     QHash<QString, QString> articleIds; // by routine parameter; empty when the file holds none
     QSet<QString> toldNoArticleId; // parameters whose missing identifier was reported
 };
 ImageFileState& ImageFileStateOf(RunState& state);
+// The rule family's file state, for its registry entries.
+std::unique_ptr<RuleFileState> MakeImageFileState();
+
 const std::vector<ImageCallout>& FileImageCallouts(RunState& state, const ImageValidationTable& table);
 
 // Where the input was delivered: the path before any staging copy.

@@ -3,7 +3,6 @@
 #include "core/Paths.h"
 #include "core/RunState.h"
 #include "engine/RuleHelpers.h"
-#include "report/Reports.h"
 #include "rules/ImageChecks.h"
 
 namespace {
@@ -33,8 +32,8 @@ QStringList currentTagImages(const RunState& state, const ImageValidationTable*&
 
 void errorAtTag(RunState& state, const QString& message)
 {
-    WriteErrorEntry(
-        state, state.context.lineNumber, message, DataContentAt(state, 0), state.context.linePosition);
+    ReportBySeverity(state, Severity::Error, state.context.lineNumber, message, DataContentAt(state, 0),
+        state.context.linePosition);
 }
 
 QString articleIdentifier(RunState& state)

@@ -1,6 +1,7 @@
 #include "rules/Pairs.h"
 
 #include "core/RunState.h"
+#include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
 
 #include <algorithm>
@@ -106,15 +107,19 @@ private:
 };
 
 // What the pair routines remember of one file.
-struct PairFileState : RuleFileCache {
+struct PairFileState : RuleFileState {
     TagSweep balance;
     TagSweep content;
 };
 
-PairFileState& fileState(RunState& state)
+} // namespace
+
+std::unique_ptr<RuleFileState> MakePairFileState()
 {
-    return FileStateIn<PairFileState>(state.ruleCaches.pairs);
+    return MakeFileState<PairFileState>();
 }
+
+namespace {
 
 QString shown(const QString& text)
 {
@@ -128,9 +133,9 @@ QString shown(const QString& text)
 // its text was read with an enclosing element of the same name.
 template <class Row>
 std::optional<ElementText> contentFor(
-    RunState& state, const QList<Row>& rows, TagSweep& sweep, QList<int>& applying)
+    const RuleContext& rule, const QList<Row>& rows, TagSweep& sweep, QList<int>& applying)
 {
-    const ValidationContext& context = state.context;
+    const ValidationContext& context = rule.tag;
     if (context.tagType != TagKind::Start || !sweep.firstVisit(context.filePosition - 1))
         return std::nullopt;
     for (int i = 0; i < rows.size(); ++i) {
@@ -139,7 +144,7 @@ std::optional<ElementText> contentFor(
     }
     if (applying.isEmpty())
         return std::nullopt;
-    const std::optional<ElementText> element = CurrentElementContentView(state);
+    const std::optional<ElementText> element = CurrentElementContentView(rule);
     if (!element || sweep.alreadyRead(context.tagName, element->offset))
         return std::nullopt;
     sweep.markRead(context.tagName, element->offset + element->content.size());
@@ -201,14 +206,14 @@ bool LoadPairContentTable(RunState& state, TableSet& set)
         });
 }
 
-void CHECKPAIRVALIDITY(RunState& state)
+void CHECKPAIRVALIDITY(RuleContext& rule)
 {
-    const auto* table = state.config.ActiveTableSet.loaded<PairTable>(SupportFile::CheckPairTbl);
+    const auto* table = rule.settings.loaded<PairTable>(SupportFile::CheckPairTbl);
     if (!table)
         return;
     QList<int> applying;
     const std::optional<ElementText> element
-        = contentFor(state, table->rows, fileState(state).balance, applying);
+        = contentFor(rule, table->rows, rule.ownState<PairFileState>().balance, applying);
     if (!element)
         return;
     const PairScan scan = ScanPairs(element->content, pairsOf(table->rows, applying));
@@ -217,19 +222,19 @@ void CHECKPAIRVALIDITY(RunState& state)
         const QString detail = found.opening
             ? QStringLiteral("%1 never closed").arg(shown(row.pair.opening))
             : QStringLiteral("%1 without %2").arg(shown(row.pair.closing), shown(row.pair.opening));
-        ReportPlaced(state,
-            { element->offset + found.offset, row.error, row.message + QStringLiteral(": ") + detail });
+        ReportPlaced(
+            rule, { element->offset + found.offset, row.error, row.message + QStringLiteral(": ") + detail });
     }
 }
 
-void CHECKPAIRCONTVALIDITY(RunState& state)
+void CHECKPAIRCONTVALIDITY(RuleContext& rule)
 {
-    const auto* table = state.config.ActiveTableSet.loaded<PairContentTable>(SupportFile::CheckPairContTbl);
+    const auto* table = rule.settings.loaded<PairContentTable>(SupportFile::CheckPairContTbl);
     if (!table)
         return;
     QList<int> applying;
     const std::optional<ElementText> element
-        = contentFor(state, table->rows, fileState(state).content, applying);
+        = contentFor(rule, table->rows, rule.ownState<PairFileState>().content, applying);
     if (!element)
         return;
     const PairScan scan = ScanPairs(element->content, pairsOf(table->rows, applying));
@@ -241,13 +246,13 @@ void CHECKPAIRCONTVALIDITY(RunState& state)
             if (row.pattern.test(between))
                 continue;
             QString quoted = between.size() > 60 ? between.left(60) + QStringLiteral("...") : between;
-            ReportPlaced(state,
+            ReportPlaced(rule,
                 { element->offset + span.opening, row.error,
                     row.message + QStringLiteral(": ") + shown(quoted) });
         }
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const PatternError& failure) {
-        NoteCheckFailure(state, failure);
+        rule.findings.checkEnded(failure);
     }
 }

@@ -73,7 +73,9 @@ struct PairScan {
 PairScan ScanPairs(QStringView text, const QList<PairStrings>& pairs);
 
 // In an element's text the pairs must nest and balance.
-void CHECKPAIRVALIDITY(RunState& state);
+void CHECKPAIRVALIDITY(RuleContext& rule);
 
 // The text between each pair must match the row's pattern.
-void CHECKPAIRCONTVALIDITY(RunState& state);
+void CHECKPAIRCONTVALIDITY(RuleContext& rule);
+// The rule family's file state, for its registry entries.
+std::unique_ptr<RuleFileState> MakePairFileState();

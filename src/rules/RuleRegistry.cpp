@@ -27,47 +27,72 @@ RuleBook makeRules()
     RuleBook book;
     // The order in which the dispatcher compares a declared name.
     book.routines = {
-        { "TEXTVALIDITY"_L1, TEXTVALIDITY, TextValidityTbl, LoadTextValidityTable },
-        { "IMGNAMEARTIDEQUALITY"_L1, IMGNAMEARTIDEQUALITY, ImageValidationTbl, LoadImageValidationTable },
-        { "IMGNAMELENGTHEQUALITY"_L1, IMGNAMELENGTHEQUALITY, ImageValidationTbl, LoadImageValidationTable },
+        { "TEXTVALIDITY"_L1, TEXTVALIDITY, TextValidityTbl, LoadTextValidityTable, {},
+            MakeTextValidityFileState },
+        // The image routines and the whole-file image check share the file's callouts.
+        { "IMGNAMEARTIDEQUALITY"_L1, IMGNAMEARTIDEQUALITY, ImageValidationTbl, LoadImageValidationTable, {},
+            MakeImageFileState },
+        { "IMGNAMELENGTHEQUALITY"_L1, IMGNAMELENGTHEQUALITY, ImageValidationTbl, LoadImageValidationTable, {},
+            MakeImageFileState },
         { "NOHRT"_L1, NOHRT, NoHRTDeclTbl, LoadNoHrtTable },
         { "WITHHRT"_L1, WITHHRT, WithHRTDeclTbl, LoadWithHrtTable },
-        { "HYPHENATEDWORDCHECK"_L1, HYPHENATEDWORDCHECK, HyphenatedTbl, LoadHyphenatedTable },
-        { "COMPOUNDWORDCHECK"_L1, COMPOUNDWORDCHECK, HyphenatedTbl, LoadHyphenatedTable },
-        { "UNCONENTITIES"_L1, UNCONENTITIES, UnConEntitiesTbl, LoadUnconEntitiesTable },
-        { "CONVERT2TAG"_L1, CONVERT2TAG, Convert2TagTbl, LoadConvert2TagTable },
+        // The two word checks share the element text they search.
+        { "HYPHENATEDWORDCHECK"_L1, HYPHENATEDWORDCHECK, HyphenatedTbl, LoadHyphenatedTable, {},
+            MakeWordCheckFileState },
+        { "COMPOUNDWORDCHECK"_L1, COMPOUNDWORDCHECK, HyphenatedTbl, LoadHyphenatedTable, {},
+            MakeWordCheckFileState },
+        { "UNCONENTITIES"_L1, UNCONENTITIES, UnConEntitiesTbl, LoadUnconEntitiesTable, {},
+            MakeUnconEntitiesFileState },
+        { "CONVERT2TAG"_L1, CONVERT2TAG, Convert2TagTbl, LoadConvert2TagTable, {}, MakeConvert2TagFileState },
         { "NOLEADZERO"_L1, NOLEADZERO, NoLeadZeroTbl, LoadNoLeadZeroTable },
         { "ATTRIBUNCONENTITY"_L1, ATTRIBUNCONENTITY, AttribUnconTbl, LoadAttribUnconTable },
         { "ATTRIBRANGEVALIDITY"_L1, ATTRIBRANGEVALIDITY },
         { "ATTRIBNUMBERVALIDITY"_L1, ATTRIBNUMBERVALIDITY },
-        { "CONVERT2ATTRIB"_L1, CONVERT2ATTRIB, Convert2AttribTbl, LoadConvert2AttribTable },
+        { "CONVERT2ATTRIB"_L1, CONVERT2ATTRIB, Convert2AttribTbl, LoadConvert2AttribTable, {},
+            MakeConvert2AttribFileState },
         { "UNDELFNREF"_L1, UNDELFNREF },
-        { "CITATIONVALIDITY"_L1, CITATIONVALIDITY, CitationValTbl, LoadCitationTable },
-        { "COMPCONT"_L1, COMPCONT, CompContTbl, LoadCompContTable },
-        { "CHECKPAIRVALIDITY"_L1, CHECKPAIRVALIDITY, CheckPairTbl, LoadPairTable },
-        { "CHECKPAIRCONTVALIDITY"_L1, CHECKPAIRCONTVALIDITY, CheckPairContTbl, LoadPairContentTable },
-        { "CHECKCOUNTREFVALIDITY"_L1, CHECKCOUNTREFVALIDITY, CountRefCheck, LoadCountRefTable },
-        { "PCPDATACOMPARE"_L1, PCPDATACOMPARE, PCPDataCompare, LoadPcDataTable },
+        // Citations and the count of references keep one record of the file.
+        { "CITATIONVALIDITY"_L1, CITATIONVALIDITY, CitationValTbl, LoadCitationTable, {},
+            MakeCrossReferenceFileState },
+        // The two comparisons keep one record of the elements they have read.
+        { "COMPCONT"_L1, COMPCONT, CompContTbl, LoadCompContTable, {}, MakeComparisonFileState },
+        // The pair routines share what they have read of the file.
+        { "CHECKPAIRVALIDITY"_L1, CHECKPAIRVALIDITY, CheckPairTbl, LoadPairTable, {}, MakePairFileState },
+        { "CHECKPAIRCONTVALIDITY"_L1, CHECKPAIRCONTVALIDITY, CheckPairContTbl, LoadPairContentTable, {},
+            MakePairFileState },
+        { "CHECKCOUNTREFVALIDITY"_L1, CHECKCOUNTREFVALIDITY, CountRefCheck, LoadCountRefTable, {},
+            MakeCrossReferenceFileState },
+        { "PCPDATACOMPARE"_L1, PCPDATACOMPARE, PCPDataCompare, LoadPcDataTable, {}, MakeComparisonFileState },
     };
     // The order in which they run, once per file before the line scan.
     book.wholeFileChecks = {
-        { "CheckMultipleHardReturns"_L1, CheckMultipleHardReturns },
-        { "CheckSpecialCharacters"_L1, CheckSpecialCharacters, SpecialCharTbl, LoadSpecialCharTable },
-        { "CheckFileName"_L1, CheckFileName, FilenameCheck, LoadFileNameTable },
-        { "CheckImageValidation"_L1, CheckImageValidation, ImageValidationTbl, LoadImageValidationTable },
+        // Off unless CHECKMULTIHRT says TRUE.
+        { "CheckMultipleHardReturns"_L1, CheckMultipleHardReturns, {}, nullptr,
+            { &TableSet::CheckMultiHrt, "CHECKMULTIHRT"_L1, false } },
+        // On unless its switch says FALSE.
+        { "CheckSpecialCharacters"_L1, CheckSpecialCharacters, SpecialCharTbl, LoadSpecialCharTable,
+            { &TableSet::CheckSpecialChar, "CHECKSPECIALCHAR"_L1, true } },
+        // Off unless CHECKFILENAME says TRUE: its lists would refuse the names
+        // of an installation that has not written them for its files.
+        { "CheckFileName"_L1, CheckFileName, FilenameCheck, LoadFileNameTable,
+            { &TableSet::CheckFilename, "CHECKFILENAME"_L1, false } },
+        { "CheckImageValidation"_L1, CheckImageValidation, ImageValidationTbl, LoadImageValidationTable, {},
+            MakeImageFileState },
     };
     // Judged after the last line, from what their routines gathered; named as
-    // the routine, whose findings they are.
+    // the routine, whose findings they are. Each runs only in a file where its
+    // routines made their file state.
     book.fileEndChecks = {
-        { "CHECKCOUNTREFVALIDITY"_L1, ReportCountRefsAtFileEnd },
-        { "COMPCONT"_L1, ReportCompContAtFileEnd },
+        { "CHECKCOUNTREFVALIDITY"_L1, ReportCountRefsAtFileEnd, {}, nullptr, {},
+            MakeCrossReferenceFileState },
+        { "COMPCONT"_L1, ReportCompContAtFileEnd, {}, nullptr, {}, MakeComparisonFileState },
     };
     return book;
 }
 
 bool loadRoutineDeclarations(RunState& state, TableSet& set)
 {
-    return LoadRoutineDeclTable(state, set, IsRoutineName);
+    return LoadRoutineDeclTable(state, set, RoutineNamed);
 }
 
 TableLoader loaderOf(SupportFile file)
@@ -91,11 +116,9 @@ const RuleBook& Rules()
     return book;
 }
 
-bool IsRoutineName(const QString& upperName)
+const RuleEntry* RoutineNamed(const QString& upperName)
 {
-    const QList<RuleEntry>& routines = Rules().routines;
-    return std::any_of(
-        routines.begin(), routines.end(), [&](const RuleEntry& rule) { return rule.name == upperName; });
+    return FindRoutine(Rules(), upperName);
 }
 
 QList<TableLoaderEntry> SupportTableLoaders()

@@ -11,8 +11,9 @@
 // rule file plus one entry in RuleRegistry.cpp.
 const RuleBook& Rules();
 
-// Whether an upper-cased name is a routine the declaration table may name.
-bool IsRoutineName(const QString& upperName);
+// The routine an upper-cased name of the declaration table stands for; null
+// for a name that is no routine.
+const RuleEntry* RoutineNamed(const QString& upperName);
 
 // The loader of every support table, in loading order: the routine
 // declaration table's own, else the loader of the first rule that reads the

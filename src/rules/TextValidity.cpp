@@ -5,6 +5,7 @@
 #include "core/HugePages.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
+#include "engine/Dispatch.h"
 #include "engine/PatternSearch.h"
 #include "engine/RuleHelpers.h"
 #include "rules/PatternLint.h"
@@ -53,7 +54,7 @@ TextValidityRow ParseTextValidityRow(const QStringList& columns, const xmlClass&
     row.excluded = excludedNames(columns[4]);
     row.operatorText = columns[5];
     row.number = LeadingNumber(columns[6]);
-    row.severity = columns[7];
+    row.severity = SeverityOfCode(columns[7]);
     row.message = columns[8];
     row.preparationKey = (row.splitOnTags ? u'Y' : u'N') + row.excluded.join(u'\n');
     row.conditionExpression = RegExp(row.condition, true, true);
@@ -608,6 +609,16 @@ namespace {
 
 enum : std::int8_t { kNotAsked = -1, kAbsent = 0, kPresent = 1, kFailed = 2 };
 
+// What the check keeps for one file.
+struct TextValidityFileState : RuleFileState {
+    // Whether each row's whole-file condition occurs in the text, found once
+    // per row. The rows are those of conditionTable, the file's active table.
+    const void* conditionTable = nullptr;
+    std::vector<std::int8_t> conditionHolds;
+    // The failures already told, so that a failing row is told once.
+    QSet<QString> notedFailures;
+};
+
 // Whether the row's condition occurs in the whole file: the same for every
 // element of a file, so it is searched once per row and file. A search that
 // failed fails again without searching.
@@ -616,7 +627,7 @@ bool conditionHolds(RunState& state, const TextValidityTable& table, int index)
     const TextValidityRow& row = table.rows[index];
     if (row.condition.isEmpty())
         return true;
-    TextValidityState& cache = state.textValidity;
+    auto& cache = OwnFileState<TextValidityFileState>(state);
     if (cache.conditionTable != &table) {
         cache.conditionTable = &table;
         cache.conditionHolds.assign(table.rows.size(), kNotAsked);
@@ -659,13 +670,19 @@ std::optional<TagPairs> filePairs(RunState& state)
 // file and reason, however many elements meet it.
 void noteFailure(RunState& state, const std::exception& failure)
 {
-    if (state.textValidity.notedFailures.contains(QString::fromUtf8(failure.what())))
+    QSet<QString>& noted = OwnFileState<TextValidityFileState>(state).notedFailures;
+    if (noted.contains(QString::fromUtf8(failure.what())))
         return;
-    state.textValidity.notedFailures.insert(QString::fromUtf8(failure.what()));
+    noted.insert(QString::fromUtf8(failure.what()));
     NoteCheckFailure(state, failure);
 }
 
 } // namespace
+
+std::unique_ptr<RuleFileState> MakeTextValidityFileState()
+{
+    return MakeFileState<TextValidityFileState>();
+}
 
 void TEXTVALIDITY(RunState& state)
 {

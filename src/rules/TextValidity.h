@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/RuleFileState.h"
 #include "core/TableSet.h"
 #include "core/TagNameIndex.h"
 #include "engine/RegExp.h"
@@ -19,6 +20,8 @@ class xmlClass;
 class ElementIndex;
 
 // One row of the text-validity table: what a tag's content must satisfy.
+// Columns: condition | value pattern | tag | split on tags (Y) | excluded
+// elements | operator | number | severity | message.
 struct TextValidityRow {
     QString condition; // must occur in the whole file (case ignored); empty: always applies
     QString valuePattern; // picks the values out of the content (case respected)
@@ -27,7 +30,7 @@ struct TextValidityRow {
     QStringList excluded; // element names
     QString operatorText;
     std::int32_t number = 0;
-    QString severity; // "E" gives an error entry, anything else a warning
+    Severity severity = Severity::Warning;
     QString message;
     QString preparationKey; // the split flag and excluded list: rows alike share their prepared content
     RegExp conditionExpression; // the two patterns, compiled on first use
@@ -48,6 +51,10 @@ TextValidityRow ParseTextValidityRow(const QStringList& columns, const xmlClass&
 QString TextValidityOperatorProblem(const QString& operatorText);
 
 bool LoadTextValidityTable(RunState& state, TableSet& set);
+
+// The check's own file state: which conditions the file holds, which
+// failures it has told.
+std::unique_ptr<RuleFileState> MakeTextValidityFileState();
 
 // Checks the content of the current start tag's element against every row
 // of its tag; a row gives at most one finding per element.

@@ -3,7 +3,7 @@
 #include "config/TableReading.h"
 #include "core/HugePages.h"
 #include "core/RunState.h"
-#include "report/Reports.h"
+#include "engine/RuleContext.h"
 #include "rules/ElementContents.h"
 
 #include <algorithm>
@@ -15,9 +15,13 @@ namespace {
 // Longer messages do not fit the report's message column.
 constexpr qsizetype kLongestMessage = 60;
 
-} // namespace
+struct WrittenRow {
+    QString searchString;
+    QString message; // as written, prefix included
+};
 
-std::optional<UnconEntityRow> ParseUnconEntityLine(const QString& line)
+// Nothing for a heading, a blank line or a line without a blank.
+std::optional<WrittenRow> parseLine(const QString& line)
 {
     const QString trimmed = line.trimmed();
     const qsizetype blank = trimmed.indexOf(u' ');
@@ -26,8 +30,21 @@ std::optional<UnconEntityRow> ParseUnconEntityLine(const QString& line)
     QString search = trimmed.left(blank).trimmed();
     search.replace("<space>"_L1, " "_L1, Qt::CaseInsensitive);
     search.replace("<hrt>"_L1, "\r\n"_L1, Qt::CaseInsensitive);
-    return UnconEntityRow { search, trimmed.sliced(blank).trimmed() };
+    return WrittenRow { search, trimmed.sliced(blank).trimmed() };
 }
+
+UnconEntityRow typedRow(const WrittenRow& written)
+{
+    const QString prefix = written.message.left(3).toUpper();
+    std::optional<Severity> severity;
+    if (prefix == u"E /")
+        severity = Severity::Error;
+    else if (prefix == u"W /")
+        severity = Severity::Warning;
+    return { written.searchString, severity, written.message.mid(3).trimmed() };
+}
+
+} // namespace
 
 bool LoadUnconEntitiesTable(RunState& state, TableSet& set)
 {
@@ -39,7 +56,7 @@ bool LoadUnconEntitiesTable(RunState& state, TableSet& set)
     QList<QString> needles;
     for (qsizetype i = 0; i < lines.size(); ++i) {
         const QString& line = lines[i];
-        const std::optional<UnconEntityRow> row = ParseUnconEntityLine(line);
+        const std::optional<WrittenRow> row = parseLine(line);
         if (!row) {
             if (!line.trimmed().isEmpty() && !line.contains("Search string"_L1, Qt::CaseInsensitive))
                 TableReading::Lint(
@@ -55,7 +72,7 @@ bool LoadUnconEntitiesTable(RunState& state, TableSet& set)
                 "Please check "_L1 + path + "\r\nLength of Error Message should not be greater than 60."_L1,
                 kProgramTitle, MessageIcon::Critical);
         }
-        table->rows.append(*row);
+        table->rows.append(typedRow(*row));
         needles.append(row->searchString);
     }
     table->search = std::make_shared<MultiStringSearch>(needles);
@@ -213,7 +230,7 @@ struct TagRemoval {
 };
 
 // The whole text's removal, searched once for every row.
-struct EntityIndex : RuleFileCache {
+struct EntityIndex {
     const UnconEntitiesTable* table = nullptr;
     TagRemoval removal;
     std::vector<std::vector<qsizetype>> occurrences; // per row, plain starts ascending
@@ -223,28 +240,32 @@ struct EntityIndex : RuleFileCache {
     std::vector<std::size_t> rowCursors;
 };
 
-EntityIndex& entityIndexOf(RunState& state, const UnconEntitiesTable& table)
+struct EntityIndexState : RuleFileState {
+    std::unique_ptr<EntityIndex> index;
+};
+
+EntityIndex& entityIndexOf(RuleContext& rule, const UnconEntitiesTable& table)
 {
-    auto& slot = state.ruleCaches.unconvertedEntities;
-    if (!slot || static_cast<const EntityIndex&>(*slot).table != &table) {
+    std::unique_ptr<EntityIndex>& slot = rule.ownState<EntityIndexState>().index;
+    if (!slot || slot->table != &table) {
         auto index = std::make_unique<EntityIndex>();
         index->table = &table;
-        index->removal.removeTags(state.wholeText);
+        index->removal.removeTags(rule.document);
         index->occurrences = table.search->allOccurrences(index->removal.plain);
         index->removal.plain = QString(); // only the occurrences are asked for later
         index->rowCursors.assign(index->occurrences.size(), 0);
         slot = std::move(index);
     }
-    return static_cast<EntityIndex&>(*slot);
+    return *slot;
 }
 
 // The file offset of the first occurrence of every row inside the content,
 // -1 where a row does not occur.
 std::vector<qsizetype> firstHits(
-    RunState& state, const UnconEntitiesTable& table, const ContentRange& content)
+    RuleContext& rule, const UnconEntitiesTable& table, const ContentRange& content)
 {
     std::vector<qsizetype> hits(table.rows.size(), -1);
-    EntityIndex& index = entityIndexOf(state, table);
+    EntityIndex& index = entityIndexOf(rule, table);
     const TagRemoval& whole = index.removal;
     if (whole.readsAsInTheWholeText(content)) {
         const qsizetype from = whole.plainIndexAtOrAfter(content.start, index.startRun);
@@ -262,7 +283,7 @@ std::vector<qsizetype> firstHits(
         return hits;
     }
     TagRemoval own;
-    own.removeTags(QStringView(state.wholeText).sliced(content.start, content.end - content.start));
+    own.removeTags(QStringView(rule.document).sliced(content.start, content.end - content.start));
     const std::vector<qsizetype> first = table.search->firstOccurrences(own.plain);
     for (std::size_t row = 0; row < first.size(); ++row) {
         if (first[row] >= 0)
@@ -271,41 +292,41 @@ std::vector<qsizetype> firstHits(
     return hits;
 }
 
-void reportHit(RunState& state, const UnconEntityRow& row, qsizetype fileOffset)
+void reportHit(RuleContext& rule, const UnconEntityRow& row, qsizetype fileOffset)
 {
-    const QString prefix = row.message.left(3).toUpper();
-    const bool isError = prefix == u"E /";
-    if (!isError && prefix != u"W /")
+    if (!row.severity)
         return;
     const auto lineStart = std::prev(std::upper_bound(
-        state.lineStarts.begin(), state.lineStarts.end(), static_cast<std::int32_t>(fileOffset)));
-    const int lineIndex = static_cast<int>(lineStart - state.lineStarts.begin());
+        rule.lineStarts.begin(), rule.lineStarts.end(), static_cast<std::int32_t>(fileOffset)));
+    const int lineIndex = static_cast<int>(lineStart - rule.lineStarts.begin());
     const auto column = static_cast<std::int32_t>(fileOffset - *lineStart + 1);
-    const QString message = row.message.sliced(3).trimmed() + " in "_L1 + state.context.tagText;
-    const QString data = state.line(lineIndex).sliced(column - 1).toString();
-    if (isError)
-        WriteErrorEntry(state, lineIndex + 1, message, data, column);
-    else
-        WriteWarningEntry(state, lineIndex + 1, message, data, column);
+    const QString message = row.message + " in "_L1 + rule.tag.tagText;
+    const QString data = rule.line(lineIndex).sliced(column - 1).toString();
+    rule.findings.report(*row.severity, lineIndex + 1, message, data, column);
 }
 
 } // namespace
 
-void UNCONENTITIES(RunState& state)
+std::unique_ptr<RuleFileState> MakeUnconEntitiesFileState()
 {
-    const ValidationContext& context = state.context;
+    return MakeFileState<EntityIndexState>();
+}
+
+void UNCONENTITIES(RuleContext& rule)
+{
+    const ValidationContext& context = rule.tag;
     // Elements named "D" are exempt on purpose.
     if (context.tagType != TagKind::Start || context.tagName == u"D")
         return;
-    const auto* table = state.config.ActiveTableSet.loaded<UnconEntitiesTable>(SupportFile::UnConEntitiesTbl);
+    const auto* table = rule.settings.loaded<UnconEntitiesTable>(SupportFile::UnConEntitiesTbl);
     if (!table || table->rows.isEmpty())
         return;
-    const std::optional<ContentRange> content = CurrentElementContent(state, context);
+    const std::optional<ContentRange> content = CurrentElementContent(rule.document, rule.toolkit, context);
     if (!content || content->end == content->start)
         return;
-    const std::vector<qsizetype> hits = firstHits(state, *table, *content);
+    const std::vector<qsizetype> hits = firstHits(rule, *table, *content);
     for (qsizetype row = 0; row < table->rows.size(); ++row) {
         if (hits[row] >= 0)
-            reportHit(state, table->rows[row], hits[row]);
+            reportHit(rule, table->rows[row], hits[row]);
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/RuleFileState.h"
 #include "core/TableSet.h"
 #include "rules/MultiStringSearch.h"
 
@@ -9,11 +10,15 @@
 #include <optional>
 
 struct RunState;
+struct RuleContext;
 
-// One row of the unconverted-entity table: a literal string and its message.
+// One row of the unconverted-entity table; columns, split at the first
+// blank: search string, message.
 struct UnconEntityRow {
     QString searchString; // "<space>" and "<hrt>" already turned into a blank and CR LF
-    QString message; // as written, with its "E /" or "W /" prefix
+    // From the message's "E /" or "W /" prefix (any case); a row with neither reports nothing.
+    std::optional<Severity> severity;
+    QString message; // the rest of the message, trimmed
 };
 
 struct UnconEntitiesTable : SupportTable {
@@ -21,16 +26,16 @@ struct UnconEntitiesTable : SupportTable {
     std::shared_ptr<const MultiStringSearch> search; // every row's string, in row order
 };
 
-// Reads one table line into a row; nothing for a heading, a blank line or a
-// line without a blank.
-std::optional<UnconEntityRow> ParseUnconEntityLine(const QString& line);
-
 // The table has no header line and no column separator: the first blank of a
 // line ends the search string. An over-long message is shown to the operator
 // and the row is kept.
 bool LoadUnconEntitiesTable(RunState& state, TableSet& set);
 
+// The rule's own file state: the entity search over the whole text, built
+// at the file's first element.
+std::unique_ptr<RuleFileState> MakeUnconEntitiesFileState();
+
 // Strings of the table found in the plain text (tags removed) of the current
 // element, the first occurrence of each row, each reported where it stands in
 // the file.
-void UNCONENTITIES(RunState& state);
+void UNCONENTITIES(RuleContext& rule);

@@ -89,18 +89,6 @@ QString xmlClass::GetPCDATA(const QString& source_string, const QString& start_t
     return source_string.mid(contentStart, e - 1 - contentStart);
 }
 
-QString xmlClass::GetStringRange(const QString& source_string, const QString& start_string,
-    const QString& end_string, std::int32_t position) const
-{
-    const std::int32_t s = Find(source_string, start_string, position);
-    if (s == 0)
-        return {};
-    const std::int32_t e = Find(source_string, end_string, s + 1);
-    if (e == 0)
-        return {};
-    return source_string.mid(s - 1, e + end_string.size() - s);
-}
-
 QString xmlClass::GetAttributeValue(const QString& tag, const QString& attribute_name) const
 {
     if (attribute_name.isEmpty())
@@ -119,21 +107,6 @@ QString xmlClass::GetTagName(const QString& tag) const
     return TagSearch::TagNameOf(tag);
 }
 
-QString xmlClass::Get_nth_Tag(const QString& source_str, std::int32_t n, std::int32_t position) const
-{
-    if (position <= 0 || n <= 0)
-        return {};
-    qsizetype from = position - 1;
-    for (std::int32_t found = 1;; ++found) {
-        const auto candidate = TagSearch::FindCandidate(source_str, from, [](qsizetype, qsizetype) {});
-        if (!candidate)
-            return {};
-        if (found == n)
-            return source_str.mid(candidate->lt, candidate->gt - candidate->lt + 1);
-        from = candidate->gt + 1;
-    }
-}
-
 TagKind xmlClass::GetTagType(const QString& tag) const
 {
     if (tag.isEmpty() || tag.front() != u'<' || tag.back() != u'>')
@@ -145,57 +118,20 @@ TagKind xmlClass::GetTagType(const QString& tag) const
     return TagKind::Start;
 }
 
-std::int32_t xmlClass::CountStr(const QString& search_str, const QString& source_str, std::int16_t matchcase)
+StringCount xmlClass::CountStr(
+    const QString& search_str, const QString& source_str, std::int16_t matchcase) const
 {
     // An empty search text has nothing to count; callers never mean "every position".
     if (search_str.isEmpty() || (matchcase != -1 && matchcase != 0))
-        return 0;
+        return {};
     const Qt::CaseSensitivity cs = matchcase == -1 ? Qt::CaseSensitive : Qt::CaseInsensitive;
-    std::int32_t count = 0;
+    StringCount result;
     for (qsizetype at = source_str.indexOf(search_str, 0, cs); at >= 0;
          at = source_str.indexOf(search_str, at + 1, cs)) {
-        if (count++ == 0)
-            shared_.FirstMatchPosition = static_cast<std::int32_t>(at + 1);
+        if (result.count++ == 0)
+            result.firstPosition = static_cast<std::int32_t>(at + 1);
     }
-    return count;
-}
-
-QString xmlClass::GetNextLineStr(const QString& source_str, std::int32_t pos) const
-{
-    const std::int32_t c1 = Find(source_str, kLineBreak, pos);
-    if (c1 == 0)
-        return {};
-    const std::int32_t c2 = Find(source_str, kLineBreak, c1 + 1);
-    const qsizetype end = c2 == 0 ? source_str.size() : c2 - 1;
-    return source_str.mid(c1 + 1, end - (c1 + 1));
-}
-
-QString xmlClass::GetPreviousLineStr(const QString& source_str, std::int32_t pos) const
-{
-    if (pos <= 0)
-        return {};
-    const QStringView head = QStringView(source_str).first(std::min<qsizetype>(pos, source_str.size()));
-    const qsizetype c1 = head.lastIndexOf(kLineBreak);
-    if (c1 < 0)
-        return {};
-    const qsizetype c2 = head.first(c1).lastIndexOf(kLineBreak);
-    return c2 < 0 ? source_str.first(c1) : source_str.mid(c2 + 2, c1 - (c2 + 2));
-}
-
-QString xmlClass::GetFullTag(const QString& element, const QString& source_str, std::int32_t start_pos) const
-{
-    // start_pos is part of the interface but the search always starts at the beginning.
-    QString key = element;
-    key.remove(u'<');
-    key.prepend(u'<');
-    const qsizetype p = source_str.indexOf(key);
-    if (p < 0)
-        return {};
-    const qsizetype g = source_str.indexOf(u'>', p);
-    if (g < 0)
-        return {};
-    const QString candidate = source_str.mid(p, g - p + 1);
-    return candidate.indexOf(u'<', 1) >= 0 ? QString() : candidate;
+    return result;
 }
 
 QString xmlClass::RemoveTags(QString& str, bool include_PCDATA)
@@ -219,39 +155,6 @@ QString xmlClass::RetrieveTags(const QString& str, std::int32_t& tag_pos)
     }
     tag_pos = static_cast<std::int32_t>(candidate->lt + 1);
     return str.mid(candidate->lt, candidate->gt - candidate->lt + 1);
-}
-
-QString xmlClass::ReplaceCharacters(const QString& source, const QString& replaceStr, const QString& newStr,
-    const QString& delimeter, bool matchcase) const
-{
-    const QStringList pieces = delimeter.isEmpty()
-        ? QStringList { replaceStr }
-        : replaceStr.split(delimeter, Qt::KeepEmptyParts, Qt::CaseInsensitive);
-    const Qt::CaseSensitivity cs = matchcase ? Qt::CaseSensitive : Qt::CaseInsensitive;
-    QString result = source;
-    for (const QString& piece : pieces) {
-        if (!piece.isEmpty()) // an empty piece matches nothing, it must not insert newStr everywhere
-            result.replace(piece, newStr, cs);
-    }
-    if (!delimeter.isEmpty())
-        result.remove(delimeter, Qt::CaseSensitive);
-    return result;
-}
-
-std::int32_t xmlClass::GetCount(const QString& sStr, const QString& sStrCom, std::int32_t& l_col) const
-{
-    if (sStr.isEmpty())
-        return 0;
-    std::int32_t separators = 0;
-    qsizetype lastPieceStart = 0;
-    if (!sStrCom.isEmpty()) {
-        for (qsizetype at = sStr.indexOf(sStrCom); at >= 0; at = sStr.indexOf(sStrCom, lastPieceStart)) {
-            ++separators;
-            lastPieceStart = at + sStrCom.size();
-        }
-    }
-    l_col = static_cast<std::int32_t>(sStr.size() - lastPieceStart);
-    return separators;
 }
 
 void xmlClass::NoteQuotedMarkup(const QString& tag, std::int32_t position, const QString& text)

@@ -15,6 +15,14 @@
 // from the same state shares its values, so the run has one toolkit however
 // many views the rules make. It reads no files and shows nothing; reading
 // input is InputLoading's work.
+// How often a text occurs in another (overlaps counted) and the one-based
+// position of its first occurrence, 0 when there is none.
+struct StringCount {
+    std::int32_t count = 0;
+    std::int32_t firstPosition = 0;
+    bool operator==(const StringCount&) const = default;
+};
+
 class xmlClass {
 public:
     explicit xmlClass(ToolkitState& shared)
@@ -24,21 +32,12 @@ public:
 
     QString GetPCDATA(const QString& source_string, const QString& start_tag, const QString& end_tag,
         std::int32_t& position) const;
-    QString GetStringRange(const QString& source_string, const QString& start_string,
-        const QString& end_string, std::int32_t position) const;
     QString GetAttributeValue(const QString& tag, const QString& attribute_name) const;
     QString GetTagName(const QString& tag) const;
-    QString Get_nth_Tag(const QString& source_str, std::int32_t n, std::int32_t position) const;
     TagKind GetTagType(const QString& tag) const;
-    std::int32_t CountStr(const QString& search_str, const QString& source_str, std::int16_t matchcase);
-    QString GetNextLineStr(const QString& source_str, std::int32_t pos) const;
-    QString GetPreviousLineStr(const QString& source_str, std::int32_t pos) const;
-    QString GetFullTag(const QString& element, const QString& source_str, std::int32_t start_pos) const;
+    StringCount CountStr(const QString& search_str, const QString& source_str, std::int16_t matchcase) const;
     QString RemoveTags(QString& str, bool include_PCDATA);
     QString RetrieveTags(const QString& str, std::int32_t& tag_pos);
-    QString ReplaceCharacters(const QString& source, const QString& replaceStr, const QString& newStr,
-        const QString& delimeter, bool matchcase) const;
-    std::int32_t GetCount(const QString& sStr, const QString& sStrCom, std::int32_t& l_col) const;
 
 private:
     void NoteQuotedMarkup(const QString& tag, std::int32_t position, const QString& text);

@@ -151,6 +151,12 @@ TEST(CheckConfig, AnswersZeroForACleanInstallationAndTwoWithoutAConfiguration)
     EXPECT_EQ(unknownTask.exitCode, 1);
     EXPECT_TRUE(unknownTask.standardOutput.contains("no [TASK] section names the task code T9"));
 
+    // The file-name check runs only when its switch says TRUE, so its rows are then never read.
+    const QString names
+        = inst.writeTable("filenamechecktbl.tbl", "Pattern | Case | Stands for\r\nabc | C | x\r\n");
+    EXPECT_TRUE(inst.run({ "--check-config" })
+                    .standardOutput.contains(names + ": the table is never used: CHECKFILENAME is not TRUE"));
+
     inst.set("WORKPATH", QString()); // a required key missing: nothing to check against
     const auto unreadable = inst.run({ "--check-config" });
     EXPECT_EQ(unreadable.exitCode, 2);

@@ -191,8 +191,13 @@ TEST_F(ConfigurationFileTest, KeysAndValuesAreReadAsWritten)
     };
     auto set = [](const Configuration& c) -> const TableSet& { return c.DefaultTableSet; };
     auto image = [=](const Configuration& c) { return set(c).ImageExtension; };
-    auto multiHrt
-        = [=](const Configuration& c) { return set(c).CheckMultiHrt + "," + set(c).CheckMultiHrtOption; };
+    auto multiHrt = [=](const Configuration& c) {
+        const std::optional<Severity> severity = set(c).MultiHrtSeverity;
+        return QString(set(c).CheckMultiHrt == Switch::On ? "on," : "off,")
+            + (!severity                           ? ""
+                    : *severity == Severity::Error ? "E"
+                                                   : "W");
+    };
     auto count = [=](const Configuration& c) { return QString::number(set(c).MultiHrtMaxCount); };
     const QString work = dir.path() + "work";
     const EffectRow rows[] = {
@@ -218,10 +223,8 @@ TEST_F(ConfigurationFileTest, KeysAndValuesAreReadAsWritten)
             [](const Configuration& c) { return c.InputFileMask; }, "|*.xml|" },
         { "coordinates on yes", io("XYCOORDINATES", "YES"),
             [](const Configuration& c) { return QString::number(c.XYCoordinates); }, "1" },
-        { "colour by name", io("ERRORLOGCOLOR", "blue"),
-            [](const Configuration& c) { return QString::number(c.ErrorLogColor, 16); }, "ff0000" },
-        { "true multi-hrt with option", settings("CHECKMULTIHRT=yes true | 5"), multiHrt, "True,5" },
-        { "three pieces leave the option", settings("CHECKMULTIHRT=true|5|6"), multiHrt, "True," },
+        { "true multi-hrt with option", settings("CHECKMULTIHRT=yes true | e"), multiHrt, "on,E" },
+        { "three pieces leave the option", settings("CHECKMULTIHRT=true|5|6"), multiHrt, "on," },
         { "2.5 rounds to 2", settings("MULTIHRTMAXCOUNT=2.5"), count, "2" },
         { "3.5 rounds to 4", settings("MULTIHRTMAXCOUNT=+3.5"), count, "4" },
         { "range separators with spaces", settings("ATTRIBRANGESEPARATOR= - | <space>to<space> "),
@@ -307,7 +310,7 @@ const char* const kTaskSections = "[TASK]\r\n"
                                   "[SETTINGS]\r\n"
                                   "IMAGEEXTENSION=.jpg\r\n"
                                   "MULTIHRTMAXCOUNT=9\r\n"
-                                  "CHECKMULTIHRT=true|2\r\n"
+                                  "CHECKMULTIHRT=true|E\r\n"
                                   "VALIDFILENAMECHAR=x<comma>y\r\n"
                                   "ATTRIBRANGESEPARATOR=~\r\n"
                                   "[PLUG-IN]\r\n"
@@ -358,7 +361,7 @@ TEST_F(TaskSetTest, TaskSectionsFillTheirOwnSets)
     EXPECT_EQ(config.DefaultTableSet.ImageExtension, ".tif");
     EXPECT_EQ(config.InputType, "XML");
     // [DEFAULT] switches back to the default set.
-    EXPECT_EQ(config.DefaultTableSet.CheckFilename, "TRUE");
+    EXPECT_EQ(config.DefaultTableSet.CheckFilename, Switch::On);
     EXPECT_EQ(config.DefaultTableSet.ValidFilenameChars, (QStringList { "a", "b" }));
 }
 
@@ -376,8 +379,8 @@ TEST_F(TaskSetTest, SelectedTaskOverlaysTheDefaultSet)
     EXPECT_EQ(active.table(SupportFile::RoutineDeclTbl), taskTable);
     EXPECT_EQ(active.file(SupportFile::TextValidityTbl), "textvaliditytbl.tbl");
     EXPECT_EQ(active.table(SupportFile::TextValidityTbl), defaultTable);
-    EXPECT_EQ(active.CheckMultiHrtOption, "2");
-    EXPECT_EQ(active.CheckSpecialChar, "TRUE");
+    EXPECT_EQ(active.MultiHrtSeverity, Severity::Error);
+    EXPECT_EQ(active.CheckSpecialChar, Switch::On);
     EXPECT_EQ(active.InvalidFilenameChars, (QStringList { "#", "%" }));
     EXPECT_EQ(active.OutputPlugins.size(), 1);
 }

@@ -52,7 +52,7 @@ TEST(RoutineDeclTable, LoadsRowsContinuationsAndTheIndex)
         TableSet set;
         set.file(SupportFile::RoutineDeclTbl)
             = dir.write("r.tbl", "Tag | Routine | Parameter\r\n" + row.body);
-        ASSERT_TRUE(LoadRoutineDeclTable(state, set, IsRoutineName)) << row.name;
+        ASSERT_TRUE(LoadRoutineDeclTable(state, set, RoutineNamed)) << row.name;
         const auto* table = set.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
         ASSERT_NE(table, nullptr);
         EXPECT_EQ(describe(*table), row.rows) << row.name;

@@ -3,7 +3,6 @@
 #include "config/RoutineDeclTable.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
-#include "rules/RuleRegistry.h"
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"
 
@@ -41,11 +40,12 @@ struct Fixture {
     RunState state { op };
     TempDir dir;
 
-    explicit Fixture(const QByteArray& routineTable)
+    explicit Fixture(const QByteArray& routineTable, const RuleBook& rules = kRecorders)
     {
         state.config.ActiveTableSet.file(SupportFile::RoutineDeclTbl)
             = dir.write("routine.tbl", "Tag | Routine | Parameter\r\n" + routineTable);
-        EXPECT_TRUE(LoadRoutineDeclTable(state, state.config.ActiveTableSet, IsRoutineName));
+        EXPECT_TRUE(LoadRoutineDeclTable(state, state.config.ActiveTableSet,
+            [&](const QString& name) { return FindRoutine(rules, name); }));
     }
 
     QStringList validate(const QByteArray& input)
@@ -80,8 +80,7 @@ TEST(Validator, DispatchesDeclaredRowsForTheRightTags)
             { "WITHHRT <b> (b)", "NOHRT </b> (b)", "NOHRT <i/> (b)" } },
         { "comments, declarations and processing instructions are skipped", "<a> | NOHRT | x\r\n",
             "<?xml version=\"1.0\"?>\r\n<!-- c --><a>\r\n<!DOCTYPE x>", { "NOHRT <a> (a)" } },
-        { "routine names are compared upper-cased; unknown ones are skipped",
-            "<a> | withhrt | x\r\n | Convert2Tag | x\r\n | nohrt | x\r\n", "<a>",
+        { "routine names are compared upper-cased", "<a> | withhrt | x\r\n | nohrt | x\r\n", "<a>",
             { "WITHHRT <a> (a)", "NOHRT <a> (a)" } },
         { "tags are found left to right over lines", "N/A | NOHRT | x\r\n", "<a>x<b>\r\n\r\ny</b></a>\r\n",
             { "NOHRT <a> (N/A)", "NOHRT <b> (N/A)", "NOHRT </b> (N/A)", "NOHRT </a> (N/A)" } },
@@ -146,10 +145,10 @@ TEST(Validator, SplitsAtLineEndsAndCountsProgressPerLine)
 
 TEST(Validator, UnexpectedFailureIsShownAndEndsTheRun)
 {
-    Fixture fixture("<a> | NOHRT | x\r\n");
     const RuleBook failing {
-        { { QLatin1StringView("NOHRT"), [](RunState&) { throw std::runtime_error("disk gone"); } } }, {}
+        { { QLatin1StringView("NOHRT"), +[](RunState&) { throw std::runtime_error("disk gone"); } } }, {}
     };
+    Fixture fixture("<a> | NOHRT | x\r\n", failing);
     fixture.state.inputPath = fixture.dir.write("input.xml", "<a>");
     try {
         ValidateFile(fixture.state, failing);

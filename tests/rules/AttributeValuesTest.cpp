@@ -23,6 +23,8 @@ TEST(NOLEADZERO, ReportsEveryFaultyRow)
             { R"(x <page number=" 12- 05 ">)",
                 { "1:3 E " + message + R"(number=12- 05 | <page number=" 12- 05 ">)" } },
             { R"(<page number="12.05">)", {} },
+            // The last delimiter counts as much as the first.
+            { R"(<page number="3,07">)", { "1:1 E " + message + R"(number=3,07 | <page number="3,07">)" } },
             { R"(<page number="10" start="10">)",
                 { "1:1 E " + message + R"(start=10 | <page number="10" start="10">)" } },
             { R"(<page number="01" start="0">)",

@@ -9,14 +9,15 @@ TEST(SpecialCharacters, ReadsQuotedFieldsAndEscapedQuotes)
     struct Row {
         QString line;
         bool isRow;
-        QString pattern = {}, message = {}, severity = {}, caseFlag = {};
+        QString pattern = {}, message = {};
+        Severity severity = Severity::Warning;
+        bool ignoreCase = true;
     };
     const Row rows[] = {
-        { R"~("(space)(space)","Double space","WARNING","I")~", true, "(space)(space)", "Double space",
-            "WARNING", "I" },
-        { R"~("=\"\"","Empty \"value\"","ERROR","C")~", true, R"~(="")~", R"~(Empty "value")~", "ERROR",
-            "C" },
-        { R"~( "a" , "b" , "c" , "d" )~", true, "a", "b", "c", "d" },
+        { R"~("(space)(space)","Double space","WARNING","I")~", true, "(space)(space)", "Double space" },
+        { R"~("=\"\"","Empty \"value\"","error","c")~", true, R"~(="")~", R"~(Empty "value")~",
+            Severity::Error, false },
+        { R"~( "a" , "b" , "c" , "d" )~", true, "a", "b" },
         { R"("a","b","c")", false },
     };
     for (const Row& row : rows) {
@@ -27,20 +28,14 @@ TEST(SpecialCharacters, ReadsQuotedFieldsAndEscapedQuotes)
         EXPECT_EQ(parsed.pattern, row.pattern);
         EXPECT_EQ(parsed.message, row.message);
         EXPECT_EQ(parsed.severity, row.severity);
-        EXPECT_EQ(parsed.caseFlag, row.caseFlag);
+        EXPECT_EQ(parsed.ignoreCase, row.ignoreCase);
     }
     EXPECT_EQ(PrepareSpecialCharPattern("(hrt)x(space)(tab)(HRT)"), R"~((\r\n)x( )(\t)(HRT))~");
 }
 
 TEST(SpecialCharacters, ReportsEveryMatchWithItsLineAndColumn)
 {
-    struct Row {
-        const char* name;
-        QByteArray table;
-        QByteArray input;
-        QStringList expected;
-    };
-    const QList<Row> rows = {
+    const QList<TableCase> rows = {
         { "empty lines are shown with [hrt]",
             R"~("(hrt)(hrt)","Empty line","WARNING","I")~"
             "\r\n",
@@ -61,11 +56,11 @@ TEST(SpecialCharacters, ReportsEveryMatchWithItsLineAndColumn)
             "\r\n",
             "abc", { "1:1 W Found a | a" } },
     };
-    for (const Row& row : rows) {
-        RuleFixture fixture("", row.table);
+    for (const TableCase& row : rows) {
+        RuleFixture fixture("", row.rows);
         EXPECT_EQ(fixture.run(row.input), row.expected) << row.name;
         // Only the rejected pattern makes the run end with a failure, and it says which.
-        const bool rejected = row.table.contains("(?<=");
+        const bool rejected = row.rows.contains("(?<=");
         EXPECT_EQ(fixture.state.checkFailures, rejected ? 1 : 0) << row.name;
         ASSERT_EQ(fixture.op.diagnostics.size(), rejected ? 1 : 0) << row.name;
         if (rejected) {
@@ -83,6 +78,6 @@ TEST(SpecialCharacters, IsSwitchedOffByFalseInAnyCase)
     RuleFixture fixture("",
         R"~("a","Found a","W","I")~"
         "\r\n");
-    fixture.state.config.ActiveTableSet.CheckSpecialChar = "false";
+    fixture.state.config.ActiveTableSet.CheckSpecialChar = Switch::Off;
     EXPECT_TRUE(fixture.run("aaa").isEmpty());
 }

@@ -69,17 +69,17 @@ TEST(FileNameCheck, BaseNameAgainstThePatternsThroughTheDriver)
     for (const Case& c : cases) {
         RuleFixture fixture("");
         TableSet& set = fixture.state.config.ActiveTableSet;
-        set.CheckFilename = QStringLiteral("TRUE");
+        set.CheckFilename = Switch::On;
         set.ValidFilenameChars = QStringList { "a-z", "." };
         ASSERT_TRUE(fixture.loadTable(SupportFile::FilenameCheck, c.table));
         EXPECT_EQ(fixture.run("<p/>"), c.expected) << c.name;
-        set.CheckFilename = QStringLiteral("FALSE");
+        set.CheckFilename = Switch::Off;
         EXPECT_TRUE(fixture.run("<p/>").isEmpty()) << c.name;
     }
 
     // A pattern the engine rejects leaves the file not checked: the run fails.
     RuleFixture fixture("");
-    fixture.state.config.ActiveTableSet.CheckFilename = QStringLiteral("TRUE");
+    fixture.state.config.ActiveTableSet.CheckFilename = Switch::On;
     ASSERT_TRUE(fixture.loadTable(SupportFile::FilenameCheck, header + "(?<=a)b | C | x\r\n"));
     EXPECT_TRUE(fixture.run("<p/>").isEmpty());
     EXPECT_EQ(fixture.state.checkFailures, 1);

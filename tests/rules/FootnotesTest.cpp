@@ -8,22 +8,15 @@
 
 TEST(UNDELFNREF, ReportsAReferenceLeftInTheFirstTwoWords)
 {
-    struct Row {
-        QByteArray input;
-        QStringList expected;
-    };
-    const QList<Row> rows = {
-        { R"~(<p><fn fnref="12">12 Note.</fn>)~",
-            { R"~(1:4 E fnref value found in the first two words | <fn fnref="12">12 Note.</fn>)~" } },
-        { R"~(<fn fnref="1"/>1 x)~", {} },
-        { R"~(<fn>1 x</fn>)~", {} },
-        { "<fn fnref=\"7\">\r\n7 spans lines</fn>",
-            { "1:1 E fnref value found in the first two words | <fn fnref=\"7\">" } },
-    };
-    for (const Row& row : rows) {
-        RuleFixture fixture("<fn> | UNDELFNREF | e\r\n");
-        EXPECT_EQ(fixture.run(row.input), row.expected) << row.input.constData();
-    }
+    ExpectRuleCases("<fn> | UNDELFNREF | e\r\n",
+        {
+            { R"~(<p><fn fnref="12">12 Note.</fn>)~",
+                { R"~(1:4 E fnref value found in the first two words | <fn fnref="12">12 Note.</fn>)~" } },
+            { R"~(<fn fnref="1"/>1 x)~", {} },
+            { R"~(<fn>1 x</fn>)~", {} },
+            { "<fn fnref=\"7\">\r\n7 spans lines</fn>",
+                { "1:1 E fnref value found in the first two words | <fn fnref=\"7\">" } },
+        });
 }
 
 namespace {

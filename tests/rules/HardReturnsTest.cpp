@@ -24,12 +24,12 @@ const QByteArray kWithHrtTable = "Tag | Position | Severity\r\n"
                                  "<hr/> | X | E\r\n";
 
 QStringList runMultiHrt(
-    const QString& checkSwitch, const QString& option, int maxCount, const QByteArray& input)
+    Switch checkSwitch, std::optional<Severity> severity, int maxCount, const QByteArray& input)
 {
     RuleFixture fixture("");
     TableSet& set = fixture.state.config.ActiveTableSet;
     set.CheckMultiHrt = checkSwitch;
-    set.CheckMultiHrtOption = option;
+    set.MultiHrtSeverity = severity;
     set.MultiHrtMaxCount = maxCount;
     return fixture.run(input);
 }
@@ -47,16 +47,17 @@ bool literalTooManyHardReturns(QString text, int maxCount)
 
 TEST(CheckMultipleHardReturns, SwitchSeverityAndCount)
 {
-    EXPECT_EQ(runMultiHrt("FALSE", "E", 0, "a\r\n\r\n\r\nb"), QStringList());
-    EXPECT_EQ(runMultiHrt("True", "e", 1, "a\r\n\r\nb"),
+    EXPECT_EQ(runMultiHrt(Switch::Off, Severity::Error, 0, "a\r\n\r\n\r\nb"), QStringList());
+    EXPECT_EQ(runMultiHrt(Switch::On, Severity::Error, 1, "a\r\n\r\nb"),
         QStringList { "0:1 E Consecutive hard returns exceed allowable count | Max. Count: 1" });
-    EXPECT_EQ(runMultiHrt("True", "", 0, "a\r\nb"),
+    EXPECT_EQ(runMultiHrt(Switch::On, std::nullopt, 0, "a\r\nb"),
         QStringList { "0:1 W Consecutive hard returns exceed allowable count | Max. Count: 0" });
     // A negative count reads as 0: any hard return is one too many.
-    EXPECT_EQ(runMultiHrt("True", "", -1, "a<HRT/>b"),
+    EXPECT_EQ(runMultiHrt(Switch::On, std::nullopt, -1, "a<HRT/>b"),
         QStringList { "0:1 W Consecutive hard returns exceed allowable count | Max. Count: -1" });
     // A huge count builds nothing of that size.
-    EXPECT_EQ(runMultiHrt("True", "", 1000000, QByteArray("\r\n").repeated(1000)), QStringList());
+    EXPECT_EQ(
+        runMultiHrt(Switch::On, std::nullopt, 1000000, QByteArray("\r\n").repeated(1000)), QStringList());
 }
 
 TEST(CheckMultipleHardReturns, AgreesWithRewritingMarkersOnRandomTexts)
@@ -71,7 +72,7 @@ TEST(CheckMultipleHardReturns, AgreesWithRewritingMarkersOnRandomTexts)
         const int maxCount = int(rng() % 4);
         RuleFixture fixture("");
         TableSet& set = fixture.state.config.ActiveTableSet;
-        set.CheckMultiHrt = "True";
+        set.CheckMultiHrt = Switch::On;
         set.MultiHrtMaxCount = maxCount;
         const bool reported = !fixture.run(input).isEmpty();
         EXPECT_EQ(reported, literalTooManyHardReturns(fixture.state.wholeText, maxCount))

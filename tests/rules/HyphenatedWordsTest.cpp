@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <memory>
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 const QByteArray kAcceptedWords = "Accepted hyphenated words\r\nMid-Year\r\nlong-term  \r\n";
@@ -38,24 +40,20 @@ void expectFindings(const QByteArray& routineRows, const QList<RuleRow>& rows, c
 
 } // namespace
 
-TEST(SpellCheckWord, AppendsAtMostTwoNonEmptySuggestionsCutAtTheirNul)
+TEST(SpellCheckWord, AnswersAtMostTwoNonEmptySuggestionsCutAtTheirNul)
 {
     RuleFixture fixture("");
     useEngine(fixture, { "fine" },
         { { "bad", { "first", "second", "third" } }, { "odd", { "", QString("cut") + QChar(0) + "off" } } });
-    QString& suggestions = fixture.state.spelling.suggestions;
-    suggestions = "kept";
-    EXPECT_EQ(SpellCheckWord(fixture.state, "fine"), 0);
-    EXPECT_EQ(suggestions, "kept");
-    EXPECT_EQ(SpellCheckWord(fixture.state, "bad"), -1);
-    EXPECT_EQ(suggestions, "kept, first, second");
-    suggestions.clear();
-    EXPECT_EQ(SpellCheckWord(fixture.state, "odd"), -1);
-    EXPECT_EQ(suggestions, "cut");
-    suggestions.clear();
-    EXPECT_EQ(SpellCheckWord(fixture.state, "none"), -1);
-    EXPECT_EQ(suggestions, "");
-    EXPECT_EQ(SpellCheckWord(fixture.state, ""), 0); // an empty text holds no misspelt word
+    const auto said = [&](const QString& word) {
+        const SpellingVerdict verdict = SpellCheckWord(fixture.state.spelling, word);
+        return verdict.misspelt ? "misspelt: " + verdict.suggestions : QString("fine");
+    };
+    EXPECT_EQ(said("fine"), "fine");
+    EXPECT_EQ(said("bad"), "misspelt: first, second");
+    EXPECT_EQ(said("odd"), "misspelt: cut");
+    EXPECT_EQ(said("none"), "misspelt: ");
+    EXPECT_EQ(said(""), "fine"); // an empty text holds no misspelt word
 }
 
 TEST(HYPHENATEDWORDCHECK, ReportsLineEndHyphenationsByWhatTheEngineSays)
@@ -117,4 +115,34 @@ TEST(SpellingCache, TheEngineIsAskedOnceAboutEachText)
         engine.checked, (QStringList { "international", "qzxvbn", "qzx-vbn", "wel-known", "well-known" }));
     // The joined "qzxvbn" is misspelt too, but nobody reads its suggestions.
     EXPECT_EQ(engine.suggested, (QStringList { "qzx-vbn", "wel-known" }));
+}
+
+// What the word checks read of an element: accepted entries ignore case but
+// not their blanks, numbers are no words, nested elements and letters
+// outside A to Z end a word, the start tag is read too, and a word with two
+// hyphens is examined again from its second one. A compound the engine knows
+// is a warning, one it does not is reported by severity (E here).
+TEST(WordChecks, ReadTheElementTextAsExamplesShow)
+{
+    const QList<RuleRow> rows = {
+        { "<p>MID-year, long-term</p>",
+            { "1:1 E Compound Word: long-term found in <p> | <p>MID-year, long-term</p>" } },
+        { "<p>a-b-c</p>",
+            { "1:1 E Compound Word: a-b-c found in <p> | <p>a-b-c</p>",
+                "1:1 W Compound Word: b-c found in <p> | <p>a-b-c</p>" } },
+        // A number split at a line end leaves an empty word, which counts as joined.
+        { "<p>1-\r\n22 and 3-4</p>", { "1:1 E Hyphenated word:  found in <p> | <p>1-" } },
+        { "<p>x<i>c-d</i>-e</p>",
+            { "1:1 E Compound Word: -e found in <p> | <p>x<i>c-d</i>-e</p>",
+                "1:5 W Compound Word: c-d found in <i> | <i>c-d</i>-e</p>" } },
+        { "<p a=\"b-1\">t</p>", { "1:1 E Compound Word: b-1 found in <p a=\"b-1\"> | <p a=\"b-1\">t</p>" } },
+        { "<p>caf\xe9-bar</p>", { u"1:1 E Compound Word: -bar found in <p> | <p>caf\u00e9-bar</p>"_s } },
+        // The element text is kept for the other check of the same element
+        // only: later elements with the same start tag are read afresh.
+        { "<p>a qwzx-vbnm fact</p>\r\n<p>b</p>\r\n<p>c</p>",
+            { "1:1 E Compound Word: qwzx-vbnm found in <p> | <p>a qwzx-vbnm fact</p>" } },
+    };
+    expectFindings(
+        "<p> | HYPHENATEDWORDCHECK | E\r\n | COMPOUNDWORDCHECK | E\r\n<i> | COMPOUNDWORDCHECK | W\r\n", rows,
+        { "b-c", "c-d" }, {});
 }

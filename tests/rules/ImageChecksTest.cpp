@@ -22,7 +22,7 @@ struct ImageFixture {
     {
         TableSet& set = rules.state.config.ActiveTableSet;
         set.ImageExtension = QStringLiteral("eps, .tif");
-        set.CheckImageZeroBytes = QStringLiteral("TRUE");
+        set.CheckImageZeroBytes = Switch::On;
         rules.state.config.ImagePath = rules.dir.mkdir("images");
         // The input lies in the fixture's folder: its name picks the image folder.
         folder = rules.state.config.ImagePath + QDir(rules.dir.path()).dirName() + "/";
@@ -76,7 +76,7 @@ TEST(ImageValidation, LooksEveryCalloutUpInTheInputsImageFolder)
         EXPECT_EQ(fixture.rules.run(c.input), c.expected) << c.name;
 
     // Without its switch an empty image passes.
-    fixture.rules.state.config.ActiveTableSet.CheckImageZeroBytes = QStringLiteral("FALSE");
+    fixture.rules.state.config.ActiveTableSet.CheckImageZeroBytes = Switch::Off;
     EXPECT_TRUE(fixture.rules.run("<graphic href=\"empty.tif\"/>").isEmpty());
 }
 
@@ -95,7 +95,7 @@ TEST(ImageValidation, TheRunReportsWhatNoFileCalledOutOnceAfterItsLastFile)
 
     ReportImagesWithoutCallout(state); // switched off: nothing
     EXPECT_TRUE(fixture.rules.sink.findings.isEmpty());
-    state.config.ActiveTableSet.CheckExcessImgFiles = QStringLiteral("TRUE");
+    state.config.ActiveTableSet.CheckExcessImgFiles = Switch::On;
     ReportImagesWithoutCallout(state);
     ASSERT_EQ(fixture.rules.sink.findings.size(), 1);
     const Finding& excess = fixture.rules.sink.findings[0];
@@ -160,7 +160,7 @@ TEST(ImageNames, ArticleIdentifierAndLengthRoutines)
 TEST(ImageValidation, ConfigurationCheckNamesImageChecksWithoutImageTags)
 {
     TableSet set;
-    set.CheckExcessImgFiles = QStringLiteral("TRUE");
+    set.CheckExcessImgFiles = Switch::On;
     const QSet<QString> declared { "IMGNAMELENGTHEQUALITY", "TEXTVALIDITY" };
     const QStringList problems = ImageSetupProblems(set, declared);
     ASSERT_EQ(problems.size(), 2);

@@ -150,7 +150,8 @@ TEST(CurrentElementText, SameAsGetPCDATAAtTheTag)
             std::int32_t position = state.context.filePosition;
             const QString expected
                 = xml.GetPCDATA(state.wholeText, tag, "</" + state.context.tagName + ">", position);
-            ASSERT_EQ(CurrentElementText(state), expected) << state.wholeText.toStdString() << " @" << lt;
+            ASSERT_EQ(CurrentElementText(state.wholeText, state.toolkit, state.context), expected)
+                << state.wholeText.toStdString() << " @" << lt;
         }
     }
 }

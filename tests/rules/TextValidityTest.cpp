@@ -19,19 +19,9 @@ std::unique_ptr<RuleFixture> fixtureWith(const QByteArray& declarations, const Q
     return fixture;
 }
 
-struct Case {
-    const char* name;
-    QByteArray rows;
-    QByteArray input;
-    QStringList expected;
-};
-
-void expectCases(const QByteArray& declarations, const QList<Case>& cases)
+void expectCases(const QByteArray& declarations, const QList<TableCase>& cases)
 {
-    for (const Case& c : cases) {
-        const auto fixture = fixtureWith(declarations, c.rows);
-        EXPECT_EQ(fixture->run(c.input), c.expected) << c.name;
-    }
+    ExpectTableCases(declarations, SupportFile::TextValidityTbl, kHeader, cases);
 }
 
 } // namespace

@@ -9,11 +9,6 @@
 
 namespace {
 
-struct Case {
-    QByteArray input;
-    QStringList expected;
-};
-
 const QByteArray kTable = "Search string      Message\r\n"
                           "&amp;amp; E / Double-escaped ampersand\r\n"
                           "~ e / Tilde left in text\r\n"
@@ -129,14 +124,13 @@ TEST(UnconEntityTable, OverLongMessageIsShownAndKept)
 
 TEST(UNCONENTITIES, FindsStringsInThePlainTextOfTheElement)
 {
-    const QList<Case> cases = {
-        { "<p>x\r\nyy &amp;amp;</p>", { "2:4 E Double-escaped ampersand in <p> | &amp;amp;</p>" } },
-        { "<p>&lt;\r\nx</p>", { "1:4 W Escaped bracket before a line break in <p> | &lt;" } },
-        { "<p>a~b</p>", { "1:5 E Tilde left in text in <p> | ~b</p>" } }, { "<p>&nbsp;</p>", {} },
-        { "<p>teMpSEparAtor</p>", {} }, // a "~" row finds only "~"
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(runEntities("<p> | UNCONENTITIES | N/A\r\n", c.input), c.expected) << c.input.constData();
+    ExpectRuleCases("<p> | UNCONENTITIES | N/A\r\n", SupportFile::UnConEntitiesTbl, kTable,
+        {
+            { "<p>x\r\nyy &amp;amp;</p>", { "2:4 E Double-escaped ampersand in <p> | &amp;amp;</p>" } },
+            { "<p>&lt;\r\nx</p>", { "1:4 W Escaped bracket before a line break in <p> | &lt;" } },
+            { "<p>a~b</p>", { "1:5 E Tilde left in text in <p> | ~b</p>" } }, { "<p>&nbsp;</p>", {} },
+            { "<p>teMpSEparAtor</p>", {} }, // a "~" row finds only "~"
+        });
 }
 
 TEST(UNCONENTITIES, OnlyStartTagsAndNeverElementsNamedD)

@@ -16,8 +16,8 @@ RuleFixture::RuleFixture(const QByteArray& routineRows, const QByteArray& specia
         = dir.write("routine.tbl", "Tag | Routine | Parameter\r\n" + routineRows);
     set.file(SupportFile::SpecialCharTbl)
         = dir.write("special.tbl", "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n" + specialCharRows);
-    set.CheckSpecialChar = QStringLiteral("TRUE");
-    LoadRoutineDeclTable(state, set, IsRoutineName);
+    set.CheckSpecialChar = Switch::On;
+    LoadRoutineDeclTable(state, set, RoutineNamed);
     LoadSpecialCharTable(state, set);
     state.reportFolder = dir.mkdir("work");
     state.outputFolder = dir.mkdir("out");
@@ -41,6 +41,11 @@ QStringList RuleFixture::run(const QByteArray& input)
 QStringList RuleFixture::run(const QByteArray& input, const RuleBook& rules)
 {
     sink.findings.clear();
+    // The declared routines run as the table resolved them: a book of other
+    // routines needs the table resolved against it.
+    if (&rules != &Rules())
+        LoadRoutineDeclTable(state, state.config.ActiveTableSet,
+            [&](const QString& name) { return FindRoutine(rules, name); });
     state.inputPath = dir.write("input.xml", input);
     OpenReports(state);
     ValidateFile(state, rules);
@@ -67,5 +72,23 @@ void ExpectRuleCases(
         RuleFixture fixture(routine);
         ASSERT_TRUE(fixture.loadTable(file, table));
         EXPECT_EQ(fixture.run(c.input), c.expected) << c.input.constData();
+    }
+}
+
+void ExpectRuleCases(const QByteArray& routine, const QList<RuleCase>& cases)
+{
+    for (const RuleCase& c : cases) {
+        RuleFixture fixture(routine);
+        EXPECT_EQ(fixture.run(c.input), c.expected) << c.input.constData();
+    }
+}
+
+void ExpectTableCases(
+    const QByteArray& routine, SupportFile file, const QByteArray& header, const QList<TableCase>& cases)
+{
+    for (const TableCase& c : cases) {
+        RuleFixture fixture(routine);
+        ASSERT_TRUE(fixture.loadTable(file, header + c.rows)) << c.name;
+        EXPECT_EQ(fixture.run(c.input), c.expected) << c.name;
     }
 }

@@ -45,3 +45,18 @@ struct RuleCase {
 // Runs the routine on each case with its table loaded afresh.
 void ExpectRuleCases(
     const QByteArray& routine, SupportFile file, const QByteArray& table, const QList<RuleCase>& cases);
+// The same for routines without a table of their own.
+void ExpectRuleCases(const QByteArray& routine, const QList<RuleCase>& cases);
+
+// One input with the table rows it is checked against (after the table's
+// header line) and the findings the routines report for it.
+struct TableCase {
+    const char* name;
+    QByteArray rows;
+    QByteArray input;
+    QStringList expected;
+};
+
+// Runs the declared routines on each case with its own rows under the header.
+void ExpectTableCases(
+    const QByteArray& routine, SupportFile file, const QByteArray& header, const QList<TableCase>& cases);

@@ -48,20 +48,13 @@ QString TagName(const QString& tag)
     return name;
 }
 
-} // namespace
-
-std::int32_t LiteralToolkit::GetCount(const QString& text, const QString& separator, std::int32_t& lastLength)
+// How often the separator occurs, by splitting the text at it.
+std::int32_t countOf(const QString& text, const QString& separator)
 {
-    if (text.isEmpty())
-        return 0;
-    if (separator.isEmpty()) {
-        lastLength = text.size();
-        return 0;
-    }
-    const QStringList pieces = text.split(separator, Qt::KeepEmptyParts, Qt::CaseSensitive);
-    lastLength = pieces.last().size();
-    return pieces.size() - 1;
+    return std::int32_t(text.split(separator, Qt::KeepEmptyParts, Qt::CaseSensitive).size()) - 1;
 }
+
+} // namespace
 
 QString LiteralToolkit::GetPCDATA(
     const QString& source, const QString& startTag, const QString& endTag, std::int32_t& position)
@@ -75,19 +68,16 @@ QString LiteralToolkit::GetPCDATA(
         return {};
     const std::int32_t contentStart = s + startTag.size();
     QString content = Mid(source, contentStart, e - contentStart);
-    std::int32_t unused = 0;
-    auto countOpens = [&] {
-        return GetCount(content, "<" + name + ">", unused) + GetCount(content, "<" + name + " ", unused);
-    };
+    auto countOpens = [&] { return countOf(content, "<" + name + ">") + countOf(content, "<" + name + " "); };
     std::int32_t opens = countOpens();
-    std::int32_t closes = GetCount(content, endTag, unused);
+    std::int32_t closes = countOf(content, endTag);
     while (opens != closes) {
         const std::int32_t previousOpens = opens, previousCloses = closes;
         e = InStr(e + 1, source, endTag);
         if (e > 0) {
             content = Mid(source, contentStart, e - contentStart);
             opens = countOpens();
-            closes = GetCount(content, endTag, unused);
+            closes = countOf(content, endTag);
         }
         if (opens == previousOpens && closes == previousCloses)
             return {};
@@ -118,21 +108,6 @@ QString LiteralToolkit::candidateSearch(
         }
         start = (strayInside || candidate.contains("<<") || candidate.contains("< ")) ? lt + 1 : gt + 1;
     }
-}
-
-QString LiteralToolkit::Get_nth_Tag(const QString& source, std::int32_t n, std::int32_t position)
-{
-    if (position <= 0 || n <= 0)
-        return {};
-    std::int32_t at = 0;
-    QString tag;
-    for (std::int32_t i = 0; i < n; ++i) {
-        tag = candidateSearch(source, position, at, false);
-        if (at == 0)
-            return {};
-        position = at + 1;
-    }
-    return tag;
 }
 
 QString LiteralToolkit::RetrieveTags(const QString& str, std::int32_t& tagPos)

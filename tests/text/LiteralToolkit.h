@@ -18,10 +18,8 @@ public:
 
     QString GetPCDATA(
         const QString& source, const QString& startTag, const QString& endTag, std::int32_t& position);
-    QString Get_nth_Tag(const QString& source, std::int32_t n, std::int32_t position);
     QString RetrieveTags(const QString& str, std::int32_t& tagPos);
     QString RemoveTags(QString& str, bool includePcdata);
-    std::int32_t GetCount(const QString& text, const QString& separator, std::int32_t& lastLength);
 
 private:
     // Runs the candidate search from `start`; returns the accepted tag and its

@@ -46,54 +46,19 @@ TEST_F(Toolkit, GetTagTypeAndAttributeValue)
         EXPECT_EQ(xml.GetAttributeValue(img, name), value) << qPrintable(name);
 }
 
-TEST_F(Toolkit, GetStringRangeAndGetFullTag)
-{
-    EXPECT_EQ(xml.GetStringRange("ab[cd]ef]", "[", "]", 1), "[cd]");
-    EXPECT_EQ(xml.GetStringRange("ab[cd]ef[g]", "[", "]", 4), "[g]");
-    EXPECT_EQ(xml.GetStringRange("ab[cd", "[", "]", 1), "");
-    EXPECT_EQ(xml.GetStringRange("abcd]", "[", "]", 1), "");
-
-    const QString text = "x<para id=\"1\">y<p>z<q <r>";
-    EXPECT_EQ(xml.GetFullTag("p", text, 99), "<para id=\"1\">"); // start_pos is not used
-    EXPECT_EQ(xml.GetFullTag("<p>", text, 1), "<p>");
-    EXPECT_EQ(xml.GetFullTag("q", text, 1), ""); // a stray "<" before the ">"
-    EXPECT_EQ(xml.GetFullTag("s", text, 1), "");
-}
-
-TEST_F(Toolkit, CountStrCountsOverlapsAndKeepsTheFirstPosition)
+TEST_F(Toolkit, CountStrCountsOverlapsAndFindsTheFirstPosition)
 {
     const std::tuple<QString, QString, int, int, int> rows[] = {
         { "a", "Aa", 0, 2, 1 },
         { "a", "Aa", -1, 1, 2 },
-        { "a", "Aa", 1, 0, -9 },
+        { "a", "Aa", 1, 0, 0 },
         { "aa", "aaaa", -1, 3, 1 },
-        { "", "abc", -1, 0, -9 },
+        { "", "abc", -1, 0, 0 },
         { "BC", "abcbc", 0, 2, 2 },
     };
-    for (const auto& [search, source, matchcase, count, first] : rows) {
-        state.FirstMatchPosition = -9;
-        EXPECT_EQ(xml.CountStr(search, source, std::int16_t(matchcase)), count)
+    for (const auto& [search, source, matchcase, count, first] : rows)
+        EXPECT_EQ(xml.CountStr(search, source, std::int16_t(matchcase)), (StringCount { count, first }))
             << qPrintable(search + "/" + source);
-        EXPECT_EQ(state.FirstMatchPosition, first) << qPrintable(search + "/" + source);
-    }
-}
-
-TEST_F(Toolkit, NeighbourLinesAreCutAtCrLf)
-{
-    const QString text = "one\r\ntwo\r\nthree";
-    const std::tuple<std::int32_t, QString, QString> rows[] = {
-        // pos, next line, previous line
-        { 1, "two", "" },
-        { 5, "three", "one" },
-        { 11, "", "two" },
-        { 99, "", "two" },
-        { 0, "two", "" },
-    };
-    for (const auto& [pos, next, previous] : rows) {
-        EXPECT_EQ(xml.GetNextLineStr(text, pos), next) << pos;
-        EXPECT_EQ(xml.GetPreviousLineStr(text, pos), previous) << pos;
-    }
-    EXPECT_EQ(xml.GetNextLineStr("a\nb", 1), ""); // a lone LF is no line end
 }
 
 TEST_F(Toolkit, QuotedMarkupIsNotedOncePerLineAndTag)
@@ -112,13 +77,4 @@ TEST_F(Toolkit, QuotedMarkupIsNotedOncePerLineAndTag)
     pos = 1;
     xml.RetrieveTags("<c d=\"x>", pos); // no closing quote anywhere: nothing to judge
     EXPECT_EQ(state.QuotedMarkupNote, "[4<a t=\"x<y\">][4<y\">][5<a t=\"x<y\">][5<y\">]");
-}
-
-TEST_F(Toolkit, ReplaceCharacters)
-{
-    EXPECT_EQ(xml.ReplaceCharacters("a-b+c", "-,+", " ", ",", true), "a b c");
-    EXPECT_EQ(xml.ReplaceCharacters("x,y", "-,+", " ", ",", true), "xy"); // the leftover delimiter goes
-    EXPECT_EQ(xml.ReplaceCharacters("aAbB", "aXb", "-", "x", false), "----"); // split and replace ignore case
-    EXPECT_EQ(xml.ReplaceCharacters("aAbB", "a|b", "-", "|", true), "-A-B");
-    EXPECT_EQ(xml.ReplaceCharacters("a,,b", ",,", "-", ",", true), "ab"); // empty pieces replace nothing
 }

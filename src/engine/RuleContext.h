@@ -1,0 +1,66 @@
+#pragma once
+
+#include "core/RuleFileState.h"
+#include "core/SpellingEngine.h"
+#include "core/TableCodes.h"
+#include "core/TableSet.h"
+#include "core/ToolkitState.h"
+#include "core/ValidationContext.h"
+
+#include <QList>
+#include <QString>
+#include <QStringView>
+#include <cstdint>
+#include <exception>
+#include <vector>
+
+// Where a routine's findings go. The engine passes them on to the run's
+// reports and sinks; a routine never learns which.
+class RuleFindings {
+public:
+    virtual ~RuleFindings() = default;
+    // A finding at a one-based line; column is the column, or the extra value
+    // a routine passes in its place.
+    virtual void report(Severity severity, std::int64_t line, const QString& message, const QString& data,
+        std::int32_t column)
+        = 0;
+    // A check that met a failure ends for this file and keeps what it wrote;
+    // the run hears of it and cannot pass for checked.
+    virtual void checkEnded(const std::exception& failure) = 0;
+};
+
+// What a routine sees while it checks one tag, and nothing else of the run:
+// the tag and its place, the document, its own parameter and file state,
+// the active settings and tables of the installation, and where its findings
+// go.
+struct RuleContext {
+    const ValidationContext& tag;
+    const QList<ValidationContext>& openTags; // oldest first
+    const QString& document; // the whole text being validated
+    const std::vector<std::int32_t>& lineStarts; // zero-based offset of every line
+    ToolkitState& toolkit; // the tag toolkit's view of this document
+    SpellingState& spelling; // the installation's spelling engine with the run's answers
+    QStringView parameter; // the declared parameter, upper-cased
+    Severity parameterSeverity; // the same parameter read as a severity
+    const TableSet& settings; // the active table set: tables and rule settings
+    RuleFileState* fileState; // null for a routine whose entry names no state
+    RuleFindings& findings;
+
+    // The current line's text from the one-based position start to its end;
+    // start 0 means from the current tag's "<".
+    QString dataFrom(std::int32_t start) const;
+    // A finding at the current tag: its line, its data and its column.
+    void reportAtTag(Severity severity, const QString& message) const
+    {
+        findings.report(severity, tag.lineNumber, message, dataFrom(0), tag.linePosition);
+    }
+    template <typename State> State& ownState() const { return static_cast<State&>(*fileState); }
+    // The document's line of that zero-based index, without its CR LF.
+    QStringView line(int index) const
+    {
+        const qsizetype start = lineStarts[index];
+        const qsizetype end
+            = index + 1 < qsizetype(lineStarts.size()) ? lineStarts[index + 1] - 2 : document.size();
+        return QStringView(document).sliced(start, end - start);
+    }
+};
