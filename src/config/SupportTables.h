@@ -12,20 +12,7 @@ struct RunState;
 // A table whose rule reads its lines itself (the rules not written yet keep
 // their tables this way, so that a bad or unreadable file is still caught at
 // start-up).
-struct LinesTable : SupportTable {
-    QStringList lines;
-};
-
 using TableLoader = bool (*)(RunState& state, TableSet& set);
-
-template <SupportFile Which> bool LoadLinesTable(RunState& state, TableSet& set)
-{
-    auto table = std::make_shared<LinesTable>();
-    if (!TableReading::ReadLines(state, set.file(Which), table->lines))
-        return false;
-    set.table(Which) = std::move(table);
-    return true;
-}
 
 struct TableLoaderEntry {
     SupportFile file;
