@@ -299,8 +299,6 @@ TEST(SingleFileRun, ReportsImagesThatTheFileDoesNotCallOut)
 
 namespace {
 
-using ReportFormat::EntryKind;
-
 // Whether the process runs: a process that was stopped and not yet reaped
 // (a zombie) does not.
 bool processRuns(const QByteArray& pid)
@@ -328,8 +326,6 @@ TEST(SingleFileRun, ATimedOutProgramIsStoppedWithEverythingItStarted)
 }
 
 namespace {
-
-using ReportFormat::EntryKind;
 
 void writeFile(const QString& path, const QByteArray& bytes)
 {
