@@ -1,3 +1,4 @@
+#include "report/ReportFormat.h"
 #include "support/Installation.h"
 
 #include <QDir>
@@ -13,20 +14,18 @@
 
 namespace {
 
-QByteArray reportHeader(const QString& baseName, const QString& kind)
+using ReportFormat::EntryKind;
+
+// The layout itself is pinned byte for byte by the report tests; here the run
+// must write it around the entries its rules found.
+QByteArray reportHeader(const QString& baseName, EntryKind kind)
 {
-    return ("Filename: " + baseName + "\r\nLine No" + QString(6, ' ') + kind + " Message" + QString(103, ' ')
-        + "Data Content\r\n" + QString(10, '=') + QString(3, ' ') + QString(80, '=') + QString(10, ' ')
-        + QString(66, '=') + "\r\n")
-        .toUtf8();
+    return (ReportFormat::reportHeader(baseName, kind, false).join("\r\n") + "\r\n").toUtf8();
 }
 
-QByteArray entry(int line, const QString& kind, const QString& message, const QString& data)
+QByteArray entry(int line, EntryKind kind, const QString& message, const QString& data)
 {
-    const QString number = QString::number(line).rightJustified(10, '0');
-    return (
-        number + "   " + kind + " / " + message + QString(103 - (message.size() + 17), ' ') + data + "\r\n")
-        .toUtf8();
+    return (ReportFormat::formatEntry(kind, line, message, data, 0, false).reportLine + "\r\n").toUtf8();
 }
 
 } // namespace
@@ -104,11 +103,11 @@ TEST(SingleFileRun, WritesWholeReportsForFindingsOfBothRules)
     EXPECT_EQ(result.exitCode, 1) << result.standardError.toStdString();
     EXPECT_EQ(result.standardError, "");
 
-    const QByteArray expectedErrors = reportHeader("a", "Error")
-        + entry(3, "E", "fnref value found in the first two words", "<fn fnref=\"1\">1 x</fn>")
+    const QByteArray expectedErrors = reportHeader("a", EntryKind::Error)
+        + entry(3, EntryKind::Error, "fnref value found in the first two words", "<fn fnref=\"1\">1 x</fn>")
         + "\r\nTotal No. of Errors: 1\r\n";
-    const QByteArray expectedWarnings = reportHeader("a", "Warning")
-        + entry(2, "W", "Double space found", "  ") + "\r\nTotal No. of Warnings: 1\r\n";
+    const QByteArray expectedWarnings = reportHeader("a", EntryKind::Warning)
+        + entry(2, EntryKind::Warning, "Double space found", "  ") + "\r\nTotal No. of Warnings: 1\r\n";
     EXPECT_EQ(Installation::read(inst.workPath() + "a.ERR"), expectedErrors);
     EXPECT_EQ(Installation::read(inst.workPath() + "a.WRN"), expectedWarnings);
     // The output folder and the base name are joined without a separator.
@@ -224,7 +223,7 @@ TEST(SingleFileRun, OutsideProgramsThatFailFailTheRun)
         EXPECT_EQ(result.exitCode, 2) << row.name;
         EXPECT_TRUE(result.standardError.contains(failure)) << result.standardError.toStdString();
         EXPECT_EQ(Installation::read(inst.workPath() + "a.ERR"),
-            reportHeader("a", "Error")
+            reportHeader("a", EntryKind::Error)
                 + (failure + "; the file was not validated").toUtf8().prepend("The check did not finish: ")
                 + "\r\n\r\nTotal No. of Errors: 0\r\n");
         EXPECT_FALSE(QFile::exists(inst.outputPath() + "/inputa.xml")) << row.name;

@@ -58,6 +58,16 @@ TEST(Startup, RefusesWithItsMessageAndStatusTwo)
             { "x.xml" },
             "[critical] Quorvane: Error while reading %ROOT%lex/main.dic!  -- Error: the dictionary does not "
             "start with its word count\n" },
+        { "a file where the input's output folder belongs",
+            [](Installation& inst) {
+                inst.writeInput("Batch7/a.xml", "<a/>\r\n");
+                inst.writeInput("../output/Batch7", "");
+            },
+            { "%ROOT%input/Batch7/a.xml" },
+            "quorvane: cannot create folder %ROOT%output//Batch7: File exists\n" },
+        { "no input at all", [](Installation&) {}, {},
+            "quorvane: no input file given, and the batch window needs a display.\nGive \"INPUT|TASK\" to "
+            "validate one file, or --batch FOLDER; see quorvane --help.\n" },
         { "missing batch folder", [](Installation&) {}, { "--batch", "%ROOT%none" },
             "[critical] Quorvane: %ROOT%none not found!\n" },
         { "missing batch entry", [](Installation&) {}, { "--batch", "%ROOT%input", "j9" },
@@ -88,14 +98,6 @@ TEST(Startup, RefusesWithItsMessageAndStatusTwo)
         for (const QString& output : earlierOutputs)
             EXPECT_FALSE(QFile::exists(output)) << row.name << " " << output.toStdString();
     }
-}
-
-TEST(Startup, WithoutArgumentHeadlessSaysWhyAndRefuses)
-{
-    Installation inst;
-    const auto result = inst.run({});
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_TRUE(result.standardError.contains("no input file given")) << result.standardError.toStdString();
 }
 
 TEST(Startup, HelpAndVersionNeedNoInstallation)
