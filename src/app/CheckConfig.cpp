@@ -261,19 +261,27 @@ qsizetype rowLine(RunState& state, const QString& path, const QString& upperTag)
     return 0;
 }
 
-// An empty tag of a declared element pops the enclosing element's row and
-// pushes none: the element's own routines never run for it.
-void checkEmptyOnlyElements(
-    RunState& state, const QList<RunSetup>& setups, const TagUse& use, const QString& inputs, TableLint& lint)
+// Calls `check` with the table set and routine declaration table of every
+// task the check was asked about that has one.
+template <class Check>
+void forEachDeclarationTable(RunState& state, const QList<RunSetup>& setups, Check&& check)
 {
     for (const RunSetup& setup : setups) {
         if (!setup.asked)
             continue;
         SelectTaskTableSet(state, setup.taskCode);
         const TableSet& active = state.config.ActiveTableSet;
-        const auto* table = active.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
-        if (!table)
-            continue;
+        if (const auto* table = active.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl))
+            check(active, table);
+    }
+}
+
+// An empty tag of a declared element pops the enclosing element's row and
+// pushes none: the element's own routines never run for it.
+void checkEmptyOnlyElements(
+    RunState& state, const QList<RunSetup>& setups, const TagUse& use, const QString& inputs, TableLint& lint)
+{
+    forEachDeclarationTable(state, setups, [&](const TableSet& active, const RoutineDeclTable* table) {
         QSet<QString> told;
         for (const RoutineDeclRow& row : table->rows) {
             const QString upper = row.tag.toUpper();
@@ -288,7 +296,7 @@ void checkEmptyOnlyElements(
                                "own; declare them on the enclosing element")
                     .arg(row.tag, inputs));
         }
-    }
+    });
 }
 
 // The elements whose start tags the rows of a routine's table act on.
@@ -343,14 +351,7 @@ bool lists(const RoutineDeclRow& row, const QString& routine)
 // an enclosing element's row, which only an input can tell.
 void checkRoutineReach(RunState& state, const QList<RunSetup>& setups, TableLint& lint)
 {
-    for (const RunSetup& setup : setups) {
-        if (!setup.asked)
-            continue;
-        SelectTaskTableSet(state, setup.taskCode);
-        const TableSet& active = state.config.ActiveTableSet;
-        const auto* table = active.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
-        if (!table)
-            continue;
+    forEachDeclarationTable(state, setups, [&](const TableSet& active, const RoutineDeclTable* table) {
         const QString& path = active.file(SupportFile::RoutineDeclTbl);
         for (const RoutineReach& reach : reachOf(active)) {
             const bool everywhere = table->firstNotApplicableRow >= 0
@@ -371,7 +372,7 @@ void checkRoutineReach(RunState& state, const QList<RunSetup>& setups, TableLint
                         .arg(reach.routine, element));
             }
         }
-    }
+    });
 }
 
 } // namespace

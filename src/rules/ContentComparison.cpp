@@ -196,20 +196,18 @@ void ReportCompContAtFileEnd(RuleContext& rule)
     for (qsizetype i = 0; i < file.rows.size() && i < table->rows.size(); ++i) {
         const CompContRow& row = table->rows[i];
         const Waiting& waiting = file.rows[i];
-        for (qsizetype k = waiting.firstTaken; k < waiting.first.size(); ++k)
-            ReportPlaced(rule,
-                { waiting.first[k].offset, row.error,
-                    QStringLiteral("%1: %2 %3 has no %4 to compare with")
-                        .arg(row.message, row.first.name)
-                        .arg(waiting.first[k].number)
-                        .arg(row.second.name) });
-        for (qsizetype k = waiting.secondTaken; k < waiting.second.size(); ++k)
-            ReportPlaced(rule,
-                { waiting.second[k].offset, row.error,
-                    QStringLiteral("%1: %2 %3 has no %4 to compare with")
-                        .arg(row.message, row.second.name)
-                        .arg(waiting.second[k].number)
-                        .arg(row.first.name) });
+        auto reportUnpaired
+            = [&](const auto& occurrences, qsizetype taken, const QString& own, const QString& other) {
+                  for (qsizetype k = taken; k < occurrences.size(); ++k)
+                      ReportPlaced(rule,
+                          { occurrences[k].offset, row.error,
+                              QStringLiteral("%1: %2 %3 has no %4 to compare with")
+                                  .arg(row.message, own)
+                                  .arg(occurrences[k].number)
+                                  .arg(other) });
+              };
+        reportUnpaired(waiting.first, waiting.firstTaken, row.first.name, row.second.name);
+        reportUnpaired(waiting.second, waiting.secondTaken, row.second.name, row.first.name);
     }
 }
 
