@@ -2,7 +2,7 @@
 // picking a folder, to a PNG. Run on the offscreen platform, it needs no
 // display: scripts/screenshot makes docs/batch-window.png with it.
 #include "app/HeadlessOperator.h"
-#include "app/gui/FrmMultiple.h"
+#include "app/gui/BatchWindow.h"
 #include "app/modGlobal.h"
 #include "core/MoveFiles.h"
 #include "core/RunAborted.h"
@@ -32,16 +32,16 @@ int main(int argc, char** argv)
         return aborted.exitStatus();
     }
 
-    FrmMultiple window(state);
+    BatchWindow window(state);
     window.show();
     QApplication::processEvents();
     if (arguments.size() > 3) {
         for (QListWidgetItem* item :
-            window.findChild<QListWidget*>("lstFiles")->findItems(arguments[3], Qt::MatchExactly))
+            window.findChild<QListWidget*>("entryList")->findItems(arguments[3], Qt::MatchExactly))
             item->setSelected(true);
     }
     if (arguments.size() > 4)
-        window.findChild<QLineEdit*>("TxtTaskCode")->setText(arguments[4]);
+        window.findChild<QLineEdit*>("taskCodeBox")->setText(arguments[4]);
     QApplication::processEvents();
     const bool saved = window.grab().save(arguments[2], "PNG");
     // The window's own way out would remove the temporary folder of a real session.

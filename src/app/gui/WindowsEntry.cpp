@@ -1,9 +1,9 @@
 #include "app/CommandLine.h"
 #include "app/ProgramRun.h"
 #include "app/WindowsModule.h"
+#include "app/gui/BatchWindow.h"
 #include "app/gui/FindingsViewer.h"
-#include "app/gui/FrmMain.h"
-#include "app/gui/FrmMultiple.h"
+#include "app/gui/ProgressWindow.h"
 #include "app/gui/WindowOperator.h"
 #include "config/ConfigurationFile.h"
 #include "core/RunAborted.h"
@@ -48,13 +48,13 @@ int runViewer(const CommandLineOptions& options, WindowOperator& windowOperator)
 int runWindowed(RunState& state, RunMode mode, WindowOperator& windowOperator)
 {
     if (mode == RunMode::Batch) {
-        FrmMultiple window(state, &windowOperator);
+        BatchWindow window(state, &windowOperator);
         window.show();
         return QApplication::exec();
     }
     // Nobody sees an offscreen window, so there is nobody to offer the findings to.
     const int offerSeconds = QGuiApplication::platformName() == u"offscreen" ? 0 : kFindingsOfferSeconds;
-    FrmMain window(state, windowOperator, offerSeconds);
+    ProgressWindow window(state, windowOperator, offerSeconds);
     window.show();
     const int status = QApplication::exec();
     // Started from a terminal, the window run answers the shell too.

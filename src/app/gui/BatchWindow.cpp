@@ -1,4 +1,4 @@
-#include "app/gui/FrmMultiple.h"
+#include "app/gui/BatchWindow.h"
 
 #include "app/gui/FindingsViewer.h"
 #include "app/gui/FolderChooser.h"
@@ -42,7 +42,7 @@ template <typename Widget> Widget* named(Widget* widget, const char* name)
 
 } // namespace
 
-FrmMultiple::FrmMultiple(RunState& state, WindowOperator* windowOperator)
+BatchWindow::BatchWindow(RunState& state, WindowOperator* windowOperator)
     : state_(state)
 {
     setWindowTitle(kProgramTitle);
@@ -60,27 +60,27 @@ FrmMultiple::FrmMultiple(RunState& state, WindowOperator* windowOperator)
     setFolderPath(!configured.isEmpty() && QFileInfo(configured).isDir() ? configured : QDir::homePath());
 }
 
-void FrmMultiple::buildControls()
+void BatchWindow::buildControls()
 {
     drvInput_ = named(new QComboBox(this), "drvInput");
-    folderLabel_ = named(new QLabel(this), "lblFolder");
+    folderLabel_ = named(new QLabel(this), "folderLabel");
     folderLabel_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     folderLabel_->setWordWrap(true);
     dirInput_ = named(new QListWidget(this), "dirInput");
-    cmdAllocate_ = named(new QPushButton(QStringLiteral("Get &next allocated"), this), "cmdAllocate");
-    txtSearch_ = named(new QLineEdit(this), "txtSearch");
-    txtSearch_->setPlaceholderText(QStringLiteral("part of a name, then Enter"));
-    txtSearch_->setClearButtonEnabled(true);
-    chkAll_ = named(new QCheckBox(QStringLiteral("Select &All"), this), "chkAll");
-    lstFiles_ = named(new QListWidget(this), "lstFiles");
-    lstFiles_->setSelectionMode(QAbstractItemView::ExtendedSelection);
-    TxtTaskCode_ = named(new QLineEdit(this), "TxtTaskCode");
-    TxtTempPath_ = named(new QLineEdit(this), "TxtTempPath");
-    TxtOutputPath_ = named(new QLineEdit(this), "TxtOutputPath");
-    cmdProcess_ = named(new QPushButton(QStringLiteral("&PROCESS"), this), "cmdProcess");
-    cmdExit_ = named(new QPushButton(QStringLiteral("E&XIT"), this), "cmdExit");
+    allocateButton_ = named(new QPushButton(QStringLiteral("Get &next allocated"), this), "allocateButton");
+    searchBox_ = named(new QLineEdit(this), "searchBox");
+    searchBox_->setPlaceholderText(QStringLiteral("part of a name, then Enter"));
+    searchBox_->setClearButtonEnabled(true);
+    selectAll_ = named(new QCheckBox(QStringLiteral("Select &All"), this), "selectAll");
+    entryList_ = named(new QListWidget(this), "entryList");
+    entryList_->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    TxtTaskCode_ = named(new QLineEdit(this), "taskCodeBox");
+    TxtTempPath_ = named(new QLineEdit(this), "tempPathBox");
+    TxtOutputPath_ = named(new QLineEdit(this), "outputPathBox");
+    processButton_ = named(new QPushButton(QStringLiteral("&PROCESS"), this), "processButton");
+    exitButton_ = named(new QPushButton(QStringLiteral("E&XIT"), this), "exitButton");
     pbar_ = named(new QProgressBar(this), "pbar");
-    progressLabel_ = named(new QLabel(this), "lblProgress");
+    progressLabel_ = named(new QLabel(this), "progressLabel");
     pbar_->setVisible(false);
     progressLabel_->setVisible(false);
     const auto chooseButton = [this](const char* name, const QString& what) {
@@ -98,7 +98,7 @@ void FrmMultiple::buildControls()
     viewFindings_->setToolTip(QStringLiteral("The findings of the latest PROCESS, beside their inputs"));
 }
 
-void FrmMultiple::buildLayout()
+void BatchWindow::buildLayout()
 {
     auto* folderBox = new QGroupBox(QStringLiteral("Input folder"), this);
     auto* folderLayout = new QVBoxLayout(folderBox);
@@ -116,21 +116,21 @@ void FrmMultiple::buildLayout()
     folderRow->addWidget(chooseInput_);
     folderLayout->addLayout(folderRow);
     folderLayout->addWidget(dirInput_, 1);
-    folderLayout->addWidget(cmdAllocate_);
+    folderLayout->addWidget(allocateButton_);
 
     auto* listBox = new QGroupBox(this);
     auto* listLayout = new QVBoxLayout(listBox);
     auto* searchRow = new QHBoxLayout;
     auto* searchLabel = new QLabel(QStringLiteral("&Search:"), listBox);
-    searchLabel->setBuddy(txtSearch_);
+    searchLabel->setBuddy(searchBox_);
     searchRow->addWidget(searchLabel);
-    searchRow->addWidget(txtSearch_, 1);
-    searchRow->addWidget(chkAll_);
+    searchRow->addWidget(searchBox_, 1);
+    searchRow->addWidget(selectAll_);
     listLayout->addLayout(searchRow);
     listLabel_ = new QLabel(listBox);
-    listLabel_->setBuddy(lstFiles_);
+    listLabel_->setBuddy(entryList_);
     listLayout->addWidget(listLabel_);
-    listLayout->addWidget(lstFiles_, 1);
+    listLayout->addWidget(entryList_, 1);
     listBox->setTitle(ListsFiles(state_.config) ? QStringLiteral("Files") : QStringLiteral("Folders"));
     listLabel_->setText(ListsFiles(state_.config)
             ? QStringLiteral("F&iles to validate:")
@@ -155,10 +155,10 @@ void FrmMultiple::buildLayout()
     progress->addWidget(pbar_);
     bottom->addLayout(progress, 1);
     bottom->addWidget(viewFindings_);
-    bottom->addWidget(cmdProcess_);
-    bottom->addWidget(cmdExit_);
-    cmdProcess_->setMinimumWidth(110);
-    cmdExit_->setMinimumWidth(90);
+    bottom->addWidget(processButton_);
+    bottom->addWidget(exitButton_);
+    processButton_->setMinimumWidth(110);
+    exitButton_->setMinimumWidth(90);
 
     auto* columns = new QHBoxLayout;
     columns->addWidget(folderBox, 1);
@@ -170,27 +170,27 @@ void FrmMultiple::buildLayout()
     resize(780, 540);
 
     // In the order the operator fills the window in.
-    QWidget* order[] = { drvInput_, chooseInput_, dirInput_, cmdAllocate_, txtSearch_, chkAll_, lstFiles_,
-        TxtTaskCode_, TxtTempPath_, chooseWork_, TxtOutputPath_, chooseOutput_, viewFindings_, cmdProcess_,
-        cmdExit_ };
+    QWidget* order[] = { drvInput_, chooseInput_, dirInput_, allocateButton_, searchBox_, selectAll_,
+        entryList_, TxtTaskCode_, TxtTempPath_, chooseWork_, TxtOutputPath_, chooseOutput_, viewFindings_,
+        processButton_, exitButton_ };
     for (std::size_t i = 1; i < std::size(order); ++i)
         setTabOrder(order[i - 1], order[i]);
 }
 
-void FrmMultiple::connectControls()
+void BatchWindow::connectControls()
 {
     connect(drvInput_, &QComboBox::activated, this, [this](int index) { driveChosen(index); });
     // Enter and a double click both activate the highlighted folder.
     connect(
         dirInput_, &QListWidget::itemActivated, this, [this](QListWidgetItem* item) { openFolder(item); });
     // clicked, not toggled: setting the box from the list must not select anything.
-    connect(chkAll_, &QCheckBox::clicked, this, [this](bool checked) { selectAll(checked); });
-    connect(lstFiles_, &QListWidget::itemSelectionChanged, this, [this] { refreshSelectionState(); });
-    connect(txtSearch_, &QLineEdit::textEdited, this, [this] { search(); });
-    connect(txtSearch_, &QLineEdit::returnPressed, this, [this] { search(); });
-    connect(cmdAllocate_, &QPushButton::clicked, this, [this] { allocate(); });
-    connect(cmdProcess_, &QPushButton::clicked, this, [this] { process(); });
-    connect(cmdExit_, &QPushButton::clicked, this, [this] { close(); });
+    connect(selectAll_, &QCheckBox::clicked, this, [this](bool checked) { selectAll(checked); });
+    connect(entryList_, &QListWidget::itemSelectionChanged, this, [this] { refreshSelectionState(); });
+    connect(searchBox_, &QLineEdit::textEdited, this, [this] { search(); });
+    connect(searchBox_, &QLineEdit::returnPressed, this, [this] { search(); });
+    connect(allocateButton_, &QPushButton::clicked, this, [this] { allocate(); });
+    connect(processButton_, &QPushButton::clicked, this, [this] { process(); });
+    connect(exitButton_, &QPushButton::clicked, this, [this] { close(); });
     connect(chooseInput_, &QPushButton::clicked, this, [this] { chooseInputFolder(); });
     connect(chooseWork_, &QPushButton::clicked, this,
         [this] { chooseFolder(TxtTempPath_, QStringLiteral("Working folder: where the reports go")); });
@@ -199,13 +199,13 @@ void FrmMultiple::connectControls()
     connect(viewFindings_, &QPushButton::clicked, this, [this] { showFindings(); });
 }
 
-void FrmMultiple::fillDriveList()
+void BatchWindow::fillDriveList()
 {
     drvInput_->clear();
     drvInput_->addItems(MountPoints());
 }
 
-void FrmMultiple::setFolderPath(const QString& folder)
+void BatchWindow::setFolderPath(const QString& folder)
 {
     folderPath_ = absoluteFolder(folder);
     // The drive is the mounted file system that holds the folder: the longest root it starts with.
@@ -221,7 +221,7 @@ void FrmMultiple::setFolderPath(const QString& folder)
     fillFileList();
 }
 
-void FrmMultiple::fillFolderList()
+void BatchWindow::fillFolderList()
 {
     dirInput_->clear();
     if (folderPath_ != u"/")
@@ -231,14 +231,14 @@ void FrmMultiple::fillFolderList()
         dirInput_->setCurrentRow(0);
 }
 
-void FrmMultiple::fillFileList()
+void BatchWindow::fillFileList()
 {
-    lstFiles_->clear();
-    lstFiles_->addItems(BatchListEntries(state_.config, folderPath_));
+    entryList_->clear();
+    entryList_->addItems(BatchListEntries(state_.config, folderPath_));
     refreshSelectionState();
 }
 
-void FrmMultiple::openFolder(QListWidgetItem* item)
+void BatchWindow::openFolder(QListWidgetItem* item)
 {
     if (!item)
         return;
@@ -246,37 +246,37 @@ void FrmMultiple::openFolder(QListWidgetItem* item)
     setFolderPath(name == kParentEntry ? QDir::cleanPath(folderPath_ + kParentEntry) : folderPath_ + name);
 }
 
-void FrmMultiple::driveChosen(int index)
+void BatchWindow::driveChosen(int index)
 {
     if (index >= 0)
         setFolderPath(drvInput_->itemText(index));
 }
 
-void FrmMultiple::selectAll(bool checked)
+void BatchWindow::selectAll(bool checked)
 {
     if (checked)
-        lstFiles_->selectAll();
+        entryList_->selectAll();
     else
-        lstFiles_->clearSelection();
+        entryList_->clearSelection();
 }
 
-void FrmMultiple::refreshSelectionState()
+void BatchWindow::refreshSelectionState()
 {
-    const int count = lstFiles_->count();
+    const int count = entryList_->count();
     // An empty list has nothing selected, so the box stays clear.
-    chkAll_->setChecked(count > 0 && lstFiles_->selectedItems().size() == count);
+    selectAll_->setChecked(count > 0 && entryList_->selectedItems().size() == count);
 }
 
-void FrmMultiple::search()
+void BatchWindow::search()
 {
-    const QString text = txtSearch_->text();
+    const QString text = searchBox_->text();
     // Clearing the box leaves the selection as it is, rather than selecting everything.
     if (text.isEmpty())
         return;
-    lstFiles_->clearSelection();
+    entryList_->clearSelection();
     QListWidgetItem* first = nullptr;
-    for (int i = 0; i < lstFiles_->count(); ++i) {
-        QListWidgetItem* item = lstFiles_->item(i);
+    for (int i = 0; i < entryList_->count(); ++i) {
+        QListWidgetItem* item = entryList_->item(i);
         if (!item->text().contains(text, Qt::CaseInsensitive))
             continue;
         item->setSelected(true);
@@ -284,12 +284,12 @@ void FrmMultiple::search()
             first = item;
     }
     if (first) {
-        lstFiles_->setCurrentItem(first, QItemSelectionModel::NoUpdate);
-        lstFiles_->scrollToItem(first);
+        entryList_->setCurrentItem(first, QItemSelectionModel::NoUpdate);
+        entryList_->scrollToItem(first);
     }
 }
 
-void FrmMultiple::allocate()
+void BatchWindow::allocate()
 {
     const AllocatedFolder next = NextAllocatedFolder(state_.config, folderPath_);
     if (next.folder.isEmpty()) {
@@ -299,13 +299,13 @@ void FrmMultiple::allocate()
     setFolderPath(next.folder);
 }
 
-void FrmMultiple::process()
+void BatchWindow::process()
 {
     BatchRequest request;
     request.inputFolder = folderPath_;
-    for (int i = 0; i < lstFiles_->count(); ++i) {
-        if (lstFiles_->item(i)->isSelected())
-            request.selected.append(lstFiles_->item(i)->text());
+    for (int i = 0; i < entryList_->count(); ++i) {
+        if (entryList_->item(i)->isSelected())
+            request.selected.append(entryList_->item(i)->text());
     }
     request.taskCode = TxtTaskCode_->text();
     request.workPath = TxtTempPath_->text();
@@ -335,7 +335,7 @@ void FrmMultiple::process()
     }
 }
 
-void FrmMultiple::showFindings()
+void BatchWindow::showFindings()
 {
     // One viewer, of the latest batch.
     if (viewer_)
@@ -347,12 +347,12 @@ void FrmMultiple::showFindings()
     viewer_->activateWindow();
 }
 
-FindingsViewer* FrmMultiple::findingsViewer() const
+FindingsViewer* BatchWindow::findingsViewer() const
 {
     return viewer_;
 }
 
-void FrmMultiple::chooseInputFolder()
+void BatchWindow::chooseInputFolder()
 {
     FolderChooser chooser(QStringLiteral("Input folder"), folderPath_, FolderChooser::Use::Read, this);
     if (chooser.exec() == QDialog::Accepted)
@@ -360,25 +360,25 @@ void FrmMultiple::chooseInputFolder()
 }
 
 // The box gets the folder and the run takes it from the box, as when typed.
-void FrmMultiple::chooseFolder(QLineEdit* field, const QString& title)
+void BatchWindow::chooseFolder(QLineEdit* field, const QString& title)
 {
     FolderChooser chooser(title, field->text(), FolderChooser::Use::Write, this);
     if (chooser.exec() == QDialog::Accepted)
         field->setText(chooser.folder());
 }
 
-void FrmMultiple::setInputsEnabled(bool enabled)
+void BatchWindow::setInputsEnabled(bool enabled)
 {
     // Search and "Get next allocated" would change the list and the folder
     // that the running batch came from, so they wait too.
-    for (QWidget* control : std::initializer_list<QWidget*> { drvInput_, dirInput_, lstFiles_, chkAll_,
-             TxtTaskCode_, TxtTempPath_, TxtOutputPath_, cmdProcess_, cmdExit_, txtSearch_, cmdAllocate_,
-             chooseInput_, chooseWork_, chooseOutput_ })
+    for (QWidget* control : std::initializer_list<QWidget*> { drvInput_, dirInput_, entryList_, selectAll_,
+             TxtTaskCode_, TxtTempPath_, TxtOutputPath_, processButton_, exitButton_, searchBox_,
+             allocateButton_, chooseInput_, chooseWork_, chooseOutput_ })
         control->setEnabled(enabled);
     viewFindings_->setEnabled(enabled && hasRun_);
 }
 
-void FrmMultiple::batchStarted()
+void BatchWindow::batchStarted()
 {
     running_ = true;
     setInputsEnabled(false);
@@ -387,13 +387,13 @@ void FrmMultiple::batchStarted()
     progressLabel_->setVisible(true);
 }
 
-void FrmMultiple::fileStarted(int number, int total, const QString& inputPath)
+void BatchWindow::fileStarted(int number, int total, const QString& inputPath)
 {
     progressLabel_->setText(QStringLiteral("File %1 of %2: %3").arg(number).arg(total).arg(inputPath));
     state_.ui.processEvents();
 }
 
-void FrmMultiple::batchFinished()
+void BatchWindow::batchFinished()
 {
     pbar_->setVisible(false);
     progressLabel_->setVisible(false);
@@ -403,7 +403,7 @@ void FrmMultiple::batchFinished()
     refreshSelectionState();
 }
 
-void FrmMultiple::closeEvent(QCloseEvent* event)
+void BatchWindow::closeEvent(QCloseEvent* event)
 {
     // Closing mid-batch would leave half-written reports behind.
     if (running_) {

@@ -1,4 +1,4 @@
-#include "app/gui/FrmMain.h"
+#include "app/gui/ProgressWindow.h"
 
 #include "app/gui/FindingsModel.h"
 #include "app/gui/FindingsViewer.h"
@@ -11,7 +11,7 @@
 #include <QPushButton>
 #include <QtTest>
 
-class FrmMainTest : public QObject {
+class ProgressWindowTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -40,7 +40,7 @@ private Q_SLOTS:
             RunState state(windowOperator);
             state.config.ApplicationPath = inst.appFolder() + "/";
             QCOMPARE(Main(state, input), RunMode::SingleFile);
-            FrmMain window(state, windowOperator, row.offerSeconds);
+            ProgressWindow window(state, windowOperator, row.offerSeconds);
             window.show();
             QTRY_VERIFY2(QFile::exists(inst.workPath() + "a.ERR"), row.name);
             auto* view = window.findChild<QPushButton*>("viewFindings");
@@ -57,5 +57,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(FrmMainTest)
-#include "FrmMainTest.moc"
+QTEST_MAIN(ProgressWindowTest)
+#include "ProgressWindowTest.moc"

@@ -22,11 +22,11 @@ struct RunState;
 // validate, a task code and the report and output folders, and presses
 // PROCESS. The window only collects these and shows progress; the batch
 // itself is RunBatch's.
-class FrmMultiple : public QWidget, private BatchObserver {
+class BatchWindow : public QWidget, private BatchObserver {
 public:
     // With a window operator the message boxes and the per-file progress use
     // this window; tests leave it out and watch the run state's operator.
-    explicit FrmMultiple(RunState& state, WindowOperator* windowOperator = nullptr);
+    explicit BatchWindow(RunState& state, WindowOperator* windowOperator = nullptr);
 
     // The folder list's path, with a trailing "/".
     QString folderPath() const { return folderPath_; }
@@ -73,15 +73,15 @@ private:
     QLabel* folderLabel_;
     QListWidget* dirInput_;
     QLabel* listLabel_;
-    QListWidget* lstFiles_;
-    QCheckBox* chkAll_;
-    QLineEdit* txtSearch_;
+    QListWidget* entryList_;
+    QCheckBox* selectAll_;
+    QLineEdit* searchBox_;
     QLineEdit* TxtTaskCode_;
-    QPushButton* cmdAllocate_;
+    QPushButton* allocateButton_;
     QLineEdit* TxtTempPath_;
     QLineEdit* TxtOutputPath_;
-    QPushButton* cmdProcess_;
-    QPushButton* cmdExit_;
+    QPushButton* processButton_;
+    QPushButton* exitButton_;
     QProgressBar* pbar_;
     QLabel* progressLabel_;
     QPushButton* chooseInput_;

@@ -1,4 +1,4 @@
-#include "app/gui/FrmMultiple.h"
+#include "app/gui/BatchWindow.h"
 
 #include "app/gui/FindingsModel.h"
 #include "app/gui/FindingsViewer.h"
@@ -52,7 +52,7 @@ struct Session {
         state.config.ApplicationPath = inst.appFolder() + "/";
         if (Main(state, QString()) != RunMode::Batch)
             qFatal("the installation did not start in batch mode");
-        window = std::make_unique<FrmMultiple>(state);
+        window = std::make_unique<BatchWindow>(state);
         window->show();
         if (!QTest::qWaitForWindowExposed(window.get()))
             qFatal("the batch window was not shown");
@@ -64,8 +64,8 @@ struct Session {
             qFatal("no control %s", name);
         return widget;
     }
-    QListWidget* files() const { return control<QListWidget>("lstFiles"); }
-    QCheckBox* selectAll() const { return control<QCheckBox>("chkAll"); }
+    QListWidget* files() const { return control<QListWidget>("entryList"); }
+    QCheckBox* selectAll() const { return control<QCheckBox>("selectAll"); }
     QStringList listed(bool selectedOnly = false) const
     {
         QStringList names;
@@ -85,12 +85,12 @@ struct Session {
     Installation inst;
     WatchingOperator ui;
     RunState state { ui };
-    std::unique_ptr<FrmMultiple> window;
+    std::unique_ptr<BatchWindow> window;
 };
 
 } // namespace
 
-class FrmMultipleTest : public QObject {
+class BatchWindowTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -117,24 +117,24 @@ private Q_SLOTS:
     {
         Session s("FILES", { "Chapter1.xml", "chapter2.xml", "index.xml" });
         s.clickEntry(s.files(), 2);
-        QTest::keyClicks(s.control<QLineEdit>("txtSearch"), "CHAP");
+        QTest::keyClicks(s.control<QLineEdit>("searchBox"), "CHAP");
         QCOMPARE(s.selectedNames(), QStringList({ "Chapter1.xml", "chapter2.xml" }));
         QCOMPARE(s.files()->currentRow(), 0);
 
         s.clickEntry(s.files(), 2);
-        QTest::keyClick(s.control<QLineEdit>("txtSearch"), Qt::Key_Return);
+        QTest::keyClick(s.control<QLineEdit>("searchBox"), Qt::Key_Return);
         QCOMPARE(s.selectedNames(), QStringList({ "Chapter1.xml", "chapter2.xml" }));
         // Emptying the box keeps the selection.
-        s.control<QLineEdit>("txtSearch")->selectAll();
-        QTest::keyClick(s.control<QLineEdit>("txtSearch"), Qt::Key_Backspace);
+        s.control<QLineEdit>("searchBox")->selectAll();
+        QTest::keyClick(s.control<QLineEdit>("searchBox"), Qt::Key_Backspace);
         QCOMPARE(s.selectedNames(), QStringList({ "Chapter1.xml", "chapter2.xml" }));
     }
 
     void aBatchRunsWithItsInputsLockedAndProgressShown()
     {
         Session s("SGML", { "j1/a.xml", "j1/ch/b.xml", "j2/c.xml" });
-        const QStringList locked { "drvInput", "dirInput", "lstFiles", "chkAll", "TxtTaskCode", "TxtTempPath",
-            "TxtOutputPath", "cmdProcess", "cmdExit", "txtSearch", "cmdAllocate" };
+        const QStringList locked { "drvInput", "dirInput", "entryList", "selectAll", "taskCodeBox",
+            "tempPathBox", "outputPathBox", "processButton", "exitButton", "searchBox", "allocateButton" };
         int watched = 0;
         s.ui.watch = [&] {
             ++watched;
@@ -153,9 +153,9 @@ private Q_SLOTS:
             chooser->accept();
         });
         QTest::mouseClick(s.control<QPushButton>("chooseWorkPath"), Qt::LeftButton);
-        QCOMPARE(s.control<QLineEdit>("TxtTempPath")->text(), otherWork);
-        QTest::keyClicks(s.control<QLineEdit>("TxtTaskCode"), " T1 ");
-        QTest::mouseClick(s.control<QPushButton>("cmdProcess"), Qt::LeftButton);
+        QCOMPARE(s.control<QLineEdit>("tempPathBox")->text(), otherWork);
+        QTest::keyClicks(s.control<QLineEdit>("taskCodeBox"), " T1 ");
+        QTest::mouseClick(s.control<QPushButton>("processButton"), Qt::LeftButton);
         s.ui.watch = nullptr;
 
         QVERIFY(watched > 2);
@@ -182,8 +182,8 @@ private Q_SLOTS:
         Session s("FILES", { "top.xml", "sub/inner.xml" });
         QCOMPARE(s.window->folderPath(), s.inst.inputPath());
         QCOMPARE(s.listed(), QStringList({ "top.xml" }));
-        QCOMPARE(s.control<QLineEdit>("TxtTempPath")->text(), s.state.config.SavedWorkPath);
-        QCOMPARE(s.control<QLineEdit>("TxtOutputPath")->text(), s.state.config.SavedOutputPath);
+        QCOMPARE(s.control<QLineEdit>("tempPathBox")->text(), s.state.config.SavedWorkPath);
+        QCOMPARE(s.control<QLineEdit>("outputPathBox")->text(), s.state.config.SavedOutputPath);
         QVERIFY(!s.control<QProgressBar>("pbar")->isVisible());
         auto* folders = s.control<QListWidget>("dirInput");
         QCOMPARE(folders->item(0)->text(), QString(".."));
@@ -217,17 +217,17 @@ private Q_SLOTS:
             }
         };
         s.clickEntry(s.files(), 0);
-        QTest::mouseClick(s.control<QPushButton>("cmdProcess"), Qt::LeftButton);
+        QTest::mouseClick(s.control<QPushButton>("processButton"), Qt::LeftButton);
         s.ui.watch = nullptr;
         QVERIFY(checks > 0);
         QVERIFY(heldWhileRunning);
         QVERIFY(othersMayTakeIt());
         QVERIFY(!QDir(temp + "Quorvane_Temp").exists());
-        QTest::mouseClick(s.control<QPushButton>("cmdExit"), Qt::LeftButton);
+        QTest::mouseClick(s.control<QPushButton>("exitButton"), Qt::LeftButton);
         QVERIFY(QDir(temp).exists()); // the configured folder is the installation's
         QVERIFY(!s.window->isVisible());
     }
 };
 
-QTEST_MAIN(FrmMultipleTest)
-#include "FrmMultipleTest.moc"
+QTEST_MAIN(BatchWindowTest)
+#include "BatchWindowTest.moc"

@@ -17,10 +17,10 @@ struct RunState;
 // first activation runs the whole job and then ends the program. When the
 // run found something, it first offers the findings for a few seconds, so
 // that an operator can look while a script that started it waits no longer.
-class FrmMain : public QWidget {
+class ProgressWindow : public QWidget {
 public:
-    FrmMain(RunState& state, WindowOperator& windowOperator, int offerSeconds = 0);
-    ~FrmMain() override;
+    ProgressWindow(RunState& state, WindowOperator& windowOperator, int offerSeconds = 0);
+    ~ProgressWindow() override;
 
     FindingsViewer* findingsViewer() const;
 

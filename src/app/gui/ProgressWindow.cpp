@@ -1,4 +1,4 @@
-#include "app/gui/FrmMain.h"
+#include "app/gui/ProgressWindow.h"
 
 #include "app/SingleFileRun.h"
 #include "app/gui/FindingsViewer.h"
@@ -15,7 +15,7 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-FrmMain::FrmMain(RunState& state, WindowOperator& windowOperator, int offerSeconds)
+ProgressWindow::ProgressWindow(RunState& state, WindowOperator& windowOperator, int offerSeconds)
     : state_(state)
     , pbar_(new QProgressBar(this))
     , offer_(new QLabel(this))
@@ -64,17 +64,17 @@ FrmMain::FrmMain(RunState& state, WindowOperator& windowOperator, int offerSecon
     });
 }
 
-FrmMain::~FrmMain()
+ProgressWindow::~ProgressWindow()
 {
     state_.findingSinks.unsubscribe(collected_);
 }
 
-FindingsViewer* FrmMain::findingsViewer() const
+FindingsViewer* ProgressWindow::findingsViewer() const
 {
     return viewer_;
 }
 
-void FrmMain::showEvent(QShowEvent* event)
+void ProgressWindow::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
     if (started_)
@@ -84,7 +84,7 @@ void FrmMain::showEvent(QShowEvent* event)
     QTimer::singleShot(0, this, [this] { runJob(); });
 }
 
-void FrmMain::runJob()
+void ProgressWindow::runJob()
 {
     status_ = ExitStatus::Refused;
     try {
@@ -102,7 +102,7 @@ void FrmMain::runJob()
         finish();
 }
 
-void FrmMain::offerFindings()
+void ProgressWindow::offerFindings()
 {
     pbar_->hide();
     summary_ = QStringLiteral("%1: %2 error(s), %3 warning(s).")
@@ -118,14 +118,14 @@ void FrmMain::offerFindings()
     countdown_->start();
 }
 
-void FrmMain::showCountdown()
+void ProgressWindow::showCountdown()
 {
     offer_->setText(summary_ + QStringLiteral(" Closing in %1 s.").arg(secondsLeft_));
 }
 
 // The program ends when the viewer closes, with the run's exit status: the
 // last window closing must not end it first with a 0.
-void FrmMain::showFindings()
+void ProgressWindow::showFindings()
 {
     countdown_->stop();
     QApplication::setQuitOnLastWindowClosed(false);
@@ -137,7 +137,7 @@ void FrmMain::showFindings()
     viewer_->show();
 }
 
-void FrmMain::finish()
+void ProgressWindow::finish()
 {
     countdown_->stop();
     QApplication::exit(status_);
