@@ -1,5 +1,5 @@
 #include "FuzzSupport.h"
-#include "app/modGlobal.h"
+#include "app/Startup.h"
 #include "config/ConfigurationFile.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"

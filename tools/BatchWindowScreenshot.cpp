@@ -2,8 +2,8 @@
 // picking a folder, to a PNG. Run on the offscreen platform, it needs no
 // display: scripts/screenshot makes docs/batch-window.png with it.
 #include "app/HeadlessOperator.h"
+#include "app/Startup.h"
 #include "app/gui/BatchWindow.h"
-#include "app/modGlobal.h"
 #include "core/MoveFiles.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
@@ -24,7 +24,7 @@ int main(int argc, char** argv)
     }
     HeadlessOperator ui;
     RunState state(ui);
-    state.config.ApplicationPath = modMoveFiles::WithTrailingSlash(arguments[1]);
+    state.config.ApplicationPath = FolderServices::WithTrailingSlash(arguments[1]);
     try {
         if (Main(state, QString()) != RunMode::Batch)
             return 2;

@@ -28,7 +28,7 @@ int main(int argc, char** argv)
     }
     SilentOperator ui;
     RunState state(ui);
-    state.config.ApplicationPath = modMoveFiles::WithTrailingSlash(arguments[1]);
+    state.config.ApplicationPath = FolderServices::WithTrailingSlash(arguments[1]);
     if (!ReadConfigurationFile(state, TempFolderUse::Leave))
         return 2;
     const RecordedRun run

@@ -29,7 +29,7 @@
 #include <utility>
 #include <vector>
 
-using modMoveFiles::WithTrailingSlash;
+using FolderServices::WithTrailingSlash;
 
 namespace {
 
@@ -132,9 +132,9 @@ QString batchParentFolderPart(const QString& inputFolder)
 void makeOutputFolders(const RunState& state, const QString& outputFolder)
 {
     // A folder that cannot be made shows when its reports cannot be written.
-    modMoveFiles::MakeFolder(outputFolder);
+    FolderServices::MakeFolder(outputFolder);
     if (!state.config.CreateLogFolder.isEmpty())
-        modMoveFiles::MakeFolder(outputFolder + state.config.CreateLogFolder + QLatin1Char('/'));
+        FolderServices::MakeFolder(outputFolder + state.config.CreateLogFolder + QLatin1Char('/'));
 }
 
 using FolderId = std::pair<dev_t, ino_t>;
@@ -215,7 +215,7 @@ void walkFolder(WalkContext& walk, const QString& folder)
             continue;
         const QString relative = subfolder.mid(walk.root.size());
         walk.reportFolder = walk.state.config.WorkPath + relative;
-        modMoveFiles::MakeFolder(walk.reportFolder);
+        FolderServices::MakeFolder(walk.reportFolder);
         walk.outputFolder = walk.state.config.OutputPath + relative;
         // Nested folders get their log folder too: without it the report
         // copies of their files would have nowhere to go.
@@ -245,7 +245,7 @@ BatchPlan planBatch(RunState& state, const QString& inputFolder, const QStringLi
             continue;
         walk.reportFolder = config.WorkPath + name + QLatin1Char('/');
         walk.outputFolder = config.OutputPath + name + QLatin1Char('/');
-        modMoveFiles::MakeFolder(walk.reportFolder);
+        FolderServices::MakeFolder(walk.reportFolder);
         makeOutputFolders(state, walk.outputFolder);
         walkFolder(walk, folder);
     }
@@ -356,8 +356,8 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     }
     // Typed into a box or given on the command line, a folder may not be
     // there: a batch without its reports or copies must not pass for done.
-    bool usable = modMoveFiles::CheckWriteAccess(state, config.WorkPath);
-    usable = modMoveFiles::CheckWriteAccess(state, config.OutputPath) && usable;
+    bool usable = FolderServices::CheckWriteAccess(state, config.WorkPath);
+    usable = FolderServices::CheckWriteAccess(state, config.OutputPath) && usable;
     if (!usable || !ClaimTempFolder(state))
         return refuseBatch(state);
 

@@ -342,7 +342,7 @@ QString DefaultApplicationFolder(const QString& executableFolder)
     // the system's configuration folder instead.
     if (QDir::cleanPath(executableFolder) == QLatin1String("/usr/bin"))
         return QStringLiteral("/etc/quorvane/");
-    return modMoveFiles::WithTrailingSlash(executableFolder);
+    return FolderServices::WithTrailingSlash(executableFolder);
 }
 
 InputRequest SplitCommandLine(const QString& commandLine)

@@ -79,7 +79,7 @@ bool inputIsAnOutput(const QString& input, const FindingOutputPaths& paths, Oper
 QString ApplicationFolder(const CommandLineOptions& options)
 {
     return options.appDir.isEmpty() ? DefaultApplicationFolder(QCoreApplication::applicationDirPath())
-                                    : modMoveFiles::WithTrailingSlash(options.appDir);
+                                    : FolderServices::WithTrailingSlash(options.appDir);
 }
 
 void PrintRunSummary(const RunState& state)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/modGlobal.h"
+#include "app/Startup.h"
 
 #include <QString>
 #include <functional>

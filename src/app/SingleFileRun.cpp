@@ -224,5 +224,5 @@ void RemoveRunTempFolder(RunState& state)
 {
     const QString& temp = state.config.TempPath;
     if (temp.endsWith(QLatin1String("Quorvane_Temp/")) && QFileInfo(temp).isDir())
-        modMoveFiles::RemoveFolderTree(state.ui, temp);
+        FolderServices::RemoveFolderTree(state.ui, temp);
 }

@@ -50,7 +50,7 @@ std::vector<Field> requiredFields(const Configuration& config)
 bool checkLexicon(RunState& state)
 {
     Configuration& config = state.config;
-    if (!modMoveFiles::CheckPath(state, config.MainLexPath, modMoveFiles::Folder))
+    if (!FolderServices::CheckPath(state, config.MainLexPath, FolderServices::Folder))
         return false;
     bool allFound = true;
     for (const QString& rawName : config.MainLexFiles.split(QLatin1Char(','))) {
@@ -62,11 +62,11 @@ bool checkLexicon(RunState& state)
         // the main one (a project word list lives beside the project), so a
         // file found there is as good as one in the main folder.
         QString userPath = config.UserLexPath + name;
-        if (modMoveFiles::CheckPath(state, userPath, modMoveFiles::File))
+        if (FolderServices::CheckPath(state, userPath, FolderServices::File))
             continue;
         QString path = config.MainLexPath + name;
-        if (!modMoveFiles::CheckPath(state, path, modMoveFiles::File)) {
-            state.ui.messageBox(modMoveFiles::PathNotFoundText(path), kProgramTitle, MessageIcon::Warning);
+        if (!FolderServices::CheckPath(state, path, FolderServices::File)) {
+            state.ui.messageBox(FolderServices::PathNotFoundText(path), kProgramTitle, MessageIcon::Warning);
             allFound = false;
         }
     }
@@ -76,10 +76,10 @@ bool checkLexicon(RunState& state)
 bool checkFolderAccess(RunState& state)
 {
     Configuration& config = state.config;
-    bool usable = modMoveFiles::CheckReadAccess(state, config.InputPath);
-    usable = modMoveFiles::CheckReadAccess(state, config.ImagePath) && usable;
-    usable = modMoveFiles::CheckWriteAccess(state, config.WorkPath) && usable;
-    usable = modMoveFiles::CheckWriteAccess(state, config.OutputPath) && usable;
+    bool usable = FolderServices::CheckReadAccess(state, config.InputPath);
+    usable = FolderServices::CheckReadAccess(state, config.ImagePath) && usable;
+    usable = FolderServices::CheckWriteAccess(state, config.WorkPath) && usable;
+    usable = FolderServices::CheckWriteAccess(state, config.OutputPath) && usable;
     if (config.TempPath.compare(config.WorkPath, Qt::CaseInsensitive) == 0) {
         state.ui.messageBox(QStringLiteral("TempPath should not be equal to WorkPath. Check INI file."),
             kProgramTitle, MessageIcon::Critical);
@@ -111,7 +111,7 @@ bool CheckConfiguredPaths(RunState& state, bool claimTemp)
     Configuration& config = state.config;
     bool usable = checkLexicon(state);
     usable = checkFolderAccess(state) && usable;
-    if (!modMoveFiles::CheckWriteAccess(state, config.TempPath))
+    if (!FolderServices::CheckWriteAccess(state, config.TempPath))
         return false;
     config.SavedWorkPath = config.WorkPath;
     config.SavedOutputPath = config.OutputPath;
@@ -135,7 +135,7 @@ bool ClaimTempFolder(RunState& state)
         state.ui.diagnostic(QStringLiteral("waiting for another run that uses %1").arg(config.TempPath));
         state.tempFolderLock->lock();
     }
-    if (!modMoveFiles::MakeFolder(config.TempPath + suffix)) {
+    if (!FolderServices::MakeFolder(config.TempPath + suffix)) {
         // Only possible when something else already holds that name.
         state.ui.messageBox(config.TempPath + suffix + QStringLiteral(" could not be created."),
             kProgramTitle, MessageIcon::Critical);

@@ -87,7 +87,7 @@ void readIoPathKey(Configuration& config, const QString& key, const QString& val
     // An empty folder value still gets its "/", so "KEY=" counts as given.
     for (const auto& [name, field] : folders) {
         if (key == name)
-            config.*field = modMoveFiles::WithTrailingSlash(value);
+            config.*field = FolderServices::WithTrailingSlash(value);
     }
     for (const auto& [name, field] : texts) {
         if (key == name)
@@ -96,7 +96,7 @@ void readIoPathKey(Configuration& config, const QString& key, const QString& val
     if (key == QLatin1String("XYCOORDINATES") && value.toLower() == QLatin1String("yes"))
         config.XYCoordinates = true;
     if (key == QLatin1String("IMAGEFOLDER"))
-        config.ImageFolder = value.isEmpty() ? value : modMoveFiles::WithTrailingSlash(value);
+        config.ImageFolder = value.isEmpty() ? value : FolderServices::WithTrailingSlash(value);
     if (key == QLatin1String("INPUTFILEMASK") && !value.isEmpty())
         config.InputFileMask = QLatin1Char('|') + value + QLatin1Char('|');
     if (key == QLatin1String("UTF8INPUT") && value.toLower() == QLatin1String("true"))
@@ -106,9 +106,9 @@ void readIoPathKey(Configuration& config, const QString& key, const QString& val
 void readSentryKey(Configuration& config, const QString& key, const QString& value)
 {
     if (key == QLatin1String("MAINLEXPATH"))
-        config.MainLexPath = modMoveFiles::WithTrailingSlash(value);
+        config.MainLexPath = FolderServices::WithTrailingSlash(value);
     else if (key == QLatin1String("USERLEXPATH"))
-        config.UserLexPath = modMoveFiles::WithTrailingSlash(value);
+        config.UserLexPath = FolderServices::WithTrailingSlash(value);
     else if (key == QLatin1String("MAINLEXFILES"))
         config.MainLexFiles = value;
 }
@@ -207,7 +207,7 @@ bool ReadConfigurationFile(RunState& state, TempFolderUse temp)
 {
     Configuration& config = state.config;
     if (!config.ApplicationPath.isEmpty())
-        config.ApplicationPath = modMoveFiles::WithTrailingSlash(config.ApplicationPath);
+        config.ApplicationPath = FolderServices::WithTrailingSlash(config.ApplicationPath);
     const QString path = config.ApplicationPath + QStringLiteral("Quorvane.INI");
     if (!QFileInfo(path).isFile()) {
         state.ui.messageBox(QStringLiteral("Missing Quorvane.INI in the application path"), kProgramTitle,

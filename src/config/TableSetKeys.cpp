@@ -109,7 +109,7 @@ bool readPlugins(RunState& state, QStringList& plugins, const QString& value)
         QString entry = rawEntry.trimmed();
         if (entry.isEmpty())
             continue;
-        if (modMoveFiles::CheckPath(state, entry, modMoveFiles::File)) {
+        if (FolderServices::CheckPath(state, entry, FolderServices::File)) {
             plugins.append(entry);
             continue;
         }

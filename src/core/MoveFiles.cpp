@@ -12,7 +12,7 @@
 #include <dirent.h>
 #include <sys/stat.h>
 
-namespace modMoveFiles {
+namespace FolderServices {
 
 QString WithTrailingSlash(const QString& folder)
 {
@@ -156,4 +156,4 @@ bool MakeFolder(const QString& path, QString* reason)
     return false;
 }
 
-} // namespace modMoveFiles
+} // namespace FolderServices

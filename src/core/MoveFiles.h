@@ -7,9 +7,9 @@
 class OperatorInterface;
 struct RunState;
 
-// File staging and access checks (modMoveFiles). The checks show their own
+// File staging and access checks (FolderServices). The checks show their own
 // messages through the run's operator interface.
-namespace modMoveFiles {
+namespace FolderServices {
 
 enum PathKind : std::int16_t { File = 0, Folder = 1 };
 
@@ -30,4 +30,4 @@ void RemoveFolderTree(OperatorInterface& ui, const QString& folder);
 // On failure, reason (when given) tells why in the operating system's words.
 bool MakeFolder(const QString& path, QString* reason = nullptr);
 
-} // namespace modMoveFiles
+} // namespace FolderServices

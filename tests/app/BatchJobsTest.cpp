@@ -2,7 +2,7 @@
 
 #include "Corpus.h"
 #include "app/BatchRun.h"
-#include "app/modGlobal.h"
+#include "app/Startup.h"
 #include "config/ConfigurationFile.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"

@@ -1,6 +1,6 @@
 #include "app/BatchRun.h"
 
-#include "app/modGlobal.h"
+#include "app/Startup.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 #include "report/FindingOutputs.h"

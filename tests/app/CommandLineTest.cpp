@@ -1,6 +1,6 @@
 #include "app/CommandLine.h"
 
-#include "app/modGlobal.h"
+#include "app/Startup.h"
 #include "core/Paths.h"
 
 #include <gtest/gtest.h>

@@ -12,7 +12,7 @@
 
 namespace {
 
-using namespace modMoveFiles;
+using namespace FolderServices;
 
 class MoveFilesTest : public ::testing::Test {
 protected:

@@ -31,7 +31,7 @@ const QString kParentEntry = QStringLiteral("..");
 
 QString absoluteFolder(const QString& folder)
 {
-    return modMoveFiles::WithTrailingSlash(QDir(folder).absolutePath());
+    return FolderServices::WithTrailingSlash(QDir(folder).absolutePath());
 }
 
 template <typename Widget> Widget* named(Widget* widget, const char* name)

@@ -106,7 +106,7 @@ FolderChooser::FolderChooser(const QString& title, const QString& start, Use use
     connect(tree_->selectionModel(), &QItemSelectionModel::currentChanged, this,
         [this](const QModelIndex& current) {
             if (current.isValid())
-                path_->setText(modMoveFiles::WithTrailingSlash(files_->filePath(current)));
+                path_->setText(FolderServices::WithTrailingSlash(files_->filePath(current)));
         });
     connect(newFolder, &QPushButton::clicked, this, [this] { makeFolder(); });
     connect(buttons, &QDialogButtonBox::accepted, this, &FolderChooser::accept);
@@ -119,13 +119,13 @@ FolderChooser::FolderChooser(const QString& title, const QString& start, Use use
 
 QString FolderChooser::currentFolder() const
 {
-    return modMoveFiles::WithTrailingSlash(QDir::cleanPath(QDir(path_->text().trimmed()).absolutePath()));
+    return FolderServices::WithTrailingSlash(QDir::cleanPath(QDir(path_->text().trimmed()).absolutePath()));
 }
 
 void FolderChooser::setCurrentFolder(const QString& folder)
 {
     const QModelIndex index = files_->index(QDir::cleanPath(QDir(folder).absolutePath()));
-    const QString path = modMoveFiles::WithTrailingSlash(QDir::cleanPath(QDir(folder).absolutePath()));
+    const QString path = FolderServices::WithTrailingSlash(QDir::cleanPath(QDir(folder).absolutePath()));
     path_->setText(path);
     // The mount point is the longest root the folder lies under.
     int mount = 0;
@@ -154,8 +154,8 @@ void FolderChooser::accept()
     QString folder = currentFolder();
     KeptMessages messages;
     RunState probe(messages);
-    const bool usable = use_ == Use::Write ? modMoveFiles::CheckWriteAccess(probe, folder)
-                                           : modMoveFiles::CheckReadAccess(probe, folder);
+    const bool usable = use_ == Use::Write ? FolderServices::CheckWriteAccess(probe, folder)
+                                           : FolderServices::CheckReadAccess(probe, folder);
     if (!usable) {
         QString text = messages.texts.join(QLatin1Char(' '));
         if (const QString reason = writeRefusalReason(folder);
@@ -167,7 +167,7 @@ void FolderChooser::accept()
     }
     refusal_->clear();
     refusal_->hide();
-    folder_ = modMoveFiles::WithTrailingSlash(folder);
+    folder_ = FolderServices::WithTrailingSlash(folder);
     QDialog::accept();
 }
 
@@ -181,7 +181,7 @@ void FolderChooser::makeFolder()
     if (!given || name.isEmpty())
         return;
     QString reason;
-    if (name.contains(QLatin1Char('/')) || !modMoveFiles::MakeFolder(parent + name, &reason)) {
+    if (name.contains(QLatin1Char('/')) || !FolderServices::MakeFolder(parent + name, &reason)) {
         refusal_->setText(
             QStringLiteral("Cannot make %1%2: %3")
                 .arg(parent, name, reason.isEmpty() ? QStringLiteral("a name holds no \"/\"") : reason));

@@ -9,7 +9,7 @@ QStringList MountPoints()
 {
     QStringList roots;
     for (const QStorageInfo& volume : QStorageInfo::mountedVolumes()) {
-        const QString root = modMoveFiles::WithTrailingSlash(volume.rootPath());
+        const QString root = FolderServices::WithTrailingSlash(volume.rootPath());
         // Containers mount single files too (/etc/hosts); only folders are drives.
         if (volume.isValid() && volume.isReady() && QFileInfo(root).isDir() && !roots.contains(root))
             roots.append(root);

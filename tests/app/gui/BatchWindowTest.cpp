@@ -1,9 +1,9 @@
 #include "app/gui/BatchWindow.h"
 
+#include "app/Startup.h"
 #include "app/gui/FindingsModel.h"
 #include "app/gui/FindingsViewer.h"
 #include "app/gui/FolderChooser.h"
-#include "app/modGlobal.h"
 #include "core/RunState.h"
 #include "support/Installation.h"
 #include "support/RecordingOperator.h"

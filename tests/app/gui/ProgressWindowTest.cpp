@@ -1,9 +1,9 @@
 #include "app/gui/ProgressWindow.h"
 
+#include "app/Startup.h"
 #include "app/gui/FindingsModel.h"
 #include "app/gui/FindingsViewer.h"
 #include "app/gui/WindowOperator.h"
-#include "app/modGlobal.h"
 #include "core/RunState.h"
 #include "support/Installation.h"
 

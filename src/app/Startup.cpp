@@ -1,4 +1,4 @@
-#include "app/modGlobal.h"
+#include "app/Startup.h"
 
 #include "app/CommandLine.h"
 #include "config/ConfigurationFile.h"
@@ -87,7 +87,7 @@ void StartSpellingEngine(RunState& state)
 void makeRunFolder(RunState& state, const QString& folder)
 {
     QString reason;
-    if (modMoveFiles::MakeFolder(folder, &reason))
+    if (FolderServices::MakeFolder(folder, &reason))
         return;
     state.ui.diagnostic(QStringLiteral("cannot create folder %1: %2").arg(folder, reason));
     refuse();
