@@ -49,12 +49,14 @@ void RunRule(RunState& state, const RuleEntry& rule)
 {
     state.currentRoutine = rule.name;
     state.ownFileState = rule.makeFileState ? &state.ruleStates.of(rule.makeFileState) : nullptr;
+    state.ownRunState = rule.makeRunState ? &state.carriedStates.of(rule.makeRunState) : nullptr;
     if (rule.run.withContext)
         runWithContext(state, rule.run.withContext);
     else
         rule.run.withRunState(state);
     state.currentRoutine = {};
     state.ownFileState = nullptr;
+    state.ownRunState = nullptr;
 }
 
 bool SwitchedOn(const RuleEntry& rule, const TableSet& settings)

@@ -50,6 +50,8 @@ struct RuleEntry {
     // Makes the rule's own file state (none when null); entries naming the
     // same maker share one state.
     MakeRuleFileState makeFileState = nullptr;
+    // Makes what the rule carries from one file to the next (none when null).
+    MakeRuleRunState makeRunState = nullptr;
 };
 
 // What the driver runs: the per-element routines in the order names are
@@ -81,4 +83,10 @@ void RunRule(RunState& state, const RuleEntry& rule);
 template <typename State> State& OwnFileState(RunState& state)
 {
     return static_cast<State&>(*state.ownFileState);
+}
+
+// The running rule's carried state, of the type its entry's maker makes.
+template <typename State> State& OwnRunState(RunState& state)
+{
+    return static_cast<State&>(*state.ownRunState);
 }

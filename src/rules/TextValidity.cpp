@@ -466,9 +466,10 @@ std::optional<qsizetype> outOfSequence(RunState& state, const TextValidityRow& r
             continue;
         const std::int32_t value = LeadingNumber(values[i]);
         if (!previous) {
-            const std::int32_t number = state.textValidity.stepNumbers.value(&row, row.number);
+            auto& carried = OwnRunState<TextValidityRunState>(state);
+            const std::int32_t number = carried.numberOf(row);
             if (number == 0 || number != value)
-                state.textValidity.stepNumbers.insert(&row, value);
+                carried.write(row, value);
         } else if (std::int64_t(value) != std::int64_t(*previous) + step) {
             return i;
         }
@@ -682,6 +683,20 @@ void noteFailure(RunState& state, const std::exception& failure)
 std::unique_ptr<RuleFileState> MakeTextValidityFileState()
 {
     return MakeFileState<TextValidityFileState>();
+}
+
+void TextValidityRunState::takeLater(const RuleRunState& later)
+{
+    const auto& share = static_cast<const TextValidityRunState&>(later);
+    for (auto step = share.stepNumbers_.cbegin(); step != share.stepNumbers_.cend(); ++step) {
+        if (step.value() != kUnwritten)
+            stepNumbers_.insert(step.key(), step.value());
+    }
+}
+
+std::unique_ptr<RuleRunState> MakeTextValidityRunState()
+{
+    return MakeRunState<TextValidityRunState>();
 }
 
 void TEXTVALIDITY(RunState& state)

@@ -12,6 +12,7 @@
 #include <QStringList>
 #include <QStringView>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -55,6 +56,34 @@ bool LoadTextValidityTable(RunState& state, TableSet& set);
 // The check's own file state: which conditions the file holds, which
 // failures it has told.
 std::unique_ptr<RuleFileState> MakeTextValidityFileState();
+
+// What the check carries from one file to the next: the number a
+// signed-step row took from the first value of the last element it checked,
+// by row. No finding reads that number back, so a file of a parallel batch
+// starts its share from "not written" on every row, and the run takes the
+// numbers each file wrote in batch order: the run ends with the numbers one
+// file after another leaves.
+class TextValidityRunState : public RuleRunState {
+public:
+    // The row's number as the files so far left it: its table number until
+    // one wrote it; on a share, unwritten until this file writes it.
+    std::int32_t numberOf(const TextValidityRow& row) const
+    {
+        return stepNumbers_.value(&row, apart_ ? kUnwritten : row.number);
+    }
+    void write(const TextValidityRow& row, std::int32_t number) { stepNumbers_.insert(&row, number); }
+    void startApart() override { apart_ = true; }
+    void takeLater(const RuleRunState& later) override;
+
+private:
+    // Values are read from text as 32-bit numbers; this one stands for "not
+    // written" only.
+    static constexpr std::int32_t kUnwritten = std::numeric_limits<std::int32_t>::min();
+    QHash<const void*, std::int32_t> stepNumbers_;
+    bool apart_ = false;
+};
+
+std::unique_ptr<RuleRunState> MakeTextValidityRunState();
 
 // Checks the content of the current start tag's element against every row
 // of its tag; a row gives at most one finding per element.

@@ -161,10 +161,12 @@ BatchResult runBatch(const Installation& inst, const QString& name, int jobs,
     for (const ValidationContext* last : { &state.previousTag, &state.previousStartTag, &state.context })
         result.lastTags
             << QStringLiteral("%1 %2:%3").arg(last->tagText).arg(last->lineNumber).arg(last->filePosition);
+    const auto* carried
+        = static_cast<const TextValidityRunState*>(state.carriedStates.find(MakeTextValidityRunState));
     if (const auto* table
         = state.config.ActiveTableSet.loaded<TextValidityTable>(SupportFile::TextValidityTbl)) {
         for (const TextValidityRow& row : table->rows)
-            result.stepNumbers << state.textValidity.stepNumbers.value(&row, row.number);
+            result.stepNumbers << (carried ? carried->numberOf(row) : row.number);
     }
     result.errorEntries = state.report.runErrorEntries;
     result.progress = ui.progressValues;
