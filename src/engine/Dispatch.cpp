@@ -32,9 +32,9 @@ private:
 void runWithContext(RunState& state, ContextRoutine routine)
 {
     ReportedFindings findings(state);
-    RuleContext context { state.context, state.openTags, state.wholeText, state.lineStarts, state.toolkit,
-        state.spelling, state.routineParameter, state.parameterSeverity, state.config.ActiveTableSet,
-        state.ownFileState, findings };
+    RuleContext context { state.context, state.openTags, state.openTagNames, state.wholeText,
+        state.lineStarts, state.toolkit, state.spelling, state.routineParameter, state.parameterSeverity,
+        state.config.ActiveTableSet, state.ownFileState, state.ownRunState, state.report.now, findings };
     routine(context);
 }
 

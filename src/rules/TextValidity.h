@@ -17,6 +17,7 @@
 #include <vector>
 
 struct RunState;
+struct RuleContext;
 class xmlClass;
 class ElementIndex;
 
@@ -87,7 +88,7 @@ std::unique_ptr<RuleRunState> MakeTextValidityRunState();
 
 // Checks the content of the current start tag's element against every row
 // of its tag; a row gives at most one finding per element.
-void TEXTVALIDITY(RunState& state);
+void TEXTVALIDITY(RuleContext& context);
 
 // Content prepared for the value search, with where each character came from
 // in the element content, so that findings are placed in the file.
@@ -131,7 +132,7 @@ private:
 // The steps of one row for the current start tag, from its element content
 // on: split flag, excluded elements, value search, operator and finding.
 // Throws on a run-time failure (a pattern the engine rejects).
-void ApplyTextValidityRow(RunState& state, const TextValidityRow& row, ElementContent& content);
+void ApplyTextValidityRow(RuleContext& context, const TextValidityRow& row, ElementContent& content);
 
 // Every embedded element, start tag through end tag, and every stand-alone
 // tag become one "|". A start tag whose end tag is missing gives "|" alone.
