@@ -93,6 +93,9 @@ struct RunState {
     // Seconds an outside program may run before it is stopped; 0 waits for ever.
     int pluginTimeoutSeconds = 0;
     FindingSinks findingSinks; // outputs beside the fixed reports
+    // The fixed reports, which hear every finding first; set by the report
+    // writer when it opens reports or logs.
+    FindingReceiver* findingReceiver = nullptr;
     // Set only by the configuration check: loaders tell it what they drop.
     TableLint* tableLint = nullptr;
 };

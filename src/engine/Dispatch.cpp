@@ -4,7 +4,6 @@
 #include "core/RunState.h"
 #include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
-#include "report/Reports.h"
 
 namespace {
 
@@ -18,10 +17,7 @@ public:
     void report(Severity severity, std::int64_t line, const QString& message, const QString& data,
         std::int32_t column) override
     {
-        if (severity == Severity::Error)
-            WriteErrorEntry(state_, line, message, data, column);
-        else
-            WriteWarningEntry(state_, line, message, data, column);
+        ReportBySeverity(state_, severity, line, message, data, column);
     }
     void checkEnded(const std::exception& failure) override { NoteCheckFailure(state_, failure); }
 
