@@ -28,7 +28,10 @@ private:
 void runWithContext(RunState& state, ContextRoutine routine)
 {
     ReportedFindings findings(state);
-    RuleContext context { state.context, state.openTags, state.openTagNames, state.wholeText,
+    // A file a before-program made is checked in place of the one delivered;
+    // the rules speak of the delivered one.
+    const QString& delivered = state.currentInputPath.isEmpty() ? state.inputPath : state.currentInputPath;
+    RuleContext context { state.context, state.openTags, state.openTagNames, state.wholeText, delivered,
         state.lineStarts, state.toolkit, state.spelling, state.routineParameter, state.parameterSeverity,
         state.config.ActiveTableSet, state.ownFileState, state.ownRunState, state.report.now, findings };
     routine(context);

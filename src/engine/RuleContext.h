@@ -41,6 +41,7 @@ struct RuleContext {
     const QList<ValidationContext>& openTags; // oldest first
     const QHash<QString, int>& openTagNames; // how many of openTags carry each name
     const QString& document; // the whole text being validated
+    const QString& inputPath; // the file being validated, as it was delivered
     const std::vector<std::int32_t>& lineStarts; // zero-based offset of every line
     ToolkitState& toolkit; // the tag toolkit's view of this document
     SpellingState& spelling; // the installation's spelling engine with the run's answers

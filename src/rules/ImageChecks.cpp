@@ -325,9 +325,14 @@ std::unique_ptr<RuleFileState> MakeImageFileState()
 
 const std::vector<ImageCallout>& FileImageCallouts(RunState& state, const ImageValidationTable& table)
 {
-    ImageFileState& file = ImageFileStateOf(state);
+    return FileImageCallouts(ImageFileStateOf(state), state.wholeText, state.lineStarts, table);
+}
+
+const std::vector<ImageCallout>& FileImageCallouts(ImageFileState& file, const QString& document,
+    const std::vector<std::int32_t>& lineStarts, const ImageValidationTable& table)
+{
     if (!file.calloutsFound) {
-        file.callouts = FindImageCallouts(state.wholeText, state.lineStarts, table);
+        file.callouts = FindImageCallouts(document, lineStarts, table);
         file.calloutsFound = true;
     }
     return file.callouts;

@@ -117,6 +117,9 @@ ImageFileState& ImageFileStateOf(RunState& state);
 std::unique_ptr<RuleFileState> MakeImageFileState();
 
 const std::vector<ImageCallout>& FileImageCallouts(RunState& state, const ImageValidationTable& table);
+// The same for a file state and the document it was made for.
+const std::vector<ImageCallout>& FileImageCallouts(ImageFileState& file, const QString& document,
+    const std::vector<std::int32_t>& lineStarts, const ImageValidationTable& table);
 
 // Where the input was delivered: the path before any staging copy.
 QString DeliveredInputPath(const RunState& state);
