@@ -33,7 +33,8 @@ void runWithContext(RunState& state, ContextRoutine routine)
     const QString& delivered = state.currentInputPath.isEmpty() ? state.inputPath : state.currentInputPath;
     RuleContext context { state.context, state.openTags, state.openTagNames, state.wholeText, delivered,
         state.lineStarts, state.toolkit, state.spelling, state.routineParameter, state.parameterSeverity,
-        state.config.ActiveTableSet, state.ownFileState, state.ownRunState, state.report.now, findings };
+        state.config.ActiveTableSet, state.config, state.imageCallouts, state.ownFileState, state.ownRunState,
+        state.report.now, findings };
     routine(context);
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/Configuration.h"
+#include "core/ImageCallouts.h"
 #include "core/RuleFileState.h"
 #include "core/SpellingEngine.h"
 #include "core/TableCodes.h"
@@ -48,6 +50,8 @@ struct RuleContext {
     QStringView parameter; // the declared parameter, upper-cased
     Severity parameterSeverity; // the same parameter read as a severity
     const TableSet& settings; // the active table set: tables and rule settings
+    const Configuration& installation; // where the installation keeps what files refer to (images)
+    ImageCallouts& imageCallouts; // the run's image list, judged after its last file
     RuleFileState* fileState; // null for a routine whose entry names no state
     RuleRunState* runState; // what it carries to the next file; null when its entry names none
     // The run's clock: a run that checks dates asks it when it needs the date,
