@@ -280,6 +280,26 @@ TEST(BatchJobs, FilesWhoseCheckFailsFailAloneWhateverTheJobCount)
     EXPECT_TRUE(sequential.work.at("error.edt").contains("The check did not finish: "));
 }
 
+// A file checked apart must not take a signed-step row's table number for
+// one an earlier file wrote: the second file starts at the table number,
+// which one after another overwrites the first file's number with.
+TEST(BatchJobs, CarriedStepNumbersEndAsOneAfterAnotherLeavesThem)
+{
+    Installation inst;
+    inst.set("INPUTTYPE", "FILES");
+    installSampleRules(inst, false);
+    inst.set("TEXTVALIDITYTBL",
+        inst.writeTable("steps.tbl",
+            "Condition | Value pattern | Tag | Split | Excluded | Operator | Number | Severity | Message\r\n"
+            " | <label>(\\d+)</label> | list | N | | +1 | 3 | E | Out of sequence\r\n"));
+    inst.writeInput("f0.xml", "<list><label>1</label><label>2</label></list>\r\n");
+    inst.writeInput("f1.xml", "<list><label>3</label><label>4</label></list>\r\n");
+    const BatchResult sequential = runBatch(inst, "one", 1);
+    expectSameRun(sequential, runBatch(inst, "two", 2));
+    ASSERT_FALSE(sequential.stepNumbers.isEmpty());
+    EXPECT_EQ(sequential.stepNumbers.last(), 3); // the step row, after the header
+}
+
 TEST(BatchJobs, ReportsAreTheSameAtEveryJobCountAndCacheState)
 {
     Installation inst;
