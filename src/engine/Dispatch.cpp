@@ -25,7 +25,7 @@ private:
     RunState& state_;
 };
 
-void runWithContext(RunState& state, ContextRoutine routine)
+void runWithContext(RunState& state, Routine routine)
 {
     ReportedFindings findings(state);
     // A file a before-program made is checked in place of the one delivered;
@@ -33,8 +33,8 @@ void runWithContext(RunState& state, ContextRoutine routine)
     const QString& delivered = state.currentInputPath.isEmpty() ? state.inputPath : state.currentInputPath;
     RuleContext context { state.context, state.openTags, state.openTagNames, state.wholeText, delivered,
         state.lineStarts, state.toolkit, state.spelling, state.routineParameter, state.parameterSeverity,
-        state.config.ActiveTableSet, state.config, state.imageCallouts, state.ownFileState, state.ownRunState,
-        state.report.now, findings };
+        state.contextElement, state.config.ActiveTableSet, state.config, state.imageCallouts,
+        state.ownFileState, state.ownRunState, state.report.now, findings };
     routine(context);
 }
 
@@ -50,10 +50,7 @@ void RunRule(RunState& state, const RuleEntry& rule)
     state.currentRoutine = rule.name;
     state.ownFileState = rule.makeFileState ? &state.ruleStates.of(rule.makeFileState) : nullptr;
     state.ownRunState = rule.makeRunState ? &state.carriedStates.of(rule.makeRunState) : nullptr;
-    if (rule.run.withContext)
-        runWithContext(state, rule.run.withContext);
-    else
-        rule.run.withRunState(state);
+    runWithContext(state, rule.run);
     state.currentRoutine = {};
     state.ownFileState = nullptr;
     state.ownRunState = nullptr;

@@ -10,24 +10,8 @@
 
 struct RuleContext;
 
-using Routine = void (*)(RunState& state);
-using ContextRoutine = void (*)(RuleContext& context);
-
-// What runs for an entry: a routine that sees only its narrow context, or
-// one that still takes the whole run state.
-struct RuleFunction {
-    constexpr RuleFunction() = default;
-    constexpr RuleFunction(Routine routine)
-        : withRunState(routine)
-    {
-    }
-    constexpr RuleFunction(ContextRoutine routine)
-        : withContext(routine)
-    {
-    }
-    Routine withRunState = nullptr;
-    ContextRoutine withContext = nullptr;
-};
+// What runs for an entry: it sees only its narrow context.
+using Routine = void (*)(RuleContext& context);
 
 // The configuration switch of a whole-file check: the check runs while the
 // switch is on, and while it is unset when onWhenUnset says so.
@@ -43,7 +27,7 @@ struct RuleSwitch {
 // that turns it off (none for a check that always runs).
 struct RuleEntry {
     QLatin1StringView name;
-    RuleFunction run;
+    Routine run = nullptr;
     std::optional<SupportFile> table = std::nullopt;
     TableLoader load = nullptr;
     RuleSwitch gate = {};
@@ -78,15 +62,3 @@ void DispatchRow(RunState& state, int row);
 // Runs one routine or check with its name as the current routine, so that its
 // findings carry the name, and with its own file state.
 void RunRule(RunState& state, const RuleEntry& rule);
-
-// The running rule's own file state, of the type its entry's maker makes.
-template <typename State> State& OwnFileState(RunState& state)
-{
-    return static_cast<State&>(*state.ownFileState);
-}
-
-// The running rule's carried state, of the type its entry's maker makes.
-template <typename State> State& OwnRunState(RunState& state)
-{
-    return static_cast<State&>(*state.ownRunState);
-}

@@ -49,6 +49,7 @@ struct RuleContext {
     SpellingState& spelling; // the installation's spelling engine with the run's answers
     QStringView parameter; // the declared parameter, upper-cased
     Severity parameterSeverity; // the same parameter read as a severity
+    const QString& element; // the element its declaration row names
     const TableSet& settings; // the active table set: tables and rule settings
     const Configuration& installation; // where the installation keeps what files refer to (images)
     ImageCallouts& imageCallouts; // the run's image list, judged after its last file
