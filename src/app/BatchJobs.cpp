@@ -10,7 +10,6 @@
 #include "engine/Validator.h"
 #include "report/Reports.h"
 #include "rules/RuleRegistry.h"
-#include "rules/TextValidity.h"
 #include "spelling/SpellingAnswerStore.h"
 #include "spelling/WorkerSpellingEngines.h"
 
@@ -61,10 +60,6 @@ public:
     std::vector<Finding> findings;
 };
 
-// The signed-step number of a row that the file has not written. Values are
-// read from text as 32-bit numbers; this one stands for "not written" only.
-constexpr std::int32_t kStepUnwritten = std::numeric_limits<std::int32_t>::min();
-
 // Everything a file validated on a worker leaves for the main thread.
 struct FileOutcome {
     std::vector<OperatorCall> calls;
@@ -90,7 +85,7 @@ struct FileOutcome {
     QStringList writeFailures;
     QSet<QString> unwrittenPaths;
     FileIdentity inputIdentity;
-    QHash<const void*, std::int32_t> stepNumbers; // rows the file wrote
+    RuleRunStates carried; // the file's shares of what rules carry to the next file
     CarriedTagState handedOn; // what the file hands on to the next one
     std::vector<Finding> findings; // kept only when the run has sinks of its own
     ImageCallouts imageCallouts; // the file's share of the run's image list
@@ -100,22 +95,6 @@ struct FileJob {
     int index = 0;
     CarriedTagState carried;
 };
-
-// A signed-step row carries the first value of the last element it checked
-// from file to file, but no finding ever reads that number back: whatever a
-// file starts with, its findings are the same. Each file therefore starts
-// from "not written" on every row, and the numbers it writes are carried
-// into the run state in batch order, so that the run ends with the numbers
-// one file after another leaves.
-QHash<const void*, std::int32_t> unwrittenStepNumbers(const TableSet& set)
-{
-    QHash<const void*, std::int32_t> numbers;
-    if (const auto* table = set.loaded<TextValidityTable>(SupportFile::TextValidityTbl)) {
-        for (const TextValidityRow& row : table->rows)
-            numbers.insert(&row, kStepUnwritten);
-    }
-    return numbers;
-}
 
 // The files a planned file writes apart from the shared ones.
 QStringList filesWrittenFor(const RunState& state, const PlannedFile& file)
@@ -154,8 +133,7 @@ public:
         state_.spelling.engine = std::move(engine);
     }
 
-    FileOutcome validate(
-        const PlannedFile& file, FileJob& job, const QHash<const void*, std::int32_t>& unwrittenSteps)
+    FileOutcome validate(const PlannedFile& file, FileJob& job)
     {
         RunState& state = state_;
         operator_.calls.clear();
@@ -167,7 +145,9 @@ public:
         // The tag contexts are replaced at the file's first tag before any
         // routine reads them; left empty, they tell whether the file had a tag.
         SeedCarriedTagState(state, { std::move(job.carried.openTags), {}, {}, {} });
-        state.textValidity.stepNumbers = unwrittenSteps;
+        // Rules check the file apart from the files before it; the run takes
+        // in what it carries on in batch order.
+        state.carriedStates.startFileApart();
         state.report.runErrorEntries = 0;
         state.report.fileStarted = QDateTime();
         state.checkFailures = 0;
@@ -207,11 +187,7 @@ public:
         outcome.writeFailures = report.writeFailures;
         outcome.unwrittenPaths = report.unwrittenPaths;
         outcome.inputIdentity = report.inputIdentity;
-        for (auto step = state.textValidity.stepNumbers.cbegin();
-             step != state.textValidity.stepNumbers.cend(); ++step) {
-            if (step.value() != kStepUnwritten)
-                outcome.stepNumbers.insert(step.key(), step.value());
-        }
+        outcome.carried = std::move(state.carriedStates);
         outcome.handedOn = CarriedTagStateOf(state);
         outcome.imageCallouts = std::move(state.imageCallouts);
         outcome.findings = std::move(kept_.findings);
@@ -363,8 +339,7 @@ void publishOutcome(RunState& state, const PlannedFile& file, FileOutcome& outco
     report.writeFailures = std::move(outcome.writeFailures);
     report.unwrittenPaths = std::move(outcome.unwrittenPaths);
     report.inputIdentity = outcome.inputIdentity;
-    for (auto step = outcome.stepNumbers.cbegin(); step != outcome.stepNumbers.cend(); ++step)
-        state.textValidity.stepNumbers.insert(step.key(), step.value());
+    state.carriedStates.takeLater(outcome.carried);
     if (outcome.failure)
         std::rethrow_exception(outcome.failure);
     PublishFileReports(state);
@@ -412,7 +387,6 @@ void validateOneAfterAnother(RunState& state, const BatchPlan& plan, BatchObserv
 void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchObserver& observer)
 {
     const int total = static_cast<int>(plan.files.size());
-    const QHash<const void*, std::int32_t> unwrittenSteps = unwrittenStepNumbers(state.config.ActiveTableSet);
     const Configuration config = state.config;
     QStringList paths;
     for (const PlannedFile& file : plan.files)
@@ -448,7 +422,7 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
         threads.emplace_back([&, worker = workers.back().get()] {
             while (std::optional<FileJob> job = board.take()) {
                 const int index = job->index;
-                board.deliver(index, worker->validate(plan.files[index], *job, unwrittenSteps));
+                board.deliver(index, worker->validate(plan.files[index], *job));
             }
         });
     }

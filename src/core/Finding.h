@@ -6,7 +6,15 @@
 #include <cstdint>
 #include <vector>
 
+struct RunState;
+
 enum class FindingKind { Error, Warning };
+
+// How much of a finding's data any report can show anything of: the 250
+// characters an entry keeps, and two more for a CR LF cut in half at the
+// end. Data cut to this length gives the same entries as the whole text, so
+// a rule need not copy more of a long line.
+constexpr qsizetype kFindingDataLength = 252;
 
 // One thing a check found, as a value: the report writer lays it out in the
 // fixed report formats, and any other output subscribes to the same values.
@@ -42,6 +50,19 @@ public:
     // completed is false when the run ended on a failure: what it found so
     // far is no account of the inputs.
     virtual void onRunEnded(const QDateTime& endTime, bool completed) { }
+};
+
+// Where the engine hands every finding of a rule: the report writer, which
+// lays it out in the fixed reports, counts it and passes it on to the run's
+// other sinks. It subscribes on the run state when it opens a file's reports
+// or the run's logs, so the engine writes to no report of its own.
+class FindingReceiver {
+public:
+    virtual ~FindingReceiver() = default;
+    // A finding of the file being checked.
+    virtual void fileFinding(RunState& run, const Finding& finding) = 0;
+    // A finding of the whole run, judged after its last file.
+    virtual void runFinding(RunState& run, const Finding& finding) = 0;
 };
 
 // The sinks of a run, in subscription order. They are not owned: a sink lives

@@ -43,8 +43,73 @@ private:
     std::vector<std::pair<MakeRuleFileState, std::unique_ptr<RuleFileState>>> states_;
 };
 
+// What a rule carries from one file to the next of a run, such as a number
+// the last element it checked leaves for the next. Unlike a file state it is
+// never dropped between files. A batch that checks files side by side checks
+// each one apart from the files before it, on a share of its own, and the
+// run takes the shares in, one after another in batch order; a rule whose
+// findings depended on what earlier files carried could not be checked so.
+struct RuleRunState {
+    virtual ~RuleRunState() = default;
+    // This state becomes the share of a file checked apart: what the files
+    // before it carried is not known here, and must not be taken for written.
+    virtual void startApart() = 0;
+    // Takes in what a later file's share, of the same type, wrote.
+    virtual void takeLater(const RuleRunState& later) = 0;
+};
+
+using MakeRuleRunState = std::unique_ptr<RuleRunState> (*)();
+
+// The carried states of one run, one per maker, as RuleFileStates; or, on a
+// batch worker, the shares of the file it checks now.
+class RuleRunStates {
+public:
+    RuleRunState& of(MakeRuleRunState make)
+    {
+        for (const auto& [maker, state] : states_) {
+            if (maker == make)
+                return *state;
+        }
+        std::unique_ptr<RuleRunState> state = make();
+        if (apart_)
+            state->startApart();
+        states_.emplace_back(make, std::move(state));
+        return *states_.back().second;
+    }
+    RuleRunState* find(MakeRuleRunState make) const
+    {
+        for (const auto& [maker, state] : states_) {
+            if (maker == make)
+                return state.get();
+        }
+        return nullptr;
+    }
+    // From now on these are the shares of one file checked apart from those
+    // before it; what earlier files left here is dropped.
+    void startFileApart()
+    {
+        states_.clear();
+        apart_ = true;
+    }
+    // Takes in the shares of a later file, in batch order.
+    void takeLater(const RuleRunStates& later)
+    {
+        for (const auto& [maker, share] : later.states_)
+            of(maker).takeLater(*share);
+    }
+
+private:
+    std::vector<std::pair<MakeRuleRunState, std::unique_ptr<RuleRunState>>> states_;
+    bool apart_ = false;
+};
+
 // The maker of a state type, for a registry entry.
 template <typename State> std::unique_ptr<RuleFileState> MakeFileState()
+{
+    return std::make_unique<State>();
+}
+
+template <typename State> std::unique_ptr<RuleRunState> MakeRunState()
 {
     return std::make_unique<State>();
 }

@@ -8,7 +8,6 @@
 #include "core/RuleFileState.h"
 #include "core/SpellingEngine.h"
 #include "core/TableLint.h"
-#include "core/TextValidityState.h"
 #include "core/ToolkitState.h"
 #include "core/ValidationContext.h"
 
@@ -73,11 +72,13 @@ struct RunState {
     // The routine or check running now; names its findings. A view of the
     // registry's name, so the dispatcher copies nothing per call.
     QLatin1StringView currentRoutine;
-    TextValidityState textValidity;
     RuleFileStates ruleStates; // per file; cleared with the other per-file state
-    // The running routine's own file state, set by the dispatcher; null for a
-    // routine whose entry names none.
+    // What rules carry from file to file; never cleared within a run.
+    RuleRunStates carriedStates;
+    // The running routine's own file state and carried state, set by the
+    // dispatcher; null for a routine whose entry names none.
     RuleFileState* ownFileState = nullptr;
+    RuleRunState* ownRunState = nullptr;
 
     SpellingState spelling; // the engine lives for the whole process
     ImageCallouts imageCallouts; // per run: cleared when a run starts, read after its last file
@@ -92,6 +93,9 @@ struct RunState {
     // Seconds an outside program may run before it is stopped; 0 waits for ever.
     int pluginTimeoutSeconds = 0;
     FindingSinks findingSinks; // outputs beside the fixed reports
+    // The fixed reports, which hear every finding first; set by the report
+    // writer when it opens reports or logs.
+    FindingReceiver* findingReceiver = nullptr;
     // Set only by the configuration check: loaders tell it what they drop.
     TableLint* tableLint = nullptr;
 };

@@ -4,7 +4,6 @@
 #include "core/RunState.h"
 #include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
-#include "report/Reports.h"
 
 namespace {
 
@@ -18,10 +17,7 @@ public:
     void report(Severity severity, std::int64_t line, const QString& message, const QString& data,
         std::int32_t column) override
     {
-        if (severity == Severity::Error)
-            WriteErrorEntry(state_, line, message, data, column);
-        else
-            WriteWarningEntry(state_, line, message, data, column);
+        ReportBySeverity(state_, severity, line, message, data, column);
     }
     void checkEnded(const std::exception& failure) override { NoteCheckFailure(state_, failure); }
 
@@ -29,12 +25,16 @@ private:
     RunState& state_;
 };
 
-void runWithContext(RunState& state, ContextRoutine routine)
+void runWithContext(RunState& state, Routine routine)
 {
     ReportedFindings findings(state);
-    RuleContext context { state.context, state.openTags, state.wholeText, state.lineStarts, state.toolkit,
-        state.spelling, state.routineParameter, state.parameterSeverity, state.config.ActiveTableSet,
-        state.ownFileState, findings };
+    // A file a before-program made is checked in place of the one delivered;
+    // the rules speak of the delivered one.
+    const QString& delivered = state.currentInputPath.isEmpty() ? state.inputPath : state.currentInputPath;
+    RuleContext context { state.context, state.openTags, state.openTagNames, state.wholeText, delivered,
+        state.lineStarts, state.toolkit, state.spelling, state.routineParameter, state.parameterSeverity,
+        state.contextElement, state.config.ActiveTableSet, state.config, state.imageCallouts,
+        state.ownFileState, state.ownRunState, state.report.now, findings };
     routine(context);
 }
 
@@ -49,12 +49,11 @@ void RunRule(RunState& state, const RuleEntry& rule)
 {
     state.currentRoutine = rule.name;
     state.ownFileState = rule.makeFileState ? &state.ruleStates.of(rule.makeFileState) : nullptr;
-    if (rule.run.withContext)
-        runWithContext(state, rule.run.withContext);
-    else
-        rule.run.withRunState(state);
+    state.ownRunState = rule.makeRunState ? &state.carriedStates.of(rule.makeRunState) : nullptr;
+    runWithContext(state, rule.run);
     state.currentRoutine = {};
     state.ownFileState = nullptr;
+    state.ownRunState = nullptr;
 }
 
 bool SwitchedOn(const RuleEntry& rule, const TableSet& settings)

@@ -10,24 +10,8 @@
 
 struct RuleContext;
 
-using Routine = void (*)(RunState& state);
-using ContextRoutine = void (*)(RuleContext& context);
-
-// What runs for an entry: a routine that sees only its narrow context, or
-// one that still takes the whole run state.
-struct RuleFunction {
-    constexpr RuleFunction() = default;
-    constexpr RuleFunction(Routine routine)
-        : withRunState(routine)
-    {
-    }
-    constexpr RuleFunction(ContextRoutine routine)
-        : withContext(routine)
-    {
-    }
-    Routine withRunState = nullptr;
-    ContextRoutine withContext = nullptr;
-};
+// What runs for an entry: it sees only its narrow context.
+using Routine = void (*)(RuleContext& context);
 
 // The configuration switch of a whole-file check: the check runs while the
 // switch is on, and while it is unset when onWhenUnset says so.
@@ -43,13 +27,15 @@ struct RuleSwitch {
 // that turns it off (none for a check that always runs).
 struct RuleEntry {
     QLatin1StringView name;
-    RuleFunction run;
+    Routine run = nullptr;
     std::optional<SupportFile> table = std::nullopt;
     TableLoader load = nullptr;
     RuleSwitch gate = {};
     // Makes the rule's own file state (none when null); entries naming the
     // same maker share one state.
     MakeRuleFileState makeFileState = nullptr;
+    // Makes what the rule carries from one file to the next (none when null).
+    MakeRuleRunState makeRunState = nullptr;
 };
 
 // What the driver runs: the per-element routines in the order names are
@@ -76,9 +62,3 @@ void DispatchRow(RunState& state, int row);
 // Runs one routine or check with its name as the current routine, so that its
 // findings carry the name, and with its own file state.
 void RunRule(RunState& state, const RuleEntry& rule);
-
-// The running rule's own file state, of the type its entry's maker makes.
-template <typename State> State& OwnFileState(RunState& state)
-{
-    return static_cast<State&>(*state.ownFileState);
-}

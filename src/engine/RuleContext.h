@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/Configuration.h"
+#include "core/ImageCallouts.h"
 #include "core/RuleFileState.h"
 #include "core/SpellingEngine.h"
 #include "core/TableCodes.h"
@@ -7,11 +9,14 @@
 #include "core/ToolkitState.h"
 #include "core/ValidationContext.h"
 
+#include <QDateTime>
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QStringView>
 #include <cstdint>
 #include <exception>
+#include <functional>
 #include <vector>
 
 // Where a routine's findings go. The engine passes them on to the run's
@@ -30,20 +35,29 @@ public:
 };
 
 // What a routine sees while it checks one tag, and nothing else of the run:
-// the tag and its place, the document, its own parameter and file state,
-// the active settings and tables of the installation, and where its findings
-// go.
+// the tag and its place, the document, its own parameter, file state and
+// carried state, the active settings and tables of the installation, the
+// run's clock, and where its findings go.
 struct RuleContext {
     const ValidationContext& tag;
     const QList<ValidationContext>& openTags; // oldest first
+    const QHash<QString, int>& openTagNames; // how many of openTags carry each name
     const QString& document; // the whole text being validated
+    const QString& inputPath; // the file being validated, as it was delivered
     const std::vector<std::int32_t>& lineStarts; // zero-based offset of every line
     ToolkitState& toolkit; // the tag toolkit's view of this document
     SpellingState& spelling; // the installation's spelling engine with the run's answers
     QStringView parameter; // the declared parameter, upper-cased
     Severity parameterSeverity; // the same parameter read as a severity
+    const QString& element; // the element its declaration row names
     const TableSet& settings; // the active table set: tables and rule settings
+    const Configuration& installation; // where the installation keeps what files refer to (images)
+    ImageCallouts& imageCallouts; // the run's image list, judged after its last file
     RuleFileState* fileState; // null for a routine whose entry names no state
+    RuleRunState* runState; // what it carries to the next file; null when its entry names none
+    // The run's clock: a run that checks dates asks it when it needs the date,
+    // and tests set it.
+    const std::function<QDateTime()>& now;
     RuleFindings& findings;
 
     // The current line's text from the one-based position start to its end;
@@ -55,6 +69,11 @@ struct RuleContext {
         findings.report(severity, tag.lineNumber, message, dataFrom(0), tag.linePosition);
     }
     template <typename State> State& ownState() const { return static_cast<State&>(*fileState); }
+    template <typename State> State& ownRunState() const { return static_cast<State&>(*runState); }
+    // Whether an element of that name is open around the current tag. The
+    // scanner counts the open tags of each name beside the list, so a deep or
+    // never-closed nesting is not walked for every tag.
+    bool isOpen(const QString& name) const { return openTagNames.contains(name); }
     // The document's line of that zero-based index, without its CR LF.
     QStringView line(int index) const
     {

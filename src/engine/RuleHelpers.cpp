@@ -1,10 +1,9 @@
 #include "engine/RuleHelpers.h"
 
 #include "core/RunState.h"
-#include "report/ReportFormat.h"
-#include "report/Reports.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 QString ExpandPatternPlaceholders(const QString& pattern)
 {
@@ -24,9 +23,8 @@ QString DataContentAt(const ValidationContext& tag, std::int32_t start)
     const qsizetype index = std::max<qsizetype>(from, 1) - 1;
     // Only what a report entry can show is taken: a line of megabytes with a
     // finding every few tags is not copied whole for each of them.
-    return index >= line.size()
-        ? QString()
-        : line.sliced(index, std::min(line.size() - index, ReportFormat::kDataSourceLength));
+    return index >= line.size() ? QString()
+                                : line.sliced(index, std::min(line.size() - index, kFindingDataLength));
 }
 
 QString DataContentAt(const RunState& state, std::int32_t start)
@@ -34,23 +32,34 @@ QString DataContentAt(const RunState& state, std::int32_t start)
     return DataContentAt(state.context, start);
 }
 
+namespace {
+
+FindingReceiver& receiverOf(const RunState& state)
+{
+    // A finding with nowhere to go would leave a run that looks clean.
+    if (!state.findingReceiver)
+        throw std::logic_error("a finding was reported before the reports were opened");
+    return *state.findingReceiver;
+}
+
+} // namespace
+
 void ReportRuleFinding(RunState& state, const Finding& finding)
 {
-    ReportFinding(state, finding);
+    receiverOf(state).fileFinding(state, finding);
 }
 
 void ReportRuleRunFinding(RunState& state, const Finding& finding)
 {
-    ReportRunFinding(state, finding);
+    receiverOf(state).runFinding(state, finding);
 }
 
 void ReportBySeverity(RunState& state, Severity severity, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t extra)
 {
-    if (severity == Severity::Error)
-        WriteErrorEntry(state, lineNumber, message, dataContent, extra);
-    else
-        WriteWarningEntry(state, lineNumber, message, dataContent, extra);
+    const FindingKind kind = severity == Severity::Error ? FindingKind::Error : FindingKind::Warning;
+    ReportRuleFinding(
+        state, { kind, lineNumber, extra, message, dataContent, QString(state.currentRoutine) });
 }
 
 std::int32_t LineColumnAt(

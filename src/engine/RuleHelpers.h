@@ -22,7 +22,7 @@ QString ExpandPatternPlaceholders(const QString& pattern);
 
 // The tag's line from the one-based position start to its end; start 0 means
 // from the tag's "<". The text stops after the characters a report entry can
-// show anything of (ReportFormat::kDataSourceLength).
+// show anything of (kFindingDataLength).
 QString DataContentAt(const ValidationContext& tag, std::int32_t start);
 // The same for the current tag.
 QString DataContentAt(const RunState& state, std::int32_t start);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/Finding.h"
 #include "core/ReportState.h"
 
 #include <QDateTime>
@@ -34,10 +35,8 @@ QString preparedDataWholeCharacters(const QString& data);
 // UTF-8 form; well-formed text comes back unchanged.
 QString wellFormedText(const QString& text);
 
-// How much of a finding's data an entry can show anything of: the 250
-// characters it keeps, and two more for a CR LF cut in half at the end.
-// Data cut to this length gives the same entries as the whole text.
-constexpr qsizetype kDataSourceLength = 252;
+// How much of a finding's data an entry can show anything of.
+constexpr qsizetype kDataSourceLength = kFindingDataLength;
 
 EntryTexts formatEntry(EntryKind kind, std::int64_t lineNumber, const QString& message, const QString& data,
     std::int32_t column, bool columnMode);

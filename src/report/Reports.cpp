@@ -583,8 +583,27 @@ void endFile(RunState& state)
 
 } // namespace
 
+namespace {
+
+// The fixed reports as the engine's receiver of findings. It keeps nothing
+// of its own, so one serves every run state, batch workers included.
+class FixedReports : public FindingReceiver {
+public:
+    void fileFinding(RunState& run, const Finding& finding) override { ReportFinding(run, finding); }
+    void runFinding(RunState& run, const Finding& finding) override { ReportRunFinding(run, finding); }
+};
+
+void subscribeFixedReports(RunState& state)
+{
+    static FixedReports reports;
+    state.findingReceiver = &reports;
+}
+
+} // namespace
+
 void OpenReports(RunState& state)
 {
+    subscribeFixedReports(state);
     ReportState& report = state.report;
     // Taken afresh per file: a batch changes only the input path between files.
     state.inputFileName = InputFileNameOf(state.inputPath);
@@ -719,6 +738,7 @@ void CloseReports(RunState& state)
 
 void OpenProgramLogs(RunState& state)
 {
+    subscribeFixedReports(state);
     ReportState& report = state.report;
     const QString started = QStringLiteral("Time Started: ") + ReportFormat::logDateTime(report.now());
     report.batchEditorFiles.clear();

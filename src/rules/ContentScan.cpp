@@ -45,14 +45,6 @@ std::optional<ElementText> contentView(
 
 } // namespace
 
-void ReportPlaced(RunState& state, const PlacedFinding& finding)
-{
-    const FoundAt at = placementOf(state.wholeText, state.lineStarts, finding.offset);
-    ReportRuleFinding(state,
-        { finding.error ? FindingKind::Error : FindingKind::Warning, at.line, at.column, finding.message,
-            at.data, QString(state.currentRoutine) });
-}
-
 void ReportPlaced(const RuleContext& rule, const PlacedFinding& finding)
 {
     const FoundAt at = placementOf(rule.document, rule.lineStarts, finding.offset);
@@ -121,11 +113,6 @@ QString FoldBlanks(QStringView text)
         folded += c;
     }
     return folded;
-}
-
-std::optional<ElementText> CurrentElementContentView(RunState& state)
-{
-    return contentView(state.wholeText, state.toolkit, state.context);
 }
 
 std::optional<ElementText> CurrentElementContentView(const RuleContext& rule)

@@ -31,7 +31,6 @@ struct PlacedFinding {
 
 // Reports the finding at the line and column of its offset, with the rest of
 // that line as its data, under the routine that is running.
-void ReportPlaced(RunState& state, const PlacedFinding& finding);
 void ReportPlaced(const RuleContext& rule, const PlacedFinding& finding);
 
 // Whether a table's severity field makes an error ("E", any case).
@@ -57,7 +56,6 @@ struct ElementText {
     QStringView content;
     qsizetype offset = 0;
 };
-std::optional<ElementText> CurrentElementContentView(RunState& state);
 std::optional<ElementText> CurrentElementContentView(const RuleContext& rule);
 
 // Keeps a routine to one look at each tag and each stretch of text of a file.

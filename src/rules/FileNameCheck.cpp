@@ -5,8 +5,8 @@
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 #include "engine/RegExp.h"
+#include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
-#include "rules/ImageChecks.h"
 #include "rules/PatternLint.h"
 
 #include <new>
@@ -33,11 +33,11 @@ QString baseNameOf(const QString& fileName)
     return dot > 0 ? fileName.left(dot) : fileName;
 }
 
-void reportAll(RunState& state, std::vector<Finding>& findings)
+void reportAll(const RuleContext& context, const std::vector<Finding>& findings)
 {
-    for (Finding& finding : findings) {
-        finding.routine = QString(state.currentRoutine);
-        ReportRuleFinding(state, finding);
+    for (const Finding& finding : findings) {
+        const Severity severity = finding.kind == FindingKind::Error ? Severity::Error : Severity::Warning;
+        context.findings.report(severity, finding.line, finding.message, finding.data, finding.column);
     }
 }
 
@@ -149,10 +149,10 @@ QStringList FileNameSetupProblems(const TableSet& active)
     return problems;
 }
 
-void CheckFileName(RunState& state)
+void CheckFileName(RuleContext& context)
 {
-    const TableSet& active = state.config.ActiveTableSet;
-    const QString fileName = InputFileNameOf(DeliveredInputPath(state));
+    const TableSet& active = context.settings;
+    const QString fileName = InputFileNameOf(context.inputPath);
     std::vector<Finding> findings = CheckFileNameCharacters(fileName,
         FileNameCharacters(active.ValidFilenameChars), FileNameCharacters(active.InvalidFilenameChars));
     try {
@@ -166,9 +166,9 @@ void CheckFileName(RunState& state)
         throw;
     } catch (const std::exception& failure) {
         // The character findings stand; the failing pattern leaves the file not checked.
-        reportAll(state, findings);
-        NoteCheckFailure(state, failure);
+        reportAll(context, findings);
+        context.findings.checkEnded(failure);
         return;
     }
-    reportAll(state, findings);
+    reportAll(context, findings);
 }

@@ -10,6 +10,7 @@
 #include <vector>
 
 struct RunState;
+struct RuleContext;
 
 // One row of the file-name table: a pattern the input file's base name may
 // match as a whole, whether letter case counts, and what the pattern stands
@@ -59,4 +60,4 @@ QStringList FileNameSetupProblems(const TableSet& active);
 
 // The whole-file check, with CHECKFILENAME on: the input file's name against
 // the character lists and the file-name table.
-void CheckFileName(RunState& state);
+void CheckFileName(RuleContext& context);

@@ -4,6 +4,7 @@
 #include "core/Paths.h"
 #include "core/RunState.h"
 #include "engine/Dispatch.h"
+#include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
 #include "text/TagSearch.h"
 
@@ -37,11 +38,6 @@ bool carriesAttributes(QStringView tag)
 void lintRow(RunState& state, const QString& path, qsizetype index, const QString& message)
 {
     TableReading::Lint(state, path, index, QStringLiteral("row dropped: ") + message);
-}
-
-const ImageValidationTable* activeImageTable(const RunState& state)
-{
-    return state.config.ActiveTableSet.loaded<ImageValidationTable>(SupportFile::ImageValidationTbl);
 }
 
 bool switchedOn(Switch value)
@@ -313,29 +309,19 @@ std::vector<Finding> ImagesWithoutCallout(const ImageCallouts& run)
     return findings;
 }
 
-ImageFileState& ImageFileStateOf(RunState& state)
-{
-    return OwnFileState<ImageFileState>(state);
-}
-
 std::unique_ptr<RuleFileState> MakeImageFileState()
 {
     return MakeFileState<ImageFileState>();
 }
 
-const std::vector<ImageCallout>& FileImageCallouts(RunState& state, const ImageValidationTable& table)
+const std::vector<ImageCallout>& FileImageCallouts(ImageFileState& file, const QString& document,
+    const std::vector<std::int32_t>& lineStarts, const ImageValidationTable& table)
 {
-    ImageFileState& file = ImageFileStateOf(state);
     if (!file.calloutsFound) {
-        file.callouts = FindImageCallouts(state.wholeText, state.lineStarts, table);
+        file.callouts = FindImageCallouts(document, lineStarts, table);
         file.calloutsFound = true;
     }
     return file.callouts;
-}
-
-QString DeliveredInputPath(const RunState& state)
-{
-    return state.currentInputPath.isEmpty() ? state.inputPath : state.currentInputPath;
 }
 
 QStringList ImageSetupProblems(const TableSet& active, const QSet<QString>& declaredRoutines)
@@ -356,22 +342,24 @@ QStringList ImageSetupProblems(const TableSet& active, const QSet<QString>& decl
     return problems;
 }
 
-void CheckImageValidation(RunState& state)
+void CheckImageValidation(RuleContext& context)
 {
-    const Configuration& config = state.config;
-    const TableSet& active = config.ActiveTableSet;
-    const QString folder = ImageFolderFor(config.ImagePath, config.ImageFolder, DeliveredInputPath(state));
+    const Configuration& config = context.installation;
+    const TableSet& active = context.settings;
+    const QString folder = ImageFolderFor(config.ImagePath, config.ImageFolder, context.inputPath);
     // Every file's folder takes part in the run's cross-check, also a file
     // that calls nothing out: all its folder holds is then in excess.
-    QSet<QString>& calledOut = state.imageCallouts.calledOut[folder];
-    const ImageValidationTable* table = activeImageTable(state);
+    QSet<QString>& calledOut = context.imageCallouts.calledOut[folder];
+    const auto* table = active.loaded<ImageValidationTable>(SupportFile::ImageValidationTbl);
     if (!table || table->rows.isEmpty())
         return;
     const ImageFolderSettings settings { folder, ImageExtensions(active.ImageExtension),
         switchedOn(active.CheckImageZeroBytes) };
-    for (Finding& finding : CheckImageCallouts(FileImageCallouts(state, *table), settings, calledOut)) {
-        finding.routine = QString(state.currentRoutine);
-        ReportRuleFinding(state, finding);
+    const auto& callouts
+        = FileImageCallouts(context.ownState<ImageFileState>(), context.document, context.lineStarts, *table);
+    for (const Finding& finding : CheckImageCallouts(callouts, settings, calledOut)) {
+        const Severity severity = finding.kind == FindingKind::Error ? Severity::Error : Severity::Warning;
+        context.findings.report(severity, finding.line, finding.message, finding.data, finding.column);
     }
 }
 

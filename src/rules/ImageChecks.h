@@ -15,6 +15,7 @@
 #include <vector>
 
 struct RunState;
+struct RuleContext;
 
 // One row of the image validation table: an element and the attribute of it
 // that names an image file ("graphic | xlink:href").
@@ -112,14 +113,13 @@ struct ImageFileState : RuleFileState {
     QHash<QString, QString> articleIds; // by routine parameter; empty when the file holds none
     QSet<QString> toldNoArticleId; // parameters whose missing identifier was reported
 };
-ImageFileState& ImageFileStateOf(RunState& state);
 // The rule family's file state, for its registry entries.
 std::unique_ptr<RuleFileState> MakeImageFileState();
 
-const std::vector<ImageCallout>& FileImageCallouts(RunState& state, const ImageValidationTable& table);
-
-// Where the input was delivered: the path before any staging copy.
-QString DeliveredInputPath(const RunState& state);
+// The file's image callouts, found once per file state from the document it
+// was made for.
+const std::vector<ImageCallout>& FileImageCallouts(ImageFileState& file, const QString& document,
+    const std::vector<std::int32_t>& lineStarts, const ImageValidationTable& table);
 
 // For the configuration check: settings of an active set that leave its
 // image checks checking nothing, or reporting everything.
@@ -127,7 +127,7 @@ QStringList ImageSetupProblems(const TableSet& active, const QSet<QString>& decl
 
 // The whole-file check: every image that the file calls out is in the image
 // folder (and, with CHECKIMAGEZEROBYTES, not empty).
-void CheckImageValidation(RunState& state);
+void CheckImageValidation(RuleContext& context);
 // Clears the run's image list; the single-file run and the batch call it
 // before their first file.
 void StartImageCrossCheck(RunState& state);

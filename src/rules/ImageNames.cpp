@@ -1,8 +1,7 @@
 #include "rules/ImageNames.h"
 
 #include "core/Paths.h"
-#include "core/RunState.h"
-#include "engine/RuleHelpers.h"
+#include "engine/RuleContext.h"
 #include "rules/ImageChecks.h"
 
 namespace {
@@ -21,34 +20,33 @@ bool noParameter(QStringView parameter)
 // The image names of the current tag; none when the image validation table
 // does not list its element, so that a routine declared on an enclosing
 // element checks only the image tags inside it.
-QStringList currentTagImages(const RunState& state, const ImageValidationTable*& table)
+QStringList currentTagImages(const RuleContext& context, const ImageValidationTable*& table)
 {
-    table = state.config.ActiveTableSet.loaded<ImageValidationTable>(SupportFile::ImageValidationTbl);
-    const ValidationContext& context = state.context;
-    if (!table || (context.tagType != TagKind::Start && context.tagType != TagKind::Empty))
+    table = context.settings.loaded<ImageValidationTable>(SupportFile::ImageValidationTbl);
+    const ValidationContext& tag = context.tag;
+    if (!table || (tag.tagType != TagKind::Start && tag.tagType != TagKind::Empty))
         return {};
-    return ImagesOfTag(context.tagText, context.tagName, *table).names;
+    return ImagesOfTag(tag.tagText, tag.tagName, *table).names;
 }
 
-void errorAtTag(RunState& state, const QString& message)
+void errorAtTag(const RuleContext& context, const QString& message)
 {
-    ReportBySeverity(state, Severity::Error, state.context.lineNumber, message, DataContentAt(state, 0),
-        state.context.linePosition);
+    context.reportAtTag(Severity::Error, message);
 }
 
-QString articleIdentifier(RunState& state)
+QString articleIdentifier(const RuleContext& context)
 {
-    if (noParameter(state.routineParameter)) {
-        const QString name = InputFileNameOf(DeliveredInputPath(state));
+    if (noParameter(context.parameter)) {
+        const QString name = InputFileNameOf(context.inputPath);
         const qsizetype dot = name.lastIndexOf(u'.');
         return dot < 0 ? name : name.left(dot);
     }
-    const QString element = state.routineParameter.toString();
-    QHash<QString, QString>& known = ImageFileStateOf(state).articleIds;
+    const QString element = context.parameter.toString();
+    QHash<QString, QString>& known = context.ownState<ImageFileState>().articleIds;
     const auto found = known.constFind(element);
     if (found != known.constEnd())
         return found.value();
-    const QString id = FirstElementText(state.wholeText, element).value_or(QString());
+    const QString id = FirstElementText(context.document, element).value_or(QString());
     known.insert(element, id);
     return id;
 }
@@ -103,37 +101,40 @@ std::optional<int> ExpectedImageNameLength(QStringView parameter)
     return numeric && length > 0 ? std::optional<int>(length) : std::nullopt;
 }
 
-void IMGNAMEARTIDEQUALITY(RunState& state)
+void IMGNAMEARTIDEQUALITY(RuleContext& context)
 {
     const ImageValidationTable* table = nullptr;
-    const QStringList images = currentTagImages(state, table);
+    const QStringList images = currentTagImages(context, table);
     if (images.isEmpty())
         return;
-    const QString id = articleIdentifier(state);
+    const QString id = articleIdentifier(context);
     if (id.isEmpty()) {
         // Told once per file and element: every image tag would say the same.
-        const QString element = state.routineParameter.toString();
-        if (!ImageFileStateOf(state).toldNoArticleId.contains(element)) {
-            ImageFileStateOf(state).toldNoArticleId.insert(element);
-            errorAtTag(state, QStringLiteral("No article ID found in an element ") + element);
+        const QString element = context.parameter.toString();
+        QSet<QString>& told = context.ownState<ImageFileState>().toldNoArticleId;
+        if (!told.contains(element)) {
+            told.insert(element);
+            errorAtTag(context, QStringLiteral("No article ID found in an element ") + element);
         }
         return;
     }
     for (const QString& image : images) {
         if (!ImageFileNameOf(image).startsWith(id, Qt::CaseInsensitive))
-            errorAtTag(state, QStringLiteral("Image name not prefixed by article ID ") + id);
+            errorAtTag(context, QStringLiteral("Image name not prefixed by article ID ") + id);
     }
 }
 
-void IMGNAMELENGTHEQUALITY(RunState& state)
+void IMGNAMELENGTHEQUALITY(RuleContext& context)
 {
     const ImageValidationTable* table = nullptr;
-    const QStringList images = currentTagImages(state, table);
+    const QStringList images = currentTagImages(context, table);
     if (images.isEmpty())
         return;
-    std::optional<int> expected = ExpectedImageNameLength(state.routineParameter);
+    std::optional<int> expected = ExpectedImageNameLength(context.parameter);
     if (!expected) {
-        for (const ImageCallout& callout : FileImageCallouts(state, *table)) {
+        const auto& callouts = FileImageCallouts(
+            context.ownState<ImageFileState>(), context.document, context.lineStarts, *table);
+        for (const ImageCallout& callout : callouts) {
             if (!callout.name.isEmpty()) {
                 expected = static_cast<int>(ImageBaseName(callout.name).size());
                 break;
@@ -145,7 +146,7 @@ void IMGNAMELENGTHEQUALITY(RunState& state)
     for (const QString& image : images) {
         const QString name = ImageBaseName(image);
         if (name.size() != *expected)
-            errorAtTag(state,
+            errorAtTag(context,
                 QStringLiteral("Image name length %1 instead of %2: %3")
                     .arg(name.size())
                     .arg(*expected)

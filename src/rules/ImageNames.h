@@ -4,7 +4,7 @@
 #include <QStringView>
 #include <optional>
 
-struct RunState;
+struct RuleContext;
 
 // The name an image goes by in the name rules: its file name without folders
 // and without its extension ("graphics/jcs-0147-f1.tif" gives "jcs-0147-f1").
@@ -21,7 +21,7 @@ std::optional<int> ExpectedImageNameLength(QStringView parameter);
 // Declared on an image tag: every image the tag names begins with the
 // article identifier, letter case aside. The identifier is the input file's
 // base name, or the text of the element the parameter names.
-void IMGNAMEARTIDEQUALITY(RunState& state);
+void IMGNAMEARTIDEQUALITY(RuleContext& context);
 // Declared on an image tag: every image the tag names has the length the
 // parameter gives, or else the length of the file's first image name.
-void IMGNAMELENGTHEQUALITY(RunState& state);
+void IMGNAMELENGTHEQUALITY(RuleContext& context);

@@ -28,7 +28,7 @@ RuleBook makeRules()
     // The order in which the dispatcher compares a declared name.
     book.routines = {
         { "TEXTVALIDITY"_L1, TEXTVALIDITY, TextValidityTbl, LoadTextValidityTable, {},
-            MakeTextValidityFileState },
+            MakeTextValidityFileState, MakeTextValidityRunState },
         // The image routines and the whole-file image check share the file's callouts.
         { "IMGNAMEARTIDEQUALITY"_L1, IMGNAMEARTIDEQUALITY, ImageValidationTbl, LoadImageValidationTable, {},
             MakeImageFileState },

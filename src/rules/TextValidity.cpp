@@ -7,6 +7,7 @@
 #include "core/RunState.h"
 #include "engine/Dispatch.h"
 #include "engine/PatternSearch.h"
+#include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
 #include "rules/PatternLint.h"
 #include "text/TagSearch.h"
@@ -457,7 +458,8 @@ std::optional<qsizetype> unlikeValue(const QStringList& values)
 
 // A signed step: the first value out of sequence. The first value of the
 // element starts the sequence and becomes the row's number for the run.
-std::optional<qsizetype> outOfSequence(RunState& state, const TextValidityRow& row, const QStringList& values)
+std::optional<qsizetype> outOfSequence(
+    RuleContext& context, const TextValidityRow& row, const QStringList& values)
 {
     const std::int32_t step = LeadingNumber(row.operatorText);
     std::optional<std::int32_t> previous;
@@ -466,9 +468,10 @@ std::optional<qsizetype> outOfSequence(RunState& state, const TextValidityRow& r
             continue;
         const std::int32_t value = LeadingNumber(values[i]);
         if (!previous) {
-            const std::int32_t number = state.textValidity.stepNumbers.value(&row, row.number);
+            auto& carried = context.ownRunState<TextValidityRunState>();
+            const std::int32_t number = carried.numberOf(row);
             if (number == 0 || number != value)
-                state.textValidity.stepNumbers.insert(&row, value);
+                carried.write(row, value);
         } else if (std::int64_t(value) != std::int64_t(*previous) + step) {
             return i;
         }
@@ -492,7 +495,7 @@ std::optional<QDate> readDate(const QString& text)
 // "@now": the values, joined, read as a date and compared with today. An
 // element without a value, or whose value is no date, has nothing to compare
 // and passes; an operator left without one of the six comparisons fails.
-bool dateHolds(RunState& state, const TextValidityRow& row, const QString& captureList)
+bool dateHolds(const RuleContext& context, const TextValidityRow& row, const QString& captureList)
 {
     const QString joined = QString(captureList).remove(kValueSeparator);
     if (joined.trimmed().isEmpty())
@@ -502,46 +505,44 @@ bool dateHolds(RunState& state, const TextValidityRow& row, const QString& captu
         return true;
     const QString comparison
         = QString(row.operatorText).remove(QStringLiteral("@now"), Qt::CaseInsensitive).trimmed();
-    const QDate today = state.report.now().date();
+    const QDate today = context.now().date();
     return CompareBy(comparison, double(date->toJulianDay()), double(today.toJulianDay())).value_or(false);
 }
 
 // --- Findings ---------------------------------------------------------------------
 
-void reportAtTag(RunState& state, const TextValidityRow& row, std::int32_t column)
+void reportAtTag(const RuleContext& context, const TextValidityRow& row, std::int32_t column)
 {
-    ReportBySeverity(
-        state, row.severity, state.context.lineNumber, row.message, DataContentAt(state, 0), column);
+    context.findings.report(row.severity, context.tag.lineNumber, row.message, context.dataFrom(0), column);
 }
 
 // A finding at the value's whole match: its first occurrence in the prepared
 // content, letter case aside, placed at that character's line and column in
 // the file.
 void reportAtValue(
-    RunState& state, const TextValidityRow& row, const PlacedContent& placed, const QString& match)
+    const RuleContext& context, const TextValidityRow& row, const PlacedContent& placed, const QString& match)
 {
     const qsizetype found = std::max<qsizetype>(placed.text.indexOf(match, 0, Qt::CaseInsensitive), 0);
-    const ValidationContext& context = state.context;
-    const qsizetype offset
-        = qsizetype(context.filePosition) - 1 + context.tagText.size() + placed.originOf(found);
-    const auto& starts = state.lineStarts;
+    const ValidationContext& tag = context.tag;
+    const qsizetype offset = qsizetype(tag.filePosition) - 1 + tag.tagText.size() + placed.originOf(found);
+    const auto& starts = context.lineStarts;
     const auto after = std::upper_bound(starts.begin(), starts.end(), offset);
-    std::int32_t line = context.lineNumber;
-    std::int32_t column = context.linePosition;
+    std::int32_t line = tag.lineNumber;
+    std::int32_t column = tag.linePosition;
     if (after != starts.begin()) {
         line = std::int32_t(after - starts.begin());
         column = std::int32_t(offset - *(after - 1) + 1);
     }
-    ReportBySeverity(state, row.severity, line, row.message, match, column);
+    context.findings.report(row.severity, line, row.message, match, column);
 }
 
-void reportValue(RunState& state, const TextValidityRow& row, const PlacedContent& placed,
+void reportValue(const RuleContext& context, const TextValidityRow& row, const PlacedContent& placed,
     const PatternSearchResult& found, std::optional<qsizetype> index)
 {
     if (!index)
         return;
     const QStringList matches = SplitValueList(found.matchList);
-    reportAtValue(state, row, placed, *index < matches.size() ? matches[*index] : QString());
+    reportAtValue(context, row, placed, *index < matches.size() ? matches[*index] : QString());
 }
 
 } // namespace
@@ -568,13 +569,13 @@ const PlacedContent& ElementContent::preparedFor(const TextValidityRow& row, con
     return *prepared_.emplace(key, std::move(placed));
 }
 
-void ApplyTextValidityRow(RunState& state, const TextValidityRow& row, ElementContent& content)
+void ApplyTextValidityRow(RuleContext& context, const TextValidityRow& row, ElementContent& content)
 {
     for (const QString& name : row.excluded) {
-        if (IsTagOpen(state, name))
+        if (context.isOpen(name))
             return;
     }
-    const PlacedContent& placed = content.preparedFor(row, xmlClass(state.toolkit));
+    const PlacedContent& placed = content.preparedFor(row, xmlClass(context.toolkit));
 
     // Counts and the forbidden pattern need no value lists, and "@eval" searches for itself.
     const RegExp& values = row.valueExpression;
@@ -582,26 +583,26 @@ void ApplyTextValidityRow(RunState& state, const TextValidityRow& row, ElementCo
     const QString& op = row.operatorText;
     if (isCountOperator(op)) {
         if (!CompareBy(op, double(values.countMatches(placed.text)), row.number).value())
-            reportAtTag(state, row, state.context.linePosition);
+            reportAtTag(context, row, context.tag.linePosition);
     } else if (op == u"!dup") {
         const PatternSearchResult result = found();
-        reportValue(state, row, placed, result, repeatedValue(SplitValueList(result.captureList)));
+        reportValue(context, row, placed, result, repeatedValue(SplitValueList(result.captureList)));
     } else if (op == u"dup") {
         const PatternSearchResult result = found();
-        reportValue(state, row, placed, result, unlikeValue(SplitValueList(result.captureList)));
+        reportValue(context, row, placed, result, unlikeValue(SplitValueList(result.captureList)));
     } else if (op.startsWith(u'+') || op.startsWith(u'-')) {
         const PatternSearchResult result = found();
         reportValue(
-            state, row, placed, result, outOfSequence(state, row, SplitValueList(result.captureList)));
+            context, row, placed, result, outOfSequence(context, row, SplitValueList(result.captureList)));
     } else if (op.contains(QStringLiteral("@eval"), Qt::CaseInsensitive)) {
         // Always column 1, wherever the element stands.
         if (!EvaluateArithmetic(op, row.number, values, placed.text))
-            reportAtTag(state, row, 1);
+            reportAtTag(context, row, 1);
     } else if (op.contains(QStringLiteral("@now"), Qt::CaseInsensitive)) {
-        if (!dateHolds(state, row, found().captureList))
-            reportAtTag(state, row, state.context.linePosition);
+        if (!dateHolds(context, row, found().captureList))
+            reportAtTag(context, row, context.tag.linePosition);
     } else if (values.test(placed.text)) {
-        reportAtTag(state, row, state.context.linePosition);
+        reportAtTag(context, row, context.tag.linePosition);
     }
 }
 
@@ -622,12 +623,12 @@ struct TextValidityFileState : RuleFileState {
 // Whether the row's condition occurs in the whole file: the same for every
 // element of a file, so it is searched once per row and file. A search that
 // failed fails again without searching.
-bool conditionHolds(RunState& state, const TextValidityTable& table, int index)
+bool conditionHolds(const RuleContext& context, const TextValidityTable& table, int index)
 {
     const TextValidityRow& row = table.rows[index];
     if (row.condition.isEmpty())
         return true;
-    auto& cache = OwnFileState<TextValidityFileState>(state);
+    auto& cache = context.ownState<TextValidityFileState>();
     if (cache.conditionTable != &table) {
         cache.conditionTable = &table;
         cache.conditionHolds.assign(table.rows.size(), kNotAsked);
@@ -637,44 +638,44 @@ bool conditionHolds(RunState& state, const TextValidityTable& table, int index)
         throw PatternError("Regular expression \"" + row.condition.toStdString() + "\" failed before");
     if (answer == kNotAsked) {
         answer = kFailed; // stays so when the search throws
-        answer = row.conditionExpression.test(state.wholeText) ? kPresent : kAbsent;
+        answer = row.conditionExpression.test(context.document) ? kPresent : kAbsent;
     }
     return answer == kPresent;
 }
 
 // The content of the current start tag's element up to its end tag.
-QString currentContent(RunState& state)
+QString currentContent(const RuleContext& context)
 {
-    const ValidationContext& context = state.context;
-    std::int32_t position = context.filePosition;
-    return xmlClass(state.toolkit)
-        .GetPCDATA(state.wholeText, context.tagText, QStringLiteral("</") + context.tagName + u'>', position);
+    const ValidationContext& tag = context.tag;
+    std::int32_t position = tag.filePosition;
+    return xmlClass(context.toolkit)
+        .GetPCDATA(context.document, tag.tagText, QStringLiteral("</") + tag.tagName + u'>', position);
 }
 
 // The file's element index for the current element's content, when the
 // content was read from the file at the tag's place.
-std::optional<TagPairs> filePairs(RunState& state)
+std::optional<TagPairs> filePairs(const RuleContext& context)
 {
-    const ValidationContext& context = state.context;
-    const qsizetype tagStart = qsizetype(context.filePosition) - 1;
-    if (tagStart < 0 || tagStart >= state.wholeText.size()
-        || !QStringView(state.wholeText).sliced(tagStart).startsWith(context.tagText))
+    const ValidationContext& tag = context.tag;
+    const qsizetype tagStart = qsizetype(tag.filePosition) - 1;
+    if (tagStart < 0 || tagStart >= context.document.size()
+        || !QStringView(context.document).sliced(tagStart).startsWith(tag.tagText))
         return std::nullopt;
-    const ElementIndex* index = state.toolkit.indexFor(state.wholeText);
+    const ElementIndex* index = context.toolkit.indexFor(context.document);
     if (!index)
         return std::nullopt;
-    return TagPairs { index, index->text(), tagStart + context.tagText.size() };
+    return TagPairs { index, index->text(), tagStart + tag.tagText.size() };
 }
 
 // A failing row ends the check of the element. The failure is told once per
 // file and reason, however many elements meet it.
-void noteFailure(RunState& state, const std::exception& failure)
+void noteFailure(const RuleContext& context, const std::exception& failure)
 {
-    QSet<QString>& noted = OwnFileState<TextValidityFileState>(state).notedFailures;
+    QSet<QString>& noted = context.ownState<TextValidityFileState>().notedFailures;
     if (noted.contains(QString::fromUtf8(failure.what())))
         return;
     noted.insert(QString::fromUtf8(failure.what()));
-    NoteCheckFailure(state, failure);
+    context.findings.checkEnded(failure);
 }
 
 } // namespace
@@ -684,16 +685,30 @@ std::unique_ptr<RuleFileState> MakeTextValidityFileState()
     return MakeFileState<TextValidityFileState>();
 }
 
-void TEXTVALIDITY(RunState& state)
+void TextValidityRunState::takeLater(const RuleRunState& later)
 {
-    const auto* table = state.config.ActiveTableSet.loaded<TextValidityTable>(SupportFile::TextValidityTbl);
-    const ValidationContext& context = state.context;
-    if (!table || table->index.isEmpty() || context.tagType != TagKind::Start)
+    const auto& share = static_cast<const TextValidityRunState&>(later);
+    for (auto step = share.stepNumbers_.cbegin(); step != share.stepNumbers_.cend(); ++step) {
+        if (step.value() != kUnwritten)
+            stepNumbers_.insert(step.key(), step.value());
+    }
+}
+
+std::unique_ptr<RuleRunState> MakeTextValidityRunState()
+{
+    return MakeRunState<TextValidityRunState>();
+}
+
+void TEXTVALIDITY(RuleContext& context)
+{
+    const auto* table = context.settings.loaded<TextValidityTable>(SupportFile::TextValidityTbl);
+    const ValidationContext& tag = context.tag;
+    if (!table || table->index.isEmpty() || tag.tagType != TagKind::Start)
         return;
-    if (!table->index.holds(context.tagName))
+    if (!table->index.holds(tag.tagName))
         return;
     // The index ignores letter case, the rows do not.
-    const auto rows = table->rowsByTag.constFind(context.tagName);
+    const auto rows = table->rowsByTag.constFind(tag.tagName);
     if (rows == table->rowsByTag.constEnd())
         return;
     // A failing row (a pattern the engine rejects or gives up on) ends the
@@ -701,17 +716,17 @@ void TEXTVALIDITY(RunState& state)
     try {
         std::optional<ElementContent> content;
         for (const int index : *rows) {
-            if (!conditionHolds(state, *table, index))
+            if (!conditionHolds(context, *table, index))
                 continue;
             if (!content)
-                content.emplace(currentContent(state), filePairs(state));
-            ApplyTextValidityRow(state, table->rows[index], *content);
+                content.emplace(currentContent(context), filePairs(context));
+            ApplyTextValidityRow(context, table->rows[index], *content);
         }
     } catch (const RunAborted&) {
         throw;
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& failure) {
-        noteFailure(state, failure);
+        noteFailure(context, failure);
     }
 }

@@ -12,10 +12,12 @@
 #include <QStringList>
 #include <QStringView>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <vector>
 
 struct RunState;
+struct RuleContext;
 class xmlClass;
 class ElementIndex;
 
@@ -56,9 +58,37 @@ bool LoadTextValidityTable(RunState& state, TableSet& set);
 // failures it has told.
 std::unique_ptr<RuleFileState> MakeTextValidityFileState();
 
+// What the check carries from one file to the next: the number a
+// signed-step row took from the first value of the last element it checked,
+// by row. No finding reads that number back, so a file of a parallel batch
+// starts its share from "not written" on every row, and the run takes the
+// numbers each file wrote in batch order: the run ends with the numbers one
+// file after another leaves.
+class TextValidityRunState : public RuleRunState {
+public:
+    // The row's number as the files so far left it: its table number until
+    // one wrote it; on a share, unwritten until this file writes it.
+    std::int32_t numberOf(const TextValidityRow& row) const
+    {
+        return stepNumbers_.value(&row, apart_ ? kUnwritten : row.number);
+    }
+    void write(const TextValidityRow& row, std::int32_t number) { stepNumbers_.insert(&row, number); }
+    void startApart() override { apart_ = true; }
+    void takeLater(const RuleRunState& later) override;
+
+private:
+    // Values are read from text as 32-bit numbers; this one stands for "not
+    // written" only.
+    static constexpr std::int32_t kUnwritten = std::numeric_limits<std::int32_t>::min();
+    QHash<const void*, std::int32_t> stepNumbers_;
+    bool apart_ = false;
+};
+
+std::unique_ptr<RuleRunState> MakeTextValidityRunState();
+
 // Checks the content of the current start tag's element against every row
 // of its tag; a row gives at most one finding per element.
-void TEXTVALIDITY(RunState& state);
+void TEXTVALIDITY(RuleContext& context);
 
 // Content prepared for the value search, with where each character came from
 // in the element content, so that findings are placed in the file.
@@ -102,7 +132,7 @@ private:
 // The steps of one row for the current start tag, from its element content
 // on: split flag, excluded elements, value search, operator and finding.
 // Throws on a run-time failure (a pattern the engine rejects).
-void ApplyTextValidityRow(RunState& state, const TextValidityRow& row, ElementContent& content);
+void ApplyTextValidityRow(RuleContext& context, const TextValidityRow& row, ElementContent& content);
 
 // Every embedded element, start tag through end tag, and every stand-alone
 // tag become one "|". A start tag whose end tag is missing gives "|" alone.

@@ -161,10 +161,12 @@ BatchResult runBatch(const Installation& inst, const QString& name, int jobs,
     for (const ValidationContext* last : { &state.previousTag, &state.previousStartTag, &state.context })
         result.lastTags
             << QStringLiteral("%1 %2:%3").arg(last->tagText).arg(last->lineNumber).arg(last->filePosition);
+    const auto* carried
+        = static_cast<const TextValidityRunState*>(state.carriedStates.find(MakeTextValidityRunState));
     if (const auto* table
         = state.config.ActiveTableSet.loaded<TextValidityTable>(SupportFile::TextValidityTbl)) {
         for (const TextValidityRow& row : table->rows)
-            result.stepNumbers << state.textValidity.stepNumbers.value(&row, row.number);
+            result.stepNumbers << (carried ? carried->numberOf(row) : row.number);
     }
     result.errorEntries = state.report.runErrorEntries;
     result.progress = ui.progressValues;
@@ -276,6 +278,26 @@ TEST(BatchJobs, FilesWhoseCheckFailsFailAloneWhateverTheJobCount)
             << i;
     }
     EXPECT_TRUE(sequential.work.at("error.edt").contains("The check did not finish: "));
+}
+
+// A file checked apart must not take a signed-step row's table number for
+// one an earlier file wrote: the second file starts at the table number,
+// which one after another overwrites the first file's number with.
+TEST(BatchJobs, CarriedStepNumbersEndAsOneAfterAnotherLeavesThem)
+{
+    Installation inst;
+    inst.set("INPUTTYPE", "FILES");
+    installSampleRules(inst, false);
+    inst.set("TEXTVALIDITYTBL",
+        inst.writeTable("steps.tbl",
+            "Condition | Value pattern | Tag | Split | Excluded | Operator | Number | Severity | Message\r\n"
+            " | <label>(\\d+)</label> | list | N | | +1 | 3 | E | Out of sequence\r\n"));
+    inst.writeInput("f0.xml", "<list><label>1</label><label>2</label></list>\r\n");
+    inst.writeInput("f1.xml", "<list><label>3</label><label>4</label></list>\r\n");
+    const BatchResult sequential = runBatch(inst, "one", 1);
+    expectSameRun(sequential, runBatch(inst, "two", 2));
+    ASSERT_FALSE(sequential.stepNumbers.isEmpty());
+    EXPECT_EQ(sequential.stepNumbers.last(), 3); // the step row, after the header
 }
 
 TEST(BatchJobs, ReportsAreTheSameAtEveryJobCountAndCacheState)

@@ -3,6 +3,7 @@
 #include "config/RoutineDeclTable.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
+#include "engine/RuleContext.h"
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"
 
@@ -14,18 +15,17 @@ namespace {
 // They stand in for real routine names, which the table loader insists on.
 QStringList calls;
 
-template <const char* Name> void record(RunState& state)
+template <const char* Name> void record(RuleContext& context)
 {
-    calls
-        << QStringLiteral("%1 %2 (%3)").arg(QLatin1String(Name), state.context.tagText, state.contextElement);
+    calls << QStringLiteral("%1 %2 (%3)").arg(QLatin1String(Name), context.tag.tagText, context.element);
 }
 
 constexpr char kFirst[] = "NOHRT";
 constexpr char kSecond[] = "WITHHRT";
 
-void recordParameter(RunState& state)
+void recordParameter(RuleContext& context)
 {
-    calls << QStringLiteral("PARAM=%1").arg(state.routineParameter);
+    calls << QStringLiteral("PARAM=%1").arg(context.parameter);
 }
 
 const RuleBook kRecorders { {
@@ -146,7 +146,7 @@ TEST(Validator, SplitsAtLineEndsAndCountsProgressPerLine)
 TEST(Validator, UnexpectedFailureIsShownAndEndsTheRun)
 {
     const RuleBook failing {
-        { { QLatin1StringView("NOHRT"), +[](RunState&) { throw std::runtime_error("disk gone"); } } }, {}
+        { { QLatin1StringView("NOHRT"), +[](RuleContext&) { throw std::runtime_error("disk gone"); } } }, {}
     };
     Fixture fixture("<a> | NOHRT | x\r\n", failing);
     fixture.state.inputPath = fixture.dir.write("input.xml", "<a>");

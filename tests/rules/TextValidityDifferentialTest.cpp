@@ -1,4 +1,5 @@
 #include "core/RunAborted.h"
+#include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
 #include "rules/RuleRegistry.h"
 #include "rules/TextValidity.h"
@@ -13,10 +14,10 @@ namespace {
 // The check read plainly: every row of the table walked for every element,
 // each condition searched in the whole file again, the content taken by the
 // toolkit's own search of the file.
-void literalTEXTVALIDITY(RunState& state)
+void literalTEXTVALIDITY(RuleContext& rule)
 {
-    const auto* table = state.config.ActiveTableSet.loaded<TextValidityTable>(SupportFile::TextValidityTbl);
-    const ValidationContext& context = state.context;
+    const auto* table = rule.settings.loaded<TextValidityTable>(SupportFile::TextValidityTbl);
+    const ValidationContext& context = rule.tag;
     if (!table || table->index.text().isEmpty() || context.tagType != TagKind::Start)
         return;
     if (!table->index.text().contains("[" + context.tagName + "]", Qt::CaseInsensitive))
@@ -25,13 +26,13 @@ void literalTEXTVALIDITY(RunState& state)
         for (const TextValidityRow& row : table->rows) {
             if (row.tag != context.tagName)
                 continue;
-            if (!row.condition.isEmpty() && !RegExp(row.condition, true, true).test(state.wholeText))
+            if (!row.condition.isEmpty() && !RegExp(row.condition, true, true).test(rule.document))
                 continue;
             std::int32_t position = context.filePosition;
             ElementContent content(
-                xmlClass(state.toolkit)
-                    .GetPCDATA(state.wholeText, context.tagText, "</" + context.tagName + ">", position));
-            ApplyTextValidityRow(state, row, content); // a fresh content per row, indexed on its own
+                xmlClass(rule.toolkit)
+                    .GetPCDATA(rule.document, context.tagText, "</" + context.tagName + ">", position));
+            ApplyTextValidityRow(rule, row, content); // a fresh content per row, indexed on its own
         }
     } catch (const RunAborted&) {
         throw;
