@@ -1,5 +1,5 @@
 #include "app/HeadlessOperator.h"
-#include "text/xmlClass.h"
+#include "text/TagScanner.h"
 
 #include <benchmark/benchmark.h>
 #include <random>
@@ -44,7 +44,7 @@ struct Fixture {
     HeadlessOperator ui;
     ToolkitState state;
     QString appPath;
-    xmlClass xml { state };
+    TagScanner xml { state };
 };
 
 const QString& Document(qsizetype megabytes)

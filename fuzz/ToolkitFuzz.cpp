@@ -1,6 +1,6 @@
 #include "FuzzSupport.h"
 #include "text/LiteralToolkit.h"
-#include "text/xmlClass.h"
+#include "text/TagScanner.h"
 
 // The tag toolkit against its plain reading: every answer and every shared
 // value must agree, whatever the text.
@@ -10,7 +10,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0; // the plain reading is quadratic on purpose
     const QString text = QString::fromUtf8(FuzzBytes(data, size));
     ToolkitState fastState, literalState;
-    xmlClass fast(fastState);
+    TagScanner fast(fastState);
     LiteralToolkit literal(literalState);
 
     for (std::int32_t start = 0; start <= text.size() + 1; ++start) {

@@ -51,7 +51,7 @@ struct RunState {
     int lineCount() const { return static_cast<int>(lineStarts.size()); }
     QStringView line(int index) const;
 
-    ToolkitState toolkit; // the values every xmlClass view of this run shares
+    ToolkitState toolkit; // the values every TagScanner view of this run shares
 
     // Validation state of the driver.
     ValidationContext context;

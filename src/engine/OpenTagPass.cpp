@@ -22,7 +22,7 @@ OpenTagEffect OpenTagEffectOfText(const QString& text)
     QHash<QString, int> ownNames;
     QList<qsizetype> enclosingAfter; // beside each entry of `own`
     ToolkitState scratch;
-    xmlClass xml(scratch);
+    TagScanner xml(scratch);
     ValidationContext context;
     std::int32_t lineStart = 0;
     std::int32_t lineNumber = 0;

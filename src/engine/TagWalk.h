@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/ValidationContext.h"
-#include "text/xmlClass.h"
+#include "text/TagScanner.h"
 
 #include <QHash>
 #include <QList>
@@ -15,7 +15,7 @@
 
 // Calls `visit(tag, position)` for every tag of the line the driver takes, in
 // line order (position one-based); "<!" and "<?" constructs are no tags to it.
-template <class Visit> void WalkLineTags(xmlClass& xml, const QString& line, Visit&& visit)
+template <class Visit> void WalkLineTags(TagScanner& xml, const QString& line, Visit&& visit)
 {
     std::int32_t counter = 0;
     while (counter != -1) {
@@ -29,7 +29,7 @@ template <class Visit> void WalkLineTags(xmlClass& xml, const QString& line, Vis
 }
 
 // Every field is written: the record may hold any older tag's values.
-inline void FillTagContext(ValidationContext& context, const xmlClass& xml, QString&& tag,
+inline void FillTagContext(ValidationContext& context, const TagScanner& xml, QString&& tag,
     const QString& line, std::int32_t position, std::int32_t lineStart, std::int32_t lineNumber,
     const QString& enclosingTag)
 {

@@ -7,7 +7,7 @@
 #include "engine/RuleHelpers.h"
 #include "engine/TagWalk.h"
 #include "text/InputLoading.h"
-#include "text/xmlClass.h"
+#include "text/TagScanner.h"
 
 #include <exception>
 
@@ -109,7 +109,7 @@ void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std:
 {
     state.toolkit.currentLineNumber = lineNumber;
     const RoutineDeclTable* table = declarations(state);
-    xmlClass xml(state.toolkit);
+    TagScanner xml(state.toolkit);
     bool swapped = false;
     WalkLineTags(xml, line, [&](QString&& tag, std::int32_t position) {
         FillTagContext(state.context, xml, std::move(tag), line, position, lineStart, lineNumber,

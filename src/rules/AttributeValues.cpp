@@ -3,7 +3,7 @@
 #include "config/TableReading.h"
 #include "core/RunState.h"
 #include "engine/RuleContext.h"
-#include "text/xmlClass.h"
+#include "text/TagScanner.h"
 
 namespace {
 
@@ -80,7 +80,7 @@ void NOLEADZERO(RuleContext& rule)
     // no row either, so the set of names answers the same.
     if (!table || !table->tagNames.contains(context.tagName))
         return;
-    const xmlClass xml(rule.toolkit);
+    const TagScanner xml(rule.toolkit);
     for (const NoLeadZeroRow& row : table->rows) {
         if (row.tagName != context.tagName)
             continue;
@@ -111,7 +111,7 @@ void ATTRIBUNCONENTITY(RuleContext& rule)
     const auto* table = rule.settings.loaded<AttribUnconTable>(SupportFile::AttribUnconTbl);
     if (!table || !table->tagNames.contains(context.tagName))
         return;
-    const xmlClass xml(rule.toolkit);
+    const TagScanner xml(rule.toolkit);
     for (const AttribUnconRow& row : table->rows) {
         if (row.tagName != context.tagName)
             continue;
@@ -128,7 +128,7 @@ void ATTRIBRANGEVALIDITY(RuleContext& rule)
     const ValidationContext& context = rule.tag;
     if (context.tagType == TagKind::End || !context.tagText.contains(u'='))
         return;
-    const xmlClass xml(rule.toolkit);
+    const TagScanner xml(rule.toolkit);
     const QString number = xml.GetAttributeValue(context.tagText, QStringLiteral("number"));
     if (number.isEmpty() || !holdsRangeSeparator(rule, number))
         return;
@@ -143,7 +143,7 @@ void ATTRIBNUMBERVALIDITY(RuleContext& rule)
     const ValidationContext& context = rule.tag;
     if (context.tagType == TagKind::End || !context.tagText.contains(u'='))
         return;
-    const xmlClass xml(rule.toolkit);
+    const TagScanner xml(rule.toolkit);
     if (xml.GetAttributeValue(context.tagText, QStringLiteral("range")).toUpper() != QLatin1String("Y"))
         return;
     // A missing or empty number is as wrong as a single one.

@@ -3,7 +3,7 @@
 #include "core/ToolkitState.h"
 #include "core/ValidationContext.h"
 #include "rules/ElementContents.h"
-#include "text/xmlClass.h"
+#include "text/TagScanner.h"
 
 #include <algorithm>
 
@@ -14,7 +14,7 @@ QString CurrentElementText(const QString& document, ToolkitState& toolkit, const
     // Not a tag of the file as the scanner cut it, or an element the file
     // does not close: the toolkit answers, from its index where it can.
     std::int32_t position = context.filePosition;
-    return xmlClass(toolkit).GetPCDATA(
+    return TagScanner(toolkit).GetPCDATA(
         document, context.tagText, QStringLiteral("</") + context.tagName + u'>', position);
 }
 

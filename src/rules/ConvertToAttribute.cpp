@@ -5,7 +5,7 @@
 #include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
 #include "rules/ConversionText.h"
-#include "text/xmlClass.h"
+#include "text/TagScanner.h"
 
 #include <map>
 
@@ -149,7 +149,7 @@ void CONVERT2ATTRIB(RuleContext& rule)
     const auto* table = rule.settings.loaded<Convert2AttribTable>(SupportFile::Convert2AttribTbl);
     if (!table)
         return;
-    const xmlClass xml(rule.toolkit);
+    const TagScanner xml(rule.toolkit);
     TagTexts texts(rule, *table);
     // Rows often ask for the same attribute: it is read once per name.
     const QString* lastName = nullptr;

@@ -2,7 +2,7 @@
 
 #include "core/ElementIndex.h"
 #include "engine/RuleContext.h"
-#include "text/xmlClass.h"
+#include "text/TagScanner.h"
 
 #include <optional>
 
@@ -140,7 +140,7 @@ std::optional<bool> referenceInFirstTwoWordsSoFar(QStringView content, const QSt
 
 void UNDELFNREF(RuleContext& rule)
 {
-    const xmlClass xml(rule.toolkit);
+    const TagScanner xml(rule.toolkit);
     const ValidationContext& context = rule.tag;
     if (context.tagName != QLatin1String("fn") || context.tagType != TagKind::Start)
         return;
@@ -170,7 +170,7 @@ bool FootnoteMarkInFirstTwoWords(const RuleContext& rule, const QString& upperRe
         return FootnoteMarkInFirstTwoWords(content.value_or(QStringView()), upperReference);
     }
     std::int32_t position = context.filePosition;
-    const QString content = xmlClass(rule.toolkit)
+    const QString content = TagScanner(rule.toolkit)
                                 .GetPCDATA(rule.document, context.tagText,
                                     QStringLiteral("</") + context.tagName + QLatin1Char('>'), position);
     return FootnoteMarkInFirstTwoWords(content, upperReference);

@@ -4,7 +4,7 @@
 #include "core/RunState.h"
 #include "engine/RuleContext.h"
 #include "rules/ElementContents.h"
-#include "text/xmlClass.h"
+#include "text/TagScanner.h"
 
 #include <algorithm>
 
@@ -15,7 +15,7 @@ bool LoadNoHrtTable(RunState& state, TableSet& set)
     QStringList lines;
     if (!TableReading::ReadLines(state, set.file(SupportFile::NoHRTDeclTbl), lines))
         return false;
-    const xmlClass xml(state.toolkit);
+    const TagScanner xml(state.toolkit);
     auto table = std::make_shared<NoHrtTable>();
     QString previousColumn;
     for (const QStringList& row :
@@ -36,7 +36,7 @@ bool LoadWithHrtTable(RunState& state, TableSet& set)
     QStringList lines;
     if (!TableReading::ReadLines(state, set.file(SupportFile::WithHRTDeclTbl), lines))
         return false;
-    const xmlClass xml(state.toolkit);
+    const TagScanner xml(state.toolkit);
     auto table = std::make_shared<WithHrtTable>();
     const QString& path = set.file(SupportFile::WithHRTDeclTbl);
     // A code the rule does not know asks for no hard return at all.
@@ -93,7 +93,7 @@ bool isMarkerName(const QString& name)
 
 // Column 1 always follows a hard return; otherwise the line must hold an HRT
 // marker that ends right before the tag.
-bool hardReturnBefore(const xmlClass& xml, const ValidationContext& context)
+bool hardReturnBefore(const TagScanner& xml, const ValidationContext& context)
 {
     if (context.linePosition <= 1)
         return true;
@@ -106,7 +106,7 @@ bool hardReturnBefore(const xmlClass& xml, const ValidationContext& context)
 
 // The end of the line always is a hard return; otherwise an HRT marker must
 // follow the tag directly.
-bool hardReturnAfter(const xmlClass& xml, const ValidationContext& context)
+bool hardReturnAfter(const TagScanner& xml, const ValidationContext& context)
 {
     const qsizetype tagEnd = context.linePosition - 1 + context.tagText.size();
     if (tagEnd >= context.lineText.size())
@@ -120,7 +120,7 @@ bool hardReturnAfter(const xmlClass& xml, const ValidationContext& context)
 
 // The message a row gives for the current tag; empty when the tag has the
 // hard returns the row asks for.
-QString withHrtMessage(const xmlClass& xml, const ValidationContext& context, Placement placement)
+QString withHrtMessage(const TagScanner& xml, const ValidationContext& context, Placement placement)
 {
     const bool missingBefore = LooksBefore(placement) && !hardReturnBefore(xml, context);
     const bool missingAfter = LooksAfter(placement) && !hardReturnAfter(xml, context);
@@ -165,7 +165,7 @@ void lineBreakInsideElement(RuleContext& rule, const NoHrtTable& table)
     const ValidationContext& context = rule.tag;
     if (context.tagType != TagKind::Start)
         return;
-    const xmlClass xml(rule.toolkit);
+    const TagScanner xml(rule.toolkit);
     const NoHrtEntry* entry = noHrtEntry(table, xml.GetTagName(context.enclosingTag), context.tagName);
     if (!entry)
         return;
@@ -196,7 +196,7 @@ void markerInsideElement(RuleContext& rule, const NoHrtTable& table)
     const ValidationContext& context = rule.tag;
     if (context.tagType != TagKind::Empty || !isMarkerName(context.tagName) || !parameterElementIsOpen(rule))
         return;
-    const xmlClass xml(rule.toolkit);
+    const TagScanner xml(rule.toolkit);
     const QString enclosingName = xml.GetTagName(context.enclosingTag);
     const NoHrtEntry* entry = noHrtEntry(table, enclosingName, enclosingName);
     if (!entry)
@@ -226,7 +226,7 @@ void WITHHRT(RuleContext& rule)
     if (!table)
         return;
     const ValidationContext& context = rule.tag;
-    const xmlClass xml(rule.toolkit);
+    const TagScanner xml(rule.toolkit);
     // Every row that applies is handled: one tag can give several findings.
     for (const WithHrtRow& row : table->rows) {
         if (row.tagName != context.tagName || row.tagKind != context.tagType)

@@ -3,7 +3,7 @@
 #include "config/TableReading.h"
 #include "core/RunState.h"
 #include "engine/RuleContext.h"
-#include "text/xmlClass.h"
+#include "text/TagScanner.h"
 
 #include <optional>
 
@@ -86,7 +86,7 @@ QString elementText(RuleContext& rule)
         rule.toolkit.RemovedContentLengths = cache.removedContentLengths;
         return cache.text;
     }
-    xmlClass xml(rule.toolkit);
+    TagScanner xml(rule.toolkit);
     const QString endTag = QStringLiteral("</") + context.tagName + QLatin1Char('>');
     std::int32_t position = context.filePosition;
     QString content = xml.GetPCDATA(rule.document, context.tagText, endTag, position);

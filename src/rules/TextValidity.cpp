@@ -10,8 +10,8 @@
 #include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
 #include "rules/PatternLint.h"
+#include "text/TagScanner.h"
 #include "text/TagSearch.h"
-#include "text/xmlClass.h"
 
 #include <QDate>
 #include <QLocale>
@@ -26,7 +26,7 @@ const QString kSpaceEscape = QStringLiteral("<space>");
 const QString kHrtEscape = QStringLiteral("<hrt>");
 
 // A tag written without angle brackets names its element all the same.
-QString rowTag(const QString& column, const xmlClass& xml)
+QString rowTag(const QString& column, const TagScanner& xml)
 {
     return xml.GetTagName(column.startsWith(u'<') ? column : u'<' + column + u'>');
 }
@@ -43,7 +43,7 @@ QStringList excludedNames(const QString& column)
 
 } // namespace
 
-TextValidityRow ParseTextValidityRow(const QStringList& columns, const xmlClass& xml)
+TextValidityRow ParseTextValidityRow(const QStringList& columns, const TagScanner& xml)
 {
     TextValidityRow row;
     row.condition = QString(columns[0]).replace(kSpaceEscape, QStringLiteral(" "));
@@ -72,7 +72,7 @@ bool LoadTextValidityTable(RunState& state, TableSet& set)
     if (!TableReading::ReadLines(state, set.file(SupportFile::TextValidityTbl), lines))
         return false;
     auto table = std::make_shared<TextValidityTable>();
-    const xmlClass xml(state.toolkit);
+    const TagScanner xml(state.toolkit);
     const QString& path = set.file(SupportFile::TextValidityTbl);
     for (qsizetype i = 0; i < lines.size(); ++i) {
         const QString& line = lines[i];
@@ -363,7 +363,7 @@ template <class Visit> void forEachTag(const QString& text, Visit&& visit)
     }
 }
 
-PlacedContent splitOnTags(const PlacedContent& content, const xmlClass& xml, const TagPairs& index)
+PlacedContent splitOnTags(const PlacedContent& content, const TagScanner& xml, const TagPairs& index)
 {
     const QString& text = content.text;
     PlacedBuilder out(content);
@@ -384,7 +384,7 @@ PlacedContent splitOnTags(const PlacedContent& content, const xmlClass& xml, con
 }
 
 PlacedContent cutElements(
-    const PlacedContent& content, const QString& name, const xmlClass& xml, const TagPairs& index)
+    const PlacedContent& content, const QString& name, const TagScanner& xml, const TagPairs& index)
 {
     const QString& text = content.text;
     PlacedBuilder out(content);
@@ -405,7 +405,7 @@ PlacedContent cutElements(
 
 } // namespace
 
-PlacedContent SplitOnTags(PlacedContent content, const xmlClass& xml, std::optional<TagPairs> pairs)
+PlacedContent SplitOnTags(PlacedContent content, const TagScanner& xml, std::optional<TagPairs> pairs)
 {
     const QString& text = content.text;
     if (!text.contains(u'<'))
@@ -414,7 +414,7 @@ PlacedContent SplitOnTags(PlacedContent content, const xmlClass& xml, std::optio
 }
 
 PlacedContent CutElements(
-    PlacedContent content, const QString& name, const xmlClass& xml, std::optional<TagPairs> pairs)
+    PlacedContent content, const QString& name, const TagScanner& xml, std::optional<TagPairs> pairs)
 {
     const QString& text = content.text;
     if (name.isEmpty() || !text.contains(u'<' + name))
@@ -547,7 +547,7 @@ void reportValue(const RuleContext& context, const TextValidityRow& row, const P
 
 } // namespace
 
-const PlacedContent& ElementContent::preparedFor(const TextValidityRow& row, const xmlClass& xml)
+const PlacedContent& ElementContent::preparedFor(const TextValidityRow& row, const TagScanner& xml)
 {
     if (!row.splitOnTags && row.excluded.isEmpty())
         return asIs_;
@@ -575,7 +575,7 @@ void ApplyTextValidityRow(RuleContext& context, const TextValidityRow& row, Elem
         if (context.isOpen(name))
             return;
     }
-    const PlacedContent& placed = content.preparedFor(row, xmlClass(context.toolkit));
+    const PlacedContent& placed = content.preparedFor(row, TagScanner(context.toolkit));
 
     // Counts and the forbidden pattern need no value lists, and "@eval" searches for itself.
     const RegExp& values = row.valueExpression;
@@ -648,7 +648,7 @@ QString currentContent(const RuleContext& context)
 {
     const ValidationContext& tag = context.tag;
     std::int32_t position = tag.filePosition;
-    return xmlClass(context.toolkit)
+    return TagScanner(context.toolkit)
         .GetPCDATA(context.document, tag.tagText, QStringLiteral("</") + tag.tagName + u'>', position);
 }
 

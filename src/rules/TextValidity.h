@@ -18,7 +18,7 @@
 
 struct RunState;
 struct RuleContext;
-class xmlClass;
+class TagScanner;
 class ElementIndex;
 
 // One row of the text-validity table: what a tag's content must satisfy.
@@ -46,7 +46,7 @@ struct TextValidityTable : SupportTable {
 };
 
 // Fills a row from the nine trimmed columns of a table line.
-TextValidityRow ParseTextValidityRow(const QStringList& columns, const xmlClass& xml);
+TextValidityRow ParseTextValidityRow(const QStringList& columns, const TagScanner& xml);
 // Why an operator would not do what its author most likely meant (a
 // comparison the rule does not know falls to the branch that forbids the
 // pattern); empty when it is one the rule knows.
@@ -120,7 +120,7 @@ public:
     {
     }
     // The content with the row's split flag and cuts applied.
-    const PlacedContent& preparedFor(const TextValidityRow& row, const xmlClass& xml);
+    const PlacedContent& preparedFor(const TextValidityRow& row, const TagScanner& xml);
 
 private:
     QString raw_;
@@ -140,11 +140,11 @@ void ApplyTextValidityRow(RuleContext& context, const TextValidityRow& row, Elem
 // Both take the content and hand it back as it was when there is nothing to
 // do: a copy of a long element's places would cost more than the search.
 PlacedContent SplitOnTags(
-    PlacedContent content, const xmlClass& xml, std::optional<TagPairs> pairs = std::nullopt);
+    PlacedContent content, const TagScanner& xml, std::optional<TagPairs> pairs = std::nullopt);
 
 // Removes every embedded element of the name, start tag through end tag; a
 // start tag without its end tag stays.
-PlacedContent CutElements(PlacedContent content, const QString& name, const xmlClass& xml,
+PlacedContent CutElements(PlacedContent content, const QString& name, const TagScanner& xml,
     std::optional<TagPairs> pairs = std::nullopt);
 
 // Text read as a number the way the tables mean it: leading blanks, a sign

@@ -14,7 +14,7 @@ struct Candidate {
     qsizetype gt = -1; // the first ">" after it
 };
 
-// The element name of a tag text, as xmlClass::GetTagName defines it.
+// The element name of a tag text, as TagScanner::GetTagName defines it.
 inline QString TagNameOf(QStringView tag)
 {
     if (tag.isEmpty() || tag.front() != u'<' || tag.indexOf(u'>') != tag.size() - 1)

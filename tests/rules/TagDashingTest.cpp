@@ -5,7 +5,7 @@
 #include "rules/ConvertToTag.h"
 #include "rules/LiteralConversion.h"
 #include "support/RecordingOperator.h"
-#include "text/xmlClass.h"
+#include "text/TagScanner.h"
 
 #include <gtest/gtest.h>
 #include <random>
@@ -135,7 +135,7 @@ TEST(CurrentElementText, SameAsGetPCDATAAtTheTag)
         // Every other round without the file index: the toolkit answers alone.
         if (round % 2)
             state.toolkit.indexText(state.wholeText);
-        const xmlClass xml(state.toolkit);
+        const TagScanner xml(state.toolkit);
         for (qsizetype lt = state.wholeText.indexOf(u'<'); lt >= 0;
              lt = state.wholeText.indexOf(u'<', lt + 1)) {
             const qsizetype gt = state.wholeText.indexOf(u'>', lt);

@@ -4,7 +4,7 @@
 #include "rules/RuleRegistry.h"
 #include "rules/TextValidity.h"
 #include "support/RuleFixture.h"
-#include "text/xmlClass.h"
+#include "text/TagScanner.h"
 
 #include <gtest/gtest.h>
 #include <random>
@@ -30,7 +30,7 @@ void literalTEXTVALIDITY(RuleContext& rule)
                 continue;
             std::int32_t position = context.filePosition;
             ElementContent content(
-                xmlClass(rule.toolkit)
+                TagScanner(rule.toolkit)
                     .GetPCDATA(rule.document, context.tagText, "</" + context.tagName + ">", position));
             ApplyTextValidityRow(rule, row, content); // a fresh content per row, indexed on its own
         }

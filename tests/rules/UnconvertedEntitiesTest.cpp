@@ -2,7 +2,7 @@
 
 #include "support/RuleFixture.h"
 #include "text/LiteralToolkit.h"
-#include "text/xmlClass.h"
+#include "text/TagScanner.h"
 
 #include <gtest/gtest.h>
 #include <random>
@@ -39,7 +39,7 @@ void removeEvery(QString& text, QList<int>& positions, const QString& piece)
 QString literalPlainText(ToolkitState& shared, const QString& content, QList<int>& positions)
 {
     LiteralToolkit literal(shared);
-    const xmlClass xml(shared);
+    const TagScanner xml(shared);
     QString text = content;
     positions.clear();
     for (int i = 0; i < content.size(); ++i)
@@ -62,7 +62,7 @@ QStringList literalEntities(const QString& text, const QStringList& searches, co
 {
     ToolkitState shared;
     LiteralToolkit literal(shared);
-    const xmlClass xml(shared);
+    const TagScanner xml(shared);
     QStringList found;
     const QStringList lines = text.split("\r\n");
     qsizetype lineStart = 0;

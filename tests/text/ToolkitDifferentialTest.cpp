@@ -1,7 +1,7 @@
 #include "LiteralToolkit.h"
 #include "core/ElementIndex.h"
 #include "support/RecordingOperator.h"
-#include "text/xmlClass.h"
+#include "text/TagScanner.h"
 
 #include <gtest/gtest.h>
 #include <random>
@@ -26,7 +26,7 @@ QString RandomTaggedText(std::mt19937& rng)
 struct Both {
     ToolkitState fastState;
     ToolkitState literalState;
-    xmlClass fast { fastState };
+    TagScanner fast { fastState };
     LiteralToolkit literal { literalState };
 
     Both() { fastState.currentLineNumber = literalState.currentLineNumber = 7; }

@@ -1,4 +1,4 @@
-#include "text/xmlClass.h"
+#include "text/TagScanner.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@ namespace {
 
 struct Toolkit : ::testing::Test {
     ToolkitState state;
-    xmlClass xml { state };
+    TagScanner xml { state };
 };
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "text/xmlClass.h"
+#include "text/TagScanner.h"
 
 #include "core/ElementIndex.h"
 #include "text/TagSearch.h"
@@ -46,7 +46,7 @@ bool isPlainName(const QString& name)
 
 } // namespace
 
-QString xmlClass::GetPCDATA(const QString& source_string, const QString& start_tag, const QString& end_tag,
+QString TagScanner::GetPCDATA(const QString& source_string, const QString& start_tag, const QString& end_tag,
     std::int32_t& position) const
 {
     if (position <= 0)
@@ -89,7 +89,7 @@ QString xmlClass::GetPCDATA(const QString& source_string, const QString& start_t
     return source_string.mid(contentStart, e - 1 - contentStart);
 }
 
-QString xmlClass::GetAttributeValue(const QString& tag, const QString& attribute_name) const
+QString TagScanner::GetAttributeValue(const QString& tag, const QString& attribute_name) const
 {
     if (attribute_name.isEmpty())
         return {};
@@ -102,12 +102,12 @@ QString xmlClass::GetAttributeValue(const QString& tag, const QString& attribute
     return closingQuote < 0 ? QString() : tag.mid(valueStart, closingQuote - valueStart);
 }
 
-QString xmlClass::GetTagName(const QString& tag) const
+QString TagScanner::GetTagName(const QString& tag) const
 {
     return TagSearch::TagNameOf(tag);
 }
 
-TagKind xmlClass::GetTagType(const QString& tag) const
+TagKind TagScanner::GetTagType(const QString& tag) const
 {
     if (tag.isEmpty() || tag.front() != u'<' || tag.back() != u'>')
         return TagKind::None;
@@ -118,7 +118,7 @@ TagKind xmlClass::GetTagType(const QString& tag) const
     return TagKind::Start;
 }
 
-StringCount xmlClass::CountStr(
+StringCount TagScanner::CountStr(
     const QString& search_str, const QString& source_str, std::int16_t matchcase) const
 {
     // An empty search text has nothing to count; callers never mean "every position".
@@ -134,7 +134,7 @@ StringCount xmlClass::CountStr(
     return result;
 }
 
-QString xmlClass::RemoveTags(QString& str, bool include_PCDATA)
+QString TagScanner::RemoveTags(QString& str, bool include_PCDATA)
 {
     if (include_PCDATA)
         return RemoveElements(str);
@@ -143,7 +143,7 @@ QString xmlClass::RemoveTags(QString& str, bool include_PCDATA)
     return str;
 }
 
-QString xmlClass::RetrieveTags(const QString& str, std::int32_t& tag_pos)
+QString TagScanner::RetrieveTags(const QString& str, std::int32_t& tag_pos)
 {
     const auto candidate
         = TagSearch::FindCandidate(str, std::max(tag_pos, 1) - 1, [&](qsizetype lt, qsizetype gt) {
@@ -157,7 +157,7 @@ QString xmlClass::RetrieveTags(const QString& str, std::int32_t& tag_pos)
     return str.mid(candidate->lt, candidate->gt - candidate->lt + 1);
 }
 
-void xmlClass::NoteQuotedMarkup(const QString& tag, std::int32_t position, const QString& text)
+void TagScanner::NoteQuotedMarkup(const QString& tag, std::int32_t position, const QString& text)
 {
     const qsizetype quote = tag.indexOf(u'"');
     if (quote < 0)
@@ -172,7 +172,7 @@ void xmlClass::NoteQuotedMarkup(const QString& tag, std::int32_t position, const
         AppendQuotedMarkupRecord(tag);
 }
 
-void xmlClass::AppendQuotedMarkupRecord(const QString& tag)
+void TagScanner::AppendQuotedMarkupRecord(const QString& tag)
 {
     const QString record = u'[' + QString::number(shared_.currentLineNumber) + tag + u']';
     shared_.quotedMarkupHasBrackets
@@ -185,7 +185,7 @@ void xmlClass::AppendQuotedMarkupRecord(const QString& tag)
     shared_.quotedMarkupRecords.insert(record);
 }
 
-QString xmlClass::RemoveElements(QString& str)
+QString TagScanner::RemoveElements(QString& str)
 {
     shared_.RemovedContentLengths.clear();
     const QString original = str;

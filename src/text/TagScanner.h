@@ -11,7 +11,7 @@
 // search rules are what the rules rely on. Positions are one-based on the
 // UTF-16 text; "not found" is 0, the empty text, or -1 for RetrieveTags.
 //
-// An xmlClass is a light view over the run's ToolkitState: every view made
+// An TagScanner is a light view over the run's ToolkitState: every view made
 // from the same state shares its values, so the run has one toolkit however
 // many views the rules make. It reads no files and shows nothing; reading
 // input is InputLoading's work.
@@ -23,9 +23,9 @@ struct StringCount {
     bool operator==(const StringCount&) const = default;
 };
 
-class xmlClass {
+class TagScanner {
 public:
-    explicit xmlClass(ToolkitState& shared)
+    explicit TagScanner(ToolkitState& shared)
         : shared_(shared)
     {
     }
