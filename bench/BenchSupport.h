@@ -19,6 +19,16 @@ inline void WriteFile(const QString& path, const QByteArray& bytes)
     file.write(bytes);
 }
 
+// `piece` written `count` times: the shape benchmarks grow their inputs by it.
+inline QByteArray Repeat(const QByteArray& piece, qsizetype count)
+{
+    QByteArray text;
+    text.reserve(piece.size() * count);
+    for (qsizetype i = 0; i < count; ++i)
+        text += piece;
+    return text;
+}
+
 // A run over a temporary folder: tables written there and loaded by their
 // own loaders, as start-up loads them, and reports written beside them.
 class BenchRun {

@@ -45,15 +45,6 @@ QByteArray article(qsizetype scale)
     return text + "</bibliography>\r\n</paper>\r\n";
 }
 
-QByteArray repeat(const QByteArray& piece, qsizetype count)
-{
-    QByteArray text;
-    text.reserve(piece.size() * count);
-    for (qsizetype i = 0; i < count; ++i)
-        text += piece;
-    return text;
-}
-
 struct Shape {
     const char* name;
     std::function<QByteArray(qsizetype scale)> input;
@@ -63,17 +54,17 @@ const Shape kShapes[] = {
     { "Article", article },
     // Openings never closed, in one long paragraph and in many short ones.
     { "UnclosedPairsInOneElement",
-        [](qsizetype s) { return "<txt>" + repeat("( [ <i>x\r\n", 20000 * s) + "</txt>\r\n"; } },
+        [](qsizetype s) { return "<txt>" + Repeat("( [ <i>x\r\n", 20000 * s) + "</txt>\r\n"; } },
     { "UnclosedPairsInManyElements",
-        [](qsizetype s) { return repeat("<txt>( [ <i>x</txt>\r\n", 40000 * s); } },
+        [](qsizetype s) { return Repeat("<txt>( [ <i>x</txt>\r\n", 40000 * s); } },
     // Closings with no opening under a deep stack of openings of another kind.
     { "ClosingsUnderDeepOpenings",
         [](qsizetype s) {
-            return "<txt>" + repeat("(", 50000 * s) + repeat("]", 50000 * s) + "</txt>\r\n";
+            return "<txt>" + Repeat("(", 50000 * s) + Repeat("]", 50000 * s) + "</txt>\r\n";
         } },
     { "DeeplyNestedPairContents",
         [](qsizetype s) {
-            return "<bibitem>" + repeat("(", 200000 * s) + repeat(")", 200000 * s) + "</bibitem>\r\n";
+            return "<bibitem>" + Repeat("(", 200000 * s) + Repeat(")", 200000 * s) + "</bibitem>\r\n";
         } },
     // References to nothing and targets nobody names, judged at the end.
     { "ReferencesToNothing",
@@ -95,12 +86,12 @@ const Shape kShapes[] = {
     // Citations, countries and titles nested in themselves, closed at the end.
     { "NestedSameElements",
         [](qsizetype s) {
-            return repeat("<cite>[1]<country>x<paper-title>t\r\n", 20000 * s)
-                + repeat("</paper-title></country></cite>\r\n", 20000 * s);
+            return Repeat("<cite>[1]<country>x<paper-title>t\r\n", 20000 * s)
+                + Repeat("</paper-title></country></cite>\r\n", 20000 * s);
         } },
     // Titles that never meet their running head.
     { "OccurrencesWithoutPartner",
-        [](qsizetype s) { return repeat("<paper-title>A title</paper-title>\r\n", 40000 * s); } },
+        [](qsizetype s) { return Repeat("<paper-title>A title</paper-title>\r\n", 40000 * s); } },
 };
 
 void install(BenchRun& run)

@@ -1,3 +1,4 @@
+#include "BenchSupport.h"
 #include "app/HeadlessOperator.h"
 #include "config/RoutineDeclTable.h"
 #include "core/RunState.h"
@@ -17,15 +18,6 @@
 // blank rule searches the whole text, as in a real installation.
 
 namespace {
-
-QByteArray repeat(const QByteArray& piece, qsizetype count)
-{
-    QByteArray text;
-    text.reserve(piece.size() * count);
-    for (qsizetype i = 0; i < count; ++i)
-        text += piece;
-    return text;
-}
 
 using Shape = std::function<QByteArray(qsizetype scale)>;
 
@@ -67,7 +59,7 @@ void RunShape(benchmark::State& bench, const Shape& shape)
 // Footnotes that are never closed.
 void UnclosedFootnotes(benchmark::State& bench)
 {
-    RunShape(bench, [](qsizetype scale) { return repeat("<fn fnref=\"1\">1 x\r\n", 40000 * scale); });
+    RunShape(bench, [](qsizetype scale) { return Repeat("<fn fnref=\"1\">1 x\r\n", 40000 * scale); });
 }
 
 // Attribute values that hold ">": each grows the quoted-markup note.
@@ -85,14 +77,14 @@ void QuotedMarkup(benchmark::State& bench)
 void UnmatchedEndTags(benchmark::State& bench)
 {
     RunShape(bench,
-        [](qsizetype scale) { return repeat("<a>\r\n", 20000 * scale) + repeat("</b>\r\n", 20000 * scale); });
+        [](qsizetype scale) { return Repeat("<a>\r\n", 20000 * scale) + Repeat("</b>\r\n", 20000 * scale); });
 }
 
 // Footnotes nested inside each other.
 void NestedFootnotes(benchmark::State& bench)
 {
     RunShape(bench, [](qsizetype scale) {
-        return repeat("<fn fnref=\"1\">x\r\n", 2000 * scale) + repeat("</fn>\r\n", 2000 * scale);
+        return Repeat("<fn fnref=\"1\">x\r\n", 2000 * scale) + Repeat("</fn>\r\n", 2000 * scale);
     });
 }
 
@@ -100,14 +92,14 @@ void NestedFootnotes(benchmark::State& bench)
 void TagsInOneFootnote(benchmark::State& bench)
 {
     RunShape(bench, [](qsizetype scale) {
-        return "<fn fnref=\"1\">x " + repeat("<i>y</i>\r\n", 40000 * scale) + "</fn>\r\n";
+        return "<fn fnref=\"1\">x " + Repeat("<i>y</i>\r\n", 40000 * scale) + "</fn>\r\n";
     });
 }
 
 // Minified markup: no line break at all, with findings along the line.
 void OneLongLine(benchmark::State& bench)
 {
-    RunShape(bench, [](qsizetype scale) { return repeat("<p>a  b</p>", 20000 * scale); });
+    RunShape(bench, [](qsizetype scale) { return Repeat("<p>a  b</p>", 20000 * scale); });
 }
 
 } // namespace
