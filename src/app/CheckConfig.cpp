@@ -3,6 +3,7 @@
 #include "app/BatchRun.h"
 #include "app/SingleFileRun.h"
 #include "config/ConfigurationFile.h"
+#include "config/ConfigurationLoading.h"
 #include "config/RoutineDeclTable.h"
 #include "config/TableReading.h"
 #include "config/TableSetFields.h"
@@ -78,7 +79,7 @@ void loadSet(RunState& state, TableSet& set)
     for (const TableLoaderEntry& entry : SupportTableLoaders()) {
         const QString& name = set.file(entry.file);
         if (!name.isEmpty() && QFileInfo(name).isFile())
-            entry.load(state, set);
+            entry.load({ state.ui, state.config, state.tableLint }, set);
     }
 }
 
@@ -121,7 +122,7 @@ void markUsed(const TableSet& active, QSet<QString>& used)
 bool hasRows(RunState& state, const QString& path)
 {
     QStringList lines;
-    if (!TableReading::ReadLines(state, path, lines))
+    if (!TableReading::ReadLines({ state.ui, state.config, state.tableLint }, path, lines))
         return false;
     for (qsizetype i = 1; i < lines.size(); ++i) {
         if (!lines[i].trimmed().isEmpty())
@@ -250,7 +251,7 @@ QStringList sampleInputs(const Configuration& config)
 qsizetype rowLine(RunState& state, const QString& path, const QString& upperTag)
 {
     QStringList lines;
-    if (!TableReading::ReadLines(state, path, lines))
+    if (!TableReading::ReadLines({ state.ui, state.config, state.tableLint }, path, lines))
         return 0;
     const TagScanner xml(state.toolkit);
     for (qsizetype i = 1; i < lines.size(); ++i) {
@@ -269,7 +270,7 @@ void forEachDeclarationTable(RunState& state, const QList<RunSetup>& setups, Che
     for (const RunSetup& setup : setups) {
         if (!setup.asked)
             continue;
-        SelectTaskTableSet(state, setup.taskCode);
+        SelectTaskTableSet({ state.ui, state.config }, setup.taskCode);
         const TableSet& active = state.config.ActiveTableSet;
         if (const auto* table = active.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl))
             check(active, table);
@@ -382,7 +383,7 @@ ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode, c
     ConfigCheckResult result;
     // A check must neither wait for a night's batch nor clear the folder
     // where that batch stages its inputs.
-    if (!ReadConfigurationFile(state, TempFolderUse::Leave)) {
+    if (!ReadConfigurationFile({ state.ui, state.config })) {
         result.exitStatus = 2;
         return result;
     }
@@ -413,7 +414,7 @@ ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode, c
     QSet<QString> used;
     QSet<QString> told;
     for (const RunSetup& setup : setups) {
-        SelectTaskTableSet(state, setup.taskCode);
+        SelectTaskTableSet({ state.ui, state.config }, setup.taskCode);
         markUsed(config.ActiveTableSet, used);
         if (setup.asked)
             checkRuleSettings(state, setup, told, problems);
