@@ -64,8 +64,8 @@ void BatchOfArticles(benchmark::State& bench)
     TableSet& set = config.DefaultTableSet;
     set.file(SupportFile::RoutineDeclTbl) = root + "routine.tbl";
     set.file(SupportFile::SpecialCharTbl) = root + "special.tbl";
-    LoadRoutineDeclTable(state, set, RoutineNamed);
-    LoadSpecialCharTable(state, set);
+    LoadRoutineDeclTable({ ui, config }, set, RoutineNamed);
+    LoadSpecialCharTable({ ui, config }, set);
     // Arg 2 validates the files side by side, one per core.
     const int jobs = bench.range(0) == 2 ? 0 : 1;
     const BatchRequest request { root + "in", { "job" }, QString(), root + "work/", root + "out/", jobs };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "config/ConfigurationLoading.h"
 #include "config/SupportTables.h"
 #include "core/RunState.h"
 #include "engine/Validator.h"
@@ -49,7 +50,7 @@ public:
         set.file(file) = root + name;
         for (const TableLoaderEntry& entry : SupportTableLoaders()) {
             if (entry.file == file)
-                entry.load(state, set);
+                entry.load({ ui_, state.config }, set);
         }
     }
 

@@ -41,8 +41,8 @@ void RunShape(benchmark::State& bench, const Shape& shape)
     set.file(SupportFile::RoutineDeclTbl) = root + "routine.tbl";
     set.file(SupportFile::SpecialCharTbl) = root + "special.tbl";
     set.CheckSpecialChar = Switch::On;
-    LoadRoutineDeclTable(state, set, RoutineNamed);
-    LoadSpecialCharTable(state, set);
+    LoadRoutineDeclTable({ ui, state.config }, set, RoutineNamed);
+    LoadSpecialCharTable({ ui, state.config }, set);
     state.reportFolder = root;
     state.outputFolder = root;
     for (auto _ : bench) {

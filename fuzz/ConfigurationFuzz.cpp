@@ -1,5 +1,6 @@
 #include "FuzzSupport.h"
 #include "config/ConfigurationFile.h"
+#include "config/ConfigurationLoading.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 
@@ -20,8 +21,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     RunState state(ui);
     state.config.ApplicationPath = dir.path() + '/';
     try {
-        if (ReadConfigurationFile(state))
-            SelectTaskTableSet(state, QStringLiteral("JRNL"));
+        if (ReadConfigurationFile({ ui, state.config }, state.tempFolderLock))
+            SelectTaskTableSet({ ui, state.config }, QStringLiteral("JRNL"));
     } catch (const RunAborted&) {
     }
     return 0;

@@ -1,4 +1,5 @@
 #include "FuzzSupport.h"
+#include "config/ConfigurationLoading.h"
 #include "config/RoutineDeclTable.h"
 #include "core/RunState.h"
 #include "engine/Validator.h"
@@ -26,7 +27,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         TableSet set;
         set.file(loader.file) = path;
         try {
-            loader.load(state, set);
+            loader.load({ ui, state.config }, set);
         } catch (const std::exception&) {
             // A pattern the engine rejects is a refusal the caller meets.
         }
@@ -34,7 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // Rows of the special-character table are searched as a run would.
     TableSet set;
     set.file(SupportFile::SpecialCharTbl) = path;
-    if (LoadSpecialCharTable(state, set)) {
+    if (LoadSpecialCharTable({ ui, state.config }, set)) {
         state.config.ActiveTableSet = set;
         state.config.ActiveTableSet.CheckSpecialChar = Switch::On;
         state.wholeText = QString::fromUtf8(FuzzBytes(data, size));

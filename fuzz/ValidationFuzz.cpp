@@ -1,6 +1,7 @@
 #include "FuzzSupport.h"
 #include "app/Startup.h"
 #include "config/ConfigurationFile.h"
+#include "config/ConfigurationLoading.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 #include "engine/Validator.h"
@@ -24,7 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         auto* made = new RunState(ui);
         made->config.ApplicationPath = QStringLiteral(QUORVANE_SOURCE_DIR "/examples/");
         Main(*made, QString()); // start-up as the batch does it: configuration, engine, tables
-        SelectTaskTableSet(*made, QStringLiteral("JRNL"));
+        SelectTaskTableSet({ ui, made->config }, QStringLiteral("JRNL"));
         made->reportFolder = work.path() + '/';
         made->outputFolder = work.path() + '/';
         return made;

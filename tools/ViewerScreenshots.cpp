@@ -7,6 +7,7 @@
 #include "app/gui/FolderChooser.h"
 #include "app/gui/SourceView.h"
 #include "config/ConfigurationFile.h"
+#include "config/ConfigurationLoading.h"
 #include "core/MoveFiles.h"
 #include "core/RunState.h"
 #include "report/RecordedRun.h"
@@ -29,7 +30,7 @@ int main(int argc, char** argv)
     SilentOperator ui;
     RunState state(ui);
     state.config.ApplicationPath = FolderServices::WithTrailingSlash(arguments[1]);
-    if (!ReadConfigurationFile(state, TempFolderUse::Leave))
+    if (!ReadConfigurationFile({ state.ui, state.config }))
         return 2;
     const RecordedRun run
         = ReadRecordedRun(arguments[2], { state.config.InputPath, state.config.InputFileMask });

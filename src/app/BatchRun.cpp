@@ -5,6 +5,7 @@
 #include "app/SingleFileRun.h"
 #include "config/ConfigurationCheck.h"
 #include "config/ConfigurationFile.h"
+#include "config/ConfigurationLoading.h"
 #include "core/MoveFiles.h"
 #include "core/Paths.h"
 #include "core/RunAborted.h"
@@ -356,9 +357,9 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     }
     // Typed into a box or given on the command line, a folder may not be
     // there: a batch without its reports or copies must not pass for done.
-    bool usable = FolderServices::CheckWriteAccess(state, config.WorkPath);
-    usable = FolderServices::CheckWriteAccess(state, config.OutputPath) && usable;
-    if (!usable || !ClaimTempFolder(state))
+    bool usable = FolderServices::CheckWriteAccess(state.ui, config.WorkPath);
+    usable = FolderServices::CheckWriteAccess(state.ui, config.OutputPath) && usable;
+    if (!usable || !ClaimTempFolder({ state.ui, state.config }, state.tempFolderLock))
         return refuseBatch(state);
 
     state.batchMode = true;
@@ -372,8 +373,8 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     state.findingSinks.runStarted(state.taskCode, state.report.now());
     const QString inputFolder = WithTrailingSlash(request.inputFolder);
     state.parentFolderPart = batchParentFolderPart(inputFolder);
-    SelectTaskTableSet(state, state.taskCode);
-    StartImageCrossCheck(state);
+    SelectTaskTableSet({ state.ui, state.config }, state.taskCode);
+    StartImageCrossCheck(state.imageCallouts);
 
     const bool sharded = !request.shard.whole();
     const int jobs = request.jobs > 0 ? request.jobs : DefaultBatchJobs();

@@ -3,10 +3,10 @@
 #include "app/BatchRun.h"
 #include "app/SingleFileRun.h"
 #include "config/ConfigurationFile.h"
+#include "config/ConfigurationLoading.h"
 #include "config/RoutineDeclTable.h"
 #include "config/TableReading.h"
 #include "config/TableSetFields.h"
-#include "core/RunState.h"
 #include "rules/ContentComparison.h"
 #include "rules/CrossReferences.h"
 #include "rules/FileNameCheck.h"
@@ -15,6 +15,7 @@
 #include "rules/RuleRegistry.h"
 #include "text/InputLoading.h"
 #include "text/TagScanner.h"
+#include "text/TagSearch.h"
 
 #include <QDirIterator>
 #include <QFileInfo>
@@ -73,12 +74,12 @@ void checkExistence(const TableSet& set, bool isDefault, TableLint& lint)
     }
 }
 
-void loadSet(RunState& state, TableSet& set)
+void loadSet(const ConfigurationLoading& loading, TableSet& set)
 {
     for (const TableLoaderEntry& entry : SupportTableLoaders()) {
         const QString& name = set.file(entry.file);
         if (!name.isEmpty() && QFileInfo(name).isFile())
-            entry.load(state, set);
+            entry.load(loading, set);
     }
 }
 
@@ -118,10 +119,10 @@ void markUsed(const TableSet& active, QSet<QString>& used)
 // Every table key is required, so an installation that has no use for a rule
 // names a table with its header line alone: only a table with rows in it
 // can be forgotten.
-bool hasRows(RunState& state, const QString& path)
+bool hasRows(const ConfigurationLoading& loading, const QString& path)
 {
     QStringList lines;
-    if (!TableReading::ReadLines(state, path, lines))
+    if (!TableReading::ReadLines(loading, path, lines))
         return false;
     for (qsizetype i = 1; i < lines.size(); ++i) {
         if (!lines[i].trimmed().isEmpty())
@@ -152,7 +153,8 @@ QString unusedReason(SupportFile file)
     return QStringLiteral("the table is never used: ") + reasons.join(QStringLiteral(", and "));
 }
 
-void checkUnused(RunState& state, const QList<RunSetup>& setups, const QSet<QString>& used, TableLint& lint)
+void checkUnused(const ConfigurationLoading& loading, const QList<RunSetup>& setups,
+    const QSet<QString>& used, TableLint& lint)
 {
     for (const RunSetup& setup : setups) {
         if (!setup.asked)
@@ -161,7 +163,8 @@ void checkUnused(RunState& state, const QList<RunSetup>& setups, const QSet<QStr
             const QString& name = setup.ownSet->files[i];
             if (name.isEmpty() || !QFileInfo(name).isFile() || used.contains(canonical(name)))
                 continue;
-            if (hasRows(state, name))
+            // The lint hears of a table that cannot be read, too.
+            if (hasRows({ loading.ui, loading.config, &lint }, name))
                 lint.note(name, 0, unusedReason(static_cast<SupportFile>(i)));
         }
     }
@@ -171,9 +174,10 @@ void checkUnused(RunState& state, const QList<RunSetup>& setups, const QSet<QStr
 // nothing, or something else than they look like.
 // A task that takes its settings from the default set is not told again
 // what the default set was told.
-void checkRuleSettings(const RunState& state, const RunSetup& setup, QSet<QString>& told, TableLint& lint)
+void checkRuleSettings(
+    const Configuration& config, const RunSetup& setup, QSet<QString>& told, TableLint& lint)
 {
-    const TableSet& active = state.config.ActiveTableSet;
+    const TableSet& active = config.ActiveTableSet;
     QStringList found = ImageSetupProblems(active, declaredRoutines(active)) + FileNameSetupProblems(active);
     found.removeIf([&](const QString& problem) { return told.contains(problem); });
     if (setup.taskCode.isEmpty())
@@ -181,14 +185,14 @@ void checkRuleSettings(const RunState& state, const RunSetup& setup, QSet<QStrin
     const QString prefix
         = setup.taskCode.isEmpty() ? QString() : QStringLiteral("task %1: ").arg(setup.taskCode);
     for (const QString& problem : found)
-        lint.note(state.config.ApplicationPath + QStringLiteral("Quorvane.INI"), 0, prefix + problem);
+        lint.note(config.ApplicationPath + QStringLiteral("Quorvane.INI"), 0, prefix + problem);
 }
 
-void checkJobFile(const RunState& state, TableLint& lint)
+void checkJobFile(const Configuration& config, TableLint& lint)
 {
-    const QString& jobFile = state.config.KlmxIniFile;
+    const QString& jobFile = config.KlmxIniFile;
     if (!jobFile.isEmpty() && !QFileInfo(jobFile).isFile())
-        lint.note(state.config.ApplicationPath + QStringLiteral("Quorvane.INI"), 0,
+        lint.note(config.ApplicationPath + QStringLiteral("Quorvane.INI"), 0,
             QStringLiteral("KLMXINIFILE names %1, which does not exist").arg(jobFile));
 }
 
@@ -201,15 +205,18 @@ struct TagUse {
 
 // Reads the tags line by line as the driver's scanner does, so a start tag
 // broken over two lines is no start tag here either.
-bool readTagUse(RunState& state, const QString& path, TagUse& use)
+bool readTagUse(const ConfigurationLoading& loading, const QString& path, TagUse& use)
 {
     QString text;
     try {
-        text = LoadInputText(state.ui, path, state.config.Utf8Input);
+        text = LoadInputText(loading.ui, path, loading.config.Utf8Input);
     } catch (const InputUnreadable&) {
         return false;
     }
-    TagScanner xml(state.toolkit);
+    // Only tags are read here: what the scanner notes on the way (quoted
+    // markup) belongs to no run.
+    ToolkitState scannerValues;
+    TagScanner xml(scannerValues);
     for (const QString& line : text.split(QLatin1String("\r\n"))) {
         std::int32_t counter = 0;
         while (counter != -1) {
@@ -247,15 +254,14 @@ QStringList sampleInputs(const Configuration& config)
 
 // The file line of the first row declared for the element: rows do not keep
 // their lines, and blank lines are not rows.
-qsizetype rowLine(RunState& state, const QString& path, const QString& upperTag)
+qsizetype rowLine(const ConfigurationLoading& loading, const QString& path, const QString& upperTag)
 {
     QStringList lines;
-    if (!TableReading::ReadLines(state, path, lines))
+    if (!TableReading::ReadLines(loading, path, lines))
         return 0;
-    const TagScanner xml(state.toolkit);
     for (qsizetype i = 1; i < lines.size(); ++i) {
         const QString field = lines[i].section(QLatin1Char('|'), 0, 0).trimmed();
-        if (!field.isEmpty() && xml.GetTagName(field).toUpper() == upperTag)
+        if (!field.isEmpty() && TagSearch::TagNameOf(field).toUpper() == upperTag)
             return i + 1;
     }
     return 0;
@@ -264,13 +270,14 @@ qsizetype rowLine(RunState& state, const QString& path, const QString& upperTag)
 // Calls `check` with the table set and routine declaration table of every
 // task the check was asked about that has one.
 template <class Check>
-void forEachDeclarationTable(RunState& state, const QList<RunSetup>& setups, Check&& check)
+void forEachDeclarationTable(
+    const ConfigurationLoading& loading, const QList<RunSetup>& setups, Check&& check)
 {
     for (const RunSetup& setup : setups) {
         if (!setup.asked)
             continue;
-        SelectTaskTableSet(state, setup.taskCode);
-        const TableSet& active = state.config.ActiveTableSet;
+        SelectTaskTableSet(loading, setup.taskCode);
+        const TableSet& active = loading.config.ActiveTableSet;
         if (const auto* table = active.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl))
             check(active, table);
     }
@@ -278,10 +285,10 @@ void forEachDeclarationTable(RunState& state, const QList<RunSetup>& setups, Che
 
 // An empty tag of a declared element pops the enclosing element's row and
 // pushes none: the element's own routines never run for it.
-void checkEmptyOnlyElements(
-    RunState& state, const QList<RunSetup>& setups, const TagUse& use, const QString& inputs, TableLint& lint)
+void checkEmptyOnlyElements(const ConfigurationLoading& loading, const QList<RunSetup>& setups,
+    const TagUse& use, const QString& inputs, TableLint& lint)
 {
-    forEachDeclarationTable(state, setups, [&](const TableSet& active, const RoutineDeclTable* table) {
+    forEachDeclarationTable(loading, setups, [&](const TableSet& active, const RoutineDeclTable* table) {
         QSet<QString> told;
         for (const RoutineDeclRow& row : table->rows) {
             const QString upper = row.tag.toUpper();
@@ -290,7 +297,7 @@ void checkEmptyOnlyElements(
                 continue;
             told.insert(upper);
             const QString& path = active.file(SupportFile::RoutineDeclTbl);
-            lint.note(path, rowLine(state, path, upper),
+            lint.note(path, rowLine(loading, path, upper),
                 QStringLiteral("the routines declared on %1 never run: %2 holds it only as an empty tag "
                                "<%1/>, which ends the enclosing element's routines instead of starting its "
                                "own; declare them on the enclosing element")
@@ -349,9 +356,9 @@ bool lists(const RoutineDeclRow& row, const QString& routine)
 // them runs (after the first "N/A" row): a routine whose table names the
 // element but that neither row lists never sees it. Elements without rows run
 // an enclosing element's row, which only an input can tell.
-void checkRoutineReach(RunState& state, const QList<RunSetup>& setups, TableLint& lint)
+void checkRoutineReach(const ConfigurationLoading& loading, const QList<RunSetup>& setups, TableLint& lint)
 {
-    forEachDeclarationTable(state, setups, [&](const TableSet& active, const RoutineDeclTable* table) {
+    forEachDeclarationTable(loading, setups, [&](const TableSet& active, const RoutineDeclTable* table) {
         const QString& path = active.file(SupportFile::RoutineDeclTbl);
         for (const RoutineReach& reach : reachOf(active)) {
             const bool everywhere = table->firstNotApplicableRow >= 0
@@ -365,7 +372,7 @@ void checkRoutineReach(RunState& state, const QList<RunSetup>& setups, TableLint
                 if (rows == table->rowsByUpperTag.constEnd()
                     || lists(table->rows[rows->last()], reach.routine))
                     continue;
-                lint.note(path, rowLine(state, path, element.toUpper()),
+                lint.note(path, rowLine(loading, path, element.toUpper()),
                     QStringLiteral(
                         "%1 never runs for %2: its table names %2, but the row declared for %2 does "
                         "not list it; list it there or on an N/A row")
@@ -377,16 +384,19 @@ void checkRoutineReach(RunState& state, const QList<RunSetup>& setups, TableLint
 
 } // namespace
 
-ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode, const QString& inputPath)
+ConfigCheckResult CheckConfiguration(
+    OperatorInterface& ui, Configuration& config, const QString& taskCode, const QString& inputPath)
 {
     ConfigCheckResult result;
+    // Reads the configuration and the inputs; the tables are loaded below
+    // with a lint of their own.
+    const ConfigurationLoading loading { ui, config };
     // A check must neither wait for a night's batch nor clear the folder
     // where that batch stages its inputs.
-    if (!ReadConfigurationFile(state, TempFolderUse::Leave)) {
+    if (!ReadConfigurationFile(loading)) {
         result.exitStatus = 2;
         return result;
     }
-    Configuration& config = state.config;
     ProblemList problems;
     NoLint quiet;
 
@@ -401,31 +411,28 @@ ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode, c
         problems.note(config.ApplicationPath + QStringLiteral("Quorvane.INI"), 0,
             QStringLiteral("no [TASK] section names the task code ") + taskCode);
 
-    checkJobFile(state, problems);
+    checkJobFile(config, problems);
     for (const RunSetup& setup : setups) {
         if (setup.asked)
             checkExistence(*setup.ownSet, setup.taskCode.isEmpty(), problems);
     }
     for (const RunSetup& setup : setups) {
-        state.tableLint = setup.asked ? static_cast<TableLint*>(&problems) : &quiet;
-        loadSet(state, *setup.ownSet);
+        loadSet({ ui, config, setup.asked ? static_cast<TableLint*>(&problems) : &quiet }, *setup.ownSet);
     }
     QSet<QString> used;
     QSet<QString> told;
     for (const RunSetup& setup : setups) {
-        SelectTaskTableSet(state, setup.taskCode);
+        SelectTaskTableSet(loading, setup.taskCode);
         markUsed(config.ActiveTableSet, used);
         if (setup.asked)
-            checkRuleSettings(state, setup, told, problems);
+            checkRuleSettings(config, setup, told, problems);
     }
-    state.tableLint = &problems;
-    checkUnused(state, setups, used, problems);
-    state.tableLint = nullptr;
+    checkUnused(loading, setups, used, problems);
 
     const QStringList inputs = inputPath.isEmpty() ? sampleInputs(config) : QStringList { inputPath };
     TagUse use;
     for (const QString& input : inputs) {
-        if (!QFileInfo(input).isFile() || !readTagUse(state, input, use)) {
+        if (!QFileInfo(input).isFile() || !readTagUse(loading, input, use)) {
             result.exitStatus = 2;
             result.refusal = QStringLiteral("cannot read the input %1").arg(input);
             return result;
@@ -434,8 +441,8 @@ ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode, c
     const QString described = inputPath.isEmpty()
         ? QStringLiteral("the input (%1 file(s) below %2)").arg(inputs.size()).arg(config.InputPath)
         : inputPath;
-    checkEmptyOnlyElements(state, setups, use, described, problems);
-    checkRoutineReach(state, setups, problems);
+    checkEmptyOnlyElements(loading, setups, use, described, problems);
+    checkRoutineReach(loading, setups, problems);
 
     result.problems = problems.problems;
     result.exitStatus = result.problems.isEmpty() ? 0 : 1;

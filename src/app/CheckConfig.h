@@ -3,7 +3,8 @@
 #include <QString>
 #include <QStringList>
 
-struct RunState;
+class OperatorInterface;
+struct Configuration;
 
 // What --check-config found: one "FILE:LINE: message" (or "FILE: message" for
 // a whole file) per problem, in the order the tables are loaded.
@@ -19,8 +20,11 @@ struct ConfigCheckResult {
 // input given (none: the first files below the configured INPUTPATH) for
 // elements with routines declared that it only ever writes as empty tags:
 // only a start tag starts an element's routines. Changes nothing on disk but
-// the working folder that reading the configuration makes.
-ConfigCheckResult CheckConfiguration(RunState& state, const QString& taskCode, const QString& inputPath = {});
+// the working folder that reading the configuration makes. `config` names the
+// application folder and is filled from Quorvane.INI; `ui` hears what cannot
+// be read at all.
+ConfigCheckResult CheckConfiguration(
+    OperatorInterface& ui, Configuration& config, const QString& taskCode, const QString& inputPath = {});
 
 // How many files below INPUTPATH the check reads when no input is given: a
 // production INPUTPATH may hold a whole archive.

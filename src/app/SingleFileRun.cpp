@@ -1,10 +1,12 @@
 #include "app/SingleFileRun.h"
 
 #include "config/ConfigurationFile.h"
+#include "config/ConfigurationLoading.h"
 #include "core/MoveFiles.h"
 #include "core/Paths.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
+#include "engine/RuleHelpers.h"
 #include "engine/Validator.h"
 #include "report/Reports.h"
 #include "rules/ImageChecks.h"
@@ -192,8 +194,8 @@ int RunSingleFile(RunState& state)
 int ValidateSingleFile(RunState& state)
 {
     state.findingSinks.runStarted(state.taskCode, state.report.now());
-    SelectTaskTableSet(state, state.taskCode);
-    StartImageCrossCheck(state);
+    SelectTaskTableSet({ state.ui, state.config }, state.taskCode);
+    StartImageCrossCheck(state.imageCallouts);
     RefuseInputTheRunWrites(state);
     RemoveLeftoversOfKilledRuns(
         state, state.reportFolder, state.outputFolder, { QFileInfo(state.inputPath).absoluteFilePath() });
@@ -209,6 +211,12 @@ int ValidateSingleFile(RunState& state)
     state.findingSinks.runEnded(state.report.now(), true);
     RemoveRunTempFolder(state);
     return ExitStatusOf(state);
+}
+
+void ReportImagesWithoutCallout(RunState& state)
+{
+    for (const Finding& finding : ExcessImageFindings(state.config.ActiveTableSet, state.imageCallouts))
+        ReportRuleRunFinding(state, finding);
 }
 
 void ReleaseTempFolder(RunState& state)

@@ -52,6 +52,11 @@ void RemoveLeftoversOfKilledRuns(const RunState& state, const QString& reportFol
 // whichever way the run ends; nothing when start-up did not get that far.
 void RemoveRunTempFolder(RunState& state);
 
+// After the run's last file, with CHECKEXCESSIMGFILES on: every image of the
+// run's image folders that no file called out, in the program log and the
+// outputs.
+void ReportImagesWithoutCallout(RunState& state);
+
 // Removes that folder and lets other runs have TempPath again (a batch of
 // the window, which claims it per batch).
 void ReleaseTempFolder(RunState& state);

@@ -2,6 +2,7 @@
 
 #include "app/CommandLine.h"
 #include "config/ConfigurationFile.h"
+#include "config/ConfigurationLoading.h"
 #include "config/SupportTables.h"
 #include "core/MoveFiles.h"
 #include "core/Paths.h"
@@ -123,10 +124,11 @@ RunMode Main(RunState& state, const QString& commandLine)
     // A batch takes the temporary folder per batch, not for the life of its
     // window: an idle window must not keep every other run waiting.
     const bool batch = commandLine.trimmed().isEmpty();
-    if (!ReadConfigurationFile(state, batch ? TempFolderUse::Leave : TempFolderUse::Claim))
+    const ConfigurationLoading loading { state.ui, state.config };
+    if (!(batch ? ReadConfigurationFile(loading) : ReadConfigurationFile(loading, state.tempFolderLock)))
         refuse();
     StartSpellingEngine(state);
-    if (!LoadAllSupportTables(state, SupportTableLoaders()))
+    if (!LoadAllSupportTables(loading, SupportTableLoaders()))
         refuse();
 
     state.inputPath = commandLine.trimmed();

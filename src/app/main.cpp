@@ -163,7 +163,8 @@ int runCheckConfig(int argc, char** argv, const CommandLineOptions& options)
     RunState state(ui);
     state.config.ApplicationPath = ApplicationFolder(options);
     try {
-        const ConfigCheckResult result = CheckConfiguration(state, options.task, options.checkInput);
+        const ConfigCheckResult result
+            = CheckConfiguration(ui, state.config, options.task, options.checkInput);
         for (const QString& problem : result.problems)
             std::printf("%s\n", qPrintable(problem));
         std::fflush(stdout);

@@ -1,8 +1,10 @@
 #include "config/ConfigurationCheck.h"
 
+#include "config/ConfigurationLoading.h"
 #include "config/TableSetFields.h"
+#include "core/Configuration.h"
 #include "core/MoveFiles.h"
-#include "core/RunState.h"
+#include "core/OperatorInterface.h"
 
 #include <QLockFile>
 #include <utility>
@@ -47,10 +49,11 @@ std::vector<Field> requiredFields(const Configuration& config)
 // The folder check shows its own message; a missing lexicon file gets the
 // same warning text as a missing folder, so the operator sees one style of
 // message for everything about the lexicon.
-bool checkLexicon(RunState& state)
+bool checkLexicon(const ConfigurationLoading& loading)
 {
-    Configuration& config = state.config;
-    if (!FolderServices::CheckPath(state, config.MainLexPath, FolderServices::Folder))
+    Configuration& config = loading.config;
+    if (!FolderServices::CheckPath(
+            loading.ui, config.ApplicationPath, config.MainLexPath, FolderServices::Folder))
         return false;
     bool allFound = true;
     for (const QString& rawName : config.MainLexFiles.split(QLatin1Char(','))) {
@@ -62,26 +65,27 @@ bool checkLexicon(RunState& state)
         // the main one (a project word list lives beside the project), so a
         // file found there is as good as one in the main folder.
         QString userPath = config.UserLexPath + name;
-        if (FolderServices::CheckPath(state, userPath, FolderServices::File))
+        if (FolderServices::CheckPath(loading.ui, config.ApplicationPath, userPath, FolderServices::File))
             continue;
         QString path = config.MainLexPath + name;
-        if (!FolderServices::CheckPath(state, path, FolderServices::File)) {
-            state.ui.messageBox(FolderServices::PathNotFoundText(path), kProgramTitle, MessageIcon::Warning);
+        if (!FolderServices::CheckPath(loading.ui, config.ApplicationPath, path, FolderServices::File)) {
+            loading.ui.messageBox(
+                FolderServices::PathNotFoundText(path), kProgramTitle, MessageIcon::Warning);
             allFound = false;
         }
     }
     return allFound;
 }
 
-bool checkFolderAccess(RunState& state)
+bool checkFolderAccess(const ConfigurationLoading& loading)
 {
-    Configuration& config = state.config;
-    bool usable = FolderServices::CheckReadAccess(state, config.InputPath);
-    usable = FolderServices::CheckReadAccess(state, config.ImagePath) && usable;
-    usable = FolderServices::CheckWriteAccess(state, config.WorkPath) && usable;
-    usable = FolderServices::CheckWriteAccess(state, config.OutputPath) && usable;
+    Configuration& config = loading.config;
+    bool usable = FolderServices::CheckReadAccess(loading.ui, config.InputPath);
+    usable = FolderServices::CheckReadAccess(loading.ui, config.ImagePath) && usable;
+    usable = FolderServices::CheckWriteAccess(loading.ui, config.WorkPath) && usable;
+    usable = FolderServices::CheckWriteAccess(loading.ui, config.OutputPath) && usable;
     if (config.TempPath.compare(config.WorkPath, Qt::CaseInsensitive) == 0) {
-        state.ui.messageBox(QStringLiteral("TempPath should not be equal to WorkPath. Check INI file."),
+        loading.ui.messageBox(QStringLiteral("TempPath should not be equal to WorkPath. Check INI file."),
             kProgramTitle, MessageIcon::Critical);
         usable = false;
     }
@@ -106,40 +110,39 @@ QString MissingConfigurationFields(const Configuration& config)
     return list;
 }
 
-bool CheckConfiguredPaths(RunState& state, bool claimTemp)
+bool CheckConfiguredPaths(const ConfigurationLoading& loading, std::unique_ptr<QLockFile>* tempFolderLock)
 {
-    Configuration& config = state.config;
-    bool usable = checkLexicon(state);
-    usable = checkFolderAccess(state) && usable;
-    if (!FolderServices::CheckWriteAccess(state, config.TempPath))
+    Configuration& config = loading.config;
+    bool usable = checkLexicon(loading);
+    usable = checkFolderAccess(loading) && usable;
+    if (!FolderServices::CheckWriteAccess(loading.ui, config.TempPath))
         return false;
     config.SavedWorkPath = config.WorkPath;
     config.SavedOutputPath = config.OutputPath;
-    if (!claimTemp)
+    if (!tempFolderLock)
         return usable;
-    return ClaimTempFolder(state) && usable;
+    return ClaimTempFolder(loading, *tempFolderLock) && usable;
 }
 
-bool ClaimTempFolder(RunState& state)
+bool ClaimTempFolder(const ConfigurationLoading& loading, std::unique_ptr<QLockFile>& tempFolderLock)
 {
-    Configuration& config = state.config;
+    Configuration& config = loading.config;
     const QString suffix = QStringLiteral("Quorvane_Temp/");
-    if (state.tempFolderLock && config.TempPath.endsWith(suffix))
+    if (tempFolderLock && config.TempPath.endsWith(suffix))
         return true;
     // Runs that share a temporary folder take turns: one run's clean-up would
     // otherwise delete the input another run has staged there.
-    state.tempFolderLock
-        = std::make_unique<QLockFile>(config.TempPath + QStringLiteral("Quorvane_Temp.lock"));
-    state.tempFolderLock->setStaleLockTime(0); // only a lock whose process is gone is stale
-    if (!state.tempFolderLock->tryLock(0)) {
-        state.ui.diagnostic(QStringLiteral("waiting for another run that uses %1").arg(config.TempPath));
-        state.tempFolderLock->lock();
+    tempFolderLock = std::make_unique<QLockFile>(config.TempPath + QStringLiteral("Quorvane_Temp.lock"));
+    tempFolderLock->setStaleLockTime(0); // only a lock whose process is gone is stale
+    if (!tempFolderLock->tryLock(0)) {
+        loading.ui.diagnostic(QStringLiteral("waiting for another run that uses %1").arg(config.TempPath));
+        tempFolderLock->lock();
     }
     if (!FolderServices::MakeFolder(config.TempPath + suffix)) {
         // Only possible when something else already holds that name.
-        state.ui.messageBox(config.TempPath + suffix + QStringLiteral(" could not be created."),
+        loading.ui.messageBox(config.TempPath + suffix + QStringLiteral(" could not be created."),
             kProgramTitle, MessageIcon::Critical);
-        state.tempFolderLock.reset();
+        tempFolderLock.reset();
         return false;
     }
     config.TempPath += suffix;

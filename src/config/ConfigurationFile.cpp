@@ -1,9 +1,11 @@
 #include "config/ConfigurationFile.h"
 
 #include "config/ConfigurationCheck.h"
+#include "config/ConfigurationLoading.h"
+#include "core/Configuration.h"
 #include "core/MoveFiles.h"
+#include "core/OperatorInterface.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
 #include "text/Encoding.h"
 
 #include <QFile>
@@ -121,13 +123,14 @@ void readTaskKey(Configuration& config, ReaderState& reader, const QString& key,
     reader.currentTask = static_cast<int>(config.Tasks.size()) - 1;
 }
 
-void readTableSetLine(RunState& state, ReaderState& reader, const QString& key, const QString& value)
+void readTableSetLine(
+    const ConfigurationLoading& loading, ReaderState& reader, const QString& key, const QString& value)
 {
-    TableSet* target = &state.config.DefaultTableSet;
+    TableSet* target = &loading.config.DefaultTableSet;
     if (reader.taskMode) {
         if (reader.currentTask < 0)
             return;
-        TaskTableSet& task = state.config.Tasks[reader.currentTask];
+        TaskTableSet& task = loading.config.Tasks[reader.currentTask];
         // A task's [SUPPORT FILES] section starts its file-name character
         // lists afresh, so a task gives its [SETTINGS] after it.
         if (reader.section == Section::SupportFiles) {
@@ -138,27 +141,28 @@ void readTableSetLine(RunState& state, ReaderState& reader, const QString& key, 
             return;
         target = &task.set;
     }
-    if (!ReadTableSetKey(state, *target, key, value))
+    if (!ReadTableSetKey(loading, *target, key, value))
         reader.allValuesGood = false;
 }
 
-void dispatchLine(RunState& state, ReaderState& reader, const QString& key, const QString& value)
+void dispatchLine(
+    const ConfigurationLoading& loading, ReaderState& reader, const QString& key, const QString& value)
 {
     const QString upperKey = key.toUpper();
     switch (reader.section) {
     case Section::IoPaths:
-        readIoPathKey(state.config, upperKey, value);
+        readIoPathKey(loading.config, upperKey, value);
         break;
     case Section::Sentry:
-        readSentryKey(state.config, upperKey, value);
+        readSentryKey(loading.config, upperKey, value);
         break;
     case Section::Task:
-        readTaskKey(state.config, reader, upperKey, value);
+        readTaskKey(loading.config, reader, upperKey, value);
         break;
     case Section::SupportFiles:
     case Section::Settings:
     case Section::PlugIn:
-        readTableSetLine(state, reader, key, value);
+        readTableSetLine(loading, reader, key, value);
         break;
     case Section::None:
     case Section::Default:
@@ -166,7 +170,7 @@ void dispatchLine(RunState& state, ReaderState& reader, const QString& key, cons
     }
 }
 
-void readLine(RunState& state, ReaderState& reader, const QString& rawLine)
+void readLine(const ConfigurationLoading& loading, ReaderState& reader, const QString& rawLine)
 {
     QString line = trimBlanks(rawLine);
     QString key;
@@ -179,7 +183,7 @@ void readLine(RunState& state, ReaderState& reader, const QString& rawLine)
     } else if (const auto section = sectionOf(line)) {
         enterSection(reader, *section);
     }
-    dispatchLine(state, reader, key, value);
+    dispatchLine(loading, reader, key, value);
 }
 
 QString readConfigurationText(OperatorInterface& ui, const QString& path)
@@ -203,16 +207,19 @@ void resetBeforeReading(Configuration& config)
 
 } // namespace
 
-bool ReadConfigurationFile(RunState& state, TempFolderUse temp)
+namespace {
+
+// A null lock leaves the temporary folder alone.
+bool readConfiguration(const ConfigurationLoading& loading, std::unique_ptr<QLockFile>* tempFolderLock)
 {
-    Configuration& config = state.config;
+    Configuration& config = loading.config;
     if (!config.ApplicationPath.isEmpty())
         config.ApplicationPath = FolderServices::WithTrailingSlash(config.ApplicationPath);
     const QString path = config.ApplicationPath + QStringLiteral("Quorvane.INI");
     if (!QFileInfo(path).isFile()) {
-        state.ui.messageBox(QStringLiteral("Missing Quorvane.INI in the application path"), kProgramTitle,
+        loading.ui.messageBox(QStringLiteral("Missing Quorvane.INI in the application path"), kProgramTitle,
             MessageIcon::Critical);
-        state.ui.diagnostic(
+        loading.ui.diagnostic(
             QStringLiteral("no Quorvane.INI in %1 (the application folder; choose another with "
                            "--app-dir)")
                 .arg(QFileInfo(path).absolutePath()));
@@ -220,18 +227,30 @@ bool ReadConfigurationFile(RunState& state, TempFolderUse temp)
     }
     resetBeforeReading(config);
     ReaderState reader;
-    for (const QString& line : SplitTextLines(readConfigurationText(state.ui, path)))
-        readLine(state, reader, line);
+    for (const QString& line : SplitTextLines(readConfigurationText(loading.ui, path)))
+        readLine(loading, reader, line);
     if (!reader.allValuesGood)
         return false;
     const QString missing = MissingConfigurationFields(config);
     if (!missing.isEmpty()) {
-        state.ui.messageBox(
+        loading.ui.messageBox(
             QStringLiteral("Missing/Empty Fields found in the [DEFAULT] part of the INI file:") + missing,
             kProgramTitle, MessageIcon::Warning);
         return false;
     }
-    return CheckConfiguredPaths(state, temp == TempFolderUse::Claim);
+    return CheckConfiguredPaths(loading, tempFolderLock);
+}
+
+} // namespace
+
+bool ReadConfigurationFile(const ConfigurationLoading& loading)
+{
+    return readConfiguration(loading, nullptr);
+}
+
+bool ReadConfigurationFile(const ConfigurationLoading& loading, std::unique_ptr<QLockFile>& tempFolderLock)
+{
+    return readConfiguration(loading, &tempFolderLock);
 }
 
 namespace {
@@ -287,9 +306,9 @@ void overlayTaskSet(TableSet& active, const TableSet& task)
 
 } // namespace
 
-void SelectTaskTableSet(RunState& state, const QString& taskCode)
+void SelectTaskTableSet(const ConfigurationLoading& loading, const QString& taskCode)
 {
-    Configuration& config = state.config;
+    Configuration& config = loading.config;
     config.ActiveTableSet = config.DefaultTableSet;
     if (taskCode.isEmpty())
         return;
@@ -302,7 +321,7 @@ void SelectTaskTableSet(RunState& state, const QString& taskCode)
     }
     // Falling back to the default tables is right for a task without tables of
     // its own, but a mistyped task code should not pass unnoticed.
-    state.ui.diagnostic(QStringLiteral(
+    loading.ui.diagnostic(QStringLiteral(
         "task code %1 is not named by any [TASK] section of Quorvane.INI; the default tables are used")
-                            .arg(taskCode));
+                              .arg(taskCode));
 }

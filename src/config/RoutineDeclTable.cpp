@@ -1,8 +1,8 @@
 #include "config/RoutineDeclTable.h"
 
+#include "config/ConfigurationLoading.h"
 #include "config/TableReading.h"
-#include "core/RunState.h"
-#include "text/TagScanner.h"
+#include "text/TagSearch.h"
 
 namespace {
 
@@ -13,10 +13,10 @@ bool isNotApplicable(const QString& tag)
     return tag.compare(kNotApplicable, Qt::CaseInsensitive) == 0;
 }
 
-void startRow(RunState& state, RoutineDeclTable& table, const QString& tagField)
+void startRow(RoutineDeclTable& table, const QString& tagField)
 {
     RoutineDeclRow row;
-    row.tag = isNotApplicable(tagField) ? tagField : TagScanner(state.toolkit).GetTagName(tagField);
+    row.tag = isNotApplicable(tagField) ? tagField : TagSearch::TagNameOf(tagField);
     table.index.add(row.tag);
     const int index = static_cast<int>(table.rows.size());
     table.rowsByUpperTag[row.tag.toUpper()].append(index);
@@ -27,12 +27,12 @@ void startRow(RunState& state, RoutineDeclTable& table, const QString& tagField)
 
 } // namespace
 
-bool LoadRoutineDeclTable(RunState& state, TableSet& set, const RoutineResolver& resolve)
+bool LoadRoutineDeclTable(const ConfigurationLoading& loading, TableSet& set, const RoutineResolver& resolve)
 {
     const QString& fileName = set.file(SupportFile::RoutineDeclTbl);
     auto table = std::make_shared<RoutineDeclTable>();
     QStringList lines;
-    if (!TableReading::ReadLines(state, fileName, lines))
+    if (!TableReading::ReadLines(loading, fileName, lines))
         return false;
 
     for (qsizetype i = 1; i < lines.size(); ++i) {
@@ -40,20 +40,20 @@ bool LoadRoutineDeclTable(RunState& state, TableSet& set, const RoutineResolver&
             continue;
         const QStringList fields = TableReading::SplitRow(lines[i]);
         if (fields.size() != 3) {
-            TableReading::Lint(state, fileName, i, TableReading::WrongFieldCount(fields.size(), 3));
+            TableReading::Lint(loading, fileName, i, TableReading::WrongFieldCount(fields.size(), 3));
             continue;
         }
         if (!fields[0].isEmpty())
-            startRow(state, *table, fields[0]);
+            startRow(*table, fields[0]);
         const QString upperName = fields[1].toUpper();
         const RuleEntry* rule = resolve(upperName);
         // The check lists every unknown name rather than stopping at the first.
-        if (!rule && TableReading::Linting(state)) {
-            TableReading::Lint(state, fileName, i, QStringLiteral("unknown routine name ") + fields[1]);
+        if (!rule && TableReading::Linting(loading)) {
+            TableReading::Lint(loading, fileName, i, QStringLiteral("unknown routine name ") + fields[1]);
             continue;
         }
         if (!rule) {
-            state.ui.messageBox(QStringLiteral("Invalid Routine Name: ") + fields[1]
+            loading.ui.messageBox(QStringLiteral("Invalid Routine Name: ") + fields[1]
                     + QStringLiteral("\r\nPlease check ") + fileName,
                 kProgramTitle, MessageIcon::Warning);
             return false;
@@ -62,7 +62,7 @@ bool LoadRoutineDeclTable(RunState& state, TableSet& set, const RoutineResolver&
         // it is dropped rather than given to an element the author never named.
         if (table->rows.isEmpty()) {
             TableReading::Lint(
-                state, fileName, i, QStringLiteral("row dropped: a routine before any tag row"));
+                loading, fileName, i, QStringLiteral("row dropped: a routine before any tag row"));
             continue;
         }
         table->rows.last().routines.append(

@@ -8,7 +8,7 @@
 #include <QString>
 #include <functional>
 
-struct RunState;
+struct ConfigurationLoading;
 // What a routine name stands for; the engine defines it, the table only
 // keeps what the name resolved to.
 struct RuleEntry;
@@ -49,4 +49,4 @@ struct RoutineDeclTable : SupportTable {
 
 // Loads the table; a routine name that resolves to nothing refuses the table
 // with "Invalid Routine Name: ".
-bool LoadRoutineDeclTable(RunState& state, TableSet& set, const RoutineResolver& resolve);
+bool LoadRoutineDeclTable(const ConfigurationLoading& loading, TableSet& set, const RoutineResolver& resolve);

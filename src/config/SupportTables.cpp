@@ -1,6 +1,6 @@
 #include "config/SupportTables.h"
 
-#include "core/RunState.h"
+#include "config/ConfigurationLoading.h"
 
 #include <QFileInfo>
 
@@ -24,13 +24,14 @@ void collectMissing(const TableSet& set, bool isDefault, QString& list)
     }
 }
 
-bool loadSet(RunState& state, const QList<TableLoaderEntry>& loaders, TableSet& set, bool isDefault)
+bool loadSet(const ConfigurationLoading& loading, const QList<TableLoaderEntry>& loaders, TableSet& set,
+    bool isDefault)
 {
     for (const TableLoaderEntry& entry : loaders) {
         // A task without its own name for a table borrows the default's.
         if (!isDefault && set.file(entry.file).isEmpty())
             continue;
-        if (!entry.load(state, set))
+        if (!entry.load(loading, set))
             return false;
     }
     return true;
@@ -38,9 +39,9 @@ bool loadSet(RunState& state, const QList<TableLoaderEntry>& loaders, TableSet& 
 
 } // namespace
 
-bool LoadAllSupportTables(RunState& state, const QList<TableLoaderEntry>& loaders)
+bool LoadAllSupportTables(const ConfigurationLoading& loading, const QList<TableLoaderEntry>& loaders)
 {
-    Configuration& config = state.config;
+    Configuration& config = loading.config;
     QString missing;
     collectMissing(config.DefaultTableSet, true, missing);
     // Task tables are checked too: a missing task table should stop the run at
@@ -48,15 +49,15 @@ bool LoadAllSupportTables(RunState& state, const QList<TableLoaderEntry>& loader
     for (const TaskTableSet& task : config.Tasks)
         collectMissing(task.set, false, missing);
     if (!missing.isEmpty()) {
-        state.ui.messageBox(
+        loading.ui.messageBox(
             QStringLiteral("Missing Support File/s:\r\n") + missing, kProgramTitle, MessageIcon::Warning);
         return false;
     }
 
-    if (!loadSet(state, loaders, config.DefaultTableSet, true))
+    if (!loadSet(loading, loaders, config.DefaultTableSet, true))
         return false;
     for (TaskTableSet& task : config.Tasks) {
-        if (!loadSet(state, loaders, task.set, false))
+        if (!loadSet(loading, loaders, task.set, false))
             return false;
     }
     return true;

@@ -7,12 +7,12 @@
 #include <QStringList>
 #include <array>
 
-struct RunState;
+struct ConfigurationLoading;
 
 // A table whose rule reads its lines itself (the rules not written yet keep
 // their tables this way, so that a bad or unreadable file is still caught at
 // start-up).
-using TableLoader = bool (*)(RunState& state, TableSet& set);
+using TableLoader = bool (*)(const ConfigurationLoading& loading, TableSet& set);
 
 struct TableLoaderEntry {
     SupportFile file;
@@ -46,4 +46,4 @@ inline constexpr std::array<SupportFile, kSupportFileCount> kTableLoadingOrder =
 // Checks that every configured table exists, then loads the default set and
 // each task's set with the given loaders, in their order. Shows its own
 // messages; false ends the run.
-bool LoadAllSupportTables(RunState& state, const QList<TableLoaderEntry>& loaders);
+bool LoadAllSupportTables(const ConfigurationLoading& loading, const QList<TableLoaderEntry>& loaders);

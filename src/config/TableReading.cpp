@@ -1,21 +1,21 @@
 #include "config/TableReading.h"
 
-#include "core/RunState.h"
+#include "config/ConfigurationLoading.h"
 #include "text/Encoding.h"
 
 #include <QFile>
 
 namespace TableReading {
 
-bool ReadLines(RunState& state, const QString& path, QStringList& lines)
+bool ReadLines(const ConfigurationLoading& loading, const QString& path, QStringList& lines)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) && Linting(state)) {
-        Lint(state, path, -1, QStringLiteral("cannot be read: ") + file.errorString());
+    if (!file.open(QIODevice::ReadOnly) && Linting(loading)) {
+        Lint(loading, path, -1, QStringLiteral("cannot be read: ") + file.errorString());
         return false;
     }
     if (!file.isOpen()) {
-        state.ui.messageBox(QStringLiteral("Error while reading ") + path + QStringLiteral("!  -- Error: ")
+        loading.ui.messageBox(QStringLiteral("Error while reading ") + path + QStringLiteral("!  -- Error: ")
                 + file.errorString(),
             kProgramTitle, MessageIcon::Critical);
         return false;
@@ -58,37 +58,38 @@ QList<QStringList> RowsOf(const QStringList& lines, int width)
     return rowsOf(lines, width, [](qsizetype, qsizetype) {});
 }
 
-QList<QStringList> RowsOf(RunState& state, const QString& path, const QStringList& lines, int width)
+QList<QStringList> RowsOf(
+    const ConfigurationLoading& loading, const QString& path, const QStringList& lines, int width)
 {
-    if (!Linting(state))
+    if (!Linting(loading))
         return RowsOf(lines, width);
     return rowsOf(lines, width,
-        [&](qsizetype index, qsizetype count) { Lint(state, path, index, WrongFieldCount(count, width)); });
+        [&](qsizetype index, qsizetype count) { Lint(loading, path, index, WrongFieldCount(count, width)); });
 }
 
-bool Linting(const RunState& state)
+bool Linting(const ConfigurationLoading& loading)
 {
-    return state.tableLint != nullptr;
+    return loading.lint != nullptr;
 }
 
-void Lint(RunState& state, const QString& path, qsizetype index, const QString& message)
+void Lint(const ConfigurationLoading& loading, const QString& path, qsizetype index, const QString& message)
 {
-    if (state.tableLint)
-        state.tableLint->note(path, index < 0 ? 0 : index + 1, message);
+    if (loading.lint)
+        loading.lint->note(path, index < 0 ? 0 : index + 1, message);
 }
 
-void LintCodes(RunState& state, const QString& path, const QStringList& lines, int width,
+void LintCodes(const ConfigurationLoading& loading, const QString& path, const QStringList& lines, int width,
     const QList<FieldCodes>& fields)
 {
     // The first line is the table's header.
-    for (qsizetype i = 1; Linting(state) && i < lines.size(); ++i) {
+    for (qsizetype i = 1; Linting(loading) && i < lines.size(); ++i) {
         const QStringList row = SplitRow(lines[i]);
         if (row.size() != width)
             continue;
         for (const FieldCodes& field : fields) {
             const QString& code = row[field.column];
             if (!field.known.contains(code, field.caseSensitivity))
-                Lint(state, path, i,
+                Lint(loading, path, i,
                     field.name + QStringLiteral(" \"") + code + QStringLiteral("\" is none of ")
                         + field.known.join(QStringLiteral(", ")));
         }

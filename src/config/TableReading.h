@@ -3,7 +3,7 @@
 #include <QString>
 #include <QStringList>
 
-struct RunState;
+struct ConfigurationLoading;
 
 // Reading rules shared by every support-table loader.
 namespace TableReading {
@@ -11,7 +11,7 @@ namespace TableReading {
 // Reads a whole table file (UTF-8 when valid, Windows-1252 otherwise) and
 // splits it into lines at CR LF, LF or CR. On failure shows
 // "Error while reading " + path + "!  -- Error: " + description and returns false.
-bool ReadLines(RunState& state, const QString& path, QStringList& lines);
+bool ReadLines(const ConfigurationLoading& loading, const QString& path, QStringList& lines);
 
 // Splits a row at "|" and trims every field.
 QStringList SplitRow(const QString& line);
@@ -20,16 +20,17 @@ QStringList SplitRow(const QString& line);
 // without exactly `width` fields are dropped, fields are trimmed.
 QList<QStringList> RowsOf(const QStringList& lines, int width);
 
-// The same, telling the run's table lint (when there is one) about every
+// The same, telling the table lint (when the loading has one) about every
 // non-blank row dropped for its number of fields.
-QList<QStringList> RowsOf(RunState& state, const QString& path, const QStringList& lines, int width);
+QList<QStringList> RowsOf(
+    const ConfigurationLoading& loading, const QString& path, const QStringList& lines, int width);
 
 // Whether the configuration check is listening: loaders then tell it what
 // they would otherwise drop, refuse or announce in a message box.
-bool Linting(const RunState& state);
+bool Linting(const ConfigurationLoading& loading);
 // Tells the lint about line `index` (zero-based, as in the line list) of the
 // file; a negative index speaks of the whole file. Nothing without a lint.
-void Lint(RunState& state, const QString& path, qsizetype index, const QString& message);
+void Lint(const ConfigurationLoading& loading, const QString& path, qsizetype index, const QString& message);
 // The message for a row dropped for its number of fields.
 QString WrongFieldCount(qsizetype fields, int width);
 
@@ -43,7 +44,7 @@ struct FieldCodes {
 };
 // Tells the lint about every row of `width` fields whose coded field holds a
 // code the rule does not act on: such a row loads, and checks nothing.
-void LintCodes(RunState& state, const QString& path, const QStringList& lines, int width,
+void LintCodes(const ConfigurationLoading& loading, const QString& path, const QStringList& lines, int width,
     const QList<FieldCodes>& fields);
 
 // "<space>", "<hrt>" and "<pipe>" stand for a blank, CR LF and "|".

@@ -1,7 +1,7 @@
 #include "config/ConfigurationFile.h"
+#include "config/ConfigurationLoading.h"
 #include "config/TableSetFields.h"
 #include "core/MoveFiles.h"
-#include "core/RunState.h"
 
 #include <QRegularExpression>
 #include <cmath>
@@ -10,9 +10,9 @@
 
 namespace {
 
-bool warn(RunState& state, const QString& text)
+bool warn(const ConfigurationLoading& loading, const QString& text)
 {
-    state.ui.messageBox(text, kProgramTitle, MessageIcon::Warning);
+    loading.ui.messageBox(text, kProgramTitle, MessageIcon::Warning);
     return false;
 }
 
@@ -23,14 +23,14 @@ QStringList splitValue(const QString& value, const QString& separator)
     return value.isEmpty() ? QStringList() : value.split(separator);
 }
 
-bool readRangeSeparators(RunState& state, TableSet& set, const QString& value)
+bool readRangeSeparators(const ConfigurationLoading& loading, TableSet& set, const QString& value)
 {
     set.AttribRangeSeparatorGiven = true;
     set.AttribRangeSeparators.clear();
     for (const QString& rawPiece : splitValue(value, QStringLiteral("|"))) {
         const QString piece = rawPiece.trimmed();
         if (piece.isEmpty())
-            return warn(state, QStringLiteral("Empty field found in AttribRangeSeparator"));
+            return warn(loading, QStringLiteral("Empty field found in AttribRangeSeparator"));
         set.AttribRangeSeparators.append(
             QString(piece).replace(QStringLiteral("<space>"), QStringLiteral(" ")));
     }
@@ -62,17 +62,17 @@ std::optional<std::int32_t> roundedCount(const QString& value)
     return static_cast<std::int32_t>(rounded);
 }
 
-bool readMaxCount(RunState& state, TableSet& set, const QString& value)
+bool readMaxCount(const ConfigurationLoading& loading, TableSet& set, const QString& value)
 {
     set.MultiHrtMaxCountGiven = true;
     const auto count = roundedCount(value);
     if (!count)
-        return warn(state, QStringLiteral("MultiHrtMaxCount value in INI file should be numeric"));
+        return warn(loading, QStringLiteral("MultiHrtMaxCount value in INI file should be numeric"));
     set.MultiHrtMaxCount = *count;
     return true;
 }
 
-bool readCheckMultiHrt(RunState& state, TableSet& set, const QString& value)
+bool readCheckMultiHrt(const ConfigurationLoading& loading, TableSet& set, const QString& value)
 {
     if (value.contains(QStringLiteral("True"), Qt::CaseInsensitive)) {
         set.CheckMultiHrt = Switch::On;
@@ -87,33 +87,35 @@ bool readCheckMultiHrt(RunState& state, TableSet& set, const QString& value)
         set.CheckMultiHrt = Switch::Off;
         return true;
     }
-    return warn(state, QStringLiteral("Invalid CheckMultiHrt value in INI file"));
+    return warn(loading, QStringLiteral("Invalid CheckMultiHrt value in INI file"));
 }
 
-bool readSwitch(RunState& state, Switch& field, const QString& value, const QString& message)
+bool readSwitch(
+    const ConfigurationLoading& loading, Switch& field, const QString& value, const QString& message)
 {
     if (value.compare(QLatin1String("TRUE"), Qt::CaseInsensitive) == 0)
         field = Switch::On;
     else if (value.compare(QLatin1String("FALSE"), Qt::CaseInsensitive) == 0)
         field = Switch::Off;
     else
-        return warn(state, message);
+        return warn(loading, message);
     return true;
 }
 
 // Plug-in entries without a folder are looked for beside the program.
-bool readPlugins(RunState& state, QStringList& plugins, const QString& value)
+bool readPlugins(const ConfigurationLoading& loading, QStringList& plugins, const QString& value)
 {
     bool allFound = true;
     for (const QString& rawEntry : value.split(QLatin1Char('|'))) {
         QString entry = rawEntry.trimmed();
         if (entry.isEmpty())
             continue;
-        if (FolderServices::CheckPath(state, entry, FolderServices::File)) {
+        if (FolderServices::CheckPath(
+                loading.ui, loading.config.ApplicationPath, entry, FolderServices::File)) {
             plugins.append(entry);
             continue;
         }
-        state.ui.messageBox(QStringLiteral("Missing ") + entry, kProgramTitle, MessageIcon::Information);
+        loading.ui.messageBox(QStringLiteral("Missing ") + entry, kProgramTitle, MessageIcon::Information);
         allFound = false;
     }
     return allFound;
@@ -121,7 +123,8 @@ bool readPlugins(RunState& state, QStringList& plugins, const QString& value)
 
 } // namespace
 
-bool ReadTableSetKey(RunState& state, TableSet& set, const QString& key, const QString& value)
+bool ReadTableSetKey(
+    const ConfigurationLoading& loading, TableSet& set, const QString& key, const QString& value)
 {
     const QString name = key.toUpper();
     for (int index = 0; index < kSupportFileCount; ++index) {
@@ -131,26 +134,26 @@ bool ReadTableSetKey(RunState& state, TableSet& set, const QString& key, const Q
         }
     }
     if (name == QLatin1String("ATTRIBRANGESEPARATOR"))
-        return readRangeSeparators(state, set, value);
+        return readRangeSeparators(loading, set, value);
     if (name == QLatin1String("IMAGEEXTENSION")) {
         set.ImageExtension = value;
         return true;
     }
     if (name == QLatin1String("MULTIHRTMAXCOUNT"))
-        return readMaxCount(state, set, value);
+        return readMaxCount(loading, set, value);
     if (name == QLatin1String("CHECKMULTIHRT"))
-        return readCheckMultiHrt(state, set, value);
+        return readCheckMultiHrt(loading, set, value);
     if (name == QLatin1String("CHECKSPECIALCHAR"))
-        return readSwitch(
-            state, set.CheckSpecialChar, value, QStringLiteral("Invalid CheckSpecialChar value in INI file"));
+        return readSwitch(loading, set.CheckSpecialChar, value,
+            QStringLiteral("Invalid CheckSpecialChar value in INI file"));
     if (name == QLatin1String("CHECKEXCESSIMGFILES"))
-        return readSwitch(state, set.CheckExcessImgFiles, value,
+        return readSwitch(loading, set.CheckExcessImgFiles, value,
             QStringLiteral("Invalid CheckExcessImgFiles value in INI file"));
     if (name == QLatin1String("CHECKFILENAME"))
         return readSwitch(
-            state, set.CheckFilename, value, QStringLiteral("Invalid CheckFilename value in INI file"));
+            loading, set.CheckFilename, value, QStringLiteral("Invalid CheckFilename value in INI file"));
     if (name == QLatin1String("CHECKIMAGEZEROBYTES"))
-        return readSwitch(state, set.CheckImageZeroBytes, value,
+        return readSwitch(loading, set.CheckImageZeroBytes, value,
             QStringLiteral("Invalid CHECKIMAGEZEROBYTES value in INI file"));
     // The singular key beside the plural one is how existing files spell them.
     if (name == QLatin1String("VALIDFILENAMECHAR")) {
@@ -162,8 +165,8 @@ bool ReadTableSetKey(RunState& state, TableSet& set, const QString& key, const Q
         return true;
     }
     if (name == QLatin1String("INPUTPLUGIN"))
-        return readPlugins(state, set.InputPlugins, value);
+        return readPlugins(loading, set.InputPlugins, value);
     if (name == QLatin1String("OUTPUTPLUGIN"))
-        return readPlugins(state, set.OutputPlugins, value);
+        return readPlugins(loading, set.OutputPlugins, value);
     return true;
 }

@@ -1,6 +1,6 @@
 #include "core/MoveFiles.h"
 
-#include "core/RunState.h"
+#include "core/OperatorInterface.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -61,43 +61,43 @@ bool writeAndReadProbe(const QString& probePath)
     return readable && removed;
 }
 
-void showMessage(RunState& state, const QString& text, MessageIcon icon)
+void showMessage(OperatorInterface& ui, const QString& text, MessageIcon icon)
 {
-    state.ui.messageBox(text, kProgramTitle, icon);
+    ui.messageBox(text, kProgramTitle, icon);
 }
 
 } // namespace
 
-bool CheckPath(RunState& state, QString& path, std::int16_t kind)
+bool CheckPath(OperatorInterface& ui, const QString& applicationFolder, QString& path, std::int16_t kind)
 {
     if (kind == File) {
         if (!path.contains(QLatin1Char('/')))
-            path = WithTrailingSlash(state.config.ApplicationPath) + path;
+            path = WithTrailingSlash(applicationFolder) + path;
         return QFileInfo(path).isFile();
     }
     if (isFolder(path))
         return true;
-    showMessage(state, PathNotFoundText(path), MessageIcon::Warning);
+    showMessage(ui, PathNotFoundText(path), MessageIcon::Warning);
     return false;
 }
 
-bool CheckReadAccess(RunState& state, const QString& folder)
+bool CheckReadAccess(OperatorInterface& ui, const QString& folder)
 {
     if (!isFolder(folder)) {
-        showMessage(state, folder + QStringLiteral(" not found."), MessageIcon::Critical);
+        showMessage(ui, folder + QStringLiteral(" not found."), MessageIcon::Critical);
         return false;
     }
     if (!canList(folder)) {
-        showMessage(state, QStringLiteral("No Read Access in ") + folder, MessageIcon::Critical);
+        showMessage(ui, QStringLiteral("No Read Access in ") + folder, MessageIcon::Critical);
         return false;
     }
     return true;
 }
 
-bool CheckWriteAccess(RunState& state, QString& folder)
+bool CheckWriteAccess(OperatorInterface& ui, QString& folder)
 {
     if (!isFolder(folder)) {
-        showMessage(state, folder + QStringLiteral(" not found."), MessageIcon::Critical);
+        showMessage(ui, folder + QStringLiteral(" not found."), MessageIcon::Critical);
         return false;
     }
     folder = WithTrailingSlash(folder);
@@ -106,7 +106,7 @@ bool CheckWriteAccess(RunState& state, QString& folder)
     const QString probe = QStringLiteral("quillph16.%1.txt").arg(QCoreApplication::applicationPid());
     if (!writeAndReadProbe(folder + probe)) {
         // A folder that refuses writes stops the run as surely as a missing one.
-        showMessage(state, QStringLiteral("No Write Access in ") + folder, MessageIcon::Critical);
+        showMessage(ui, QStringLiteral("No Write Access in ") + folder, MessageIcon::Critical);
         return false;
     }
     return true;

@@ -5,10 +5,9 @@
 #include <cstdint>
 
 class OperatorInterface;
-struct RunState;
 
 // File staging and access checks (FolderServices). The checks show their own
-// messages through the run's operator interface.
+// messages through the operator interface they are given.
 namespace FolderServices {
 
 enum PathKind : std::int16_t { File = 0, Folder = 1 };
@@ -20,10 +19,10 @@ QString PathNotFoundText(const QString& path);
 
 // Kind File: a bare name (no "/") is completed in place with the application
 // folder. Kind Folder: a missing folder is reported.
-bool CheckPath(RunState& state, QString& path, std::int16_t kind);
-bool CheckReadAccess(RunState& state, const QString& folder);
+bool CheckPath(OperatorInterface& ui, const QString& applicationFolder, QString& path, std::int16_t kind);
+bool CheckReadAccess(OperatorInterface& ui, const QString& folder);
 // Completes the folder in place with a trailing "/".
-bool CheckWriteAccess(RunState& state, QString& folder);
+bool CheckWriteAccess(OperatorInterface& ui, QString& folder);
 QStringList ListFolder(const QString& folder, std::int16_t kind);
 void RemoveFolderTree(OperatorInterface& ui, const QString& folder);
 // One level only: an existing folder is success, a missing parent is failure.

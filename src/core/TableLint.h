@@ -3,8 +3,8 @@
 #include <QString>
 
 // Told about every table line that a loader leaves out or cannot use, and
-// why. Loaders find it on the run state; a normal run has none, so its
-// behaviour does not change.
+// why. Loaders are handed it beside the configuration they load; a normal
+// run has none, so its behaviour does not change.
 class TableLint {
 public:
     virtual ~TableLint() = default;

@@ -1,7 +1,7 @@
 #include "rules/AttributeValues.h"
 
+#include "config/ConfigurationLoading.h"
 #include "config/TableReading.h"
-#include "core/RunState.h"
 #include "engine/RuleContext.h"
 #include "text/TagScanner.h"
 
@@ -33,14 +33,14 @@ QStringList ParseLeadZeroDelimiters(const QString& field)
     return slots;
 }
 
-bool LoadNoLeadZeroTable(RunState& state, TableSet& set)
+bool LoadNoLeadZeroTable(const ConfigurationLoading& loading, TableSet& set)
 {
     QStringList lines;
-    if (!TableReading::ReadLines(state, set.file(SupportFile::NoLeadZeroTbl), lines))
+    if (!TableReading::ReadLines(loading, set.file(SupportFile::NoLeadZeroTbl), lines))
         return false;
     auto table = std::make_shared<NoLeadZeroTable>();
     for (const QStringList& fields :
-        TableReading::RowsOf(state, set.file(SupportFile::NoLeadZeroTbl), lines, 3)) {
+        TableReading::RowsOf(loading, set.file(SupportFile::NoLeadZeroTbl), lines, 3)) {
         table->rows.append({ fields[0], fields[1], ParseLeadZeroDelimiters(fields[2]) });
         table->tagNames.insert(fields[0]);
     }
@@ -48,14 +48,14 @@ bool LoadNoLeadZeroTable(RunState& state, TableSet& set)
     return true;
 }
 
-bool LoadAttribUnconTable(RunState& state, TableSet& set)
+bool LoadAttribUnconTable(const ConfigurationLoading& loading, TableSet& set)
 {
     QStringList lines;
-    if (!TableReading::ReadLines(state, set.file(SupportFile::AttribUnconTbl), lines))
+    if (!TableReading::ReadLines(loading, set.file(SupportFile::AttribUnconTbl), lines))
         return false;
     auto table = std::make_shared<AttribUnconTable>();
     for (const QStringList& fields :
-        TableReading::RowsOf(state, set.file(SupportFile::AttribUnconTbl), lines, 4)) {
+        TableReading::RowsOf(loading, set.file(SupportFile::AttribUnconTbl), lines, 4)) {
         // The kind comes from the row's own marker, not from the declaration.
         const Severity severity = fields[3].left(3).compare(QLatin1String("E /"), Qt::CaseInsensitive) == 0
             ? Severity::Error

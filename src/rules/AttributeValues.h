@@ -7,7 +7,7 @@
 #include <QString>
 #include <QStringList>
 
-struct RunState;
+struct ConfigurationLoading;
 struct RuleContext;
 
 // One row of the no-leading-zero table; columns: tag | attribute | delimiters.
@@ -43,8 +43,8 @@ struct AttribUnconTable : SupportTable {
 // The delimiter slots of a no-leading-zero row's third column.
 QStringList ParseLeadZeroDelimiters(const QString& field);
 
-bool LoadNoLeadZeroTable(RunState& state, TableSet& set);
-bool LoadAttribUnconTable(RunState& state, TableSet& set);
+bool LoadNoLeadZeroTable(const ConfigurationLoading& loading, TableSet& set);
+bool LoadAttribUnconTable(const ConfigurationLoading& loading, TableSet& set);
 
 // A numeric attribute value must not begin with "0" nor hold "0" right
 // behind one of the row's delimiters.

@@ -1,8 +1,8 @@
 #include "rules/CharacterPatterns.h"
 
+#include "config/ConfigurationLoading.h"
 #include "config/TableReading.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
 #include "engine/RegExp.h"
 #include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
@@ -50,10 +50,10 @@ QString PrepareSpecialCharPattern(const QString& pattern)
     return prepared;
 }
 
-bool LoadSpecialCharTable(RunState& state, TableSet& set)
+bool LoadSpecialCharTable(const ConfigurationLoading& loading, TableSet& set)
 {
     QStringList lines;
-    if (!TableReading::ReadLines(state, set.file(SupportFile::SpecialCharTbl), lines))
+    if (!TableReading::ReadLines(loading, set.file(SupportFile::SpecialCharTbl), lines))
         return false;
     auto table = std::make_shared<SpecialCharTable>();
     const QString& path = set.file(SupportFile::SpecialCharTbl);
@@ -61,10 +61,10 @@ bool LoadSpecialCharTable(RunState& state, TableSet& set)
     for (qsizetype i = 1; i < lines.size(); ++i) {
         SpecialCharRow row;
         if (ParseSpecialCharLine(lines[i], row)) {
-            LintPattern(state, path, i, PrepareSpecialCharPattern(row.pattern), row.ignoreCase);
+            LintPattern(loading, path, i, PrepareSpecialCharPattern(row.pattern), row.ignoreCase);
             table->rows.append(row);
         } else if (!lines[i].trimmed().isEmpty()) {
-            TableReading::Lint(state, path, i, QStringLiteral("row dropped: not four quoted fields"));
+            TableReading::Lint(loading, path, i, QStringLiteral("row dropped: not four quoted fields"));
         }
     }
     set.table(SupportFile::SpecialCharTbl) = std::move(table);

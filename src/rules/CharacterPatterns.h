@@ -5,7 +5,7 @@
 #include <QList>
 #include <QString>
 
-struct RunState;
+struct ConfigurationLoading;
 struct RuleContext;
 
 // One row of the special-character table: four double-quoted fields,
@@ -28,7 +28,7 @@ bool ParseSpecialCharLine(const QString& line, SpecialCharRow& row);
 // turned into groups.
 QString PrepareSpecialCharPattern(const QString& pattern);
 
-bool LoadSpecialCharTable(RunState& state, TableSet& set);
+bool LoadSpecialCharTable(const ConfigurationLoading& loading, TableSet& set);
 
 // The whole-file special-character check: every row's pattern searched in
 // the whole text, each match reported at its line and column.

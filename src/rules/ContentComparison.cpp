@@ -1,6 +1,6 @@
 #include "rules/ContentComparison.h"
 
-#include "core/RunState.h"
+#include "config/ConfigurationLoading.h"
 #include "engine/RuleContext.h"
 
 #include <QFileInfo>
@@ -96,7 +96,8 @@ void meet(
     own.append({ text, offset, number });
 }
 
-QStringList valuesFrom(RunState& state, const QString& tablePath, const QString& field, bool& readable)
+QStringList valuesFrom(
+    const ConfigurationLoading& loading, const QString& tablePath, const QString& field, bool& readable)
 {
     if (!field.startsWith(u'@')) {
         QStringList values;
@@ -108,7 +109,7 @@ QStringList valuesFrom(RunState& state, const QString& tablePath, const QString&
     if (QFileInfo(path).isRelative())
         path = QFileInfo(tablePath).path() + u'/' + path;
     QStringList lines;
-    readable = TableReading::ReadLines(state, path, lines);
+    readable = TableReading::ReadLines(loading, path, lines);
     for (QString& line : lines)
         line = line.trimmed();
     return lines;
@@ -131,9 +132,9 @@ bool ContentsAgree(Comparison comparison, QStringView first, QStringView second)
     return true;
 }
 
-bool LoadCompContTable(RunState& state, TableSet& set)
+bool LoadCompContTable(const ConfigurationLoading& loading, TableSet& set)
 {
-    return LoadRowTable<CompContTable>(state, set, SupportFile::CompContTbl, 5,
+    return LoadRowTable<CompContTable>(loading, set, SupportFile::CompContTbl, 5,
         [&](const QStringList& f, const LineLint& lint) -> std::optional<CompContRow> {
             if (f[0].isEmpty() || f[1].isEmpty()) {
                 lint(QStringLiteral("row dropped: a tag column is empty"));
@@ -211,18 +212,18 @@ void ReportCompContAtFileEnd(RuleContext& rule)
     }
 }
 
-bool LoadPcDataTable(RunState& state, TableSet& set)
+bool LoadPcDataTable(const ConfigurationLoading& loading, TableSet& set)
 {
     const QString tablePath = set.file(SupportFile::PCPDataCompare);
     bool readable = true;
-    const bool loaded = LoadRowTable<PcDataTable>(state, set, SupportFile::PCPDataCompare, 4,
+    const bool loaded = LoadRowTable<PcDataTable>(loading, set, SupportFile::PCPDataCompare, 4,
         [&](const QStringList& f, const LineLint& lint) -> std::optional<PcDataRow> {
             if (f[0].isEmpty() || f[1].isEmpty()) {
                 lint(QStringLiteral("row dropped: the tag or values column is empty"));
                 return std::nullopt;
             }
             LintSeverity(f[2], lint);
-            const QStringList values = valuesFrom(state, tablePath, f[1], readable);
+            const QStringList values = valuesFrom(loading, tablePath, f[1], readable);
             PcDataRow row { TagSelector::parse(f[0]), {}, IsErrorSeverity(f[2]), f[3] };
             for (const QString& value : values) {
                 if (!value.isEmpty())

@@ -8,7 +8,7 @@
 #include <QString>
 #include <QStringView>
 
-struct RunState;
+struct ConfigurationLoading;
 struct RuleContext;
 
 // How the text of two elements must agree.
@@ -28,7 +28,7 @@ struct CompContTable : SupportTable {
     QList<CompContRow> rows;
 };
 
-bool LoadCompContTable(RunState& state, TableSet& set);
+bool LoadCompContTable(const ConfigurationLoading& loading, TableSet& set);
 
 // Whether the texts (tags removed, blanks folded) agree as the comparison asks.
 bool ContentsAgree(Comparison comparison, QStringView first, QStringView second);
@@ -57,7 +57,7 @@ struct PcDataTable : SupportTable {
 // file that holds one value a line (a relative name is found beside the
 // table). A values file that cannot be read fails the loading as the table
 // itself would.
-bool LoadPcDataTable(RunState& state, TableSet& set);
+bool LoadPcDataTable(const ConfigurationLoading& loading, TableSet& set);
 
 // An element's text, tags removed and trimmed, must be one of a list.
 void PCPDATACOMPARE(RuleContext& rule);

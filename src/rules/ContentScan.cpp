@@ -1,6 +1,6 @@
 #include "rules/ContentScan.h"
 
-#include "core/RunState.h"
+#include "config/ConfigurationLoading.h"
 #include "engine/RegExp.h"
 #include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
@@ -166,9 +166,9 @@ void LintSeverity(const QString& field, const LineLint& lint)
         lint(QStringLiteral("severity \"%1\" is none of E, W: the row reports warnings").arg(field));
 }
 
-void LintRegExp(RunState& state, const QString& pattern, const LineLint& lint)
+void LintRegExp(const ConfigurationLoading& loading, const QString& pattern, const LineLint& lint)
 {
-    if (!TableReading::Linting(state))
+    if (!TableReading::Linting(loading))
         return;
     try {
         RegExp(pattern, false, true).captureCount();

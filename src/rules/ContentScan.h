@@ -14,7 +14,7 @@
 #include <optional>
 #include <utility>
 
-struct RunState;
+struct ConfigurationLoading;
 struct RuleContext;
 
 // What the cross-reference, pair and content-comparison routines share: one
@@ -106,24 +106,25 @@ using LineLint = std::function<void(const QString& message)>;
 void LintSeverity(const QString& field, const LineLint& lint);
 
 // Lints a pattern field that the rule's regular-expression engine rejects.
-void LintRegExp(RunState& state, const QString& pattern, const LineLint& lint);
+void LintRegExp(const ConfigurationLoading& loading, const QString& pattern, const LineLint& lint);
 
 // Loads a headed table of `width` "|"-separated fields: `makeRow(fields,
 // lint)` turns each row into the table's row type, or nothing to drop it
 // (after telling the lint why). Rows of another width are dropped, and the
 // lint hears of them.
 template <class Table, class MakeRow>
-bool LoadRowTable(RunState& state, TableSet& set, SupportFile which, int width, MakeRow&& makeRow)
+bool LoadRowTable(
+    const ConfigurationLoading& loading, TableSet& set, SupportFile which, int width, MakeRow&& makeRow)
 {
     const QString path = set.file(which);
     QStringList lines;
-    if (!TableReading::ReadLines(state, path, lines))
+    if (!TableReading::ReadLines(loading, path, lines))
         return false;
     auto table = std::make_shared<Table>();
     for (qsizetype i = 1; i < lines.size(); ++i) {
         if (lines[i].trimmed().isEmpty())
             continue;
-        const LineLint lint = [&](const QString& message) { TableReading::Lint(state, path, i, message); };
+        const LineLint lint = [&](const QString& message) { TableReading::Lint(loading, path, i, message); };
         const QStringList fields = TableReading::SplitRow(lines[i]);
         if (fields.size() != width) {
             lint(TableReading::WrongFieldCount(fields.size(), width));

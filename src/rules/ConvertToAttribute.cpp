@@ -1,7 +1,7 @@
 #include "rules/ConvertToAttribute.h"
 
+#include "config/ConfigurationLoading.h"
 #include "config/TableReading.h"
-#include "core/RunState.h"
 #include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
 #include "rules/ConversionText.h"
@@ -9,20 +9,20 @@
 
 #include <map>
 
-bool LoadConvert2AttribTable(RunState& state, TableSet& set)
+bool LoadConvert2AttribTable(const ConfigurationLoading& loading, TableSet& set)
 {
     QStringList lines;
-    if (!TableReading::ReadLines(state, set.file(SupportFile::Convert2AttribTbl), lines))
+    if (!TableReading::ReadLines(loading, set.file(SupportFile::Convert2AttribTbl), lines))
         return false;
     auto table = std::make_shared<Convert2AttribTable>();
     // The rule compares its position code as written: a lower-case code
     // checks nothing.
-    TableReading::LintCodes(state, set.file(SupportFile::Convert2AttribTbl), lines, 6,
+    TableReading::LintCodes(loading, set.file(SupportFile::Convert2AttribTbl), lines, 6,
         { { 2, QStringLiteral("action"), { QStringLiteral("COPY"), QStringLiteral("DELETE") } },
             { 5, QStringLiteral("position code"),
                 { QStringLiteral("S"), QStringLiteral("E"), QStringLiteral("B") }, Qt::CaseSensitive } });
     for (const QStringList& f :
-        TableReading::RowsOf(state, set.file(SupportFile::Convert2AttribTbl), lines, 6))
+        TableReading::RowsOf(loading, set.file(SupportFile::Convert2AttribTbl), lines, 6))
         table->rows.append({ f[0], f[1].toUpper(), ConversionActionOfCode(f[2]), f[3], SeverityOfCode(f[4]),
             PlacementOfCode(f[5], Qt::CaseSensitive) });
     set.table(SupportFile::Convert2AttribTbl) = std::move(table);

@@ -7,7 +7,7 @@
 #include <QString>
 #include <optional>
 
-struct RunState;
+struct ConfigurationLoading;
 struct RuleContext;
 
 // One row of the convert-to-attribute table; columns: attribute | value |
@@ -25,7 +25,7 @@ struct Convert2AttribTable : SupportTable {
     QList<Convert2AttribRow> rows;
 };
 
-bool LoadConvert2AttribTable(RunState& state, TableSet& set);
+bool LoadConvert2AttribTable(const ConfigurationLoading& loading, TableSet& set);
 
 // The rule's own file state: the dashed text before the tags of each element.
 std::unique_ptr<RuleFileState> MakeConvert2AttribFileState();

@@ -1,24 +1,25 @@
 #include "rules/ConvertToTag.h"
 
+#include "config/ConfigurationLoading.h"
 #include "config/TableReading.h"
-#include "core/RunState.h"
 #include "engine/RuleContext.h"
 #include "rules/ConversionText.h"
 #include "rules/ElementContents.h"
 
 #include <QHash>
 
-bool LoadConvert2TagTable(RunState& state, TableSet& set)
+bool LoadConvert2TagTable(const ConfigurationLoading& loading, TableSet& set)
 {
     QStringList lines;
-    if (!TableReading::ReadLines(state, set.file(SupportFile::Convert2TagTbl), lines))
+    if (!TableReading::ReadLines(loading, set.file(SupportFile::Convert2TagTbl), lines))
         return false;
     auto table = std::make_shared<Convert2TagTable>();
-    TableReading::LintCodes(state, set.file(SupportFile::Convert2TagTbl), lines, 5,
+    TableReading::LintCodes(loading, set.file(SupportFile::Convert2TagTbl), lines, 5,
         { { 1, QStringLiteral("action"), { QStringLiteral("COPY"), QStringLiteral("DELETE") } },
             { 4, QStringLiteral("position code"),
                 { QStringLiteral("S"), QStringLiteral("E"), QStringLiteral("B") } } });
-    for (const QStringList& f : TableReading::RowsOf(state, set.file(SupportFile::Convert2TagTbl), lines, 5))
+    for (const QStringList& f :
+        TableReading::RowsOf(loading, set.file(SupportFile::Convert2TagTbl), lines, 5))
         table->rows.append({ f[0], ConversionActionOfCode(f[1]), f[2], SeverityOfCode(f[3]),
             PlacementOfCode(f[4], Qt::CaseInsensitive) });
     set.table(SupportFile::Convert2TagTbl) = std::move(table);

@@ -7,7 +7,7 @@
 #include <QString>
 #include <QStringView>
 
-struct RunState;
+struct ConfigurationLoading;
 struct RuleContext;
 
 // One row of the convert-to-tag table; columns: tag name | action | word |
@@ -24,7 +24,7 @@ struct Convert2TagTable : SupportTable {
     QList<Convert2TagRow> rows;
 };
 
-bool LoadConvert2TagTable(RunState& state, TableSet& set);
+bool LoadConvert2TagTable(const ConfigurationLoading& loading, TableSet& set);
 
 // Whether the word occurs in the text as a whole word, letter case ignored:
 // no letter or digit right before or right after it. An empty word never does.

@@ -1,6 +1,6 @@
 #include "rules/CrossReferences.h"
 
-#include "core/RunState.h"
+#include "config/ConfigurationLoading.h"
 #include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
 
@@ -175,9 +175,9 @@ std::optional<std::int64_t> CitationOrder::cite(const CitedRange& range)
     return std::nullopt;
 }
 
-bool LoadCitationTable(RunState& state, TableSet& set)
+bool LoadCitationTable(const ConfigurationLoading& loading, TableSet& set)
 {
-    return LoadRowTable<CitationTable>(state, set, SupportFile::CitationValTbl, 5,
+    return LoadRowTable<CitationTable>(loading, set, SupportFile::CitationValTbl, 5,
         [&](const QStringList& f, const LineLint& lint) -> std::optional<CitationRow> {
             if (f[0].isEmpty()) {
                 lint(QStringLiteral("row dropped: no citation tag"));
@@ -186,7 +186,7 @@ bool LoadCitationTable(RunState& state, TableSet& set)
             LintSeverity(f[3], lint);
             CitationRow row { TagSelector::parse(f[0]), f[1], std::nullopt, IsErrorSeverity(f[3]), f[4] };
             if (!f[2].isEmpty()) {
-                LintRegExp(state, f[2], lint);
+                LintRegExp(loading, f[2], lint);
                 row.pattern.emplace(f[2], true, true);
             }
             return row;
@@ -202,9 +202,9 @@ void CITATIONVALIDITY(RuleContext& rule)
     guarded(rule, [&] { checkCitations(rule, *table); });
 }
 
-bool LoadCountRefTable(RunState& state, TableSet& set)
+bool LoadCountRefTable(const ConfigurationLoading& loading, TableSet& set)
 {
-    return LoadRowTable<CountRefTable>(state, set, SupportFile::CountRefCheck, 6,
+    return LoadRowTable<CountRefTable>(loading, set, SupportFile::CountRefCheck, 6,
         [&](const QStringList& f, const LineLint& lint) -> std::optional<CountRefRow> {
             if (f[0].isEmpty() || f[1].isEmpty() || f[2].isEmpty() || f[3].isEmpty()) {
                 lint(QStringLiteral("row dropped: a tag or attribute column is empty"));

@@ -12,7 +12,7 @@
 #include <cstdint>
 #include <optional>
 
-struct RunState;
+struct ConfigurationLoading;
 struct RuleContext;
 
 // One row of the citation table: which tags cite, and where their numbers
@@ -29,7 +29,7 @@ struct CitationTable : SupportTable {
     QList<CitationRow> rows;
 };
 
-bool LoadCitationTable(RunState& state, TableSet& set);
+bool LoadCitationTable(const ConfigurationLoading& loading, TableSet& set);
 
 // A number or a range of numbers as written in a citation ("3", "3-5",
 // "b3–b5"), at its offset in the text read.
@@ -74,7 +74,7 @@ struct CountRefTable : SupportTable {
     QList<CountRefRow> rows;
 };
 
-bool LoadCountRefTable(RunState& state, TableSet& set);
+bool LoadCountRefTable(const ConfigurationLoading& loading, TableSet& set);
 
 // What one file refers to and what it defines, gathered tag by tag and
 // judged once the file has ended, because a target may follow its reference.

@@ -1,9 +1,9 @@
 #include "rules/FileNameCheck.h"
 
+#include "config/ConfigurationLoading.h"
 #include "config/TableReading.h"
 #include "core/Paths.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
 #include "engine/RegExp.h"
 #include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
@@ -43,11 +43,11 @@ void reportAll(const RuleContext& context, const std::vector<Finding>& findings)
 
 } // namespace
 
-bool LoadFileNameTable(RunState& state, TableSet& set)
+bool LoadFileNameTable(const ConfigurationLoading& loading, TableSet& set)
 {
     const QString& path = set.file(SupportFile::FilenameCheck);
     QStringList lines;
-    if (!TableReading::ReadLines(state, path, lines))
+    if (!TableReading::ReadLines(loading, path, lines))
         return false;
     auto table = std::make_shared<FileNameTable>();
     for (qsizetype i = 1; i < lines.size(); ++i) {
@@ -56,15 +56,15 @@ bool LoadFileNameTable(RunState& state, TableSet& set)
         const QStringList fields = TableReading::SplitRow(lines[i]);
         if (fields.size() != kFileNameColumns) {
             TableReading::Lint(
-                state, path, i, TableReading::WrongFieldCount(fields.size(), kFileNameColumns));
+                loading, path, i, TableReading::WrongFieldCount(fields.size(), kFileNameColumns));
             continue;
         }
         const FileNameRow row { fields[0], fields[1], fields[2] };
         if (row.caseCode.compare(u"C", Qt::CaseInsensitive) != 0 && !ignoresCase(row))
             TableReading::Lint(
-                state, path, i, QStringLiteral("case code \"%1\" is none of C, I").arg(row.caseCode));
+                loading, path, i, QStringLiteral("case code \"%1\" is none of C, I").arg(row.caseCode));
         // As written: the anchoring around it would only confuse the reason given.
-        LintPattern(state, path, i, row.pattern, ignoresCase(row));
+        LintPattern(loading, path, i, row.pattern, ignoresCase(row));
         table->rows.append(row);
     }
     set.table(SupportFile::FilenameCheck) = std::move(table);

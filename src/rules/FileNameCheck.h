@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-struct RunState;
+struct ConfigurationLoading;
 struct RuleContext;
 
 // One row of the file-name table: a pattern the input file's base name may
@@ -25,7 +25,7 @@ struct FileNameTable : SupportTable {
     QList<FileNameRow> rows;
 };
 
-bool LoadFileNameTable(RunState& state, TableSet& set);
+bool LoadFileNameTable(const ConfigurationLoading& loading, TableSet& set);
 
 // The characters a VALIDFILENAMECHAR or INVALIDFILENAMECHARS list names.
 // A piece is one character, a range such as "a-z", or, written otherwise,

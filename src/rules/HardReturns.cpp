@@ -1,7 +1,7 @@
 #include "rules/HardReturns.h"
 
+#include "config/ConfigurationLoading.h"
 #include "config/TableReading.h"
-#include "core/RunState.h"
 #include "engine/RuleContext.h"
 #include "rules/ElementContents.h"
 #include "text/TagScanner.h"
@@ -10,16 +10,19 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-bool LoadNoHrtTable(RunState& state, TableSet& set)
+bool LoadNoHrtTable(const ConfigurationLoading& loading, TableSet& set)
 {
     QStringList lines;
-    if (!TableReading::ReadLines(state, set.file(SupportFile::NoHRTDeclTbl), lines))
+    if (!TableReading::ReadLines(loading, set.file(SupportFile::NoHRTDeclTbl), lines))
         return false;
-    const TagScanner xml(state.toolkit);
+    // Tag names and kinds read none of a run's toolkit values: the loader's
+    // scanner has values of its own.
+    ToolkitState scannerValues;
+    const TagScanner xml(scannerValues);
     auto table = std::make_shared<NoHrtTable>();
     QString previousColumn;
     for (const QStringList& row :
-        TableReading::RowsOf(state, set.file(SupportFile::NoHRTDeclTbl), lines, 3)) {
+        TableReading::RowsOf(loading, set.file(SupportFile::NoHRTDeclTbl), lines, 3)) {
         // Only neighbouring lines share a group: a later line with the same
         // enclosing element starts a group of its own.
         if (table->groups.isEmpty() || row[0] != previousColumn)
@@ -31,17 +34,21 @@ bool LoadNoHrtTable(RunState& state, TableSet& set)
     return true;
 }
 
-bool LoadWithHrtTable(RunState& state, TableSet& set)
+bool LoadWithHrtTable(const ConfigurationLoading& loading, TableSet& set)
 {
     QStringList lines;
-    if (!TableReading::ReadLines(state, set.file(SupportFile::WithHRTDeclTbl), lines))
+    if (!TableReading::ReadLines(loading, set.file(SupportFile::WithHRTDeclTbl), lines))
         return false;
-    const TagScanner xml(state.toolkit);
+    // Tag names and kinds read none of a run's toolkit values: the loader's
+    // scanner has values of its own.
+    ToolkitState scannerValues;
+    const TagScanner xml(scannerValues);
     auto table = std::make_shared<WithHrtTable>();
     const QString& path = set.file(SupportFile::WithHRTDeclTbl);
     // A code the rule does not know asks for no hard return at all.
-    TableReading::LintCodes(state, path, lines, 3, { { 1, u"position code"_s, { u"S"_s, u"E"_s, u"B"_s } } });
-    for (const QStringList& row : TableReading::RowsOf(state, path, lines, 3))
+    TableReading::LintCodes(
+        loading, path, lines, 3, { { 1, u"position code"_s, { u"S"_s, u"E"_s, u"B"_s } } });
+    for (const QStringList& row : TableReading::RowsOf(loading, path, lines, 3))
         table->rows.append({ row[0], xml.GetTagName(row[0]), xml.GetTagType(row[0]),
             PlacementOfCode(row[1], Qt::CaseInsensitive), SeverityOfCode(row[2]) });
     set.table(SupportFile::WithHRTDeclTbl) = std::move(table);

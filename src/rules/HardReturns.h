@@ -6,7 +6,7 @@
 #include <QList>
 #include <QString>
 
-struct RunState;
+struct ConfigurationLoading;
 struct RuleContext;
 
 // One entry of a no-hard-return group: an element that must hold no hard
@@ -41,8 +41,8 @@ struct WithHrtTable : SupportTable {
     QList<WithHrtRow> rows;
 };
 
-bool LoadNoHrtTable(RunState& state, TableSet& set);
-bool LoadWithHrtTable(RunState& state, TableSet& set);
+bool LoadNoHrtTable(const ConfigurationLoading& loading, TableSet& set);
+bool LoadWithHrtTable(const ConfigurationLoading& loading, TableSet& set);
 
 // Whole-file check: no more consecutive hard returns (line breaks or HRT
 // marker tags) than the configured count.

@@ -1,7 +1,7 @@
 #include "rules/HyphenatedWords.h"
 
+#include "config/ConfigurationLoading.h"
 #include "config/TableReading.h"
-#include "core/RunState.h"
 #include "engine/RuleContext.h"
 #include "text/TagScanner.h"
 
@@ -120,11 +120,11 @@ bool isAccepted(const HyphenatedTable* table, const QString& word)
 
 } // namespace
 
-bool LoadHyphenatedTable(RunState& state, TableSet& set)
+bool LoadHyphenatedTable(const ConfigurationLoading& loading, TableSet& set)
 {
     const QString& path = set.file(SupportFile::HyphenatedTbl);
     QStringList lines;
-    if (!TableReading::ReadLines(state, path, lines))
+    if (!TableReading::ReadLines(loading, path, lines))
         return false;
     auto table = std::make_shared<HyphenatedTable>();
     bool badEntrySeen = false;
@@ -135,14 +135,14 @@ bool LoadHyphenatedTable(RunState& state, TableSet& set)
             continue;
         if (!line.contains(QLatin1Char('-'))) {
             badEntrySeen = true;
-            TableReading::Lint(state, path, i, QStringLiteral("entry dropped: no hyphen (-) in it"));
+            TableReading::Lint(loading, path, i, QStringLiteral("entry dropped: no hyphen (-) in it"));
             continue;
         }
         table->entries.append(line);
         table->upperEntries.insert(line.toUpper());
     }
-    if (badEntrySeen && !TableReading::Linting(state)) {
-        state.ui.messageBox(QStringLiteral("Hyphen (-) not found in some of the entries in ") + path,
+    if (badEntrySeen && !TableReading::Linting(loading)) {
+        loading.ui.messageBox(QStringLiteral("Hyphen (-) not found in some of the entries in ") + path,
             kProgramTitle, MessageIcon::Warning);
     }
     set.table(SupportFile::HyphenatedTbl) = std::move(table);

@@ -8,7 +8,7 @@
 #include <QStringList>
 #include <cstdint>
 
-struct RunState;
+struct ConfigurationLoading;
 struct RuleContext;
 struct SpellingState;
 
@@ -21,7 +21,7 @@ struct HyphenatedTable : SupportTable {
     bool accepts(const QString& word) const { return upperEntries.contains(word.toUpper()); }
 };
 
-bool LoadHyphenatedTable(RunState& state, TableSet& set);
+bool LoadHyphenatedTable(const ConfigurationLoading& loading, TableSet& set);
 
 // The file state both word checks share: the text of the element last checked.
 std::unique_ptr<RuleFileState> MakeWordCheckFileState();

@@ -1,8 +1,8 @@
 #include "rules/ImageChecks.h"
 
+#include "config/ConfigurationLoading.h"
 #include "config/TableReading.h"
 #include "core/Paths.h"
-#include "core/RunState.h"
 #include "engine/Dispatch.h"
 #include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
@@ -35,9 +35,10 @@ bool carriesAttributes(QStringView tag)
     return tag.contains(u"/>") || !tag.contains(u"</");
 }
 
-void lintRow(RunState& state, const QString& path, qsizetype index, const QString& message)
+void lintRow(
+    const ConfigurationLoading& loading, const QString& path, qsizetype index, const QString& message)
 {
-    TableReading::Lint(state, path, index, QStringLiteral("row dropped: ") + message);
+    TableReading::Lint(loading, path, index, QStringLiteral("row dropped: ") + message);
 }
 
 bool switchedOn(Switch value)
@@ -73,11 +74,11 @@ bool IsBareName(QStringView field)
     return std::all_of(field.begin(), field.end(), isNameChar);
 }
 
-bool LoadImageValidationTable(RunState& state, TableSet& set)
+bool LoadImageValidationTable(const ConfigurationLoading& loading, TableSet& set)
 {
     const QString& path = set.file(SupportFile::ImageValidationTbl);
     QStringList lines;
-    if (!TableReading::ReadLines(state, path, lines))
+    if (!TableReading::ReadLines(loading, path, lines))
         return false;
     auto table = std::make_shared<ImageValidationTable>();
     for (qsizetype i = 1; i < lines.size(); ++i) {
@@ -85,7 +86,7 @@ bool LoadImageValidationTable(RunState& state, TableSet& set)
             continue;
         const QStringList fields = TableReading::SplitRow(lines[i]);
         if (fields.size() != 2) {
-            TableReading::Lint(state, path, i, TableReading::WrongFieldCount(fields.size(), 2));
+            TableReading::Lint(loading, path, i, TableReading::WrongFieldCount(fields.size(), 2));
             continue;
         }
         // The tag may be written as a tag, as in the routine declaration table.
@@ -93,12 +94,12 @@ bool LoadImageValidationTable(RunState& state, TableSet& set)
         if (tag.startsWith(u'<'))
             tag = TagSearch::TagNameOf(tag);
         if (!IsBareName(tag)) {
-            lintRow(state, path, i, QStringLiteral("tag \"%1\" is no element name").arg(fields[0]));
+            lintRow(loading, path, i, QStringLiteral("tag \"%1\" is no element name").arg(fields[0]));
             continue;
         }
         // "@href", "href=" or a quoted name would load and never match.
         if (!IsBareName(fields[1])) {
-            lintRow(state, path, i,
+            lintRow(loading, path, i,
                 QStringLiteral("attribute \"%1\" is not a bare attribute name such as href or xlink:href")
                     .arg(fields[1]));
             continue;
@@ -363,9 +364,9 @@ void CheckImageValidation(RuleContext& context)
     }
 }
 
-void StartImageCrossCheck(RunState& state)
+void StartImageCrossCheck(ImageCallouts& run)
 {
-    state.imageCallouts.clear();
+    run.clear();
 }
 
 bool ChecksImagesWithoutCallout(const TableSet& active)
@@ -373,12 +374,12 @@ bool ChecksImagesWithoutCallout(const TableSet& active)
     return switchedOn(active.CheckExcessImgFiles);
 }
 
-void ReportImagesWithoutCallout(RunState& state)
+std::vector<Finding> ExcessImageFindings(const TableSet& active, const ImageCallouts& run)
 {
-    if (!ChecksImagesWithoutCallout(state.config.ActiveTableSet))
-        return;
-    for (Finding& finding : ImagesWithoutCallout(state.imageCallouts)) {
+    if (!ChecksImagesWithoutCallout(active))
+        return {};
+    std::vector<Finding> findings = ImagesWithoutCallout(run);
+    for (Finding& finding : findings)
         finding.routine = QStringLiteral("CheckExcessImgFiles");
-        ReportRuleRunFinding(state, finding);
-    }
+    return findings;
 }

@@ -14,7 +14,7 @@
 #include <cstdint>
 #include <vector>
 
-struct RunState;
+struct ConfigurationLoading;
 struct RuleContext;
 
 // One row of the image validation table: an element and the attribute of it
@@ -31,7 +31,7 @@ struct ImageValidationTable : SupportTable {
     const QStringList* attributesOf(QStringView tagName) const;
 };
 
-bool LoadImageValidationTable(RunState& state, TableSet& set);
+bool LoadImageValidationTable(const ConfigurationLoading& loading, TableSet& set);
 
 // Whether a table field is written as a bare element or attribute name
 // ("href", "xlink:href").
@@ -130,9 +130,10 @@ QStringList ImageSetupProblems(const TableSet& active, const QSet<QString>& decl
 void CheckImageValidation(RuleContext& context);
 // Clears the run's image list; the single-file run and the batch call it
 // before their first file.
-void StartImageCrossCheck(RunState& state);
+void StartImageCrossCheck(ImageCallouts& run);
 // Whether the active set asks for the check after the run (CHECKEXCESSIMGFILES).
 bool ChecksImagesWithoutCallout(const TableSet& active);
-// After the last file, with CHECKEXCESSIMGFILES on: every image of the run's
-// image folders that no file called out, in the program log and the outputs.
-void ReportImagesWithoutCallout(RunState& state);
+// After the last file, with CHECKEXCESSIMGFILES on: the run's findings for
+// every image of its image folders that no file called out, named for the
+// switch; none with it off. The run hands them to its outputs.
+std::vector<Finding> ExcessImageFindings(const TableSet& active, const ImageCallouts& run);

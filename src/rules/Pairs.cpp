@@ -1,6 +1,6 @@
 #include "rules/Pairs.h"
 
-#include "core/RunState.h"
+#include "config/ConfigurationLoading.h"
 #include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
 
@@ -176,9 +176,9 @@ PairScan ScanPairs(QStringView text, const QList<PairStrings>& pairs)
     return PairScanner(text, pairs).run();
 }
 
-bool LoadPairTable(RunState& state, TableSet& set)
+bool LoadPairTable(const ConfigurationLoading& loading, TableSet& set)
 {
-    return LoadRowTable<PairTable>(state, set, SupportFile::CheckPairTbl, 5,
+    return LoadRowTable<PairTable>(loading, set, SupportFile::CheckPairTbl, 5,
         [&](const QStringList& f, const LineLint& lint) -> std::optional<PairRow> {
             const std::optional<PairStrings> pair = pairOf(f, lint);
             if (!pair)
@@ -188,9 +188,9 @@ bool LoadPairTable(RunState& state, TableSet& set)
         });
 }
 
-bool LoadPairContentTable(RunState& state, TableSet& set)
+bool LoadPairContentTable(const ConfigurationLoading& loading, TableSet& set)
 {
-    return LoadRowTable<PairContentTable>(state, set, SupportFile::CheckPairContTbl, 6,
+    return LoadRowTable<PairContentTable>(loading, set, SupportFile::CheckPairContTbl, 6,
         [&](const QStringList& f, const LineLint& lint) -> std::optional<PairContentRow> {
             const std::optional<PairStrings> pair = pairOf(f, lint);
             if (!pair)
@@ -199,7 +199,7 @@ bool LoadPairContentTable(RunState& state, TableSet& set)
                 lint(QStringLiteral("row dropped: no pattern"));
                 return std::nullopt;
             }
-            LintRegExp(state, ExpandPatternPlaceholders(f[3]), lint);
+            LintRegExp(loading, ExpandPatternPlaceholders(f[3]), lint);
             LintSeverity(f[4], lint);
             return PairContentRow { TagSelector::parse(f[0]), *pair,
                 RegExp(ExpandPatternPlaceholders(f[3]), false, true), IsErrorSeverity(f[4]), f[5] };

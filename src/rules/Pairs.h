@@ -9,7 +9,7 @@
 #include <QStringView>
 #include <optional>
 
-struct RunState;
+struct ConfigurationLoading;
 
 // An opening and a closing string that must pair up in an element's text:
 // "(" ")", "“" "”", or markup such as "<b>" "</b>". Strings that begin with
@@ -46,8 +46,8 @@ struct PairContentTable : SupportTable {
     QList<PairContentRow> rows;
 };
 
-bool LoadPairTable(RunState& state, TableSet& set);
-bool LoadPairContentTable(RunState& state, TableSet& set);
+bool LoadPairTable(const ConfigurationLoading& loading, TableSet& set);
+bool LoadPairContentTable(const ConfigurationLoading& loading, TableSet& set);
 
 // What one pass over a text finds of some pairs (indices into the list
 // given): strings that do not pair up, and the outermost pairs of each kind.

@@ -1,17 +1,17 @@
 #include "rules/PatternLint.h"
 
+#include "config/ConfigurationLoading.h"
 #include "config/TableReading.h"
-#include "core/RunState.h"
 #include "engine/RegExp.h"
 
-void LintPattern(
-    RunState& state, const QString& path, qsizetype index, const QString& pattern, bool ignoreCase)
+void LintPattern(const ConfigurationLoading& loading, const QString& path, qsizetype index,
+    const QString& pattern, bool ignoreCase)
 {
-    if (!TableReading::Linting(state))
+    if (!TableReading::Linting(loading))
         return;
     try {
         RegExp(pattern, false, ignoreCase).captureCount();
     } catch (const PatternError& error) {
-        TableReading::Lint(state, path, index, QString::fromStdString(error.what()));
+        TableReading::Lint(loading, path, index, QString::fromStdString(error.what()));
     }
 }

@@ -90,9 +90,9 @@ RuleBook makeRules()
     return book;
 }
 
-bool loadRoutineDeclarations(RunState& state, TableSet& set)
+bool loadRoutineDeclarations(const ConfigurationLoading& loading, TableSet& set)
 {
-    return LoadRoutineDeclTable(state, set, RoutineNamed);
+    return LoadRoutineDeclTable(loading, set, RoutineNamed);
 }
 
 TableLoader loaderOf(SupportFile file)

@@ -1,10 +1,10 @@
 #include "rules/TextValidity.h"
 
+#include "config/ConfigurationLoading.h"
 #include "config/TableReading.h"
 #include "core/ElementIndex.h"
 #include "core/HugePages.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
 #include "engine/Dispatch.h"
 #include "engine/PatternSearch.h"
 #include "engine/RuleContext.h"
@@ -66,13 +66,16 @@ TextValidityRow ParseTextValidityRow(const QStringList& columns, const TagScanne
 // Every line is a row when it has nine columns: the table's own first line
 // is not skipped, so a table without a header loses nothing, and a header
 // that does split into nine columns names no real element.
-bool LoadTextValidityTable(RunState& state, TableSet& set)
+bool LoadTextValidityTable(const ConfigurationLoading& loading, TableSet& set)
 {
     QStringList lines;
-    if (!TableReading::ReadLines(state, set.file(SupportFile::TextValidityTbl), lines))
+    if (!TableReading::ReadLines(loading, set.file(SupportFile::TextValidityTbl), lines))
         return false;
     auto table = std::make_shared<TextValidityTable>();
-    const TagScanner xml(state.toolkit);
+    // Tag names and kinds read none of a run's toolkit values: the loader's
+    // scanner has values of its own.
+    ToolkitState scannerValues;
+    const TagScanner xml(scannerValues);
     const QString& path = set.file(SupportFile::TextValidityTbl);
     for (qsizetype i = 0; i < lines.size(); ++i) {
         const QString& line = lines[i];
@@ -82,16 +85,16 @@ bool LoadTextValidityTable(RunState& state, TableSet& set)
         if (columns.size() != 9) {
             // A first line of another width is the header it is meant to be.
             if (i > 0)
-                TableReading::Lint(state, path, i, TableReading::WrongFieldCount(columns.size(), 9));
+                TableReading::Lint(loading, path, i, TableReading::WrongFieldCount(columns.size(), 9));
             continue;
         }
         TextValidityRow row = ParseTextValidityRow(columns, xml);
-        if (TableReading::Linting(state)) {
+        if (TableReading::Linting(loading)) {
             if (!row.condition.isEmpty())
-                LintPattern(state, path, i, row.condition, true);
-            LintPattern(state, path, i, row.valuePattern, false);
+                LintPattern(loading, path, i, row.condition, true);
+            LintPattern(loading, path, i, row.valuePattern, false);
             if (const QString problem = TextValidityOperatorProblem(row.operatorText); !problem.isEmpty())
-                TableReading::Lint(state, path, i, problem);
+                TableReading::Lint(loading, path, i, problem);
         }
         table->index.add(row.tag);
         table->rowsByTag[row.tag].append(int(table->rows.size()));

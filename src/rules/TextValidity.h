@@ -16,7 +16,7 @@
 #include <optional>
 #include <vector>
 
-struct RunState;
+struct ConfigurationLoading;
 struct RuleContext;
 class TagScanner;
 class ElementIndex;
@@ -52,7 +52,7 @@ TextValidityRow ParseTextValidityRow(const QStringList& columns, const TagScanne
 // pattern); empty when it is one the rule knows.
 QString TextValidityOperatorProblem(const QString& operatorText);
 
-bool LoadTextValidityTable(RunState& state, TableSet& set);
+bool LoadTextValidityTable(const ConfigurationLoading& loading, TableSet& set);
 
 // The check's own file state: which conditions the file holds, which
 // failures it has told.

@@ -1,8 +1,8 @@
 #include "rules/UnconvertedEntities.h"
 
+#include "config/ConfigurationLoading.h"
 #include "config/TableReading.h"
 #include "core/HugePages.h"
-#include "core/RunState.h"
 #include "engine/RuleContext.h"
 #include "rules/ElementContents.h"
 
@@ -46,11 +46,11 @@ UnconEntityRow typedRow(const WrittenRow& written)
 
 } // namespace
 
-bool LoadUnconEntitiesTable(RunState& state, TableSet& set)
+bool LoadUnconEntitiesTable(const ConfigurationLoading& loading, TableSet& set)
 {
     const QString& path = set.file(SupportFile::UnConEntitiesTbl);
     QStringList lines;
-    if (!TableReading::ReadLines(state, path, lines))
+    if (!TableReading::ReadLines(loading, path, lines))
         return false;
     auto table = std::make_shared<UnconEntitiesTable>();
     QList<QString> needles;
@@ -60,15 +60,15 @@ bool LoadUnconEntitiesTable(RunState& state, TableSet& set)
         if (!row) {
             if (!line.trimmed().isEmpty() && !line.contains("Search string"_L1, Qt::CaseInsensitive))
                 TableReading::Lint(
-                    state, path, i, "row dropped: no blank between search string and message"_L1);
+                    loading, path, i, "row dropped: no blank between search string and message"_L1);
             continue;
         }
-        if (row->message.size() > kLongestMessage && TableReading::Linting(state)) {
-            TableReading::Lint(state, path, i,
+        if (row->message.size() > kLongestMessage && TableReading::Linting(loading)) {
+            TableReading::Lint(loading, path, i,
                 u"message of %1 characters; the longest the report shows whole is 60"_s.arg(
                     row->message.size()));
         } else if (row->message.size() > kLongestMessage) {
-            state.ui.messageBox(
+            loading.ui.messageBox(
                 "Please check "_L1 + path + "\r\nLength of Error Message should not be greater than 60."_L1,
                 kProgramTitle, MessageIcon::Critical);
         }

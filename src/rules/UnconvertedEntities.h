@@ -9,7 +9,7 @@
 #include <memory>
 #include <optional>
 
-struct RunState;
+struct ConfigurationLoading;
 struct RuleContext;
 
 // One row of the unconverted-entity table; columns, split at the first
@@ -29,7 +29,7 @@ struct UnconEntitiesTable : SupportTable {
 // The table has no header line and no column separator: the first blank of a
 // line ends the search string. An over-long message is shown to the operator
 // and the row is kept.
-bool LoadUnconEntitiesTable(RunState& state, TableSet& set);
+bool LoadUnconEntitiesTable(const ConfigurationLoading& loading, TableSet& set);
 
 // The rule's own file state: the entity search over the whole text, built
 // at the file's first element.

@@ -4,6 +4,7 @@
 #include "app/BatchRun.h"
 #include "app/Startup.h"
 #include "config/ConfigurationFile.h"
+#include "config/ConfigurationLoading.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 #include "rules/TextValidity.h"
@@ -400,7 +401,7 @@ TEST(BatchJobs, WhatCannotBeKnownBeforeAFileRunsKeepsTheBatchOneAfterAnother)
     RunState state(ui);
     state.config.ApplicationPath = inst.appFolder() + "/";
     ASSERT_EQ(Main(state, QString()), RunMode::Batch);
-    SelectTaskTableSet(state, QString());
+    SelectTaskTableSet({ ui, state.config }, QString());
     const QString work = inst.workPath();
     const QString out = inst.outputPath();
     const BatchPlan two { { { "/in/a.xml", work, out }, { "/in/b.xml", work, out } }, true };

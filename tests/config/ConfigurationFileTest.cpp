@@ -1,5 +1,6 @@
 #include "config/ConfigurationFile.h"
 
+#include "config/ConfigurationLoading.h"
 #include "core/RunState.h"
 #include "support/IniBuilder.h"
 #include "support/RecordingOperator.h"
@@ -35,7 +36,7 @@ ReadResult readFresh(const IniBuilder& builder, const QString& lineEnd = QString
     RecordingOperator ui;
     RunState state(ui);
     state.config.ApplicationPath = builder.appFolder();
-    const bool ok = ReadConfigurationFile(state);
+    const bool ok = ReadConfigurationFile({ state.ui, state.config }, state.tempFolderLock);
     return { ok, ui.messages, state.config };
 }
 
@@ -44,7 +45,7 @@ protected:
     bool read()
     {
         state.config.ApplicationPath = ini.appFolder();
-        return ReadConfigurationFile(state);
+        return ReadConfigurationFile({ state.ui, state.config }, state.tempFolderLock);
     }
 
     TempDir dir;
@@ -378,7 +379,7 @@ TEST_F(TaskSetTest, SelectedTaskOverlaysTheDefaultSet)
     state.config.DefaultTableSet.table(SupportFile::TextValidityTbl) = defaultTable;
     state.config.Tasks[0].set.table(SupportFile::RoutineDeclTbl) = taskTable;
 
-    SelectTaskTableSet(state, "t1");
+    SelectTaskTableSet({ state.ui, state.config }, "t1");
     TableSet& active = state.config.ActiveTableSet;
     EXPECT_EQ(active.file(SupportFile::RoutineDeclTbl), "t1decl.tbl");
     EXPECT_EQ(active.table(SupportFile::RoutineDeclTbl), taskTable);
@@ -394,7 +395,7 @@ TEST_F(TaskSetTest, UnknownOrEmptyTaskCodeKeepsTheDefaultSet)
 {
     for (const QString code : { "", "T3", "T1 " }) {
         state.config.ActiveTableSet = TableSet {};
-        SelectTaskTableSet(state, code);
+        SelectTaskTableSet({ state.ui, state.config }, code);
         const TableSet& active = state.config.ActiveTableSet;
         EXPECT_EQ(active.file(SupportFile::RoutineDeclTbl), "routinedecltbl.tbl") << code.toStdString();
         EXPECT_EQ(active.ImageExtension, ".tif") << code.toStdString();

@@ -1,5 +1,6 @@
 #include "config/SupportTables.h"
 
+#include "config/ConfigurationLoading.h"
 #include "config/RoutineDeclTable.h"
 #include "config/TableReading.h"
 #include "core/RunState.h"
@@ -52,7 +53,7 @@ TEST(RoutineDeclTable, LoadsRowsContinuationsAndTheIndex)
         TableSet set;
         set.file(SupportFile::RoutineDeclTbl)
             = dir.write("r.tbl", "Tag | Routine | Parameter\r\n" + row.body);
-        ASSERT_TRUE(LoadRoutineDeclTable(state, set, RoutineNamed)) << row.name;
+        ASSERT_TRUE(LoadRoutineDeclTable({ state.ui, state.config }, set, RoutineNamed)) << row.name;
         const auto* table = set.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
         ASSERT_NE(table, nullptr);
         EXPECT_EQ(describe(*table), row.rows) << row.name;
@@ -74,7 +75,7 @@ TEST(TableReading, EveryLoaderReportsAnUnreadableTable)
             RunState state(op);
             TableSet set;
             set.file(entry.file) = path;
-            EXPECT_FALSE(entry.load(state, set)) << static_cast<int>(entry.file);
+            EXPECT_FALSE(entry.load({ state.ui, state.config }, set)) << static_cast<int>(entry.file);
             ASSERT_EQ(op.messages.size(), 1) << static_cast<int>(entry.file);
             EXPECT_TRUE(op.messages[0].text.startsWith("Error while reading " + path + "!  -- Error: "))
                 << op.messages[0].text.toStdString();
@@ -116,7 +117,7 @@ TEST_F(SupportTables, LoadsTheDefaultSetThenEveryTask)
     task.set.file(SupportFile::RoutineDeclTbl) = dir.write("r1.tbl", "h\r\n<b> | WITHHRT | y\r\n");
     state.config.Tasks.append(task);
 
-    ASSERT_TRUE(LoadAllSupportTables(state, SupportTableLoaders()));
+    ASSERT_TRUE(LoadAllSupportTables({ state.ui, state.config }, SupportTableLoaders()));
     EXPECT_EQ(defaults.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl)->index.text(), "[a]");
     const TableSet& taskSet = state.config.Tasks[0].set;
     EXPECT_EQ(taskSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl)->index.text(), "[b]");
@@ -135,7 +136,7 @@ TEST_F(SupportTables, ListsMissingTablesOfTheDefaultSetThenOfTheTasks)
     task.set.file(SupportFile::SpecialCharTbl) = "gone3.tbl";
     state.config.Tasks.append(task);
 
-    EXPECT_FALSE(LoadAllSupportTables(state, SupportTableLoaders()));
+    EXPECT_FALSE(LoadAllSupportTables({ state.ui, state.config }, SupportTableLoaders()));
     ASSERT_EQ(op.messages.size(), 1);
     EXPECT_EQ(op.messages[0].text, "Missing Support File/s:\r\n\r\ngone1.tbl\r\ngone2.tbl\r\ngone3.tbl");
     EXPECT_EQ(op.messages[0].icon, MessageIcon::Warning);

@@ -55,7 +55,8 @@ TEST_F(MoveFilesTest, CheckPathFindsFilesAndFolders)
     for (Row& row : rows) {
         ui.messages.clear();
         QString path = row.path;
-        EXPECT_EQ(CheckPath(state, path, row.kind), row.exists) << row.path.toStdString();
+        EXPECT_EQ(CheckPath(ui, state.config.ApplicationPath, path, row.kind), row.exists)
+            << row.path.toStdString();
         EXPECT_EQ(path, row.pathAfter);
         const auto expected = row.warned ? QList { shown(row.pathAfter + kPleaseCheck, MessageIcon::Warning) }
                                          : QList<RecordedMessage> {};
@@ -69,7 +70,7 @@ TEST_F(MoveFilesTest, ReadAccessRefusedForAFolderThatCannotBeListed)
         GTEST_SKIP() << "root reads every folder whatever its permission bits";
     const QString locked = dir.mkdir("locked");
     QFile::setPermissions(locked, QFileDevice::WriteOwner);
-    EXPECT_FALSE(CheckReadAccess(state, locked));
+    EXPECT_FALSE(CheckReadAccess(ui, locked));
     QFile::setPermissions(locked, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     EXPECT_EQ(ui.messages, QList { shown("No Read Access in " + locked, MessageIcon::Critical) });
 }
@@ -80,7 +81,7 @@ TEST_F(MoveFilesTest, WriteAccessProbesAndCompletesTheFolder)
     // Another run's probe, even one that cannot be overwritten, is that run's
     // business: the probe of this process has a name of its own.
     dir.mkdir("data/quillph16.txt");
-    EXPECT_TRUE(CheckWriteAccess(state, folder));
+    EXPECT_TRUE(CheckWriteAccess(ui, folder));
     EXPECT_EQ(folder, dir.path() + "data/");
     EXPECT_EQ(QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
         QStringList({ "file.txt", "quillph16.txt", "sub" }));
@@ -101,7 +102,7 @@ TEST_F(MoveFilesTest, WriteAccessFailuresAreCritical)
     };
     for (Row& row : rows) {
         ui.messages.clear();
-        EXPECT_FALSE(CheckWriteAccess(state, row.folder)) << row.folder.toStdString();
+        EXPECT_FALSE(CheckWriteAccess(ui, row.folder)) << row.folder.toStdString();
         EXPECT_EQ(ui.messages, QList { shown(row.text, MessageIcon::Critical) });
     }
 }
@@ -112,7 +113,7 @@ TEST_F(MoveFilesTest, WriteAccessOnReadOnlyFolderLeavesNoProbe)
         GTEST_SKIP() << "root writes into read-only folders; the /proc row covers the refusal";
     QString locked = dir.mkdir("locked");
     QFile::setPermissions(locked, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
-    EXPECT_FALSE(CheckWriteAccess(state, locked));
+    EXPECT_FALSE(CheckWriteAccess(ui, locked));
     QFile::setPermissions(locked, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     EXPECT_TRUE(QDir(locked).isEmpty());
     EXPECT_EQ(ui.messages, QList { shown("No Write Access in " + locked, MessageIcon::Critical) });

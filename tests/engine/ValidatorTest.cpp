@@ -1,5 +1,6 @@
 #include "engine/Validator.h"
 
+#include "config/ConfigurationLoading.h"
 #include "config/RoutineDeclTable.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
@@ -44,7 +45,7 @@ struct Fixture {
     {
         state.config.ActiveTableSet.file(SupportFile::RoutineDeclTbl)
             = dir.write("routine.tbl", "Tag | Routine | Parameter\r\n" + routineTable);
-        EXPECT_TRUE(LoadRoutineDeclTable(state, state.config.ActiveTableSet,
+        EXPECT_TRUE(LoadRoutineDeclTable({ op, state.config }, state.config.ActiveTableSet,
             [&](const QString& name) { return FindRoutine(rules, name); }));
     }
 

@@ -114,7 +114,7 @@ TEST(CrossReferenceTables, TheConfigurationCheckHearsOfRowsThatCheckNothing)
     for (const Row& row : rows) {
         RuleFixture fixture("");
         LintNotes lint;
-        fixture.state.tableLint = &lint;
+        fixture.lint = &lint;
         EXPECT_TRUE(fixture.loadTable(row.file, row.table));
         const qsizetype engineNotes = row.file == SupportFile::CitationValTbl ? 1 : 0;
         EXPECT_EQ(lint.notes.size(), row.notes.size() + engineNotes) << qPrintable(lint.notes.join('\n'));

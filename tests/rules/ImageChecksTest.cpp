@@ -1,5 +1,6 @@
 #include "rules/ImageChecks.h"
 
+#include "app/SingleFileRun.h"
 #include "report/Reports.h"
 #include "rules/ImageNames.h"
 #include "support/RuleFixture.h"
@@ -86,7 +87,7 @@ TEST(ImageValidation, TheRunReportsWhatNoFileCalledOutOnceAfterItsLastFile)
     for (const char* name : { "a.tif", "b.tif", "c.tif", ".hidden" })
         fixture.deliver(name, "x");
     RunState& state = fixture.rules.state;
-    StartImageCrossCheck(state);
+    StartImageCrossCheck(state.imageCallouts);
     fixture.rules.run("<graphic href=\"a\"/>");
     fixture.rules.run("<graphic href=\"c.tif\"/><graphic href=\"missing\"/>");
     CloseReports(state);
@@ -106,7 +107,7 @@ TEST(ImageValidation, TheRunReportsWhatNoFileCalledOutOnceAfterItsLastFile)
     EXPECT_EQ(state.report.runErrorEntries, errorsBefore + 1);
 
     // A new run starts its list afresh.
-    StartImageCrossCheck(state);
+    StartImageCrossCheck(state.imageCallouts);
     fixture.rules.sink.findings.clear();
     ReportImagesWithoutCallout(state);
     EXPECT_TRUE(fixture.rules.sink.findings.isEmpty());

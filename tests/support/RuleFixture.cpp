@@ -17,8 +17,8 @@ RuleFixture::RuleFixture(const QByteArray& routineRows, const QByteArray& specia
     set.file(SupportFile::SpecialCharTbl)
         = dir.write("special.tbl", "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n" + specialCharRows);
     set.CheckSpecialChar = Switch::On;
-    LoadRoutineDeclTable(state, set, RoutineNamed);
-    LoadSpecialCharTable(state, set);
+    LoadRoutineDeclTable(loading(), set, RoutineNamed);
+    LoadSpecialCharTable(loading(), set);
     state.reportFolder = dir.mkdir("work");
     state.outputFolder = dir.mkdir("out");
     state.findingSinks.subscribe(sink);
@@ -44,7 +44,7 @@ QStringList RuleFixture::run(const QByteArray& input, const RuleBook& rules)
     // The declared routines run as the table resolved them: a book of other
     // routines needs the table resolved against it.
     if (&rules != &Rules())
-        LoadRoutineDeclTable(state, state.config.ActiveTableSet,
+        LoadRoutineDeclTable(loading(), state.config.ActiveTableSet,
             [&](const QString& name) { return FindRoutine(rules, name); });
     state.inputPath = dir.write("input.xml", input);
     OpenReports(state);
@@ -56,7 +56,7 @@ bool RuleFixture::setTable(SupportFile file, const QByteArray& text, TableLoader
 {
     TableSet& set = state.config.ActiveTableSet;
     set.file(file) = dir.write(QStringLiteral("table%1.tbl").arg(int(file)), text);
-    return load(state, set);
+    return load(loading(), set);
 }
 
 QByteArray RuleFixture::closeAndReadErrorReport()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "config/ConfigurationLoading.h"
 #include "config/SupportTables.h"
 #include "core/RunState.h"
 #include "engine/Dispatch.h"
@@ -30,8 +31,12 @@ public:
     // the table has one) and loads it with its rule's own loader.
     bool loadTable(SupportFile which, const QByteArray& text);
 
+    // What the fixture's loaders are handed; a test sets `lint` to hear them.
+    ConfigurationLoading loading() { return { op, state.config, lint }; }
+
     RecordingOperator op;
     RunState state { op };
+    TableLint* lint = nullptr;
     RecordingSink sink;
     TempDir dir;
 };

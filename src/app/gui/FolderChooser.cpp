@@ -2,7 +2,7 @@
 
 #include "app/gui/MountPoints.h"
 #include "core/MoveFiles.h"
-#include "core/RunState.h"
+#include "core/OperatorInterface.h"
 
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -153,9 +153,8 @@ void FolderChooser::accept()
 {
     QString folder = currentFolder();
     KeptMessages messages;
-    RunState probe(messages);
-    const bool usable = use_ == Use::Write ? FolderServices::CheckWriteAccess(probe, folder)
-                                           : FolderServices::CheckReadAccess(probe, folder);
+    const bool usable = use_ == Use::Write ? FolderServices::CheckWriteAccess(messages, folder)
+                                           : FolderServices::CheckReadAccess(messages, folder);
     if (!usable) {
         QString text = messages.texts.join(QLatin1Char(' '));
         if (const QString reason = writeRefusalReason(folder);

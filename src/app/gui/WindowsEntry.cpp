@@ -6,6 +6,7 @@
 #include "app/gui/ProgressWindow.h"
 #include "app/gui/WindowOperator.h"
 #include "config/ConfigurationFile.h"
+#include "config/ConfigurationLoading.h"
 #include "core/RunAborted.h"
 #include "core/RunState.h"
 #include "report/RecordedRun.h"
@@ -29,7 +30,7 @@ int runViewer(const CommandLineOptions& options, WindowOperator& windowOperator)
     state.config.ApplicationPath = ApplicationFolder(options);
     try {
         if (QFileInfo::exists(state.config.ApplicationPath + QStringLiteral("Quorvane.INI")))
-            ReadConfigurationFile(state, TempFolderUse::Leave);
+            ReadConfigurationFile({ state.ui, state.config });
     } catch (const RunAborted&) {
         // Its messages have been shown; the findings are still worth a look.
     }
