@@ -46,21 +46,6 @@ TEST_F(Toolkit, GetTagTypeAndAttributeValue)
         EXPECT_EQ(xml.GetAttributeValue(img, name), value) << qPrintable(name);
 }
 
-TEST_F(Toolkit, CountStrCountsOverlapsAndFindsTheFirstPosition)
-{
-    const std::tuple<QString, QString, int, int, int> rows[] = {
-        { "a", "Aa", 0, 2, 1 },
-        { "a", "Aa", -1, 1, 2 },
-        { "a", "Aa", 1, 0, 0 },
-        { "aa", "aaaa", -1, 3, 1 },
-        { "", "abc", -1, 0, 0 },
-        { "BC", "abcbc", 0, 2, 2 },
-    };
-    for (const auto& [search, source, matchcase, count, first] : rows)
-        EXPECT_EQ(xml.CountStr(search, source, std::int16_t(matchcase)), (StringCount { count, first }))
-            << qPrintable(search + "/" + source);
-}
-
 TEST_F(Toolkit, QuotedMarkupIsNotedOncePerLineAndTag)
 {
     state.currentLineNumber = 4;
