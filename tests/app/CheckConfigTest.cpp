@@ -135,13 +135,13 @@ TEST(CheckConfig, AnswersZeroForACleanInstallationAndTwoWithoutAConfiguration)
 {
     Installation inst;
     inst.writeTable("nohrtdecltbl.tbl", "Enclosing | Element | Severity\r\n<sec> | <title> | E\r\n");
-    inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<sec> | NOHRT | N/A\r\n");
+    inst.declareRoutines("<sec> | NOHRT | N/A\r\n");
     const auto clean = inst.run({ "--check-config" });
     EXPECT_EQ(clean.exitCode, 0) << clean.standardOutput.toStdString();
     EXPECT_EQ(clean.standardOutput, "");
     EXPECT_EQ(clean.standardError, "quorvane: no problems found\n");
     // A table used by one task only is used.
-    inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n");
+    inst.declareRoutines("");
     const QString taskRoutines
         = inst.writeTable("t.tbl", "Tag | Routine | Parameter\r\n<sec> | NOHRT | N/A\r\n");
     inst.appendIni("[TASK]\r\nTASKCODE = T1\r\n[SUPPORT FILES]\r\nROUTINEDECLTBL = " + taskRoutines + "\r\n");
@@ -221,13 +221,12 @@ TEST(CheckConfig, WarnsOfRoutinesOnElementsTheInputWritesOnlyAsEmptyTags)
 {
     Installation inst;
     inst.set("INPUTFILEMASK", "xml");
-    const QString routines = inst.writeTable("routinedecltbl.tbl",
-        "Tag | Routine | Parameter\r\n"
-        "<fig> | ATTRIBUNCONENTITY | N/A\r\n"
-        "\r\n"
-        "<graphic> | ATTRIBUNCONENTITY | N/A\r\n"
-        "<media> | ATTRIBUNCONENTITY | N/A\r\n"
-        "<label> | ATTRIBUNCONENTITY | N/A\r\n");
+    const QString routines = inst.declareRoutines(""
+                                                  "<fig> | ATTRIBUNCONENTITY | N/A\r\n"
+                                                  "\r\n"
+                                                  "<graphic> | ATTRIBUNCONENTITY | N/A\r\n"
+                                                  "<media> | ATTRIBUNCONENTITY | N/A\r\n"
+                                                  "<label> | ATTRIBUNCONENTITY | N/A\r\n");
     // graphic only empty; media empty once and started once; label never
     // there; a start tag broken over two lines is no start tag to a run.
     const QString emptyOnly = inst.writeInput("a.xml",
@@ -260,11 +259,10 @@ TEST(CheckConfig, WarnsOfRoutinesOnElementsTheInputWritesOnlyAsEmptyTags)
 TEST(CheckConfig, NamesElementsACrossReferenceRoutineNeverSees)
 {
     Installation inst;
-    const QString routines = inst.writeTable("routinedecltbl.tbl",
-        "Tag | Routine | Parameter\r\n"
-        "<xref> | CHECKCOUNTREFVALIDITY | N/A\r\n"
-        "<ref> | NOHRT | N/A\r\n"
-        "<p> | COMPCONT | N/A\r\n");
+    const QString routines = inst.declareRoutines(""
+                                                  "<xref> | CHECKCOUNTREFVALIDITY | N/A\r\n"
+                                                  "<ref> | NOHRT | N/A\r\n"
+                                                  "<p> | COMPCONT | N/A\r\n");
     inst.set("COUNTREFCHECKTBL",
         inst.writeTable(
             "countref.tbl", "h\r\nxref | rid | ref | id | Y | E\r\nxref | rid | fig | id | N | E\r\n"));
@@ -278,8 +276,7 @@ TEST(CheckConfig, NamesElementsACrossReferenceRoutineNeverSees)
             + ":3: CHECKCOUNTREFVALIDITY never runs for ref: its table names ref, but the row declared for "
               "ref "
               "does not list it; list it there or on an N/A row\n");
-    inst.writeTable("routinedecltbl.tbl",
-        "Tag | Routine | Parameter\r\nN/A | CHECKCOUNTREFVALIDITY | N/A\r\n<ref> | NOHRT | N/A\r\n"
-        "<p> | COMPCONT | N/A\r\n");
+    inst.declareRoutines("N/A | CHECKCOUNTREFVALIDITY | N/A\r\n<ref> | NOHRT | N/A\r\n"
+                         "<p> | COMPCONT | N/A\r\n");
     EXPECT_EQ(inst.run({ "--check-config" }).exitCode, 0);
 }

@@ -16,7 +16,7 @@ void prepare(Installation& inst)
 {
     inst.appendIni("[I/O PATHS]\r\nXYCOORDINATES = yes\r\n");
     inst.set("INPUTTYPE", "FILES");
-    inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
+    inst.declareRoutines("<fn> | UNDELFNREF | E\r\n");
     inst.set("SPECIALCHARTBL",
         inst.writeTable("chars.tbl",
             "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"

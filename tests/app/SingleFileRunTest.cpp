@@ -47,9 +47,7 @@ TEST(SingleFileRun, ACheckEndedByAFailureFailsTheFile)
     };
     for (const auto& row : rows) {
         Installation inst;
-        inst.writeTable("specialchartbl.tbl",
-            "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n\"" + row.pattern
-                + "\",\"Broken\",\"WARNING\",\"I\"\r\n");
+        inst.writeSpecialCharacters("\"" + row.pattern + "\",\"Broken\",\"WARNING\",\"I\"\r\n");
         const QString input = inst.writeInput("a.xml", "<a>" + QByteArray(40, 'a') + "b c</a>\r\n");
         inst.setLimits(row.limits);
         const auto result
@@ -92,10 +90,8 @@ TEST(SingleFileRun, AnOutputThatCannotBeWrittenRefusesTheRun)
 TEST(SingleFileRun, WritesWholeReportsForFindingsOfBothRules)
 {
     Installation inst;
-    inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
-    inst.writeTable("specialchartbl.tbl",
-        "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
-        "\"(space)(space)\",\"Double space found\",\"WARNING\",\"I\"\r\n");
+    inst.declareRoutines("<fn> | UNDELFNREF | E\r\n");
+    inst.writeSpecialCharacters("\"(space)(space)\",\"Double space found\",\"WARNING\",\"I\"\r\n");
     const QString input
         = inst.writeInput("a.xml", "<doc>\r\n<p>a  b</p>\r\n<fn fnref=\"1\">1 x</fn>\r\n</doc>");
 
@@ -143,9 +139,7 @@ TEST(SingleFileRun, RunsBeforeProgramsOnACopyAndAfterProgramsThenCleansUp)
 TEST(SingleFileRun, UnreadableOrMisplacedInputEndsWithStatusTwoAndLosesNothing)
 {
     Installation inst;
-    inst.writeTable("specialchartbl.tbl",
-        "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
-        "\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
+    inst.writeSpecialCharacters("\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
     const QString input = inst.writeInput("a.xml", "<a>x</a>\r\n");
     ASSERT_EQ(inst.run({ input }).exitCode, 1);
     const QByteArray earlierReport = Installation::read(inst.workPath() + "a.ERR");
@@ -230,8 +224,7 @@ TEST(SingleFileRun, OutsideProgramsThatFailFailTheRun)
     };
     for (const auto& row : rows) {
         Installation inst;
-        inst.writeTable("specialchartbl.tbl",
-            "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
+        inst.writeSpecialCharacters("\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
         const QString input = inst.writeInput("a.xml", "<a>x</a>\r\n");
         const QString program
             = inst.writeScript(row.name, QByteArray(row.body).replace("%ROOT%", inst.root().toUtf8()));
@@ -264,9 +257,7 @@ TEST(SingleFileRun, OutsideProgramsThatFailFailTheRun)
 TEST(SingleFileRun, RunsSharingATemporaryFolderTakeTurns)
 {
     Installation inst;
-    inst.writeTable("specialchartbl.tbl",
-        "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
-        "\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
+    inst.writeSpecialCharacters("\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
     const QString first = inst.writeInput("first.xml", "<a>x</a>\r\n");
     const QString second = inst.writeInput("second.xml", "<a>x</a>\r\n");
     // The first run's before-program holds it until the second is seen waiting.
@@ -363,9 +354,7 @@ TEST(SingleFileRun, WritesThatFailFailTheFileAndLeaveNoPiece)
     };
     for (const auto& row : rows) {
         Installation inst;
-        inst.writeTable("specialchartbl.tbl",
-            "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
-            "\"(space)(space)\",\"Double space found\",\"WARNING\",\"I\"\r\n");
+        inst.writeSpecialCharacters("\"(space)(space)\",\"Double space found\",\"WARNING\",\"I\"\r\n");
         const QString input = inst.writeInput("a.xml", row.input);
         // An earlier run's report and copy, and what a killed run left.
         for (const QString& earlier : { "work/a.WRN", "output//inputa.WRN", "output//inputa.xml" })
