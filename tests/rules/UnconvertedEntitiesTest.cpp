@@ -16,13 +16,6 @@ const QByteArray kTable = "Search string      Message\r\n"
                           "x<space>&amp; w / Ampersand after x\r\n"
                           "&nbsp; X / No severity, never reported\r\n";
 
-QStringList runEntities(const QByteArray& routineRows, const QByteArray& input)
-{
-    RuleFixture fixture(routineRows);
-    EXPECT_TRUE(fixture.loadTable(SupportFile::UnConEntitiesTbl, kTable));
-    return fixture.run(input);
-}
-
 // Deletes every occurrence of `piece`, left to right, from the text and from
 // the positions that travel with its characters.
 void removeEvery(QString& text, QList<int>& positions, const QString& piece)
@@ -131,17 +124,6 @@ TEST(UNCONENTITIES, FindsStringsInThePlainTextOfTheElement)
             { "<p>a~b</p>", { "1:5 E Tilde left in text in <p> | ~b</p>" } }, { "<p>&nbsp;</p>", {} },
             { "<p>teMpSEparAtor</p>", {} }, // a "~" row finds only "~"
         });
-}
-
-TEST(UNCONENTITIES, OnlyStartTagsAndNeverElementsNamedD)
-{
-    const QByteArray rows = "<D> | UNCONENTITIES | N/A\r\n";
-    EXPECT_EQ(runEntities(rows, "<D>&amp;amp;</D>"), QStringList());
-    EXPECT_EQ(runEntities(rows, "<d>&amp;amp;</d>"),
-        QStringList { "1:4 E Double-escaped ampersand in <d> | &amp;amp;</d>" });
-    // Inside a declared element its row runs for every tag; only start tags are read.
-    EXPECT_EQ(runEntities(rows, "<D><x/>&amp;amp;<y>&amp;amp;</y></D>"),
-        QStringList { "1:20 E Double-escaped ampersand in <y> | &amp;amp;</y></D>" });
 }
 
 TEST(UNCONENTITIES, AgreesWithAPlainReadingOnRandomTexts)
