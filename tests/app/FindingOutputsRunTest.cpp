@@ -17,12 +17,10 @@ void prepare(Installation& inst)
     inst.appendIni("[I/O PATHS]\r\nXYCOORDINATES = yes\r\n");
     inst.set("INPUTTYPE", "FILES");
     inst.declareRoutines("<fn> | UNDELFNREF | E\r\n");
-    inst.set("SPECIALCHARTBL",
-        inst.writeTable("chars.tbl",
-            "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
-            "\"(tab)\",\"Tab character found\",\"ERROR\",\"I\"\r\n"
-            "\"(space)(space)\",\"Double space found, a message long enough to be cut in the report\","
-            "\"WARNING\",\"I\"\r\n"));
+    inst.writeSpecialCharacters(
+        "\"(tab)\",\"Tab character found\",\"ERROR\",\"I\"\r\n"
+        "\"(space)(space)\",\"Double space found, a message long enough to be cut in the report\","
+        "\"WARNING\",\"I\"\r\n");
 }
 
 const QByteArray kFirst = "<doc>\r\n<fn fnref=\"1\">1 x</fn>  y\r\n\tz  w\r\n</doc>\r\n";
