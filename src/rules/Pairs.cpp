@@ -16,10 +16,9 @@ struct Token {
 
 // The scan of one text: a stack of open pairs, with how many of each kind it
 // holds, so that a closing string with no opening of its kind is told at once.
-// Counting openings and closings (CountStr and the first match it leaves)
-// would tell that an element is unbalanced but not where, nor catch ") (";
-// and a position left by one element's count must never reach the next
-// element's, or the next file's, check.
+// Counting openings and closings would tell that an element is unbalanced
+// but not where, nor catch ") ("; and a position left by one element's count
+// must never reach the next element's, or the next file's, check.
 class PairScanner {
 public:
     PairScanner(QStringView text, const QList<PairStrings>& pairs)

@@ -5,7 +5,6 @@
 #include "text/Encoding.h"
 
 #include <QFile>
-#include <QProcess>
 #include <QStringDecoder>
 #include <algorithm>
 
@@ -82,33 +81,6 @@ QString DecodeUtf8(QByteArrayView bytes)
     const QChar* end = utf8.appendToBuffer(text.data(), bytes);
     text.truncate(end - text.constData());
     return text;
-}
-
-QString ReadUtf8File(const QString& path)
-{
-    return DecodeUtf8(readBytes(path));
-}
-
-QString GetFileContent(OperatorInterface& ui, const QString& file)
-{
-    return DecodeWindows1252(readAnsiBytes(ui, file, kLongestInput));
-}
-
-QString GetFileRTB(OperatorInterface& ui, const QString& applicationPath, const QString& file)
-{
-    QString folder = applicationPath;
-    if (!folder.endsWith(u'/'))
-        folder += u'/';
-    QProcess converter;
-    converter.start(folder + QStringLiteral("Convert2ANSI"), { file });
-    // A converter that cannot start would leave a stale or missing ".tmp": report it rather than read it.
-    const bool ran = converter.waitForStarted(-1) && converter.waitForFinished(-1);
-    QFile converted(file + QStringLiteral(".tmp"));
-    if (!ran || !converted.open(QIODevice::ReadOnly)) {
-        showInvalidFormat(ui, file);
-        return {};
-    }
-    return DecodeWindows1252(converted.readAll());
 }
 
 void NormalizeLineEnds(QString& text)

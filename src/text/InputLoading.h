@@ -24,19 +24,6 @@ constexpr qint64 kLongestInput = std::numeric_limits<std::int32_t>::max() - 1;
 // U+FFFD and a leading byte-order mark is kept as the character U+FEFF.
 QString DecodeUtf8(QByteArrayView bytes);
 
-// All bytes of the file decoded as UTF-8. Throws InputUnreadable when the
-// file cannot be read.
-QString ReadUtf8File(const QString& path);
-
-// The whole file decoded as Windows-1252. A file that cannot be read shows
-// "Invalid Input file format: " + path and throws InputUnreadable.
-QString GetFileContent(OperatorInterface& ui, const QString& file);
-
-// Runs Convert2ANSI from the application folder on the file and reads the
-// ".tmp" file it writes, as Windows-1252; empty text after the same message
-// when the converter cannot run or leaves nothing to read.
-QString GetFileRTB(OperatorInterface& ui, const QString& applicationPath, const QString& file);
-
 // Every LF that no CR precedes becomes CR LF; a lone CR stays. Files written
 // on Linux end their lines with LF alone, and lines, columns and the
 // hard-return rules are all counted in CR LF lines.

@@ -118,22 +118,6 @@ TagKind TagScanner::GetTagType(const QString& tag) const
     return TagKind::Start;
 }
 
-StringCount TagScanner::CountStr(
-    const QString& search_str, const QString& source_str, std::int16_t matchcase) const
-{
-    // An empty search text has nothing to count; callers never mean "every position".
-    if (search_str.isEmpty() || (matchcase != -1 && matchcase != 0))
-        return {};
-    const Qt::CaseSensitivity cs = matchcase == -1 ? Qt::CaseSensitive : Qt::CaseInsensitive;
-    StringCount result;
-    for (qsizetype at = source_str.indexOf(search_str, 0, cs); at >= 0;
-         at = source_str.indexOf(search_str, at + 1, cs)) {
-        if (result.count++ == 0)
-            result.firstPosition = static_cast<std::int32_t>(at + 1);
-    }
-    return result;
-}
-
 QString TagScanner::RemoveTags(QString& str, bool include_PCDATA)
 {
     if (include_PCDATA)

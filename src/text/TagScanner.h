@@ -15,14 +15,6 @@
 // from the same state shares its values, so the run has one toolkit however
 // many views the rules make. It reads no files and shows nothing; reading
 // input is InputLoading's work.
-// How often a text occurs in another (overlaps counted) and the one-based
-// position of its first occurrence, 0 when there is none.
-struct StringCount {
-    std::int32_t count = 0;
-    std::int32_t firstPosition = 0;
-    bool operator==(const StringCount&) const = default;
-};
-
 class TagScanner {
 public:
     explicit TagScanner(ToolkitState& shared)
@@ -35,7 +27,6 @@ public:
     QString GetAttributeValue(const QString& tag, const QString& attribute_name) const;
     QString GetTagName(const QString& tag) const;
     TagKind GetTagType(const QString& tag) const;
-    StringCount CountStr(const QString& search_str, const QString& source_str, std::int16_t matchcase) const;
     QString RemoveTags(QString& str, bool include_PCDATA);
     QString RetrieveTags(const QString& str, std::int32_t& tag_pos);
 

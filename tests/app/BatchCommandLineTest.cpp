@@ -11,7 +11,7 @@ const QByteArray kWithError = "<doc><fn fnref=\"1\">1 x</fn></doc>\r\n";
 
 Installation& withFootnoteRule(Installation& inst)
 {
-    inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
+    inst.declareRoutines("<fn> | UNDELFNREF | E\r\n");
     return inst;
 }
 

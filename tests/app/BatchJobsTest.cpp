@@ -458,27 +458,3 @@ TEST(CorpusGenerator, TheSameSeedWritesTheSameBytes)
     }
     EXPECT_GT(cut, 10);
 }
-
-// The side-by-side benchmarks need files that leave elements open and text
-// that keeps the dictionary busy.
-TEST(CorpusGenerator, WritesArticlesLeftOpenAndSpellingHeavyText)
-{
-    Corpus::Style open;
-    open.leaveOpen = true;
-    for (const std::uint64_t seed : { 3, 7 }) {
-        const QByteArray article = Corpus::Document(seed, 10'000, open);
-        EXPECT_FALSE(article.contains("</article>"));
-        EXPECT_EQ(article.count("<sec "), article.count("</sec>") + 1);
-    }
-    Corpus::Style spelling;
-    spelling.spellingHeavy = true;
-    const QByteArray text = Corpus::Document(1, 300'000, spelling);
-    EXPECT_GT(text.count("-\r\n"), 100); // line-end hyphenations
-    QSet<QByteArray> compounds;
-    for (const QByteArray& word : text.split(' ')) {
-        if (word.count('-') == 1 && !word.contains('<') && !word.contains('\r'))
-            compounds.insert(word);
-    }
-    EXPECT_GT(compounds.size(), 300);
-    EXPECT_EQ(Corpus::Document(1, 300'000, spelling), text);
-}

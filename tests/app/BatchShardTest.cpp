@@ -18,9 +18,8 @@ void writeBatch(Installation& inst, bool columns)
     inst.set("CHECKEXCESSIMGFILES", "TRUE");
     inst.appendIni(QStringLiteral("[I/O PATHS]\r\nEDITORPROGRAM = ZEPH\r\nXYCOORDINATES = %1\r\n")
                        .arg(columns ? "yes" : "no"));
-    inst.writeTable("routinedecltbl.tbl",
-        "Tag | Routine | Parameter\r\n<title> | NOHRT | N/A\r\n<p> | NOHRT | N/A\r\n<fn> | UNDELFNREF | "
-        "E\r\n");
+    inst.declareRoutines("<title> | NOHRT | N/A\r\n<p> | NOHRT | N/A\r\n<fn> | UNDELFNREF | "
+                         "E\r\n");
     inst.writeTable("nohrtdecltbl.tbl",
         "Enclosing element | Element | Severity\r\n<sec> | <title> | E\r\n"
         "<sec> | <p> | W\r\n");

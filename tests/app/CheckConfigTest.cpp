@@ -12,7 +12,7 @@
 TEST(CheckConfig, ListsEveryFaultOfABrokenInstallationAndExitsWithOne)
 {
     Installation inst;
-    const QString routines = inst.writeTable("routine.tbl",
+    const QString routines = inst.writeTable("routinedecltbl.tbl",
         "Tag | Routine | Parameter\r\n"
         " | NOHRT | N/A\r\n" // a routine before any tag row
         "<p> | TEXTVALIDITY | N/A\r\n"
@@ -25,57 +25,45 @@ TEST(CheckConfig, ListsEveryFaultOfABrokenInstallationAndExitsWithOne)
         " | NOLEADZERO | E\r\n"
         " | CONVERT2TAG | N/A\r\n"
         " | CONVERT2ATTRIB | N/A\r\n");
-    inst.set("ROUTINEDECLTBL", routines);
     // Codes the rules do not act on; CONVERT2ATTRIB takes its position code as written.
-    const QString toTag = inst.writeTable("c2tag.tbl",
+    const QString toTag = inst.writeTable("convert2tagtbl.tbl",
         "Tag | Action | Word | Severity | Position\r\n"
         "sup | delete | exp | E | s\r\n"
         "sup | MOVE | exp | E | X\r\n");
-    inst.set("CONVERT2TAGTBL", toTag);
-    const QString toAttribute = inst.writeTable("c2attrib.tbl",
+    const QString toAttribute = inst.writeTable("convert2attribtbl.tbl",
         "Attribute | Value | Action | Expanded | Severity | Where\r\n"
         "type | fig | Copy | Figure | W | B\r\n"
         "type | fig | DELETE | Figure | W | s\r\n");
-    inst.set("CONVERT2ATTRIBTBL", toAttribute);
-    const QString validity = inst.writeTable("validity.tbl",
+    const QString validity = inst.writeTable("textvaliditytbl.tbl",
         "Condition | Value pattern | Tag | Split | Excluded | Operator | Number | Severity | Message\r\n"
         " | (a | p | N | | = | 1 | E | Unclosed group\r\n"
         " | a | p | N | | <= | 1 | E | A comparison the rule does not know\r\n"
         "(?<=x)y | a | p | N | | x | 0 | W | Lookbehind in the condition\r\n"
         " | a | p | N | x | 0 | W | Eight columns\r\n"
         " | <b> | p | N | | x | 0 | W | Fine: any other word forbids the pattern\r\n");
-    inst.set("TEXTVALIDITYTBL", validity);
-    const QString withHrt
-        = inst.writeTable("withhrt.tbl", "Tag | Position | Severity\r\n<fig> | X | E\r\n<fig> | s | E\r\n");
-    inst.set("WITHHRTDECLTBL", withHrt);
-    const QString hyphenated = inst.writeTable("hyphen.tbl", "Words\r\nwell-known\r\nwellknown\r\n");
-    inst.set("HYPHENATEDTBL", hyphenated);
-    const QString entities = inst.writeTable("uncon.tbl",
+    const QString withHrt = inst.writeTable(
+        "withhrtdecltbl.tbl", "Tag | Position | Severity\r\n<fig> | X | E\r\n<fig> | s | E\r\n");
+    const QString hyphenated = inst.writeTable("hyphenatedtbl.tbl", "Words\r\nwell-known\r\nwellknown\r\n");
+    const QString entities = inst.writeTable("unconentitiestbl.tbl",
         "Search string   Message\r\n"
         "&amp;#   E / "
             + QByteArray(61, 'm')
             + "\r\n"
               "lonely\r\n");
-    inst.set("UNCONENTITIESTBL", entities);
     const QString leadZero
-        = inst.writeTable("leadzero.tbl", "Tag | Attribute | Delimiters\r\nxref | number\r\n");
-    inst.set("NOLEADZEROTBL", leadZero);
-    const QString characters = inst.writeTable("chars.tbl",
+        = inst.writeTable("noleadzerotbl.tbl", "Tag | Attribute | Delimiters\r\nxref | number\r\n");
+    const QString characters = inst.writeTable("specialchartbl.tbl",
         "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
         "\"[z-a]\",\"Backwards range\",\"ERROR\",\"I\"\r\n"
         "\"x\",\"Three fields\",\"ERROR\"\r\n");
-    inst.set("SPECIALCHARTBL", characters);
     const QString noHrt
-        = inst.writeTable("nohrt.tbl", "Enclosing | Element | Severity\r\n<sec> | <title> | E\r\n");
-    inst.set("NOHRTDECLTBL", noHrt);
-    const QString fileNames = inst.writeTable("names.tbl",
+        = inst.writeTable("nohrtdecltbl.tbl", "Enclosing | Element | Severity\r\n<sec> | <title> | E\r\n");
+    const QString fileNames = inst.writeTable("filenamechecktbl.tbl",
         "Pattern | Case | Stands for\r\n(jcs | C | unclosed\r\nabc | X | case code\r\nabc | C\r\n");
-    inst.set("FILENAMECHECKTBL", fileNames);
     inst.set("CHECKFILENAME", "TRUE");
     inst.set("VALIDFILENAMECHAR", "a-z<comma>xyz");
-    const QString images = inst.writeTable("images.tbl",
+    const QString images = inst.writeTable("imagevalidationtbl.tbl",
         "Tag | Attribute\r\ngraphic | @href\r\ngraphic | href | x\r\n<graphic> | xlink:href\r\n");
-    inst.set("IMAGEVALIDATIONTBL", images);
     // The task's routine table declares nothing its own characters table
     // would need, and its switch keeps that table from ever being read.
     const QString taskRoutines
@@ -135,13 +123,13 @@ TEST(CheckConfig, AnswersZeroForACleanInstallationAndTwoWithoutAConfiguration)
 {
     Installation inst;
     inst.writeTable("nohrtdecltbl.tbl", "Enclosing | Element | Severity\r\n<sec> | <title> | E\r\n");
-    inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<sec> | NOHRT | N/A\r\n");
+    inst.declareRoutines("<sec> | NOHRT | N/A\r\n");
     const auto clean = inst.run({ "--check-config" });
     EXPECT_EQ(clean.exitCode, 0) << clean.standardOutput.toStdString();
     EXPECT_EQ(clean.standardOutput, "");
     EXPECT_EQ(clean.standardError, "quorvane: no problems found\n");
     // A table used by one task only is used.
-    inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n");
+    inst.declareRoutines("");
     const QString taskRoutines
         = inst.writeTable("t.tbl", "Tag | Routine | Parameter\r\n<sec> | NOHRT | N/A\r\n");
     inst.appendIni("[TASK]\r\nTASKCODE = T1\r\n[SUPPORT FILES]\r\nROUTINEDECLTBL = " + taskRoutines + "\r\n");
@@ -221,13 +209,11 @@ TEST(CheckConfig, WarnsOfRoutinesOnElementsTheInputWritesOnlyAsEmptyTags)
 {
     Installation inst;
     inst.set("INPUTFILEMASK", "xml");
-    const QString routines = inst.writeTable("routinedecltbl.tbl",
-        "Tag | Routine | Parameter\r\n"
-        "<fig> | ATTRIBUNCONENTITY | N/A\r\n"
-        "\r\n"
-        "<graphic> | ATTRIBUNCONENTITY | N/A\r\n"
-        "<media> | ATTRIBUNCONENTITY | N/A\r\n"
-        "<label> | ATTRIBUNCONENTITY | N/A\r\n");
+    const QString routines = inst.declareRoutines("<fig> | ATTRIBUNCONENTITY | N/A\r\n"
+                                                  "\r\n"
+                                                  "<graphic> | ATTRIBUNCONENTITY | N/A\r\n"
+                                                  "<media> | ATTRIBUNCONENTITY | N/A\r\n"
+                                                  "<label> | ATTRIBUNCONENTITY | N/A\r\n");
     // graphic only empty; media empty once and started once; label never
     // there; a start tag broken over two lines is no start tag to a run.
     const QString emptyOnly = inst.writeInput("a.xml",
@@ -260,15 +246,12 @@ TEST(CheckConfig, WarnsOfRoutinesOnElementsTheInputWritesOnlyAsEmptyTags)
 TEST(CheckConfig, NamesElementsACrossReferenceRoutineNeverSees)
 {
     Installation inst;
-    const QString routines = inst.writeTable("routinedecltbl.tbl",
-        "Tag | Routine | Parameter\r\n"
-        "<xref> | CHECKCOUNTREFVALIDITY | N/A\r\n"
-        "<ref> | NOHRT | N/A\r\n"
-        "<p> | COMPCONT | N/A\r\n");
-    inst.set("COUNTREFCHECKTBL",
-        inst.writeTable(
-            "countref.tbl", "h\r\nxref | rid | ref | id | Y | E\r\nxref | rid | fig | id | N | E\r\n"));
-    inst.set("COMPCONTTBL", inst.writeTable("compcont.tbl", "h\r\ntitle | p | EQUAL | W | M\r\n"));
+    const QString routines = inst.declareRoutines("<xref> | CHECKCOUNTREFVALIDITY | N/A\r\n"
+                                                  "<ref> | NOHRT | N/A\r\n"
+                                                  "<p> | COMPCONT | N/A\r\n");
+    inst.writeTable(
+        "countrefchecktbl.tbl", "h\r\nxref | rid | ref | id | Y | E\r\nxref | rid | fig | id | N | E\r\n");
+    inst.writeTable("compconttbl.tbl", "h\r\ntitle | p | EQUAL | W | M\r\n");
     inst.writeInput("a.xml", "<p>x</p>\r\n");
     const auto result = inst.run({ "--check-config" });
     EXPECT_EQ(result.exitCode, 1) << result.standardError.toStdString();
@@ -278,8 +261,7 @@ TEST(CheckConfig, NamesElementsACrossReferenceRoutineNeverSees)
             + ":3: CHECKCOUNTREFVALIDITY never runs for ref: its table names ref, but the row declared for "
               "ref "
               "does not list it; list it there or on an N/A row\n");
-    inst.writeTable("routinedecltbl.tbl",
-        "Tag | Routine | Parameter\r\nN/A | CHECKCOUNTREFVALIDITY | N/A\r\n<ref> | NOHRT | N/A\r\n"
-        "<p> | COMPCONT | N/A\r\n");
+    inst.declareRoutines("N/A | CHECKCOUNTREFVALIDITY | N/A\r\n<ref> | NOHRT | N/A\r\n"
+                         "<p> | COMPCONT | N/A\r\n");
     EXPECT_EQ(inst.run({ "--check-config" }).exitCode, 0);
 }

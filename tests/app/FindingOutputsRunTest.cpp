@@ -16,13 +16,11 @@ void prepare(Installation& inst)
 {
     inst.appendIni("[I/O PATHS]\r\nXYCOORDINATES = yes\r\n");
     inst.set("INPUTTYPE", "FILES");
-    inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
-    inst.set("SPECIALCHARTBL",
-        inst.writeTable("chars.tbl",
-            "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
-            "\"(tab)\",\"Tab character found\",\"ERROR\",\"I\"\r\n"
-            "\"(space)(space)\",\"Double space found, a message long enough to be cut in the report\","
-            "\"WARNING\",\"I\"\r\n"));
+    inst.declareRoutines("<fn> | UNDELFNREF | E\r\n");
+    inst.writeSpecialCharacters(
+        "\"(tab)\",\"Tab character found\",\"ERROR\",\"I\"\r\n"
+        "\"(space)(space)\",\"Double space found, a message long enough to be cut in the report\","
+        "\"WARNING\",\"I\"\r\n");
 }
 
 const QByteArray kFirst = "<doc>\r\n<fn fnref=\"1\">1 x</fn>  y\r\n\tz  w\r\n</doc>\r\n";
@@ -146,25 +144,4 @@ TEST(FindingOutputsRun, ABatchKeepsEachFileWithItsOwnFindings)
         EXPECT_EQ(jsonEntries(file, "warning"), reportEntries(inst.workPath() + base + ".WRN"));
     }
     EXPECT_EQ(files[2]["findings"].toArray().size(), 0);
-}
-
-TEST(FindingOutputsRun, ARefusedRunLeavesNoOutputThatLooksCurrent)
-{
-    Installation inst;
-    prepare(inst);
-    const QString json = inst.root() + "run.json";
-    inst.writeInput("a.xml", kFirst);
-    ASSERT_EQ(inst.run({ "--json", json, inst.inputPath() + "a.xml" }).exitCode, 1);
-    ASSERT_TRUE(QFile::exists(json));
-    // The folder of an output is checked before anything runs.
-    const auto refused = inst.run({ "--json", inst.root() + "none/run.json", inst.inputPath() + "a.xml" });
-    EXPECT_EQ(refused.exitCode, 2);
-    EXPECT_TRUE(refused.standardError.contains("none/run.json"));
-    // A run refused half-way (its input is where its own report would go)
-    // takes away the output of the run before.
-    const QString ownReport = inst.workPath() + "a.ERR";
-    QFile::copy(inst.inputPath() + "a.xml", ownReport);
-    const auto failed = inst.run({ "--json", json, ownReport });
-    EXPECT_EQ(failed.exitCode, 2) << failed.standardError.toStdString();
-    EXPECT_FALSE(QFile::exists(json));
 }

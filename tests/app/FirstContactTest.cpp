@@ -38,9 +38,7 @@ TEST(FirstContact, TaskOptionIsTheSameAsTheBarForm)
     Installation inst;
     inst.set("CHECKSPECIALCHAR", "FALSE");
     inst.appendIni("[TASK]\r\nTASKCODE = T1\r\n[SETTINGS]\r\nCHECKSPECIALCHAR = TRUE\r\n");
-    inst.writeTable("specialchartbl.tbl",
-        "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
-        "\"&amp;amp;\",\"Double escape\",\"ERROR\",\"\"\r\n");
+    inst.writeSpecialCharacters("\"&amp;amp;\",\"Double escape\",\"ERROR\",\"\"\r\n");
     const QString input = inst.writeInput("a.xml", "<a>&amp;amp;</a>\r\n");
 
     const auto barForm = inst.run({ input + "|T1" });

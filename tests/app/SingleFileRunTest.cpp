@@ -47,9 +47,7 @@ TEST(SingleFileRun, ACheckEndedByAFailureFailsTheFile)
     };
     for (const auto& row : rows) {
         Installation inst;
-        inst.writeTable("specialchartbl.tbl",
-            "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n\"" + row.pattern
-                + "\",\"Broken\",\"WARNING\",\"I\"\r\n");
+        inst.writeSpecialCharacters("\"" + row.pattern + "\",\"Broken\",\"WARNING\",\"I\"\r\n");
         const QString input = inst.writeInput("a.xml", "<a>" + QByteArray(40, 'a') + "b c</a>\r\n");
         inst.setLimits(row.limits);
         const auto result
@@ -92,10 +90,8 @@ TEST(SingleFileRun, AnOutputThatCannotBeWrittenRefusesTheRun)
 TEST(SingleFileRun, WritesWholeReportsForFindingsOfBothRules)
 {
     Installation inst;
-    inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
-    inst.writeTable("specialchartbl.tbl",
-        "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
-        "\"(space)(space)\",\"Double space found\",\"WARNING\",\"I\"\r\n");
+    inst.declareRoutines("<fn> | UNDELFNREF | E\r\n");
+    inst.writeSpecialCharacters("\"(space)(space)\",\"Double space found\",\"WARNING\",\"I\"\r\n");
     const QString input
         = inst.writeInput("a.xml", "<doc>\r\n<p>a  b</p>\r\n<fn fnref=\"1\">1 x</fn>\r\n</doc>");
 
@@ -143,9 +139,7 @@ TEST(SingleFileRun, RunsBeforeProgramsOnACopyAndAfterProgramsThenCleansUp)
 TEST(SingleFileRun, UnreadableOrMisplacedInputEndsWithStatusTwoAndLosesNothing)
 {
     Installation inst;
-    inst.writeTable("specialchartbl.tbl",
-        "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
-        "\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
+    inst.writeSpecialCharacters("\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
     const QString input = inst.writeInput("a.xml", "<a>x</a>\r\n");
     ASSERT_EQ(inst.run({ input }).exitCode, 1);
     const QByteArray earlierReport = Installation::read(inst.workPath() + "a.ERR");
@@ -185,17 +179,33 @@ TEST(SingleFileRun, AnInputTheRunWouldWriteOrRemoveIsRefusedAndKept)
         Installation inst;
         inst.appendIni(row.ini);
         const QString input = inst.writeInput("../" + row.input, notes);
+        // An earlier run's output must not pass for this run's.
+        const QString earlier = inst.writeInput("../earlier.sarif", "an earlier run's");
         QStringList arguments;
-        for (const QString& argument : row.options + QStringList { input })
+        for (const QString& argument : row.options + QStringList { "--sarif", earlier, input })
             arguments << QString(argument).replace("%ROOT%", inst.root());
         const auto result = inst.run(arguments);
         EXPECT_EQ(result.exitCode, 2) << row.input.toStdString();
         EXPECT_TRUE(result.standardError.contains(QString(row.refusal).replace("%ROOT%", inst.root())))
             << result.standardError.toStdString();
         EXPECT_EQ(Installation::read(input), notes) << row.input.toStdString();
+        EXPECT_FALSE(QFile::exists(earlier)) << row.input.toStdString();
         EXPECT_FALSE(QFile::exists(inst.workPath() + "quorvane.LOG") && row.input != "work/quorvane.LOG");
     }
 }
+
+namespace {
+
+// Whether the process runs: a process that was stopped and not yet reaped
+// (a zombie) does not.
+bool processRuns(const QByteArray& pid)
+{
+    const QByteArray stat = Installation::read("/proc/" + QString::fromLatin1(pid.trimmed()) + "/stat");
+    const qsizetype state = stat.lastIndexOf(')') + 2;
+    return !stat.isEmpty() && state < stat.size() && stat[state] != 'Z';
+}
+
+} // namespace
 
 // An input plug-in that does not do its work fails the file: what it left
 // is neither validated nor passed on, and the reports say why. An
@@ -209,14 +219,15 @@ TEST(SingleFileRun, OutsideProgramsThatFailFailTheRun)
     } rows[] = {
         { "cut.sh", "printf '<a>' > \"$1\"\nexit 3\n", "ended with status 3" },
         { "crash.sh", "kill -SEGV $$\n", "crashed" },
-        { "slow.sh", "sleep 30\n", "stopped after 1 s" },
+        // What it started goes with it: left running, that could still write the staged input.
+        { "slow.sh", "sleep 30 &\necho $! > %ROOT%child.pid\nsleep 30\n", "stopped after 1 s" },
     };
     for (const auto& row : rows) {
         Installation inst;
-        inst.writeTable("specialchartbl.tbl",
-            "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
+        inst.writeSpecialCharacters("\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
         const QString input = inst.writeInput("a.xml", "<a>x</a>\r\n");
-        const QString program = inst.writeScript(row.name, row.body);
+        const QString program
+            = inst.writeScript(row.name, QByteArray(row.body).replace("%ROOT%", inst.root().toUtf8()));
         inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + program + "\r\n");
         const auto result = inst.run({ "--plugin-timeout", "1", input });
         const QString failure = "outside program " + program + " " + row.says;
@@ -227,6 +238,9 @@ TEST(SingleFileRun, OutsideProgramsThatFailFailTheRun)
                 + (failure + "; the file was not validated").toUtf8().prepend("The check did not finish: ")
                 + "\r\n\r\nTotal No. of Errors: 0\r\n");
         EXPECT_FALSE(QFile::exists(inst.outputPath() + "/inputa.xml")) << row.name;
+        const QByteArray child = Installation::read(inst.root() + "child.pid");
+        EXPECT_EQ(child.isEmpty(), row.name != std::string("slow.sh"));
+        EXPECT_FALSE(!child.isEmpty() && processRuns(child)) << row.name;
     }
 
     Installation inst;
@@ -243,12 +257,15 @@ TEST(SingleFileRun, OutsideProgramsThatFailFailTheRun)
 TEST(SingleFileRun, RunsSharingATemporaryFolderTakeTurns)
 {
     Installation inst;
-    inst.writeTable("specialchartbl.tbl",
-        "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
-        "\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
+    inst.writeSpecialCharacters("\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
     const QString first = inst.writeInput("first.xml", "<a>x</a>\r\n");
     const QString second = inst.writeInput("second.xml", "<a>x</a>\r\n");
-    inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + inst.writeScript("slow.sh", "sleep 1\n") + "\r\n");
+    // The first run's before-program holds it until the second is seen waiting.
+    const QString go = inst.root() + "go";
+    inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = "
+        + inst.writeScript(
+            "hold.sh", ("for i in $(seq 3000); do [ -e '" + go + "' ] && break; sleep 0.01; done\n").toUtf8())
+        + "\r\n");
     inst.run({ "--version" }); // writes the configuration
     auto start = [&](const QString& input) {
         auto process = std::make_unique<QProcess>();
@@ -263,12 +280,16 @@ TEST(SingleFileRun, RunsSharingATemporaryFolderTakeTurns)
          waited += 10)
         QThread::msleep(10);
     auto two = start(second);
+    two->setReadChannel(QProcess::StandardError);
+    QByteArray waiting;
+    while (!waiting.contains("waiting for another run") && two->waitForReadyRead(30000))
+        waiting += two->readAllStandardError();
+    QFile(go).open(QIODevice::WriteOnly);
     ASSERT_TRUE(one->waitForFinished(60000));
     ASSERT_TRUE(two->waitForFinished(60000));
     EXPECT_EQ(one->exitCode(), 1);
-    EXPECT_EQ(two->exitCode(), 1) << two->readAllStandardError().constData();
-    EXPECT_TRUE(QString::fromUtf8(two->readAllStandardError())
-                    .startsWith("quorvane: waiting for another run that uses "));
+    EXPECT_EQ(two->exitCode(), 1);
+    EXPECT_TRUE(waiting.startsWith("quorvane: waiting for another run that uses ")) << waiting.constData();
     EXPECT_TRUE(Installation::read(inst.workPath() + "second.ERR").contains("Found x"));
 }
 
@@ -295,34 +316,6 @@ TEST(SingleFileRun, ReportsImagesThatTheFileDoesNotCallOut)
     EXPECT_TRUE(Installation::read(inst.workPath() + "quorvane.LOG").contains(message.toUtf8()));
     EXPECT_TRUE(Installation::read(json).contains(message.toUtf8()));
     EXPECT_TRUE(Installation::read(inst.workPath() + "a.ERR").isEmpty()); // f1 was found
-}
-
-namespace {
-
-// Whether the process runs: a process that was stopped and not yet reaped
-// (a zombie) does not.
-bool processRuns(const QByteArray& pid)
-{
-    const QByteArray stat = Installation::read("/proc/" + QString::fromLatin1(pid.trimmed()) + "/stat");
-    const qsizetype state = stat.lastIndexOf(')') + 2;
-    return !stat.isEmpty() && state < stat.size() && stat[state] != 'Z';
-}
-
-} // namespace
-
-// A program stopped at the time limit takes what it started with it: left
-// running, that could still write the staged input.
-TEST(SingleFileRun, ATimedOutProgramIsStoppedWithEverythingItStarted)
-{
-    Installation inst;
-    const QString pidFile = inst.root() + "child.pid";
-    const QString slow
-        = inst.writeScript("slow.sh", ("sleep 30 &\necho $! > '" + pidFile + "'\nsleep 30\n").toUtf8());
-    inst.appendIni("[PLUG-IN]\r\nOUTPUTPLUGIN = " + slow + "\r\n");
-    inst.run({ "--plugin-timeout", "1", inst.writeInput("a.xml", "<a/>\r\n") });
-    const QByteArray pid = Installation::read(pidFile);
-    ASSERT_FALSE(pid.isEmpty());
-    EXPECT_FALSE(processRuns(pid));
 }
 
 namespace {
@@ -361,9 +354,7 @@ TEST(SingleFileRun, WritesThatFailFailTheFileAndLeaveNoPiece)
     };
     for (const auto& row : rows) {
         Installation inst;
-        inst.writeTable("specialchartbl.tbl",
-            "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
-            "\"(space)(space)\",\"Double space found\",\"WARNING\",\"I\"\r\n");
+        inst.writeSpecialCharacters("\"(space)(space)\",\"Double space found\",\"WARNING\",\"I\"\r\n");
         const QString input = inst.writeInput("a.xml", row.input);
         // An earlier run's report and copy, and what a killed run left.
         for (const QString& earlier : { "work/a.WRN", "output//inputa.WRN", "output//inputa.xml" })

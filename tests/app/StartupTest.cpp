@@ -39,9 +39,8 @@ TEST(Startup, RefusesWithItsMessageAndStatusTwo)
             "[warning] Quorvane: Invalid CheckSpecialChar value in INI file\n" },
         { "bad routine name",
             [](Installation& inst) {
-                inst.writeTable("routinedecltbl.tbl",
-                    "Tag | Routine | Parameter\r\n<p> | TEXTVALIDITY | N/A\r\n"
-                    " | NOSUCHCHECK | E\r\n");
+                inst.declareRoutines("<p> | TEXTVALIDITY | N/A\r\n"
+                                     " | NOSUCHCHECK | E\r\n");
             },
             { "x.xml" },
             "[warning] Quorvane: Invalid Routine Name: NOSUCHCHECK\nPlease check "

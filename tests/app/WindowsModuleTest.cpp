@@ -19,9 +19,7 @@ const QString kModuleFile = QStringLiteral("libquorvane_windows.so");
 struct OneErrorInstallation {
     OneErrorInstallation()
     {
-        inst.writeTable("specialchartbl.tbl",
-            "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n"
-            "\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
+        inst.writeSpecialCharacters("\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
         input = inst.writeInput("a.xml", "<a>x</a>\r\n");
         inst.writeConfiguration();
     }

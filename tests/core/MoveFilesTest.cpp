@@ -88,25 +88,6 @@ TEST_F(MoveFilesTest, WriteAccessProbesAndCompletesTheFolder)
     EXPECT_TRUE(ui.messages.isEmpty());
 }
 
-TEST_F(MoveFilesTest, WriteAccessFailuresAreCritical)
-{
-    struct Row {
-        QString folder;
-        QString text;
-    } rows[] = {
-        { dir.path() + "nothing", dir.path() + "nothing not found." },
-        // A folder path under a regular file cannot exist, even for root.
-        { dir.path() + "data/file.txt/inner", dir.path() + "data/file.txt/inner not found." },
-        // Nobody, root included, can create a file in /proc.
-        { "/proc", "No Write Access in /proc/" },
-    };
-    for (Row& row : rows) {
-        ui.messages.clear();
-        EXPECT_FALSE(CheckWriteAccess(ui, row.folder)) << row.folder.toStdString();
-        EXPECT_EQ(ui.messages, QList { shown(row.text, MessageIcon::Critical) });
-    }
-}
-
 TEST_F(MoveFilesTest, WriteAccessOnReadOnlyFolderLeavesNoProbe)
 {
     if (::geteuid() == 0)

@@ -2,6 +2,7 @@
 
 #include "core/RunAborted.h"
 #include "core/RunState.h"
+#include "report/ReportFormat.h"
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"
 
@@ -10,10 +11,7 @@
 
 namespace {
 
-QString sp(int count)
-{
-    return QString(count, QLatin1Char(' '));
-}
+using ReportFormat::EntryKind;
 
 QString rule(int count)
 {
@@ -29,13 +27,17 @@ QByteArray crlf(const QStringList& lines)
     return bytes;
 }
 
-const QString kReportRule = rule(10) + sp(3) + rule(80) + sp(10) + rule(66);
-
-// The header of a report file; `kind` is "Error" or "Warning".
-QStringList header(const QString& kind, const QString& base, bool columnMode)
+// The layouts themselves are pinned by the layout tests; here the writer
+// must put them in the right files, in the right order.
+ReportFormat::EntryTexts entry(EntryKind kind, int line, const QString& message, const QString& data,
+    int column, bool columnMode = false)
 {
-    const QString location = columnMode ? "Line No - Column No" + sp(2) : "Line No" + sp(6);
-    return { "Filename: " + base, location + kind + " Message" + sp(103) + "Data Content", kReportRule };
+    return ReportFormat::formatEntry(kind, line, message, data, column, columnMode);
+}
+
+QStringList header(EntryKind kind, const QString& base, bool columnMode)
+{
+    return ReportFormat::reportHeader(base, kind, columnMode);
 }
 
 // A run over temporary folders: reports in rep/, output in out/, inputs in in/.
@@ -83,15 +85,16 @@ TEST_F(ReportRun, SingleFileWithZephEditorFile)
     WriteErrorEntry(state, 1234567, long100, "d", 0);
     CloseReports(state);
 
-    const QStringList errors = { "0000000003   E / Bad tag" + sp(79) + "<x>",
-        "0001234567   E / " + long100.left(76) + sp(10) + "d" };
+    const QStringList errors = { entry(EntryKind::Error, 3, "Bad tag", "<x>", 12).reportLine,
+        entry(EntryKind::Error, 1234567, long100, "d", 0).reportLine };
     const QByteArray errorFile
-        = crlf(header("Error", "a", false) + errors + QStringList { "", "Total No. of Errors: 2" });
-    const QByteArray warningFile = crlf(header("Warning", "a", false)
-        + QStringList { "0000000005   W / Check this" + sp(76) + "a...b", "", "Total No. of Warnings: 1" });
+        = crlf(header(EntryKind::Error, "a", false) + errors + QStringList { "", "Total No. of Errors: 2" });
+    const QByteArray warningFile = crlf(header(EntryKind::Warning, "a", false)
+        + QStringList { entry(EntryKind::Warning, 5, "Check this", "a\r\nb", 1).reportLine, "",
+            "Total No. of Warnings: 1" });
     EXPECT_EQ(report("a.ERR"), errorFile);
     EXPECT_EQ(report("a.WRN"), warningFile);
-    EXPECT_EQ(report("error.edt"), crlf(header("Error", "a", false) + errors));
+    EXPECT_EQ(report("error.edt"), crlf(header(EntryKind::Error, "a", false) + errors));
     EXPECT_EQ(output("a.ERR"), errorFile);
     EXPECT_EQ(output("a.WRN"), warningFile);
     EXPECT_FALSE(exists(state.outputFolder + "a.xml")) << "an input with errors does not pass on";
@@ -100,22 +103,8 @@ TEST_F(ReportRun, SingleFileWithZephEditorFile)
 
 TEST_F(ReportRun, SingleFileWithKv7LogInBothColumnModes)
 {
-    struct Row {
-        bool columnMode;
-        QStringList logLines;
-        QStringList warnings;
-    };
-    const QList<Row> rows = {
-        { true,
-            { "0000000007 - 00012 - W / Bad tag" + sp(48) + " - <x>",
-                "0000000010 - 00000 - W / " + sp(55) + " - " },
-            { "0000000007 - 00012 - W / Bad tag" + sp(48) + " - <x>",
-                "0000000010 - 00000 - W / " + sp(55) + " - " } },
-        { false, { "0000000007     W / Bad tag" + sp(48) + "<x>", "0000000010     W / " + sp(55) },
-            { "0000000007   W / Bad tag" + sp(79) + "<x>", "0000000010   W / " + sp(86) } },
-    };
-    for (const Row& row : rows) {
-        state.config.XYCoordinates = row.columnMode;
+    for (const bool columnMode : { true, false }) {
+        state.config.XYCoordinates = columnMode;
         state.config.EditorProgram = "Kv7";
         tmp.write("rep/error.edt", "stale");
         // Copies replace longer stale ones and take their source's permissions.
@@ -128,10 +117,14 @@ TEST_F(ReportRun, SingleFileWithKv7LogInBothColumnModes)
         WriteWarningEntry(state, 10, "", "", 0);
         CloseReports(state);
 
-        EXPECT_EQ(report("b.LOG"), crlf(row.logLines));
+        const auto first = entry(EntryKind::Warning, 7, "Bad tag", "<x>", 12, columnMode);
+        const auto second = entry(EntryKind::Warning, 10, "", "", 0, columnMode);
+        // The log holds the column layout in column mode, the plain one otherwise.
+        EXPECT_EQ(QString::fromUtf8(report("b.LOG")),
+            columnMode ? first.columnLine + second.columnLine : first.plainLine + second.plainLine);
         EXPECT_EQ(report("b.WRN"),
-            crlf(header("Warning", "b", row.columnMode) + row.warnings
-                + QStringList { "", "Total No. of Warnings: 2" }));
+            crlf(header(EntryKind::Warning, "b", columnMode)
+                + QStringList { first.reportLine, second.reportLine, "", "Total No. of Warnings: 2" }));
         EXPECT_EQ(report("b.ERR"), QByteArray()) << "a file without errors leaves an empty report";
         EXPECT_TRUE(exists(state.reportFolder + "b.ERR"));
         EXPECT_FALSE(exists(state.reportFolder + "error.edt")) << "a stale editor file is removed";
@@ -240,15 +233,17 @@ TEST_F(ReportRun, BatchCollectsLogsAndEditorFile)
             "FilePath    : " + first, "End Time    : 12:00:00 PM", "", "Start Time  : 12:00:01 PM",
             "FilePath    : " + second, "End Time    : 12:00:02 PM", "", rule(45),
             "Time Ended: 03/07/24 12:00:03 PM" }));
-    const QString viewColumns = "Line No" + sp(8) + "Error Message" + sp(47) + "Data Content";
+    const auto error = entry(EntryKind::Error, 2, "Bad tag", "<x>", 4);
+    const auto warning = entry(EntryKind::Warning, 3, "Odd", "y", 1);
     EXPECT_EQ(report("qv_ErrView.LOG"),
-        crlf({ "Quorvane", "Time Started: 03/07/24 11:59:58 AM", "", rule(137), "Input File: " + first, "",
-            viewColumns, rule(137), "0000000002     E / Bad tag" + sp(48) + "<x>",
-            "0000000003     W / Odd" + sp(52) + "y", "", rule(137), "Input File: " + second, "", viewColumns,
-            rule(137), "No Errors Found!", rule(137), "", "Time Ended: 03/07/24 12:00:03 PM" }));
+        crlf(QStringList { "Quorvane", "Time Started: 03/07/24 11:59:58 AM" }
+            + ReportFormat::errorViewHeader(first, false)
+            + QStringList { error.plainLine.chopped(2), warning.plainLine.chopped(2) }
+            + ReportFormat::errorViewHeader(second, false)
+            + QStringList { "No Errors Found!", rule(137), "", "Time Ended: 03/07/24 12:00:03 PM" }));
     EXPECT_EQ(report("error.edt"),
-        crlf({ "0000000003   W / Odd" + sp(83) + "y", "", "Total No. of Errors: 1",
-            "Total No. of Warnings: 1", "", "No Errors Encountered!" }));
+        crlf({ warning.reportLine, "", "Total No. of Errors: 1", "Total No. of Warnings: 1", "",
+            "No Errors Encountered!" }));
 
     EXPECT_EQ(TempDir::read(state.outputFolder + "logs/a.ERR"), report("a.ERR"));
     EXPECT_EQ(TempDir::read(state.outputFolder + "logs/a.WRN"), report("a.WRN"));
@@ -269,8 +264,9 @@ TEST_F(ReportRun, BatchInColumnModeCollectsColumnEntries)
     // complete on disk after each of them, while the batch still runs.
     const QStringList folders = { state.reportFolder, otherFolder, state.reportFolder };
     const QStringList names = { "a.xml", "b.xml", "c.xml" };
-    auto entry
-        = [&](const QString& name) { return "0000000007 - 00012 - E / Bad tag" + sp(48) + " - " + name; };
+    auto located = [&](const QString& name) {
+        return entry(EntryKind::Error, 7, "Bad tag", name, 12, true).reportLine;
+    };
     for (int i = 0; i < names.size(); ++i) {
         state.reportFolder = folders[i];
         input(names[i]);
@@ -278,22 +274,21 @@ TEST_F(ReportRun, BatchInColumnModeCollectsColumnEntries)
         WriteErrorEntry(state, 7, "Bad tag", names[i], 12);
         CloseReports(state);
         if (i == 0) {
-            EXPECT_EQ(report("error.edt"), crlf({ entry("a.xml") }));
+            EXPECT_EQ(report("error.edt"), crlf({ located("a.xml") }));
         }
     }
     state.reportFolder = folders[0];
     CloseProgramLogs(state);
 
-    const QString a = entry("a.xml");
-    const QString b = entry("c.xml");
+    const QString a = located("a.xml");
+    const QString b = located("c.xml");
     EXPECT_EQ(report("error.edt"), crlf({ a, b }));
-    EXPECT_EQ(TempDir::read(otherFolder + "error.edt"), crlf({ entry("b.xml") }));
-    EXPECT_EQ(
-        report("c.ERR"), crlf(header("Error", "c", true) + QStringList { b, "", "Total No. of Errors: 1" }));
+    EXPECT_EQ(TempDir::read(otherFolder + "error.edt"), crlf({ located("b.xml") }));
+    EXPECT_EQ(report("c.ERR"),
+        crlf(header(EntryKind::Error, "c", true) + QStringList { b, "", "Total No. of Errors: 1" }));
     EXPECT_TRUE(
         report(state.programName + "_ErrView.LOG")
-            .contains(crlf({ "Line No - Column No" + sp(3) + "Error Message" + sp(47) + "Data Content",
-                rule(137), a })));
+            .contains(crlf(ReportFormat::errorViewHeader(QString(), true).mid(4) + QStringList { a })));
     EXPECT_EQ(state.report.runErrorEntries, 3);
 }
 

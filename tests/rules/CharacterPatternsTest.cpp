@@ -72,12 +72,3 @@ TEST(SpecialCharacters, ReportsEveryMatchWithItsLineAndColumn)
         }
     }
 }
-
-TEST(SpecialCharacters, IsSwitchedOffByFalseInAnyCase)
-{
-    RuleFixture fixture("",
-        R"~("a","Found a","W","I")~"
-        "\r\n");
-    fixture.state.config.ActiveTableSet.CheckSpecialChar = Switch::Off;
-    EXPECT_TRUE(fixture.run("aaa").isEmpty());
-}

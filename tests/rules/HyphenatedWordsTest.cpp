@@ -21,16 +21,11 @@ FakeSpellingEngine& useEngine(
     return kept;
 }
 
-struct RuleRow {
-    QByteArray input;
-    QStringList expected;
-};
-
 // Runs each row with a fresh fixture (and so a fresh answer cache).
-void expectFindings(const QByteArray& routineRows, const QList<RuleRow>& rows, const QSet<QString>& known,
+void expectFindings(const QByteArray& routineRows, const QList<RuleCase>& rows, const QSet<QString>& known,
     const QHash<QString, QStringList>& suggestions)
 {
-    for (const RuleRow& row : rows) {
+    for (const RuleCase& row : rows) {
         RuleFixture fixture(routineRows);
         fixture.setTable(SupportFile::HyphenatedTbl, kAcceptedWords, LoadHyphenatedTable);
         useEngine(fixture, known, suggestions);
@@ -60,7 +55,7 @@ TEST(HYPHENATEDWORDCHECK, ReportsLineEndHyphenationsByWhatTheEngineSays)
 {
     const QSet<QString> known = { "international" };
     const QHash<QString, QStringList> suggestions = { { "colour-free", { "color-free", "colourfree" } } };
-    const QList<RuleRow> rows = {
+    const QList<RuleCase> rows = {
         // The joined form is a word: the hyphen should have gone (by severity).
         { "<p>inter-\r\nnational trade</p>",
             { "1:1 E Hyphenated word: inter-national found in <p> | <p>inter-" } },
@@ -81,7 +76,7 @@ TEST(COMPOUNDWORDCHECK, ReportsInLineCompoundsByWhatTheEngineSays)
     const QSet<QString> known = { "well-known" };
     const QHash<QString, QStringList> suggestions
         = { { "wel-known", { "well-known", "weld-known", "we-known" } } };
-    const QList<RuleRow> rows = {
+    const QList<RuleCase> rows = {
         // One it rejects is reported by severity, with suggestions when there are any.
         { "<p>a wel-known fact</p>",
             { "1:1 E Compound Word: wel-known Suggested Words: well-known, weld-known | <p>a wel-known "
@@ -124,7 +119,7 @@ TEST(SpellingCache, TheEngineIsAskedOnceAboutEachText)
 // is a warning, one it does not is reported by severity (E here).
 TEST(WordChecks, ReadTheElementTextAsExamplesShow)
 {
-    const QList<RuleRow> rows = {
+    const QList<RuleCase> rows = {
         { "<p>MID-year, long-term</p>",
             { "1:1 E Compound Word: long-term found in <p> | <p>MID-year, long-term</p>" } },
         { "<p>a-b-c</p>",

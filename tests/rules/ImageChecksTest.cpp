@@ -50,30 +50,25 @@ TEST(ImageValidation, LooksEveryCalloutUpInTheInputsImageFolder)
     fixture.deliver("b.eps", "x");
     fixture.deliver("b.tif", "x");
     fixture.deliver("empty.tif", "");
-    struct Case {
-        const char* name;
-        QByteArray input;
-        QStringList expected;
-    };
-    const QList<Case> cases = {
-        { "found as written, by extension, with a folder part, tag case aside",
+    const QList<TableCase> cases = {
+        { "found as written, by extension, with a folder part, tag case aside", {},
             "<graphic xlink:href=\"a.tif\"/><GRAPHIC href='b'/>\r\n<graphic href = \"art/a.tif\" >", {} },
-        { "missing, the extensions tried in order", "<p>x</p> <graphic href=\"c\"/>",
+        { "missing, the extensions tried in order", {}, "<p>x</p> <graphic href=\"c\"/>",
             { "1:10 E Image not found: c (.eps or .tif) | <graphic href=\"c\"/>" } },
-        { "an empty file, a tag naming nothing, and one finding per listed attribute",
+        { "an empty file, a tag naming nothing, and one finding per listed attribute", {},
             "<graphic href=\"empty.tif\"/>\r\n<graphic id=\"g\" href=\"\"/>\r\n"
             "<graphic href=\"a.tif\" xlink:href=\"gone.tif\"/>",
             { "1:1 E Image file is empty: empty.tif | <graphic href=\"empty.tif\"/>",
                 "2:1 E Image tag names no image in xlink:href or href | <graphic id=\"g\" href=\"\"/>",
                 "3:1 E Image not found: gone.tif | <graphic href=\"a.tif\" xlink:href=\"gone.tif\"/>" } },
-        { "end tags, declarations, other elements and attributes are no callouts",
+        { "end tags, declarations, other elements and attributes are no callouts", {},
             "<?graphic href=\"x\"?><!graphic href=\"x\"><graphic href=\"a.tif\"></graphic><fig href=\"x\"/>"
             "<inline-graphic href=\"x\" xlink:href=\"a.tif\"/>",
             {} },
-        { "names are compared with their letter case", "<graphic href=\"A.TIF\"/>",
+        { "names are compared with their letter case", {}, "<graphic href=\"A.TIF\"/>",
             { "1:1 E Image not found: A.TIF | <graphic href=\"A.TIF\"/>" } },
     };
-    for (const Case& c : cases)
+    for (const TableCase& c : cases)
         EXPECT_EQ(fixture.rules.run(c.input), c.expected) << c.name;
 
     // Without its switch an empty image passes.
@@ -115,13 +110,8 @@ TEST(ImageValidation, TheRunReportsWhatNoFileCalledOutOnceAfterItsLastFile)
 
 TEST(ImageNames, ArticleIdentifierAndLengthRoutines)
 {
-    struct Case {
-        const char* name;
-        QByteArray routines;
-        QByteArray input;
-        QStringList expected;
-    };
-    const QList<Case> cases = {
+    // The rows are the routine declarations.
+    const QList<TableCase> cases = {
         { "the input's base name is the identifier, letter case aside",
             "N/A | IMGNAMEARTIDEQUALITY | N/A\r\n",
             "<graphic href=\"INPUT-f1.tif\"/><graphic href=\"fig2.tif\"/>",
@@ -147,8 +137,8 @@ TEST(ImageNames, ArticleIdentifierAndLengthRoutines)
             { "1:1 E Image name length 3 instead of 2: f01 | <graphic href=\"f01\"/><graphic "
               "href=\"f1\"/>" } },
     };
-    for (const Case& c : cases) {
-        ImageFixture fixture(c.routines);
+    for (const TableCase& c : cases) {
+        ImageFixture fixture(c.rows);
         fixture.rules.state.config.ActiveTableSet.ImageExtension.clear();
         // Only the routines speak: every image is delivered.
         for (const char* name : { "INPUT-f1.tif", "fig2.tif", "jcs-1-f1", "jcs-2-f1", "x", "a", "b",

@@ -30,6 +30,16 @@ public:
     void appendIni(const QString& text) { ini_.append(text); }
     // Writes a support table into tables/ and returns its full path.
     QString writeTable(const QString& name, const QByteArray& content) const;
+    // The routine declaration and special-character tables the base
+    // configuration names, with these rows under their header lines.
+    QString declareRoutines(const QByteArray& rows) const
+    {
+        return writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n" + rows);
+    }
+    QString writeSpecialCharacters(const QByteArray& rows) const
+    {
+        return writeTable("specialchartbl.tbl", "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n" + rows);
+    }
     QString writeInput(const QString& name, const QByteArray& content) const;
     // Writes an executable shell script (the body after "#!/bin/sh") at the root.
     QString writeScript(const QString& name, const QByteArray& body) const;

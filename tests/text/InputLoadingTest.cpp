@@ -26,7 +26,7 @@ TEST_F(InputLoading, AnsiDecodesTheWindows1252HighBlock)
         bytes += char(b);
     bytes += "\xE9\xFF</p>";
     const QString path = dir.write("in.sgm", bytes);
-    const QString text = GetFileContent(ui, path);
+    const QString text = LoadInputText(ui, path, false);
     ASSERT_EQ(text.size(), bytes.size());
     const std::pair<int, char16_t> rows[] = {
         { 0x80, 0x20AC },
@@ -58,13 +58,12 @@ TEST(DecodeWindows1252, EveryByteAnywhereDecodesAsOnItsOwn)
 TEST_F(InputLoading, UnreadableFileFailsInsteadOfReadingAsEmpty)
 {
     const QString path = dir.path() + "missing.sgm";
-    EXPECT_THROW(GetFileContent(ui, path), InputUnreadable);
     EXPECT_THROW(LoadInputText(ui, path, false), InputUnreadable);
     EXPECT_THROW(LoadInputText(ui, path, true), InputUnreadable);
     const RecordedMessage expected { "Invalid Input file format: " + path, kProgramTitle,
         MessageIcon::Critical };
     // The UTF-8 path has no message of its own: the driver reports the failure.
-    EXPECT_EQ(ui.messages, (QList<RecordedMessage> { expected, expected }));
+    EXPECT_EQ(ui.messages, QList<RecordedMessage> { expected });
 }
 
 TEST_F(InputLoading, ByteOrderMarkIsDroppedOnlyOnTheAnsiPath)
@@ -91,15 +90,13 @@ TEST_F(InputLoading, Utf8DecodingKeepsLineEndsAndReplacesBadBytes)
         { "ab\xE2\x82", QString("ab") + QString(2, QChar(0xFFFD)) }, // cut off: each byte replaced
         { "", "" },
     };
-    for (const auto& [bytes, expected] : rows) {
+    for (const auto& [bytes, expected] : rows)
         EXPECT_EQ(DecodeUtf8(bytes), expected) << bytes.toHex().constData();
-        EXPECT_EQ(ReadUtf8File(dir.write("u.txt", bytes)), expected) << bytes.toHex().constData();
-    }
     // A file large enough to be read and decoded into advised buffers.
     QByteArray large;
     while (large.size() < (6 << 20))
         large += "<p>caf\xC3\xA9 \xE2\x80\x9Cquoted\xE2\x80\x9D \xF0\x9F\x98\x80 \xFF</p>\r\n";
-    EXPECT_EQ(ReadUtf8File(dir.write("large.txt", large)), QString::fromUtf8(large));
+    EXPECT_EQ(LoadInputText(ui, dir.write("large.txt", large), true), QString::fromUtf8(large));
 }
 
 TEST_F(InputLoading, LoneLineFeedsAreReadAsCarriageReturnLineFeed)
@@ -129,23 +126,6 @@ TEST_F(InputLoading, Utf16WithByteOrderMarkIsDecodedWhateverTheMode)
         EXPECT_EQ(LoadInputText(ui, dir.write("le.sgm", little), utf8), text);
         EXPECT_EQ(LoadInputText(ui, dir.write("be.sgm", big), utf8), text);
     }
-}
-
-TEST_F(InputLoading, ConverterRouteReadsTheTmpFileAndLeavesIt)
-{
-    const QString converter
-        = dir.write("Convert2ANSI", "#!/bin/sh\nprintf 'conv\\200 %s' \"$1\" > \"$1.tmp\"\n");
-    QFile::setPermissions(converter, QFile::permissions(converter) | QFileDevice::ExeOwner);
-    const QString input = dir.write("doc.rtf", "{\\rtf1}");
-    EXPECT_EQ(GetFileRTB(ui, dir.path(), input), QString("conv") + QChar(0x20AC) + " " + input);
-    EXPECT_TRUE(QFile::exists(input + ".tmp"));
-    EXPECT_TRUE(ui.messages.isEmpty());
-
-    QFile::remove(converter);
-    QFile::remove(input + ".tmp");
-    EXPECT_EQ(GetFileRTB(ui, dir.path(), input), "");
-    ASSERT_EQ(ui.messages.size(), 1);
-    EXPECT_EQ(ui.messages[0].text, "Invalid Input file format: " + input);
 }
 
 // Positions are 32-bit: a longer input is refused with its length and the

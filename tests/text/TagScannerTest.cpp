@@ -45,36 +45,3 @@ TEST_F(Toolkit, GetTagTypeAndAttributeValue)
     for (const auto& [name, value] : values)
         EXPECT_EQ(xml.GetAttributeValue(img, name), value) << qPrintable(name);
 }
-
-TEST_F(Toolkit, CountStrCountsOverlapsAndFindsTheFirstPosition)
-{
-    const std::tuple<QString, QString, int, int, int> rows[] = {
-        { "a", "Aa", 0, 2, 1 },
-        { "a", "Aa", -1, 1, 2 },
-        { "a", "Aa", 1, 0, 0 },
-        { "aa", "aaaa", -1, 3, 1 },
-        { "", "abc", -1, 0, 0 },
-        { "BC", "abcbc", 0, 2, 2 },
-    };
-    for (const auto& [search, source, matchcase, count, first] : rows)
-        EXPECT_EQ(xml.CountStr(search, source, std::int16_t(matchcase)), (StringCount { count, first }))
-            << qPrintable(search + "/" + source);
-}
-
-TEST_F(Toolkit, QuotedMarkupIsNotedOncePerLineAndTag)
-{
-    state.currentLineNumber = 4;
-    std::int32_t pos = 1;
-    const QString text = "<a t=\"x<y\">, <b u=\"1\">, <a t=\"x<y\">";
-    for (xml.RetrieveTags(text, pos); pos != -1; ++pos, xml.RetrieveTags(text, pos)) { }
-    // The rejected "<a ...>" and the stray '<y">' (whose value runs to the next quote) are both noted;
-    // '<b u="1">' holds no markup in its value, and repeats are not noted again.
-    EXPECT_EQ(state.QuotedMarkupNote, "[4<a t=\"x<y\">][4<y\">]");
-    state.currentLineNumber = 5;
-    pos = 1;
-    xml.RetrieveTags(text, pos);
-    EXPECT_EQ(state.QuotedMarkupNote, "[4<a t=\"x<y\">][4<y\">][5<a t=\"x<y\">][5<y\">]");
-    pos = 1;
-    xml.RetrieveTags("<c d=\"x>", pos); // no closing quote anywhere: nothing to judge
-    EXPECT_EQ(state.QuotedMarkupNote, "[4<a t=\"x<y\">][4<y\">][5<a t=\"x<y\">][5<y\">]");
-}

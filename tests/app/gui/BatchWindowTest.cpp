@@ -45,7 +45,7 @@ struct Session {
     explicit Session(const char* inputType, const QStringList& inputs)
     {
         inst.set("INPUTTYPE", inputType);
-        inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
+        inst.declareRoutines("<fn> | UNDELFNREF | E\r\n");
         for (const QString& name : inputs)
             inst.writeInput(name, "<doc><fn fnref=\"1\">1 x</fn></doc>\r\n");
         inst.writeConfiguration();

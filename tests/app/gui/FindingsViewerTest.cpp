@@ -63,10 +63,9 @@ private Q_SLOTS:
     {
         Installation inst;
         inst.set("INPUTTYPE", "FILES");
-        inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
-        inst.writeTable("specialchartbl.tbl",
-            "\"Pattern\",\"Message\",\"Severity\",\"Case\"\r\n\"(space)(space)\",\"Double space "
-            "found\",\"WARNING\",\"I\"\r\n");
+        inst.declareRoutines("<fn> | UNDELFNREF | E\r\n");
+        inst.writeSpecialCharacters("\"(space)(space)\",\"Double space "
+                                    "found\",\"WARNING\",\"I\"\r\n");
         inst.writeInput("a.xml",
             "<doc>\r\n<fn fnref=\"1\">1 x</fn>\r\n<p>a  b</p>\r\n<fn fnref=\"2\">2 y</fn>\r\n</doc>\r\n");
         inst.writeInput("b.xml", "<doc><p>c  d</p></doc>\r\n");

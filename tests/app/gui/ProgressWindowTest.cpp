@@ -33,7 +33,7 @@ private Q_SLOTS:
         };
         for (const Row& row : rows) {
             Installation inst;
-            inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
+            inst.declareRoutines("<fn> | UNDELFNREF | E\r\n");
             const QString input = inst.writeInput("a.xml", row.input);
             inst.writeConfiguration();
             WindowOperator windowOperator;
