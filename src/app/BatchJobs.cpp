@@ -156,7 +156,6 @@ public:
 
         FileOutcome outcome;
         try {
-            RefuseInputTheRunWrites(state);
             OpenReports(state);
             outcome.reportsCreated = true;
             ValidateFile(state, Rules());
@@ -531,7 +530,6 @@ void ValidateBatchFile(RunState& state, const PlannedFile& file, bool walked)
     state.inputFileName = InputFileNameOf(file.path);
     state.reportFolder = file.reportFolder;
     state.outputFolder = file.outputFolder;
-    RefuseInputTheRunWrites(state);
     state.report.startFile();
     try {
         ValidateOneFile(state, walked);
