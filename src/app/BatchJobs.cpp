@@ -93,7 +93,7 @@ struct FileOutcome {
 
 struct FileJob {
     int index = 0;
-    CarriedTagState carried;
+    bool last = false; // the batch's last file, whose open-tag list the run ends with
 };
 
 // The files a planned file writes apart from the shared ones.
@@ -111,11 +111,21 @@ QStringList filesWrittenFor(const RunState& state, const PlannedFile& file)
 }
 
 // A worker: its own run state over the shared configuration and tables,
-// validating the files it is handed one at a time.
+// validating the files it is handed one at a time, in batch order.
+//
+// A file starts from the open-tag list the files before it leave. Each
+// worker keeps that list in its own state and brings it forward itself: the
+// file it validated last leaves the list the next file starts with (the
+// pre-pass predicts exactly what the driver leaves), and the effects the
+// pre-pass found carry it across the files other workers took.
+// Handing every file a copy of the list instead costs as much as the list is
+// long, file after file, and in a batch whose files all leave elements open
+// it grows by a few entries with every file.
 class Worker {
 public:
-    Worker(const RunState& main, const Configuration& config)
-        : state_(operator_)
+    Worker(const RunState& main, const Configuration& config, const std::vector<OpenTagEffect>& effects)
+        : effects_(effects)
+        , state_(operator_)
     {
         state_.config = config;
         state_.programName = main.programName;
@@ -126,6 +136,7 @@ public:
         state_.report.now = main.report.now;
         if (!main.findingSinks.empty())
             state_.findingSinks.subscribe(kept_);
+        SeedCarriedTagState(state_, { main.openTags, {}, {}, {} });
     }
 
     void useSpellingEngine(std::unique_ptr<SpellingEngine> engine)
@@ -142,9 +153,15 @@ public:
         state.inputFileName = InputFileNameOf(file.path);
         state.reportFolder = file.reportFolder;
         state.outputFolder = file.outputFolder;
+        for (; listFor_ < job.index; ++listFor_)
+            ApplyOpenTagEffect(
+                state.openTags, state.openTagNames, effects_[static_cast<std::size_t>(listFor_)]);
+        listFor_ = job.index + 1;
         // The tag contexts are replaced at the file's first tag before any
         // routine reads them; left empty, they tell whether the file had a tag.
-        SeedCarriedTagState(state, { std::move(job.carried.openTags), {}, {}, {} });
+        state.context = {};
+        state.previousTag = {};
+        state.previousStartTag = {};
         // Rules check the file apart from the files before it; the run takes
         // in what it carries on in batch order.
         state.carriedStates.startFileApart();
@@ -187,7 +204,9 @@ public:
         outcome.unwrittenPaths = report.unwrittenPaths;
         outcome.inputIdentity = report.inputIdentity;
         outcome.carried = std::move(state.carriedStates);
-        outcome.handedOn = CarriedTagStateOf(state);
+        // Only the run's end needs the list the files hand on.
+        outcome.handedOn = { job.last ? state.openTags : QList<ValidationContext>(), state.context,
+            state.previousTag, state.previousStartTag };
         outcome.imageCallouts = std::move(state.imageCallouts);
         outcome.findings = std::move(kept_.findings);
         kept_.findings.clear();
@@ -195,6 +214,8 @@ public:
     }
 
 private:
+    const std::vector<OpenTagEffect>& effects_;
+    int listFor_ = 0; // the file whose start the state's open-tag list is
     WorkerOperator operator_;
     KeptFindings kept_;
     RunState state_;
@@ -405,7 +426,7 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
     }
     const bool ownEngines = runEngine && state.spelling.makeEngine;
     for (int i = 0; i < jobs; ++i) {
-        workers.push_back(std::make_unique<Worker>(state, config));
+        workers.push_back(std::make_unique<Worker>(state, config, effects));
         // The first worker asks the run's engine; the others ask it too, in
         // turn, until waiting for it has cost them a dictionary load.
         std::unique_ptr<SpellingEngine> engine;
@@ -433,28 +454,18 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
     };
 
     CarriedTagState known = CarriedTagStateOf(state); // where the next file to publish starts
-    QList<ValidationContext> nextOpenTags = known.openTags; // what the next file to post starts with
     // Done files are published a few at a time, so the main thread wakes
     // once for several of them. Enough more are handed out ahead of those
     // that no worker runs dry while the main thread waits for a processor
-    // (with every core busy, that takes milliseconds); the start lists are
-    // worked out only as the files are handed out, so no more of them are
-    // kept than that.
+    // (with every core busy, that takes milliseconds).
     const int together = 4 * jobs;
     constexpr std::chrono::milliseconds kLongestWait(50);
     const int ahead = together + 16 * jobs;
     int posted = 0;
     try {
         for (int published = 0; published < total;) {
-            for (; posted < total && posted - published < ahead; ++posted) {
-                // The job's list is its own, so that neither the worker
-                // opening tags in it nor this thread going on copies it again.
-                QList<ValidationContext> start = nextOpenTags;
-                start.detach();
-                board.post({ posted, { std::move(start), {}, {}, {} } });
-                ApplyOpenTagEffect(nextOpenTags, effects[static_cast<std::size_t>(posted)]);
-                effects[static_cast<std::size_t>(posted)] = {};
-            }
+            for (; posted < total && posted - published < ahead; ++posted)
+                board.post({ posted, posted == total - 1 });
             // Whatever is done is published at the latest when the wait
             // runs out, so big files move the progress bar one by one.
             board.awaitDelivered(published, std::min(together, total - published), kLongestWait);

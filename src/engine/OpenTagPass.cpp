@@ -70,13 +70,19 @@ OpenTagEffect OpenTagEffectOfFile(const QString& path, bool utf8Input)
 
 void ApplyOpenTagEffect(QList<ValidationContext>& openTags, const OpenTagEffect& effect)
 {
+    QHash<QString, int> names;
+    for (const ValidationContext& open : std::as_const(openTags))
+        ++names[open.tagName];
+    ApplyOpenTagEffect(openTags, names, effect);
+}
+
+void ApplyOpenTagEffect(
+    QList<ValidationContext>& openTags, QHash<QString, int>& names, const OpenTagEffect& effect)
+{
     // The enclosing tag of a tag the file read while only carried tags were
     // open is the innermost of them at that moment.
     std::vector<QString> innermostAfter;
     innermostAfter.reserve(static_cast<std::size_t>(effect.closesCarried.size()) + 1);
-    QHash<QString, int> names;
-    for (const ValidationContext& open : openTags)
-        ++names[open.tagName];
     innermostAfter.push_back(InnermostOpenTag(openTags));
     ValidationContext closing;
     closing.tagType = TagKind::End;
@@ -87,6 +93,7 @@ void ApplyOpenTagEffect(QList<ValidationContext>& openTags, const OpenTagEffect&
     }
     for (const OpenTagEffect::Opened& opened : effect.leftOpen) {
         openTags.append(opened.context);
+        ++names[opened.context.tagName];
         if (opened.enclosingCarriedAfter >= 0)
             openTags.last().enclosingTag
                 = innermostAfter[static_cast<std::size_t>(opened.enclosingCarriedAfter)];
