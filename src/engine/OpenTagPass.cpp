@@ -11,6 +11,23 @@
 #include <exception>
 #include <thread>
 
+namespace {
+
+// Where the first CR LF at or after `from` starts, -1 when there is none.
+// Found by its LF: searching a long text for one character is several times
+// faster than searching it for two, and the pass reads every line end of
+// every file of a batch before validation can start.
+qsizetype lineEndFrom(const QString& text, qsizetype from)
+{
+    for (qsizetype lf = text.indexOf(u'\n', from + 1); lf >= 0; lf = text.indexOf(u'\n', lf + 1)) {
+        if (text[lf - 1] == u'\r')
+            return lf - 1;
+    }
+    return -1;
+}
+
+} // namespace
+
 OpenTagEffect OpenTagEffectOfText(const QString& text)
 {
     OpenTagEffect effect;
@@ -29,7 +46,7 @@ OpenTagEffect OpenTagEffectOfText(const QString& text)
     // The lines as the driver splits them: at every CR LF, the last one
     // running to the end of the text.
     for (qsizetype from = 0; from <= text.size();) {
-        qsizetype end = text.indexOf(QLatin1String("\r\n"), from);
+        qsizetype end = lineEndFrom(text, from);
         if (end < 0)
             end = text.size();
         const QString line = text.mid(from, end - from);
