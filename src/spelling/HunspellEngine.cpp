@@ -5,8 +5,18 @@
 #include <QFile>
 #include <QFileInfo>
 #include <cerrno>
+#include <dlfcn.h>
+#include <hunspell/hunspell.h>
 #include <hunspell/hunspell.hxx>
 #include <iconv.h>
+
+QString HunspellLibraryFile()
+{
+    Dl_info library {};
+    if (::dladdr(reinterpret_cast<void*>(&Hunspell_create), &library) == 0 || !library.dli_fname)
+        return {};
+    return QFileInfo(QFile::decodeName(library.dli_fname)).canonicalFilePath();
+}
 
 // Hunspell reads and answers in the dictionary's own encoding. UTF-8 and
 // Latin-1 are Qt's; any other encoding goes through iconv, which knows the

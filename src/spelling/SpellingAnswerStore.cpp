@@ -357,6 +357,11 @@ QString LexiconIdentity(const QString& mainLexPath, const QString& userLexPath, 
                              : QStringLiteral("missing"))
             + u'\n';
     };
+    // The library first: a new Hunspell may answer the same words otherwise.
+    if (const QString library = HunspellLibraryFile(); !library.isEmpty())
+        describe(library);
+    else
+        identity += QStringLiteral("an unknown Hunspell library\n");
     for (const QString& rawName : names.split(QLatin1Char(','))) {
         const QString name = rawName.trimmed();
         if (name.isEmpty())

@@ -95,8 +95,8 @@ private:
 };
 
 // What the engine's answers depend on: the path, size and modification time
-// of every lexicon file the settings name, as the engine finds them (with the
-// ".aff" beside a ".dic").
+// of the Hunspell library and of every lexicon file the settings name, as the
+// engine finds them (with the ".aff" beside a ".dic").
 QString LexiconIdentity(const QString& mainLexPath, const QString& userLexPath, const QString& names);
 
 // The folder answers are kept in when the user names none: QUORVANE_CACHE_DIR

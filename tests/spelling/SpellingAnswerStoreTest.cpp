@@ -65,6 +65,15 @@ TEST(SpellingAnswerStore, ASecondRunAsksTheEngineNothingAndAnswersAlike)
     EXPECT_EQ(runOver(dir.path(), kIdentity + "/lex/project.txt|3|9\n").checked.size(), kWords.size());
 }
 
+TEST(SpellingAnswerStore, AnswersAreKeptPerHunspellLibraryFileToo)
+{
+    // The first line describes the library as the lexicon files are described.
+    const QString library = LexiconIdentity("/nowhere/", "/nowhere/", "en_US.dic").section('\n', 0, 0);
+    const QFileInfo file(library.section('|', 0, 0));
+    EXPECT_TRUE(file.fileName().startsWith("libhunspell")) << library.toStdString();
+    EXPECT_EQ(library.section('|', 1, 1), QString::number(file.size()));
+}
+
 TEST(SpellingAnswerStore, AKilledRunKeepsItsWholeRecordsAndNothingDamagedIsTrusted)
 {
     struct Row {
