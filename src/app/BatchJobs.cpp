@@ -110,6 +110,36 @@ QStringList filesWrittenFor(const RunState& state, const PlannedFile& file)
         copies + base + QStringLiteral(".WRN"), file.outputFolder + name };
 }
 
+// The pre-pass effects of the batch's files, each dropped once no worker can
+// need it any more: an element left open keeps the line it was read in, and
+// a converted file can be one line of megabytes.
+class EffectShelf {
+public:
+    EffectShelf(std::vector<OpenTagEffect> effects, int workers)
+        : effects_(std::move(effects))
+        , positions_(static_cast<std::size_t>(workers), 0)
+    {
+    }
+    // Read by a worker only from its own position on, which no other worker
+    // drops; the vector itself never changes size.
+    const OpenTagEffect& operator[](int file) const { return effects_[static_cast<std::size_t>(file)]; }
+    // The worker reads no effect before `file` any more.
+    void movedTo(int worker, int file)
+    {
+        const std::lock_guard hold(lock_);
+        positions_[static_cast<std::size_t>(worker)] = file;
+        const int needed = *std::min_element(positions_.begin(), positions_.end());
+        for (; dropped_ < needed; ++dropped_)
+            effects_[static_cast<std::size_t>(dropped_)] = {};
+    }
+
+private:
+    std::vector<OpenTagEffect> effects_;
+    std::vector<int> positions_;
+    int dropped_ = 0;
+    std::mutex lock_;
+};
+
 // A worker: its own run state over the shared configuration and tables,
 // validating the files it is handed one at a time, in batch order.
 //
@@ -123,8 +153,9 @@ QStringList filesWrittenFor(const RunState& state, const PlannedFile& file)
 // it grows by a few entries with every file.
 class Worker {
 public:
-    Worker(const RunState& main, const Configuration& config, const std::vector<OpenTagEffect>& effects)
+    Worker(const RunState& main, const Configuration& config, EffectShelf& effects, int number)
         : effects_(effects)
+        , number_(number)
         , state_(operator_)
     {
         state_.config = config;
@@ -154,9 +185,9 @@ public:
         state.reportFolder = file.reportFolder;
         state.outputFolder = file.outputFolder;
         for (; listFor_ < job.index; ++listFor_)
-            ApplyOpenTagEffect(
-                state.openTags, state.openTagNames, effects_[static_cast<std::size_t>(listFor_)]);
+            ApplyOpenTagEffect(state.openTags, state.openTagNames, effects_[listFor_]);
         listFor_ = job.index + 1;
+        effects_.movedTo(number_, listFor_);
         // The tag contexts are replaced at the file's first tag before any
         // routine reads them; left empty, they tell whether the file had a tag.
         state.context = {};
@@ -214,7 +245,8 @@ public:
     }
 
 private:
-    const std::vector<OpenTagEffect>& effects_;
+    EffectShelf& effects_;
+    const int number_;
     int listFor_ = 0; // the file whose start the state's open-tag list is
     WorkerOperator operator_;
     KeptFindings kept_;
@@ -411,7 +443,7 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
     QStringList paths;
     for (const PlannedFile& file : plan.files)
         paths.append(file.path);
-    std::vector<OpenTagEffect> effects = OpenTagEffectsOfFiles(paths, config.Utf8Input, jobs);
+    EffectShelf effects(OpenTagEffectsOfFiles(paths, config.Utf8Input, jobs), jobs);
     JobBoard board;
     std::vector<std::unique_ptr<Worker>> workers;
     std::vector<std::thread> threads;
@@ -426,7 +458,7 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
     }
     const bool ownEngines = runEngine && state.spelling.makeEngine;
     for (int i = 0; i < jobs; ++i) {
-        workers.push_back(std::make_unique<Worker>(state, config, effects));
+        workers.push_back(std::make_unique<Worker>(state, config, effects, i));
         // The first worker asks the run's engine; the others ask it too, in
         // turn, until waiting for it has cost them a dictionary load.
         std::unique_ptr<SpellingEngine> engine;
