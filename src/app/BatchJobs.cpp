@@ -93,7 +93,7 @@ struct FileOutcome {
 
 struct FileJob {
     int index = 0;
-    CarriedTagState carried;
+    bool last = false; // the batch's last file, whose open-tag list the run ends with
 };
 
 // The files a planned file writes apart from the shared ones.
@@ -110,12 +110,53 @@ QStringList filesWrittenFor(const RunState& state, const PlannedFile& file)
         copies + base + QStringLiteral(".WRN"), file.outputFolder + name };
 }
 
+// The pre-pass effects of the batch's files, each dropped once no worker can
+// need it any more: an element left open keeps the line it was read in, and
+// a converted file can be one line of megabytes.
+class EffectShelf {
+public:
+    EffectShelf(std::vector<OpenTagEffect> effects, int workers)
+        : effects_(std::move(effects))
+        , positions_(static_cast<std::size_t>(workers), 0)
+    {
+    }
+    // Read by a worker only from its own position on, which no other worker
+    // drops; the vector itself never changes size.
+    const OpenTagEffect& operator[](int file) const { return effects_[static_cast<std::size_t>(file)]; }
+    // The worker reads no effect before `file` any more.
+    void movedTo(int worker, int file)
+    {
+        const std::lock_guard hold(lock_);
+        positions_[static_cast<std::size_t>(worker)] = file;
+        const int needed = *std::min_element(positions_.begin(), positions_.end());
+        for (; dropped_ < needed; ++dropped_)
+            effects_[static_cast<std::size_t>(dropped_)] = {};
+    }
+
+private:
+    std::vector<OpenTagEffect> effects_;
+    std::vector<int> positions_;
+    int dropped_ = 0;
+    std::mutex lock_;
+};
+
 // A worker: its own run state over the shared configuration and tables,
-// validating the files it is handed one at a time.
+// validating the files it is handed one at a time, in batch order.
+//
+// A file starts from the open-tag list the files before it leave. Each
+// worker keeps that list in its own state and brings it forward itself: the
+// file it validated last leaves the list the next file starts with (the
+// pre-pass predicts exactly what the driver leaves), and the effects the
+// pre-pass found carry it across the files other workers took.
+// Handing every file a copy of the list instead costs as much as the list is
+// long, file after file, and in a batch whose files all leave elements open
+// it grows by a few entries with every file.
 class Worker {
 public:
-    Worker(const RunState& main, const Configuration& config)
-        : state_(operator_)
+    Worker(const RunState& main, const Configuration& config, EffectShelf& effects, int number)
+        : effects_(effects)
+        , number_(number)
+        , state_(operator_)
     {
         state_.config = config;
         state_.programName = main.programName;
@@ -126,6 +167,7 @@ public:
         state_.report.now = main.report.now;
         if (!main.findingSinks.empty())
             state_.findingSinks.subscribe(kept_);
+        SeedCarriedTagState(state_, { main.openTags, {}, {}, {} });
     }
 
     void useSpellingEngine(std::unique_ptr<SpellingEngine> engine)
@@ -142,9 +184,15 @@ public:
         state.inputFileName = InputFileNameOf(file.path);
         state.reportFolder = file.reportFolder;
         state.outputFolder = file.outputFolder;
+        for (; listFor_ < job.index; ++listFor_)
+            ApplyOpenTagEffect(state.openTags, state.openTagNames, effects_[listFor_]);
+        listFor_ = job.index + 1;
+        effects_.movedTo(number_, listFor_);
         // The tag contexts are replaced at the file's first tag before any
         // routine reads them; left empty, they tell whether the file had a tag.
-        SeedCarriedTagState(state, { std::move(job.carried.openTags), {}, {}, {} });
+        state.context = {};
+        state.previousTag = {};
+        state.previousStartTag = {};
         // Rules check the file apart from the files before it; the run takes
         // in what it carries on in batch order.
         state.carriedStates.startFileApart();
@@ -156,7 +204,6 @@ public:
 
         FileOutcome outcome;
         try {
-            RefuseInputTheRunWrites(state);
             OpenReports(state);
             outcome.reportsCreated = true;
             ValidateFile(state, Rules());
@@ -188,7 +235,9 @@ public:
         outcome.unwrittenPaths = report.unwrittenPaths;
         outcome.inputIdentity = report.inputIdentity;
         outcome.carried = std::move(state.carriedStates);
-        outcome.handedOn = CarriedTagStateOf(state);
+        // Only the run's end needs the list the files hand on.
+        outcome.handedOn = { job.last ? state.openTags : QList<ValidationContext>(), state.context,
+            state.previousTag, state.previousStartTag };
         outcome.imageCallouts = std::move(state.imageCallouts);
         outcome.findings = std::move(kept_.findings);
         kept_.findings.clear();
@@ -196,6 +245,9 @@ public:
     }
 
 private:
+    EffectShelf& effects_;
+    const int number_;
+    int listFor_ = 0; // the file whose start the state's open-tag list is
     WorkerOperator operator_;
     KeptFindings kept_;
     RunState state_;
@@ -391,7 +443,7 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
     QStringList paths;
     for (const PlannedFile& file : plan.files)
         paths.append(file.path);
-    std::vector<OpenTagEffect> effects = OpenTagEffectsOfFiles(paths, config.Utf8Input, jobs);
+    EffectShelf effects(OpenTagEffectsOfFiles(paths, config.Utf8Input, jobs), jobs);
     JobBoard board;
     std::vector<std::unique_ptr<Worker>> workers;
     std::vector<std::thread> threads;
@@ -406,7 +458,7 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
     }
     const bool ownEngines = runEngine && state.spelling.makeEngine;
     for (int i = 0; i < jobs; ++i) {
-        workers.push_back(std::make_unique<Worker>(state, config));
+        workers.push_back(std::make_unique<Worker>(state, config, effects, i));
         // The first worker asks the run's engine; the others ask it too, in
         // turn, until waiting for it has cost them a dictionary load.
         std::unique_ptr<SpellingEngine> engine;
@@ -434,28 +486,18 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
     };
 
     CarriedTagState known = CarriedTagStateOf(state); // where the next file to publish starts
-    QList<ValidationContext> nextOpenTags = known.openTags; // what the next file to post starts with
     // Done files are published a few at a time, so the main thread wakes
     // once for several of them. Enough more are handed out ahead of those
     // that no worker runs dry while the main thread waits for a processor
-    // (with every core busy, that takes milliseconds); the start lists are
-    // worked out only as the files are handed out, so no more of them are
-    // kept than that.
+    // (with every core busy, that takes milliseconds).
     const int together = 4 * jobs;
     constexpr std::chrono::milliseconds kLongestWait(50);
     const int ahead = together + 16 * jobs;
     int posted = 0;
     try {
         for (int published = 0; published < total;) {
-            for (; posted < total && posted - published < ahead; ++posted) {
-                // The job's list is its own, so that neither the worker
-                // opening tags in it nor this thread going on copies it again.
-                QList<ValidationContext> start = nextOpenTags;
-                start.detach();
-                board.post({ posted, { std::move(start), {}, {}, {} } });
-                ApplyOpenTagEffect(nextOpenTags, effects[static_cast<std::size_t>(posted)]);
-                effects[static_cast<std::size_t>(posted)] = {};
-            }
+            for (; posted < total && posted - published < ahead; ++posted)
+                board.post({ posted, posted == total - 1 });
             // Whatever is done is published at the latest when the wait
             // runs out, so big files move the progress bar one by one.
             board.awaitDelivered(published, std::min(together, total - published), kLongestWait);
@@ -531,7 +573,6 @@ void ValidateBatchFile(RunState& state, const PlannedFile& file, bool walked)
     state.inputFileName = InputFileNameOf(file.path);
     state.reportFolder = file.reportFolder;
     state.outputFolder = file.outputFolder;
-    RefuseInputTheRunWrites(state);
     state.report.startFile();
     try {
         ValidateOneFile(state, walked);

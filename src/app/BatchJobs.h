@@ -35,7 +35,9 @@ int DefaultBatchJobs();
 // empty when its files may be validated side by side.
 QString SequentialBatchReason(const RunState& state, const BatchPlan& plan);
 
-// Validates the planned files, up to `jobs` of them at a time. Whatever the
+// Validates the planned files, up to `jobs` of them at a time. Their inputs
+// were refused before the program logs opened (RunBatch): no input is a file
+// the batch writes. Whatever the
 // job count, every report, editor file and log comes out byte for byte as
 // the files validated one after another write it, and the run state ends as
 // that run leaves it. The observer hears of the files in batch order; with
@@ -44,5 +46,6 @@ QString SequentialBatchReason(const RunState& state, const BatchPlan& plan);
 // one after another: the files after the failing one leave nothing behind.
 void ValidatePlannedFiles(RunState& state, const BatchPlan& plan, int jobs, BatchObserver& observer);
 
-// The per-file sequence of the single-file run, for one planned file.
+// The per-file sequence of the single-file run, for one planned file whose
+// input was refused with the batch's.
 void ValidateBatchFile(RunState& state, const PlannedFile& file, bool walked);

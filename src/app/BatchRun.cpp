@@ -311,11 +311,12 @@ namespace {
 // would write over it or remove it (the program logs open first of all).
 void refuseInputsTheRunWrites(RunState& state, const BatchPlan& plan)
 {
+    InputRefusal refusal(state);
     for (const PlannedFile& file : plan.files) {
         state.inputPath = file.path;
         state.reportFolder = file.reportFolder;
         state.outputFolder = file.outputFolder;
-        RefuseInputTheRunWrites(state);
+        refusal.check();
     }
     state.reportFolder = state.config.WorkPath;
 }

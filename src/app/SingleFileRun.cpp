@@ -17,6 +17,7 @@
 #include <QProcess>
 #include <QSet>
 #include <csignal>
+#include <sys/stat.h>
 #include <unistd.h>
 
 QString RunOutsideProgram(RunState& state, const QString& program, const QString& inputPath)
@@ -137,26 +138,50 @@ namespace {
     throw RunAborted(ExitStatus::Refused, "input is a file the run writes");
 }
 
-// Whether the path lies in the run's temporary folder, which goes when the run ends.
-bool insideRunTempFolder(const RunState& state, const QString& path)
+} // namespace
+
+InputRefusal::InputRefusal(RunState& state)
+    : state_(state)
 {
-    const QString& temp = state.config.TempPath;
-    if (!temp.endsWith(QLatin1String("Quorvane_Temp/")))
-        return false;
-    const QString folder = QFileInfo(temp).canonicalFilePath();
-    return !folder.isEmpty() && QFileInfo(path).canonicalFilePath().startsWith(folder + QLatin1Char('/'));
 }
 
-} // namespace
+InputRefusal::Found InputRefusal::identityOf(const QString& path)
+{
+    const auto known = identities_.constFind(path);
+    if (known != identities_.cend())
+        return *known;
+    struct stat info { };
+    const bool exists = ::stat(QFile::encodeName(path).constData(), &info) == 0;
+    return identities_.insert(path, { exists, info.st_dev, info.st_ino }).value();
+}
+
+QString InputRefusal::canonicalFolder(const QString& folder)
+{
+    const auto known = canonicalFolders_.constFind(folder);
+    if (known != canonicalFolders_.cend())
+        return *known;
+    return canonicalFolders_.insert(folder, QFileInfo(folder).canonicalFilePath()).value();
+}
 
 // The run would empty, overwrite or remove such an input before or while it
 // is read, and nobody would get it back.
-void RefuseInputTheRunWrites(RunState& state)
+void InputRefusal::check()
 {
+    RunState& state = state_;
+    // A missing input matches nothing and lies nowhere: the reading of the
+    // input reports it.
+    const QByteArray input = QFile::encodeName(state.inputPath);
+    struct stat entry { };
+    if (::lstat(input.constData(), &entry) != 0)
+        return;
+    const bool linked = S_ISLNK(entry.st_mode);
+    struct stat target = entry;
+    if (linked && ::stat(input.constData(), &target) != 0)
+        return;
     const QStringList written = FilesTheRunWrites(state);
-    // A missing input matches nothing: the reading of the input reports it.
     for (qsizetype i = 0; i < written.size(); ++i) {
-        if (!IsSameFile(state.inputPath, written[i]))
+        const Found found = identityOf(written[i]);
+        if (!found.exists || found.device != target.st_dev || found.inode != target.st_ino)
             continue;
         // The first four are the file's own reports, finished and in the making.
         if (i < 4)
@@ -168,7 +193,7 @@ void RefuseInputTheRunWrites(RunState& state)
             state.inputPath + QStringLiteral(" would be overwritten or removed by this run as ") + written[i]
                 + QStringLiteral(".\r\nMove it out of the working and output folders."));
     }
-    if (insideRunTempFolder(state, state.inputPath)) {
+    if (insideRunTempFolder(linked)) {
         const QString temp = state.config.TempPath;
         // Left as it is: removing the folder at the end would take the input with it.
         state.config.TempPath.chop(QLatin1String("Quorvane_Temp/").size());
@@ -178,6 +203,34 @@ void RefuseInputTheRunWrites(RunState& state)
                                  "Move it out of ")
                 + temp + QLatin1Char('.'));
     }
+}
+
+// Whether the input lies in the run's temporary folder, which goes when the
+// run ends. A file that is no link lies where its folder really is.
+bool InputRefusal::insideRunTempFolder(bool linked)
+{
+    const QString& temp = state_.config.TempPath;
+    if (!temp.endsWith(QLatin1String("Quorvane_Temp/")))
+        return false;
+    const QString folder = canonicalFolder(temp);
+    if (folder.isEmpty())
+        return false;
+    const QFileInfo input(state_.inputPath);
+    QString path;
+    if (linked) {
+        path = input.canonicalFilePath();
+    } else {
+        path = canonicalFolder(input.absolutePath());
+        if (!path.endsWith(QLatin1Char('/')))
+            path += QLatin1Char('/');
+        path += input.fileName();
+    }
+    return path.startsWith(folder + QLatin1Char('/'));
+}
+
+void RefuseInputTheRunWrites(RunState& state)
+{
+    InputRefusal(state).check();
 }
 
 int RunSingleFile(RunState& state)

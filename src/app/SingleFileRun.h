@@ -1,8 +1,10 @@
 #pragma once
 
+#include <QHash>
 #include <QSet>
 #include <QString>
 #include <QStringList>
+#include <sys/types.h>
 
 struct RunState;
 
@@ -30,6 +32,31 @@ QString StageInputInTempFolder(RunState& state);
 // one of its own reports, the editor file, a program log, one of its copies
 // in the output folder, anything in the temporary folder.
 void RefuseInputTheRunWrites(RunState& state);
+
+// RefuseInputTheRunWrites for the many inputs of one batch, each set in turn
+// as the state's input with its report and output folders: the files every
+// input is compared with (the program logs, the editor file) and the folders
+// the inputs lie in are looked up once, not once per input. Meant for one
+// pass over the inputs before anything is written.
+class InputRefusal {
+public:
+    explicit InputRefusal(RunState& state);
+    void check();
+
+private:
+    struct Found {
+        bool exists = false;
+        dev_t device = 0;
+        ino_t inode = 0;
+    };
+    Found identityOf(const QString& path);
+    QString canonicalFolder(const QString& folder);
+    bool insideRunTempFolder(bool linked);
+
+    RunState& state_;
+    QHash<QString, Found> identities_;
+    QHash<QString, QString> canonicalFolders_;
+};
 
 // The outside programs around the validation of one file, as both runs use
 // them: with before-programs the input is staged first, and every program

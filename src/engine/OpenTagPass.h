@@ -2,6 +2,7 @@
 
 #include "core/ValidationContext.h"
 
+#include <QHash>
 #include <QList>
 #include <QStringList>
 #include <vector>
@@ -37,6 +38,10 @@ OpenTagEffect OpenTagEffectOfFile(const QString& path, bool utf8Input);
 
 // Turns the list a file starts with into the one it hands on.
 void ApplyOpenTagEffect(QList<ValidationContext>& openTags, const OpenTagEffect& effect);
+// The same, for a list kept with its count of open tags by name (the
+// driver's): the count stays in step, so a long list is not counted again.
+void ApplyOpenTagEffect(
+    QList<ValidationContext>& openTags, QHash<QString, int>& names, const OpenTagEffect& effect);
 
 // The effects of the files, in their order, found up to `jobs` files at a time.
 std::vector<OpenTagEffect> OpenTagEffectsOfFiles(const QStringList& paths, bool utf8Input, int jobs);

@@ -5,8 +5,54 @@
 #include <QFile>
 #include <QFileInfo>
 #include <cerrno>
+#include <ctime>
+#include <dlfcn.h>
+#include <hunspell/hunspell.h>
 #include <hunspell/hunspell.hxx>
 #include <iconv.h>
+
+namespace {
+
+// Whether this thread is inside a question to Hunspell.
+thread_local bool answering = false;
+
+class Answering {
+public:
+    Answering() { answering = true; }
+    ~Answering() { answering = false; }
+    Answering(const Answering&) = delete;
+    Answering& operator=(const Answering&) = delete;
+};
+
+} // namespace
+
+// Hunspell gives up parts of a suggestion once clock() has run on by a tenth
+// or a quarter of a second since it began, and clock() is the processor time
+// of the whole process: with a second worker, or the main thread putting
+// reports in place, busy beside it, it runs on two or three times as fast as
+// the suggesting thread works, and a word that takes 50 ms loses suggestions
+// ("early-harbour" came back as "harbormaster" instead of "early-harbor") or
+// gets none. The answers would depend on the job count and on whatever else
+// the process did at the time. Defined here and exported by the executable,
+// this clock() is the one Hunspell calls: inside a question it counts the
+// asking thread's own processor time, so a word gets the same time to work
+// in whatever runs beside it; everywhere else it is the usual one.
+extern "C" clock_t clock() noexcept
+{
+    timespec now {};
+    if (::clock_gettime(answering ? CLOCK_THREAD_CPUTIME_ID : CLOCK_PROCESS_CPUTIME_ID, &now) != 0)
+        return static_cast<clock_t>(-1);
+    return static_cast<clock_t>(now.tv_sec) * CLOCKS_PER_SEC
+        + static_cast<clock_t>(now.tv_nsec / (1'000'000'000 / CLOCKS_PER_SEC));
+}
+
+QString HunspellLibraryFile()
+{
+    Dl_info library {};
+    if (::dladdr(reinterpret_cast<void*>(&Hunspell_create), &library) == 0 || !library.dli_fname)
+        return {};
+    return QFileInfo(QFile::decodeName(library.dli_fname)).canonicalFilePath();
+}
 
 // Hunspell reads and answers in the dictionary's own encoding. UTF-8 and
 // Latin-1 are Qt's; any other encoding goes through iconv, which knows the
@@ -277,6 +323,7 @@ int HunspellEngine::CheckString(const QString& text)
     constexpr int kMisspelling = 1;
     if (text.isEmpty())
         return kNoMisspelling;
+    const Answering timed;
     if (!hunspell_) {
         // Without a dictionary only the word-list words are known.
         const std::string utf8 = text.toStdString();
@@ -298,6 +345,7 @@ QStringList HunspellEngine::Suggest(const QString& text, int, int maxCount)
     std::string bytes;
     if (!hunspell_ || !encode(text, bytes))
         return suggestions;
+    const Answering timed;
     for (const std::string& suggestion : hunspell_->suggest(bytes)) {
         if (suggestions.size() >= maxCount)
             break;

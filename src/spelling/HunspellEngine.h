@@ -21,6 +21,11 @@ struct LexiconProblem {
 std::vector<LexiconProblem> LexiconProblems(
     const QString& mainLexPath, const QString& userLexPath, const QString& names);
 
+// The Hunspell library file this process answers with, its links resolved;
+// empty when it cannot be told. Another Hunspell may answer a question
+// otherwise, so kept answers are kept per library file too.
+QString HunspellLibraryFile();
+
 // The spelling engine on Hunspell. The lexicon files are looked for in the
 // user lexicon folder first, then in the main lexicon folder. A name ending in
 // ".dic" with its ".aff" beside it is a dictionary (the first one is the main

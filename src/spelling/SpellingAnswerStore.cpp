@@ -6,6 +6,7 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QSaveFile>
 #include <algorithm>
 
@@ -57,8 +58,10 @@ bool keepable(const QString& text)
 
 SpellingAnswerStore::SpellingAnswerStore() = default;
 
-SpellingAnswerStore::SpellingAnswerStore(const QString& folder, const QString& identity, Warn warn)
+SpellingAnswerStore::SpellingAnswerStore(
+    const QString& folder, const QString& identity, Warn warn, SpellingCacheBounds bounds)
     : warn_(std::move(warn))
+    , bounds_(bounds)
 {
     if (!QDir().mkpath(folder)) {
         warn_(QStringLiteral(
@@ -70,6 +73,25 @@ SpellingAnswerStore::SpellingAnswerStore(const QString& folder, const QString& i
         = QCryptographicHash::hash(identity.toUtf8(), QCryptographicHash::Sha256).toHex().left(24);
     path_ = QDir(folder).filePath(QString::fromLatin1(name) + QStringLiteral(".answers"));
     load(identity);
+    // Marked used even by a run that only reads it.
+    if (file_)
+        file_->setFileTime(QDateTime::currentDateTimeUtc(), QFileDevice::FileModificationTime);
+    removeUnusedFiles(folder);
+}
+
+// Answer files by their names alone (a QSaveFile's unfinished copy too): a
+// folder given with --cache-dir may hold anything else.
+void SpellingAnswerStore::removeUnusedFiles(const QString& folder)
+{
+    static const QRegularExpression answerFile(QStringLiteral("^[0-9a-f]{24}\\.answers(\\..+)?$"));
+    const QDateTime unusedSince = QDateTime::currentDateTimeUtc().addSecs(
+        -std::chrono::duration_cast<std::chrono::seconds>(bounds_.unusedFor).count());
+    const QString own = QFileInfo(path_).fileName();
+    for (const QFileInfo& file : QDir(folder).entryInfoList(QDir::Files | QDir::Hidden)) {
+        if (file.fileName() != own && answerFile.match(file.fileName()).hasMatch()
+            && file.lastModified() < unusedSince)
+            QFile::remove(file.filePath());
+    }
 }
 
 SpellingAnswerStore::~SpellingAnswerStore()
@@ -151,6 +173,19 @@ void SpellingAnswerStore::load(const QString& identity)
         return;
     }
     loaded_ = checks_.size() + suggestions_.size();
+    if (bytes.size() > bounds_.longestFile) {
+        // Answers are appended as they are first asked for: the last ones
+        // are the newest.
+        qsizetype kept = 0;
+        qint64 size = 0;
+        while (kept < good.size() && size + good[good.size() - 1 - kept].size() <= bounds_.longestFile / 2)
+            size += good[good.size() - 1 - kept++].size();
+        warn_(QStringLiteral("quorvane: the spelling cache %1 grew past %2 MB: its oldest answers go")
+                  .arg(path_)
+                  .arg(bounds_.longestFile / (1024 * 1024)));
+        startFile(identity, good.mid(good.size() - kept));
+        return;
+    }
     if (torn) {
         // Appending after a cut line would spoil the next record: the good
         // ones are written anew, in one step.
@@ -357,6 +392,11 @@ QString LexiconIdentity(const QString& mainLexPath, const QString& userLexPath, 
                              : QStringLiteral("missing"))
             + u'\n';
     };
+    // The library first: a new Hunspell may answer the same words otherwise.
+    if (const QString library = HunspellLibraryFile(); !library.isEmpty())
+        describe(library);
+    else
+        identity += QStringLiteral("an unknown Hunspell library\n");
     for (const QString& rawName : names.split(QLatin1Char(','))) {
         const QString name = rawName.trimmed();
         if (name.isEmpty())

@@ -6,11 +6,18 @@
 #include <QHash>
 #include <QString>
 #include <QStringList>
+#include <chrono>
 #include <functional>
 #include <future>
 #include <memory>
 #include <mutex>
 #include <optional>
+
+// How far a folder of kept answers may grow; see SpellingAnswerStore.
+struct SpellingCacheBounds {
+    qint64 longestFile = 32 * 1024 * 1024;
+    std::chrono::hours unusedFor = std::chrono::hours(24 * 60);
+};
 
 // The engine's answers, shared by every thread of the run and, given a
 // folder, kept from run to run: a dictionary takes 50 to 150 ms to suggest
@@ -24,6 +31,13 @@
 // with this lexicon's identity or holds a record that does not match its
 // checksum is not trusted at all: `warn` hears one line and the file is
 // started anew.
+//
+// The folder does not grow without end. A file grown past `longestFile` keeps
+// its newest answers, up to half that size (every run reads the whole file
+// before its first question), and `warn` hears one line. A file is marked
+// used whenever a run opens it; the answer files of other lexicons (an older
+// dictionary, a word list no longer named) that no run has opened for
+// `unusedFor` are removed. Nothing in the folder but answer files is touched.
 class SpellingAnswerStore {
 public:
     using Warn = std::function<void(const QString& line)>;
@@ -32,7 +46,8 @@ public:
     SpellingAnswerStore();
     // Answers kept in `folder` (created when missing); without a usable
     // folder, for the run only, after one line to `warn`.
-    SpellingAnswerStore(const QString& folder, const QString& identity, Warn warn);
+    SpellingAnswerStore(
+        const QString& folder, const QString& identity, Warn warn, SpellingCacheBounds bounds = {});
     ~SpellingAnswerStore();
     SpellingAnswerStore(const SpellingAnswerStore&) = delete;
     SpellingAnswerStore& operator=(const SpellingAnswerStore&) = delete;
@@ -57,6 +72,7 @@ public:
 
 private:
     void load(const QString& identity);
+    void removeUnusedFiles(const QString& folder);
     void startFile(const QString& identity, const QList<QByteArray>& records);
     void append(QByteArray record, bool now);
     void writePending();
@@ -68,6 +84,7 @@ private:
     QHash<QString, std::shared_future<QStringList>> asking_; // suggestions being asked for now
     QString path_;
     Warn warn_;
+    SpellingCacheBounds bounds_;
     std::unique_ptr<QFile> file_;
     QByteArray pending_;
     qsizetype loaded_ = 0;
@@ -95,8 +112,8 @@ private:
 };
 
 // What the engine's answers depend on: the path, size and modification time
-// of every lexicon file the settings name, as the engine finds them (with the
-// ".aff" beside a ".dic").
+// of the Hunspell library and of every lexicon file the settings name, as the
+// engine finds them (with the ".aff" beside a ".dic").
 QString LexiconIdentity(const QString& mainLexPath, const QString& userLexPath, const QString& names);
 
 // The folder answers are kept in when the user names none: QUORVANE_CACHE_DIR

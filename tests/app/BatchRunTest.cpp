@@ -414,26 +414,37 @@ TEST_F(BatchRunTest, AnInputTheBatchWouldWriteIsRefusedBeforeAnythingIsWritten)
         QString entry;
         QString outputPath; // empty: the installation's
         QString refused; // the input named in the refusal, below the input folder
+        QString target = {}; // below the installation, what `refused` links to; empty: no link
+        QString says = " would be overwritten or removed";
     };
     const Row rows[] = {
         // The working folder listed as the batch folder: its program log is an input.
         { "FILES", "quorvane.LOG", "", "quorvane.LOG" },
         // Copies of a walked folder mirrored onto the folder itself.
         { "SGML", "j1", "%IN%", "j1/a.xml" },
+        // A link to a file in the temporary folder, which goes when the run ends.
+        { "FILES", "staged.xml", "", "staged.xml", "temp/Quorvane_Temp/staged.xml",
+            " lies in the temporary folder" },
     };
     startUp();
     for (const Row& row : rows) {
         state.config.InputType = row.inputType;
         const QString in = inst.inputPath();
         const QByteArray kept = "<doc>kept</doc>\r\n";
-        input(row.refused, kept);
+        QString keptAt = in + row.refused;
+        if (row.target.isEmpty()) {
+            input(row.refused, kept);
+        } else {
+            keptAt = inst.writeInput("../" + row.target, kept);
+            ASSERT_TRUE(QFile::link(keptAt, in + row.refused));
+        }
         ui.messages.clear();
         const QString output = row.outputPath.isEmpty() ? inst.outputPath() : in;
         EXPECT_THROW(RunBatch(state, { in, { row.entry }, QString(), in, output }, observer), RunAborted);
         ASSERT_EQ(ui.messages.size(), 1);
-        EXPECT_TRUE(ui.messages[0].text.startsWith(in + row.refused + " would be overwritten or removed"))
+        EXPECT_TRUE(ui.messages[0].text.startsWith(in + row.refused + row.says))
             << ui.messages[0].text.toStdString();
-        EXPECT_EQ(Installation::read(in + row.refused), kept);
+        EXPECT_EQ(Installation::read(keptAt), kept);
         QFile::remove(in + row.refused);
     }
 }

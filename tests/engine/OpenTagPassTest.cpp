@@ -51,11 +51,17 @@ void expectPassAgreesWithDriver(const QStringList& paths)
     state.config.Utf8Input = true;
     const std::vector<OpenTagEffect> effects = OpenTagEffectsOfFiles(paths, true, 2);
     QList<ValidationContext> predicted;
+    // A worker's list, carried from file to file with its count by name.
+    QList<ValidationContext> kept;
+    QHash<QString, int> keptNames;
     for (qsizetype i = 0; i < paths.size(); ++i) {
         state.inputPath = paths[i];
         ValidateFile(state, RuleBook {});
         ApplyOpenTagEffect(predicted, effects[std::size_t(i)]);
         ASSERT_EQ(described(predicted), described(state.openTags)) << paths[i].toStdString();
+        ApplyOpenTagEffect(kept, keptNames, effects[std::size_t(i)]);
+        ASSERT_EQ(described(kept), described(state.openTags)) << paths[i].toStdString();
+        ASSERT_EQ(keptNames, state.openTagNames) << paths[i].toStdString();
     }
     EXPECT_EQ(described(OpenTagsAfterFiles(paths, true, {}, 1)), described(state.openTags));
 }

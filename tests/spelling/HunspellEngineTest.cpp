@@ -2,7 +2,10 @@
 
 #include "support/TempDir.h"
 
+#include <atomic>
 #include <gtest/gtest.h>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -129,4 +132,36 @@ TEST_F(HunspellEngineTest, WithoutADictionaryOnlyWordListWordsAreKnown)
     EXPECT_NE(e.CheckString("international"), kClean);
     EXPECT_EQ(e.CheckString(""), kClean);
     EXPECT_TRUE(e.Suggest("Quorvan", 35, 2).isEmpty());
+}
+
+// Hunspell cuts a suggestion short by processor time. Other threads of the
+// process working meanwhile must not cut it shorter: the answers of a batch
+// would depend on its job count. The words take the installed en_US
+// dictionary some 40 to 70 ms each, well inside its limits when nothing else
+// runs; in a process with seven more threads busy eight times as much
+// processor time passes meanwhile, past the limits.
+TEST(HunspellEngine, SuggestsAlikeWhileOtherThreadsWork)
+{
+    HunspellEngine engine;
+    engine.SetMainLexPath("/usr/share/hunspell/");
+    engine.SetUserLexPath("/usr/share/hunspell/");
+    engine.SetUserLexFiles("en_US.dic");
+    const QStringList words = { "early-harbour", "carnlunvic-moisture" };
+    QStringList quiet;
+    for (const QString& word : words)
+        quiet << engine.Suggest(word, 35, 2).join(",");
+    ASSERT_EQ(quiet.value(0), "early-harbor,early-Barbour");
+    std::atomic<bool> stop = false;
+    std::vector<std::thread> busy;
+    for (int i = 0; i < 7; ++i)
+        busy.emplace_back([&] {
+            for (volatile unsigned spins = 0; !stop; spins = spins + 1) { }
+        });
+    QStringList meanwhile;
+    for (const QString& word : words)
+        meanwhile << engine.Suggest(word, 35, 2).join(",");
+    stop = true;
+    for (std::thread& thread : busy)
+        thread.join();
+    EXPECT_EQ(meanwhile, quiet);
 }

@@ -21,7 +21,8 @@ struct Asked {
 
 // One run: a store over the folder and a counting engine below it, asked
 // every word twice over.
-Asked runOver(const QString& folder, const QString& identity = kIdentity)
+Asked runOver(const QString& folder, const QString& identity = kIdentity, const QStringList& words = kWords,
+    SpellingCacheBounds bounds = {})
 {
     Asked asked;
     auto engine = std::make_unique<FakeSpellingEngine>(
@@ -29,10 +30,10 @@ Asked runOver(const QString& folder, const QString& identity = kIdentity)
     FakeSpellingEngine& counting = *engine;
     {
         auto store = std::make_shared<SpellingAnswerStore>(
-            folder, identity, [&](const QString& line) { asked.warnings << line; });
+            folder, identity, [&](const QString& line) { asked.warnings << line; }, bounds);
         CachingSpellingEngine caching(store, std::move(engine));
         for (int round = 0; round < 2; ++round) {
-            for (const QString& word : kWords)
+            for (const QString& word : words)
                 asked.answers << QString::number(caching.CheckString(word)) + "|"
                         + caching.Suggest(word, 35, 2).join(",");
         }
@@ -40,6 +41,22 @@ Asked runOver(const QString& folder, const QString& identity = kIdentity)
         asked.suggested = counting.suggested;
     }
     return asked;
+}
+
+void age(const QString& path, int days)
+{
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    file.setFileTime(QDateTime::currentDateTimeUtc().addDays(-days), QFileDevice::FileModificationTime);
+}
+
+// The answer files of the folder, by name.
+QStringList answerFilesIn(const QString& folder)
+{
+    QStringList files;
+    for (const QFileInfo& file : QDir(folder).entryInfoList({ QString(24, u'?') + ".answers" }, QDir::Files))
+        files << file.filePath();
+    return files;
 }
 
 QString onlyFileIn(const QString& folder)
@@ -63,6 +80,15 @@ TEST(SpellingAnswerStore, ASecondRunAsksTheEngineNothingAndAnswersAlike)
     EXPECT_TRUE(first.warnings.isEmpty() && second.warnings.isEmpty());
     // Other lexicon files have answers of their own.
     EXPECT_EQ(runOver(dir.path(), kIdentity + "/lex/project.txt|3|9\n").checked.size(), kWords.size());
+}
+
+TEST(SpellingAnswerStore, AnswersAreKeptPerHunspellLibraryFileToo)
+{
+    // The first line describes the library as the lexicon files are described.
+    const QString library = LexiconIdentity("/nowhere/", "/nowhere/", "en_US.dic").section('\n', 0, 0);
+    const QFileInfo file(library.section('|', 0, 0));
+    EXPECT_TRUE(file.fileName().startsWith("libhunspell")) << library.toStdString();
+    EXPECT_EQ(library.section('|', 1, 1), QString::number(file.size()));
 }
 
 TEST(SpellingAnswerStore, AKilledRunKeepsItsWholeRecordsAndNothingDamagedIsTrusted)
@@ -104,6 +130,49 @@ TEST(SpellingAnswerStore, AKilledRunKeepsItsWholeRecordsAndNothingDamagedIsTrust
         EXPECT_TRUE(third.warnings.isEmpty()) << third.warnings.join("\n").toStdString();
         EXPECT_TRUE(third.checked.isEmpty() && third.suggested.isEmpty());
     }
+}
+
+TEST(SpellingAnswerStore, AFileGrownPastItsBoundKeepsItsNewestAnswers)
+{
+    TempDir dir;
+    QStringList words;
+    for (int i = 0; i < 100; ++i)
+        words << QStringLiteral("word%1").arg(i);
+    runOver(dir.path(), kIdentity, words);
+    const qint64 full = QFileInfo(onlyFileIn(dir.path())).size();
+    // The run that finds the file too long still answers from all of it.
+    const Asked trimming = runOver(dir.path(), kIdentity, words, { full - 1, std::chrono::hours(1) });
+    EXPECT_EQ(trimming.warnings.size(), 1);
+    EXPECT_TRUE(trimming.checked.isEmpty());
+    EXPECT_LE(QFileInfo(onlyFileIn(dir.path())).size(), full / 2 + 100);
+    // Only the words first asked longest ago are asked again.
+    const QStringList again = runOver(dir.path(), kIdentity, words).checked;
+    EXPECT_GE(again.size(), 40);
+    EXPECT_LE(again.size(), 60);
+    EXPECT_EQ(again, words.mid(0, again.size()));
+}
+
+TEST(SpellingAnswerStore, AnswerFilesNoRunOpenedForLongAreRemoved)
+{
+    TempDir dir;
+    runOver(dir.path(), kIdentity + "old\n");
+    const QString unused = onlyFileIn(dir.path());
+    const QString notOurs = dir.write("notes.answers", "kept");
+    runOver(dir.path());
+    const QString own
+        = QDir(dir.path()).entryInfoList({ "*.answers" }, QDir::Files, QDir::Time)[0].filePath();
+    for (const QString& path : { unused, notOurs, own })
+        age(path, 61);
+    runOver(dir.path(), kIdentity + "recent\n");
+    EXPECT_FALSE(QFile::exists(unused));
+    EXPECT_TRUE(QFile::exists(notOurs));
+    EXPECT_FALSE(QFile::exists(own)); // no run of its lexicon for two months either
+    // A run marks its file used, even when it asks nothing new.
+    ASSERT_EQ(answerFilesIn(dir.path()).size(), 1);
+    const QString recent = answerFilesIn(dir.path())[0];
+    age(recent, 61);
+    EXPECT_TRUE(runOver(dir.path(), kIdentity + "recent\n").checked.isEmpty());
+    EXPECT_GT(QFileInfo(recent).lastModified(), QDateTime::currentDateTime().addDays(-1));
 }
 
 TEST(SpellingAnswerStore, AFolderThatCannotBeMadeKeepsAnswersForTheRunOnly)
