@@ -144,7 +144,7 @@ public:
         state.outputFolder = file.outputFolder;
         // The tag contexts are replaced at the file's first tag before any
         // routine reads them; left empty, they tell whether the file had a tag.
-        SeedCarriedTagState(state, { std::move(job.carried.openTags), {}, {}, {} });
+        SeedCarriedTagState(state.file, { std::move(job.carried.openTags), {}, {}, {} });
         // Rules check the file apart from the files before it; the run takes
         // in what it carries on in batch order.
         state.carriedStates.startFileApart();
@@ -159,7 +159,7 @@ public:
             RefuseInputTheRunWrites(state);
             OpenReports(state);
             outcome.reportsCreated = true;
-            ValidateFile(state, Rules());
+            ValidateRunFile(state, Rules());
             CompleteFileReports(state);
         } catch (...) {
             DiscardReports(state);
@@ -188,7 +188,7 @@ public:
         outcome.unwrittenPaths = report.unwrittenPaths;
         outcome.inputIdentity = report.inputIdentity;
         outcome.carried = std::move(state.carriedStates);
-        outcome.handedOn = CarriedTagStateOf(state);
+        outcome.handedOn = CarriedTagStateOf(state.file);
         outcome.imageCallouts = std::move(state.imageCallouts);
         outcome.findings = std::move(kept_.findings);
         kept_.findings.clear();
@@ -433,7 +433,7 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
         threads.clear();
     };
 
-    CarriedTagState known = CarriedTagStateOf(state); // where the next file to publish starts
+    CarriedTagState known = CarriedTagStateOf(state.file); // where the next file to publish starts
     QList<ValidationContext> nextOpenTags = known.openTags; // what the next file to post starts with
     // Done files are published a few at a time, so the main thread wakes
     // once for several of them. Enough more are handed out ahead of those
@@ -481,7 +481,7 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
         throw;
     }
     stopWorkers();
-    SeedCarriedTagState(state, known);
+    SeedCarriedTagState(state.file, known);
 }
 
 } // namespace

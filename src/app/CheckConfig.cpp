@@ -209,7 +209,7 @@ bool readTagUse(RunState& state, const QString& path, TagUse& use)
     } catch (const InputUnreadable&) {
         return false;
     }
-    TagScanner xml(state.toolkit);
+    TagScanner xml(state.file.toolkit);
     for (const QString& line : text.split(QLatin1String("\r\n"))) {
         std::int32_t counter = 0;
         while (counter != -1) {
@@ -252,7 +252,7 @@ qsizetype rowLine(RunState& state, const QString& path, const QString& upperTag)
     QStringList lines;
     if (!TableReading::ReadLines(state, path, lines))
         return 0;
-    const TagScanner xml(state.toolkit);
+    const TagScanner xml(state.file.toolkit);
     for (qsizetype i = 1; i < lines.size(); ++i) {
         const QString field = lines[i].section(QLatin1Char('|'), 0, 0).trimmed();
         if (!field.isEmpty() && xml.GetTagName(field).toUpper() == upperTag)

@@ -104,6 +104,15 @@ void RunAfterPrograms(RunState& state)
     }
 }
 
+void ValidateRunFile(RunState& state, const RuleBook& rules)
+{
+    FileRecord& file = state.file;
+    file.inputPath = state.inputPath;
+    file.deliveredPath = state.currentInputPath.isEmpty() ? state.inputPath : state.currentInputPath;
+    ValidateFile(file, state.services(), rules);
+    state.report.inputIdentity = file.inputIdentity;
+}
+
 void ValidateOneFile(RunState& state, bool reportsFirst)
 {
     if (reportsFirst) {
@@ -114,7 +123,7 @@ void ValidateOneFile(RunState& state, bool reportsFirst)
         OpenReports(state);
     }
     if (!state.report.fileFailed())
-        ValidateFile(state, Rules());
+        ValidateRunFile(state, Rules());
 }
 
 void RemoveLeftoversOfKilledRuns(const RunState& state, const QString& reportFolder,

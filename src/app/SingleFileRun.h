@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 
+struct RuleBook;
 struct RunState;
 
 // Validates the one file of the command line: before-programs on a copy in
@@ -38,6 +39,11 @@ void RefuseInputTheRunWrites(RunState& state);
 // handed to the after-programs; an after-program that fails fails the run.
 void RunBeforePrograms(RunState& state);
 void RunAfterPrograms(RunState& state);
+
+// Validates the run's input (state.inputPath, delivered as
+// state.currentInputPath when a before-program made it) with the run's
+// services; the reports are open.
+void ValidateRunFile(RunState& state, const RuleBook& rules);
 
 // Opens the reports, runs the before-programs (in the order the run asks
 // for) and validates the file unless a before-program failed.

@@ -16,7 +16,7 @@ bool isNotApplicable(const QString& tag)
 void startRow(RunState& state, RoutineDeclTable& table, const QString& tagField)
 {
     RoutineDeclRow row;
-    row.tag = isNotApplicable(tagField) ? tagField : TagScanner(state.toolkit).GetTagName(tagField);
+    row.tag = isNotApplicable(tagField) ? tagField : TagScanner(state.file.toolkit).GetTagName(tagField);
     table.index.add(row.tag);
     const int index = static_cast<int>(table.rows.size());
     table.rowsByUpperTag[row.tag.toUpper()].append(index);

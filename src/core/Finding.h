@@ -6,8 +6,6 @@
 #include <cstdint>
 #include <vector>
 
-struct RunState;
-
 enum class FindingKind { Error, Warning };
 
 // How much of a finding's data any report can show anything of: the 250
@@ -54,15 +52,19 @@ public:
 
 // Where the engine hands every finding of a rule: the report writer, which
 // lays it out in the fixed reports, counts it and passes it on to the run's
-// other sinks. It subscribes on the run state when it opens a file's reports
-// or the run's logs, so the engine writes to no report of its own.
+// other sinks. The report writer makes one for each run when it opens a
+// file's reports or the run's logs, so the engine writes to no report of its
+// own.
 class FindingReceiver {
 public:
     virtual ~FindingReceiver() = default;
     // A finding of the file being checked.
-    virtual void fileFinding(RunState& run, const Finding& finding) = 0;
+    virtual void fileFinding(const Finding& finding) = 0;
     // A finding of the whole run, judged after its last file.
-    virtual void runFinding(RunState& run, const Finding& finding) = 0;
+    virtual void runFinding(const Finding& finding) = 0;
+    // The routine's check of this file ended early on a failure (reason):
+    // the file's reports say so and the run cannot pass for checked.
+    virtual void checkEnded(const QString& routine, const QString& reason) = 0;
 };
 
 // The sinks of a run, in subscription order. They are not owned: a sink lives

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "core/Configuration.h"
+#include "core/FileRecord.h"
 #include "core/Finding.h"
 #include "core/ImageCallouts.h"
 #include "core/OperatorInterface.h"
 #include "core/ReportState.h"
 #include "core/RuleFileState.h"
+#include "core/RunServices.h"
 #include "core/SpellingEngine.h"
 #include "core/TableLint.h"
 #include "core/ToolkitState.h"
@@ -18,6 +20,7 @@
 #include <QStringView>
 #include <cstdint>
 #include <memory>
+#include <stdexcept>
 #include <vector>
 
 // The one process-wide run state, made in main() and handed by reference to
@@ -44,42 +47,11 @@ struct RunState {
     QString currentInputPath;
     QString reportFolder; // where the reports go; ends with "/"
 
-    // The document being validated: the whole text, decoded once, and the
-    // start offset of every line (lines are split at CR LF only).
-    QString wholeText;
-    std::vector<std::int32_t> lineStarts;
-    int lineCount() const { return static_cast<int>(lineStarts.size()); }
-    QStringView line(int index) const;
-
-    ToolkitState toolkit; // the values every TagScanner view of this run shares
-
-    // Validation state of the driver.
-    ValidationContext context;
-    ValidationContext previousTag;
-    ValidationContext previousStartTag;
-    QList<ValidationContext> openTags; // oldest first; kept from one file to the next
-    QHash<QString, int>
-        openTagNames; // how many of openTags carry each name: an end tag of none scans nothing
-    QList<std::int32_t> rowStack { 0 }; // element 0 is the base entry
-    std::int32_t currentRow = 0;
-    QString contextElement;
-    // Upper-cased at loading; a view of the declaration table's text, set by
-    // the dispatcher before every routine call.
-    QStringView routineParameter;
-    // The same parameter read as a severity at loading, for the routines
-    // whose parameter is one.
-    Severity parameterSeverity = Severity::Warning;
-    // The routine or check running now; names its findings. A view of the
-    // registry's name, so the dispatcher copies nothing per call.
-    QLatin1StringView currentRoutine;
-    RuleFileStates ruleStates; // per file; cleared with the other per-file state
+    // The file being checked: its text, the scanner's records and the
+    // rules' own state of it.
+    FileRecord file;
     // What rules carry from file to file; never cleared within a run.
     RuleRunStates carriedStates;
-    // The running routine's own file state and carried state, set by the
-    // dispatcher; null for a routine whose entry names none.
-    RuleFileState* ownFileState = nullptr;
-    RuleRunState* ownRunState = nullptr;
-
     SpellingState spelling; // the engine lives for the whole process
     ImageCallouts imageCallouts; // per run: cleared when a run starts, read after its last file
 
@@ -93,16 +65,36 @@ struct RunState {
     // Seconds an outside program may run before it is stopped; 0 waits for ever.
     int pluginTimeoutSeconds = 0;
     FindingSinks findingSinks; // outputs beside the fixed reports
-    // The fixed reports, which hear every finding first; set by the report
+    // The fixed reports, which hear every finding first; made by the report
     // writer when it opens reports or logs.
-    FindingReceiver* findingReceiver = nullptr;
+    std::unique_ptr<FindingReceiver> findingReceiver;
     // Set only by the configuration check: loaders tell it what they drop.
     TableLint* tableLint = nullptr;
+
+    // Where the engine's findings go: the fixed reports once they are open.
+    // A finding before that would leave a run that looks clean, so it fails.
+    FindingReceiver& receiver();
+    // What of this run the engine uses while it checks state.file.
+    RunServices services()
+    {
+        return { ui, config, spelling, carriedStates, imageCallouts, receiver(), report.now };
+    }
 };
 
-inline QStringView RunState::line(int index) const
+inline FindingReceiver& RunState::receiver()
 {
-    const qsizetype start = lineStarts[index];
-    const qsizetype end = index + 1 < lineCount() ? lineStarts[index + 1] - 2 : wholeText.size();
-    return QStringView(wholeText).sliced(start, end - start);
+    class Unopened : public FindingReceiver {
+    public:
+        void fileFinding(const Finding&) override { refuse(); }
+        void runFinding(const Finding&) override { refuse(); }
+        void checkEnded(const QString&, const QString&) override { refuse(); }
+
+    private:
+        [[noreturn]] static void refuse()
+        {
+            throw std::logic_error("a finding was reported before the reports were opened");
+        }
+    };
+    static Unopened unopened;
+    return findingReceiver ? *findingReceiver : unopened;
 }

@@ -585,18 +585,36 @@ void endFile(RunState& state)
 
 namespace {
 
-// The fixed reports as the engine's receiver of findings. It keeps nothing
-// of its own, so one serves every run state, batch workers included.
+// The fixed reports as the engine's receiver of findings, for one run state
+// (a batch worker has its own).
 class FixedReports : public FindingReceiver {
 public:
-    void fileFinding(RunState& run, const Finding& finding) override { ReportFinding(run, finding); }
-    void runFinding(RunState& run, const Finding& finding) override { ReportRunFinding(run, finding); }
+    explicit FixedReports(RunState& run)
+        : run_(run)
+    {
+    }
+    void fileFinding(const Finding& finding) override { ReportFinding(run_, finding); }
+    void runFinding(const Finding& finding) override { ReportRunFinding(run_, finding); }
+    // The failure is told, naming the file, the routine and the reason, and
+    // counted, so that the run ends with status 2 instead of looking clean;
+    // the file's reports say that its check did not finish.
+    void checkEnded(const QString& routine, const QString& reason) override
+    {
+        ++run_.checkFailures;
+        run_.ui.diagnostic(
+            QStringLiteral("%1: %2 ended early: %3")
+                .arg(run_.inputFileName.isEmpty() ? run_.inputPath : run_.inputFileName, routine, reason));
+        run_.report.checkNotFinished.append(routine + QStringLiteral(": ") + reason);
+    }
+
+private:
+    RunState& run_;
 };
 
 void subscribeFixedReports(RunState& state)
 {
-    static FixedReports reports;
-    state.findingReceiver = &reports;
+    if (!state.findingReceiver)
+        state.findingReceiver = std::make_unique<FixedReports>(state);
 }
 
 } // namespace
@@ -646,14 +664,15 @@ void WriteErrorEntry(RunState& state, std::int64_t lineNumber, const QString& me
     const QString& dataContent, std::int32_t column)
 {
     ReportFinding(state,
-        { FindingKind::Error, lineNumber, column, message, dataContent, QString(state.currentRoutine) });
+        { FindingKind::Error, lineNumber, column, message, dataContent, QString(state.file.currentRoutine) });
 }
 
 void WriteWarningEntry(RunState& state, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t column)
 {
     ReportFinding(state,
-        { FindingKind::Warning, lineNumber, column, message, dataContent, QString(state.currentRoutine) });
+        { FindingKind::Warning, lineNumber, column, message, dataContent,
+            QString(state.file.currentRoutine) });
 }
 
 void DiscardReports(RunState& state)

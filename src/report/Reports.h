@@ -15,7 +15,7 @@ void OpenReports(RunState& state);
 // Writes the finding to the report of its kind in the fixed layout, counts it,
 // and hands it to every subscribed sink.
 void ReportFinding(RunState& state, const Finding& finding);
-// A finding of the routine that is running now (RunState::currentRoutine).
+// A finding of the routine that is running now (FileRecord::currentRoutine).
 void WriteErrorEntry(RunState& state, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t column);
 void WriteWarningEntry(RunState& state, std::int64_t lineNumber, const QString& message,

@@ -15,7 +15,7 @@ bool LoadNoHrtTable(RunState& state, TableSet& set)
     QStringList lines;
     if (!TableReading::ReadLines(state, set.file(SupportFile::NoHRTDeclTbl), lines))
         return false;
-    const TagScanner xml(state.toolkit);
+    const TagScanner xml(state.file.toolkit);
     auto table = std::make_shared<NoHrtTable>();
     QString previousColumn;
     for (const QStringList& row :
@@ -36,7 +36,7 @@ bool LoadWithHrtTable(RunState& state, TableSet& set)
     QStringList lines;
     if (!TableReading::ReadLines(state, set.file(SupportFile::WithHRTDeclTbl), lines))
         return false;
-    const TagScanner xml(state.toolkit);
+    const TagScanner xml(state.file.toolkit);
     auto table = std::make_shared<WithHrtTable>();
     const QString& path = set.file(SupportFile::WithHRTDeclTbl);
     // A code the rule does not know asks for no hard return at all.

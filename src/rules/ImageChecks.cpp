@@ -379,6 +379,6 @@ void ReportImagesWithoutCallout(RunState& state)
         return;
     for (Finding& finding : ImagesWithoutCallout(state.imageCallouts)) {
         finding.routine = QStringLiteral("CheckExcessImgFiles");
-        ReportRuleRunFinding(state, finding);
+        state.receiver().runFinding(finding);
     }
 }

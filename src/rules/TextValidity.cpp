@@ -72,7 +72,7 @@ bool LoadTextValidityTable(RunState& state, TableSet& set)
     if (!TableReading::ReadLines(state, set.file(SupportFile::TextValidityTbl), lines))
         return false;
     auto table = std::make_shared<TextValidityTable>();
-    const TagScanner xml(state.toolkit);
+    const TagScanner xml(state.file.toolkit);
     const QString& path = set.file(SupportFile::TextValidityTbl);
     for (qsizetype i = 0; i < lines.size(); ++i) {
         const QString& line = lines[i];

@@ -170,7 +170,8 @@ TEST(UNCONENTITIES, AgreesWithAPlainReadingOnRandomTexts)
         RuleFixture fixture("N/A | UNCONENTITIES | N/A\r\n");
         ASSERT_TRUE(fixture.loadTable(SupportFile::UnConEntitiesTbl, table));
         const QStringList actual = fixture.run(text.toUtf8());
-        EXPECT_EQ(actual, literalEntities(fixture.state.wholeText, searches, messages)) << text.toStdString();
+        EXPECT_EQ(actual, literalEntities(fixture.state.file.wholeText, searches, messages))
+            << text.toStdString();
         withFindings += actual.isEmpty() ? 0 : 1;
     }
     EXPECT_GT(withFindings, 50); // the texts do exercise the search
