@@ -110,15 +110,13 @@ QStringList filesWrittenFor(const RunState& state, const PlannedFile& file)
         copies + base + QStringLiteral(".WRN"), file.outputFolder + name };
 }
 
-// A worker: its own run state over the shared configuration and tables,
-// validating the files it is handed one at a time.
+// A worker: its own run state over the run's installation, which it only
+// reads, validating the files it is handed one at a time.
 class Worker {
 public:
-    Worker(const RunState& main, const Configuration& config)
-        : state_(operator_)
+    explicit Worker(const RunState& main)
+        : state_(operator_, main.installation)
     {
-        state_.config = config;
-        state_.programName = main.programName;
         state_.taskCode = main.taskCode;
         state_.batchMode = true;
         state_.parentFolderPart = main.parentFolderPart;
@@ -128,10 +126,8 @@ public:
             state_.findingSinks.subscribe(kept_);
     }
 
-    void useSpellingEngine(std::unique_ptr<SpellingEngine> engine)
-    {
-        state_.spelling.engine = std::move(engine);
-    }
+    // The engine this worker asks, in place of the installation's.
+    void useSpellingEngine(std::unique_ptr<SpellingEngine> engine) { spelling_.engine = std::move(engine); }
 
     FileOutcome validate(const PlannedFile& file, FileJob& job)
     {
@@ -159,7 +155,10 @@ public:
             RefuseInputTheRunWrites(state);
             OpenReports(state);
             outcome.reportsCreated = true;
-            ValidateRunFile(state, Rules());
+            ValidateRunFile(state,
+                { state.ui, *state.installation, spelling_, state.carriedStates, state.imageCallouts,
+                    state.receiver(), state.report.now },
+                Rules());
             CompleteFileReports(state);
         } catch (...) {
             DiscardReports(state);
@@ -198,6 +197,7 @@ public:
 private:
     WorkerOperator operator_;
     KeptFindings kept_;
+    SpellingState spelling_;
     RunState state_;
 };
 
@@ -387,7 +387,7 @@ void validateOneAfterAnother(RunState& state, const BatchPlan& plan, BatchObserv
 void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchObserver& observer)
 {
     const int total = static_cast<int>(plan.files.size());
-    const Configuration config = state.config;
+    const Configuration& config = state.config;
     QStringList paths;
     for (const PlannedFile& file : plan.files)
         paths.append(file.path);
@@ -396,7 +396,7 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
     std::vector<std::unique_ptr<Worker>> workers;
     std::vector<std::thread> threads;
     std::mutex spellingLock;
-    SpellingEngine* runEngine = state.spelling.engine.get();
+    SpellingEngine* runEngine = state.installation->spelling.engine.get();
     // The workers share the run's answers, so no two ask about one word
     // unless they meet it at the same time.
     std::shared_ptr<SpellingAnswerStore> answers;
@@ -404,15 +404,15 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
         answers = caching->store();
         runEngine = &caching->engine();
     }
-    const bool ownEngines = runEngine && state.spelling.makeEngine;
+    const bool ownEngines = runEngine && state.installation->spelling.makeEngine;
     for (int i = 0; i < jobs; ++i) {
-        workers.push_back(std::make_unique<Worker>(state, config));
+        workers.push_back(std::make_unique<Worker>(state));
         // The first worker asks the run's engine; the others ask it too, in
         // turn, until waiting for it has cost them a dictionary load.
         std::unique_ptr<SpellingEngine> engine;
         if (runEngine && ownEngines && i > 0)
             engine = std::make_unique<OwnSpellingEngine>(
-                state.spelling.makeEngine, *runEngine, spellingLock, kWorthOwnEngine);
+                state.installation->spelling.makeEngine, *runEngine, spellingLock, kWorthOwnEngine);
         else if (runEngine)
             engine = std::make_unique<LockedSpellingEngine>(*runEngine, spellingLock);
         if (engine && answers)

@@ -106,10 +106,15 @@ void RunAfterPrograms(RunState& state)
 
 void ValidateRunFile(RunState& state, const RuleBook& rules)
 {
+    ValidateRunFile(state, state.services(), rules);
+}
+
+void ValidateRunFile(RunState& state, const RunServices& services, const RuleBook& rules)
+{
     FileRecord& file = state.file;
     file.inputPath = state.inputPath;
     file.deliveredPath = state.currentInputPath.isEmpty() ? state.inputPath : state.currentInputPath;
-    ValidateFile(file, state.services(), rules);
+    ValidateFile(file, services, rules);
     state.report.inputIdentity = file.inputIdentity;
 }
 

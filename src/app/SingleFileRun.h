@@ -5,6 +5,7 @@
 #include <QStringList>
 
 struct RuleBook;
+struct RunServices;
 struct RunState;
 
 // Validates the one file of the command line: before-programs on a copy in
@@ -44,6 +45,8 @@ void RunAfterPrograms(RunState& state);
 // state.currentInputPath when a before-program made it) with the run's
 // services; the reports are open.
 void ValidateRunFile(RunState& state, const RuleBook& rules);
+// The same with other services than the run's own (a batch worker's engine).
+void ValidateRunFile(RunState& state, const RunServices& services, const RuleBook& rules);
 
 // Opens the reports, runs the before-programs (in the order the run asks
 // for) and validates the file unless a before-program failed.

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "core/Configuration.h"
 #include "core/FileRecord.h"
 #include "core/Finding.h"
 #include "core/ImageCallouts.h"
+#include "core/LoadedInstallation.h"
 #include "core/OperatorInterface.h"
 #include "core/ReportState.h"
 #include "core/RuleFileState.h"
@@ -27,15 +27,27 @@
 // every procedure. Nothing else holds state between calls.
 struct RunState {
     explicit RunState(OperatorInterface& operatorInterface)
+        : RunState(operatorInterface, std::make_shared<LoadedInstallation>())
+    {
+    }
+    // A run over an installation that other runs share, such as a batch
+    // worker's over the run's own.
+    RunState(OperatorInterface& operatorInterface, std::shared_ptr<LoadedInstallation> shared)
         : ui(operatorInterface)
+        , installation(std::move(shared))
+        , config(installation->config)
+        , programName(installation->programName)
     {
     }
     RunState(const RunState&) = delete;
     RunState& operator=(const RunState&) = delete;
 
     OperatorInterface& ui;
-    Configuration config;
-    QString programName = QStringLiteral("quorvane"); // names the program logs
+    std::shared_ptr<LoadedInstallation> installation;
+    // The installation's configuration and program name under their own
+    // names, for start-up, which fills them, and the code that reads them.
+    Configuration& config;
+    QString& programName; // names the program logs
 
     // Run fields of start-up and the run windows.
     QString inputPath;
@@ -52,7 +64,6 @@ struct RunState {
     FileRecord file;
     // What rules carry from file to file; never cleared within a run.
     RuleRunStates carriedStates;
-    SpellingState spelling; // the engine lives for the whole process
     ImageCallouts imageCallouts; // per run: cleared when a run starts, read after its last file
 
     ReportState report;
@@ -77,7 +88,8 @@ struct RunState {
     // What of this run the engine uses while it checks state.file.
     RunServices services()
     {
-        return { ui, config, spelling, carriedStates, imageCallouts, receiver(), report.now };
+        return { ui, *installation, installation->spelling, carriedStates, imageCallouts, receiver(),
+            report.now };
     }
 };
 

@@ -31,8 +31,9 @@ void runWithContext(FileRecord& state, const RunServices& run, Routine routine)
     ReportedFindings findings(state, run);
     RuleContext context { state.context, state.openTags, state.openTagNames, state.wholeText,
         state.deliveredPath, state.lineStarts, state.toolkit, run.spelling, state.routineParameter,
-        state.parameterSeverity, state.contextElement, run.config.ActiveTableSet, run.config,
-        run.imageCallouts, state.ownFileState, state.ownRunState, run.now, findings };
+        state.parameterSeverity, state.contextElement, run.installation.config.ActiveTableSet,
+        run.installation.config, run.imageCallouts, state.ownFileState, state.ownRunState, run.now,
+        findings };
     routine(context);
 }
 
@@ -73,7 +74,8 @@ const RuleEntry* FindRoutine(const RuleBook& rules, const QString& upperName)
 
 void DispatchRow(FileRecord& state, const RunServices& run, int row)
 {
-    const auto* table = run.config.ActiveTableSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
+    const auto* table
+        = run.installation.config.ActiveTableSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
     if (!table || row < 1 || row > table->rows.size())
         return;
     const RoutineDeclRow& declared = table->rows[row - 1];

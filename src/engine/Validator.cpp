@@ -16,7 +16,7 @@ namespace {
 
 const RoutineDeclTable* declarations(const RunServices& run)
 {
-    return run.config.ActiveTableSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
+    return run.installation.config.ActiveTableSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
 }
 
 bool isLetter(QChar c)
@@ -27,7 +27,7 @@ bool isLetter(QChar c)
 void runWholeFileChecks(FileRecord& state, const RunServices& run, const RuleBook& rules)
 {
     for (const RuleEntry& check : rules.wholeFileChecks) {
-        if (SwitchedOn(check, run.config.ActiveTableSet))
+        if (SwitchedOn(check, run.installation.config.ActiveTableSet))
             RunRule(state, run, check);
     }
 }
@@ -162,7 +162,7 @@ void ValidateFile(FileRecord& state, const RunServices& run, const RuleBook& rul
         // Taken before the text is read: whatever changes the file from here
         // on keeps it from passing on as validated.
         state.inputIdentity = FileIdentityOf(state.inputPath);
-        state.wholeText = LoadInputText(run.ui, state.inputPath, run.config.Utf8Input);
+        state.wholeText = LoadInputText(run.ui, state.inputPath, run.installation.config.Utf8Input);
         state.toolkit.indexText(state.wholeText);
         validateLoadedFile(state, run, rules);
     } catch (const RunAborted&) {

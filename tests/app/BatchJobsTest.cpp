@@ -131,7 +131,7 @@ BatchResult runBatch(const Installation& inst, const QString& name, int jobs,
 {
     RecordingOperator ui;
     RunState state(ui);
-    state.spelling.cacheFolder = cacheFolder;
+    state.installation->spelling.cacheFolder = cacheFolder;
     startUp(inst, state, ui);
     EventSink sink;
     state.findingSinks.subscribe(sink);
