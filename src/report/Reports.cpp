@@ -724,12 +724,6 @@ void PublishFileReports(RunRecord& state)
     endFile(state);
 }
 
-void DiscardCompletedReports(const QString& errorReportPath, const QString& warningReportPath)
-{
-    QFile::remove(partial(errorReportPath));
-    QFile::remove(partial(warningReportPath));
-}
-
 void CloseReports(RunRecord& state)
 {
     ReportState& report = state.report;

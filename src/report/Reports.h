@@ -37,8 +37,6 @@ void CompleteFileReports(RunRecord& state);
 void PublishFileReports(RunRecord& state);
 // The program log's first lines of a batch file, with report.fileStarted.
 void WriteFileStartToProgramLog(RunRecord& state);
-// Drops the completed reports of a file that will never be published.
-void DiscardCompletedReports(const QString& errorReportPath, const QString& warningReportPath);
 // Drops the reports of a file whose run ended before they were closed; the
 // reports of an earlier run under the same names stay as they were.
 void DiscardReports(RunRecord& state);
