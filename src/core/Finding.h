@@ -50,11 +50,10 @@ public:
     virtual void onRunEnded(const QDateTime& endTime, bool completed) { }
 };
 
-// Where the engine hands every finding of a rule: the report writer, which
-// lays it out in the fixed reports, counts it and passes it on to the run's
-// other sinks. The report writer makes one for each run when it opens a
-// file's reports or the run's logs, so the engine writes to no report of its
-// own.
+// Where the engine hands every finding of a rule: in a run, the run itself,
+// which passes it on to every sink of the run, the fixed reports among them,
+// and counts a check that ended early against the run. The engine writes to
+// no report of its own.
 class FindingReceiver {
 public:
     virtual ~FindingReceiver() = default;
@@ -72,6 +71,8 @@ public:
 class FindingSinks {
 public:
     void subscribe(FindingSink& sink) { sinks_.push_back(&sink); }
+    // A sink that hears every event before the sinks already subscribed.
+    void subscribeFirst(FindingSink& sink) { sinks_.insert(sinks_.begin(), &sink); }
     void unsubscribe(FindingSink& sink) { std::erase(sinks_, &sink); }
     bool empty() const { return sinks_.empty(); }
     void publish(const Finding& finding) const

@@ -15,6 +15,29 @@
 #include <memory>
 #include <stdexcept>
 
+struct RunRecord;
+
+// The run as the engine's finding receiver: every finding goes to the run's
+// sinks in subscription order, the fixed reports first once they are open.
+// A finding before they are would leave a run that looks clean, so it fails.
+class RunReceiver : public FindingReceiver {
+public:
+    explicit RunReceiver(RunRecord& run)
+        : run_(run)
+    {
+    }
+    void fileFinding(const Finding& finding) override;
+    void runFinding(const Finding& finding) override;
+    // The failure is told, naming the file, the routine and the reason, and
+    // counted, so that the run ends with status 2 instead of looking clean;
+    // the file's reports say that its check did not finish.
+    void checkEnded(const QString& routine, const QString& reason) override;
+
+private:
+    void refuseUnopened() const;
+    RunRecord& run_;
+};
+
 // What one run keeps from its start to its end, apart from the file being
 // checked: who watches it, the installation it reads, its paths and outputs,
 // the lock of its temporary folder, its sinks, what rules carry from file to
@@ -68,31 +91,44 @@ struct RunRecord {
     // Seconds an outside program may run before it is stopped; 0 waits for ever.
     int pluginTimeoutSeconds = 0;
     FindingSinks findingSinks; // outputs beside the fixed reports
-    // The fixed reports, which hear every finding first; made by the report
-    // writer when it opens reports or logs.
-    std::unique_ptr<FindingReceiver> findingReceiver;
+    // The fixed reports (.ERR, .WRN, editor files, program logs) as a sink,
+    // subscribed first; made by the report writer when it opens a file's
+    // reports or the run's logs.
+    std::unique_ptr<FindingSink> fixedReports;
     // Set only by the configuration check: loaders tell it what they drop.
     TableLint* tableLint = nullptr;
 
-    // Where the engine's findings go: the fixed reports once they are open.
-    // A finding before that would leave a run that looks clean, so it fails.
-    FindingReceiver& receiver();
+    // Where the engine's findings go.
+    FindingReceiver& receiver() { return findings_; }
+
+private:
+    RunReceiver findings_ { *this };
 };
 
-inline FindingReceiver& RunRecord::receiver()
+inline void RunReceiver::refuseUnopened() const
 {
-    class Unopened : public FindingReceiver {
-    public:
-        void fileFinding(const Finding&) override { refuse(); }
-        void runFinding(const Finding&) override { refuse(); }
-        void checkEnded(const QString&, const QString&) override { refuse(); }
+    if (!run_.fixedReports)
+        throw std::logic_error("a finding was reported before the reports were opened");
+}
 
-    private:
-        [[noreturn]] static void refuse()
-        {
-            throw std::logic_error("a finding was reported before the reports were opened");
-        }
-    };
-    static Unopened unopened;
-    return findingReceiver ? *findingReceiver : unopened;
+inline void RunReceiver::fileFinding(const Finding& finding)
+{
+    refuseUnopened();
+    run_.findingSinks.publish(finding);
+}
+
+inline void RunReceiver::runFinding(const Finding& finding)
+{
+    refuseUnopened();
+    run_.findingSinks.publish(finding);
+}
+
+inline void RunReceiver::checkEnded(const QString& routine, const QString& reason)
+{
+    refuseUnopened();
+    ++run_.checkFailures;
+    run_.ui.diagnostic(
+        QStringLiteral("%1: %2 ended early: %3")
+            .arg(run_.inputFileName.isEmpty() ? run_.inputPath : run_.inputFileName, routine, reason));
+    run_.report.checkNotFinished.append(routine + QStringLiteral(": ") + reason);
 }

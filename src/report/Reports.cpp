@@ -585,26 +585,50 @@ void endFile(RunRecord& state)
 
 namespace {
 
-// The fixed reports as the engine's receiver of findings, for one run state
-// (a batch worker has its own).
-class FixedReports : public FindingReceiver {
+// A finding of the file whose reports are open: an entry in the report of
+// its kind in the fixed layout, counted.
+void writeFileFinding(RunRecord& state, const Finding& finding)
+{
+    ReportState& report = state.report;
+    const bool error = finding.kind == FindingKind::Error;
+    const auto texts = addEntry(state, error ? EntryKind::Error : EntryKind::Warning, finding.line,
+        finding.message, finding.data, finding.column);
+    if (error) {
+        ++report.errorCount;
+        ++report.runErrorEntries;
+    } else {
+        ++report.warningCount;
+        // Only the batch editor file of the plain layout lists the warnings again.
+        if (state.batchMode && !state.config.XYCoordinates
+            && state.config.EditorProgram.compare(u"ZEPH", Qt::CaseInsensitive) == 0)
+            report.warningList.append(texts.record);
+    }
+}
+
+// A finding of the run as a whole, made after its last file: a line in the
+// program log and, for an error, an error entry of the run's exit status.
+void writeRunFinding(RunRecord& state, const Finding& finding)
+{
+    writeLine(state.report.programLog.get(), finding.message);
+    if (finding.kind == FindingKind::Error)
+        ++state.report.runErrorEntries;
+}
+
+// The fixed reports as one sink of the run. A finding while a file's error
+// report is open belongs to that file; any other comes after the run's last
+// file and goes to the program log.
+class FixedReportSink : public FindingSink {
 public:
-    explicit FixedReports(RunRecord& run)
+    explicit FixedReportSink(RunRecord& run)
         : run_(run)
     {
     }
-    void fileFinding(const Finding& finding) override { ReportFinding(run_, finding); }
-    void runFinding(const Finding& finding) override { ReportRunFinding(run_, finding); }
-    // The failure is told, naming the file, the routine and the reason, and
-    // counted, so that the run ends with status 2 instead of looking clean;
-    // the file's reports say that its check did not finish.
-    void checkEnded(const QString& routine, const QString& reason) override
+    void onFinding(const Finding& finding) override
     {
-        ++run_.checkFailures;
-        run_.ui.diagnostic(
-            QStringLiteral("%1: %2 ended early: %3")
-                .arg(run_.inputFileName.isEmpty() ? run_.inputPath : run_.inputFileName, routine, reason));
-        run_.report.checkNotFinished.append(routine + QStringLiteral(": ") + reason);
+        if (run_.report.errorReport)
+            writeFileFinding(run_, finding);
+        else
+            writeRunFinding(run_, finding);
     }
 
 private:
@@ -613,8 +637,10 @@ private:
 
 void subscribeFixedReports(RunRecord& state)
 {
-    if (!state.findingReceiver)
-        state.findingReceiver = std::make_unique<FixedReports>(state);
+    if (state.fixedReports)
+        return;
+    state.fixedReports = std::make_unique<FixedReportSink>(state);
+    state.findingSinks.subscribeFirst(*state.fixedReports);
 }
 
 } // namespace
@@ -643,21 +669,7 @@ void OpenReports(RunRecord& state)
 
 void ReportFinding(RunRecord& state, const Finding& finding)
 {
-    ReportState& report = state.report;
-    const bool error = finding.kind == FindingKind::Error;
-    const auto texts = addEntry(state, error ? EntryKind::Error : EntryKind::Warning, finding.line,
-        finding.message, finding.data, finding.column);
-    if (error) {
-        ++report.errorCount;
-        ++report.runErrorEntries;
-    } else {
-        ++report.warningCount;
-        // Only the batch editor file of the plain layout lists the warnings again.
-        if (state.batchMode && !state.config.XYCoordinates
-            && state.config.EditorProgram.compare(u"ZEPH", Qt::CaseInsensitive) == 0)
-            report.warningList.append(texts.record);
-    }
-    state.findingSinks.publish(finding);
+    state.receiver().fileFinding(finding);
 }
 
 void WriteErrorEntry(RunRecord& state, std::int64_t lineNumber, const QString& message,
@@ -766,10 +778,7 @@ void OpenProgramLogs(RunRecord& state)
 
 void ReportRunFinding(RunRecord& state, const Finding& finding)
 {
-    writeLine(state.report.programLog.get(), finding.message);
-    if (finding.kind == FindingKind::Error)
-        ++state.report.runErrorEntries;
-    state.findingSinks.publish(finding);
+    state.receiver().runFinding(finding);
 }
 
 QStringList FilesTheRunWrites(const RunRecord& state)
