@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/SingleFileRun.h"
 #include "config/ConfigurationLoading.h"
 #include "config/SupportTables.h"
 #include "core/RunState.h"
@@ -61,7 +62,7 @@ public:
     {
         state.inputPath = root + "book.xml";
         OpenReports(state);
-        ValidateFile(state, Rules());
+        ValidateRunFile(state, Rules());
         CloseReports(state);
     }
 

@@ -132,8 +132,8 @@ std::pair<double, std::int64_t> timeShape(const Shape& shape, qsizetype scale, q
     double best = 1e300;
     std::int64_t entries = 0;
     for (int round = 0; round < 3; ++round) {
-        run.state.openTags.clear();
-        run.state.openTagNames.clear();
+        run.state.file.openTags.clear();
+        run.state.file.openTagNames.clear();
         QElapsedTimer timer;
         timer.start();
         run.validate();

@@ -126,7 +126,7 @@ void ValidateBook(benchmark::State& bench)
     run.input(MakeBook(bench.range(0) * 1000 * 1000));
     for (auto _ : bench)
         run.validate();
-    bench.counters["lines"] = run.state.lineCount();
+    bench.counters["lines"] = run.state.file.lineCount();
     bench.counters["findings"] = run.state.report.errorCount + run.state.report.warningCount;
     bench.SetBytesProcessed(bench.iterations() * bench.range(0) * 1000 * 1000);
 }

@@ -1,5 +1,6 @@
 #include "BenchSupport.h"
 #include "app/HeadlessOperator.h"
+#include "app/SingleFileRun.h"
 #include "config/RoutineDeclTable.h"
 #include "core/RunState.h"
 #include "engine/Validator.h"
@@ -46,11 +47,11 @@ void RunShape(benchmark::State& bench, const Shape& shape)
     state.reportFolder = root;
     state.outputFolder = root;
     for (auto _ : bench) {
-        state.openTags.clear();
-        state.openTagNames.clear();
+        state.file.openTags.clear();
+        state.file.openTagNames.clear();
         state.inputPath = root + "input.xml";
         OpenReports(state);
-        ValidateFile(state, Rules());
+        ValidateRunFile(state, Rules());
         CloseReports(state);
     }
     bench.SetBytesProcessed(bench.iterations() * input.size());

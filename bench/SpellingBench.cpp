@@ -124,8 +124,8 @@ void ValidateHyphenatedBook(benchmark::State& bench)
         hunspell->SetUserLexFiles(QStringLiteral("en_US.dic"));
         auto timed = std::make_unique<TimedEngine>(std::move(hunspell));
         TimedEngine& engine = *timed;
-        state.spelling.engine = std::move(timed);
-        state.spelling.answers.clear();
+        state.installation->spelling.engine = std::move(timed);
+        state.installation->spelling.answers.clear();
         run.validate();
         engineSeconds += engine.seconds;
         suggests += engine.suggests;

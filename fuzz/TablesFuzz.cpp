@@ -38,11 +38,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (LoadSpecialCharTable({ ui, state.config }, set)) {
         state.config.ActiveTableSet = set;
         state.config.ActiveTableSet.CheckSpecialChar = Switch::On;
-        state.wholeText = QString::fromUtf8(FuzzBytes(data, size));
-        SplitLines(state);
+        state.file.wholeText = QString::fromUtf8(FuzzBytes(data, size));
+        SplitLines(state.file);
         for (const RuleEntry& check : Rules().wholeFileChecks) {
             if (check.name == QLatin1StringView("CheckSpecialCharacters"))
-                RunRule(state, check);
+                RunRule(state.file, state.services(), check);
         }
     }
     return 0;

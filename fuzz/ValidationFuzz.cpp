@@ -1,4 +1,5 @@
 #include "FuzzSupport.h"
+#include "app/SingleFileRun.h"
 #include "app/Startup.h"
 #include "config/ConfigurationFile.h"
 #include "config/ConfigurationLoading.h"
@@ -37,7 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     state->inputPath = input.fileName();
     try {
         OpenReports(*state);
-        ValidateFile(*state, Rules());
+        ValidateRunFile(*state, Rules());
         CloseReports(*state);
     } catch (const RunAborted&) {
         DiscardReports(*state);

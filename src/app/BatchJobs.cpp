@@ -27,67 +27,53 @@
 
 namespace {
 
-// One operator call of a file validated on a worker, kept to be made on the
-// main thread when the file's turn comes.
-struct OperatorCall {
-    bool isMessageBox = false;
-    QString text;
-    QString title;
+// What a file validated on a worker told, in the order it told it: operator
+// calls, findings and checks that ended early. The main thread replays them
+// into the run when the file's turn comes, so the run's reports and sinks,
+// and whoever watches, hear the file as if it had been validated there.
+struct FileEvent {
+    enum class Kind { MessageBox, Diagnostic, Finding, CheckEnded } kind;
+    QString text; // the message, the diagnostic line or the routine that ended
+    QString detail; // a message box's title, or why the check ended
     MessageIcon icon = MessageIcon::Information;
+    Finding finding = {};
 };
 
-// The worker's operator: nobody watches a worker, so its message boxes and
-// diagnostics wait for the main thread and its progress goes nowhere.
-class WorkerOperator : public OperatorInterface {
+// The worker's operator and finding receiver: nobody watches a worker and it
+// writes no report, so what it tells waits for the main thread, and its
+// progress goes nowhere.
+class FileEvents : public OperatorInterface, public FindingReceiver {
 public:
     void messageBox(const QString& text, const QString& title, MessageIcon icon) override
     {
-        calls.push_back({ true, text, title, icon });
+        events.push_back({ FileEvent::Kind::MessageBox, text, title, icon });
     }
     void setProgressRange(int, int) override { }
     void setProgressValue(int) override { }
     void processEvents() override { }
-    void diagnostic(const QString& line) override { calls.push_back({ false, line, {}, {} }); }
+    void diagnostic(const QString& line) override { events.push_back({ FileEvent::Kind::Diagnostic, line }); }
 
-    std::vector<OperatorCall> calls;
-};
+    void fileFinding(const Finding& finding) override
+    {
+        events.push_back({ FileEvent::Kind::Finding, {}, {}, {}, finding });
+    }
+    // Only a run finds anything after its last file; a worker checks files.
+    void runFinding(const Finding& finding) override { fileFinding(finding); }
+    void checkEnded(const QString& routine, const QString& reason) override
+    {
+        events.push_back({ FileEvent::Kind::CheckEnded, routine, reason });
+    }
 
-// Keeps a worker's findings for the run's own sinks, which hear them on the
-// main thread, file after file.
-class KeptFindings : public FindingSink {
-public:
-    void onFinding(const Finding& finding) override { findings.push_back(finding); }
-    std::vector<Finding> findings;
+    std::vector<FileEvent> events;
 };
 
 // Everything a file validated on a worker leaves for the main thread.
 struct FileOutcome {
-    std::vector<OperatorCall> calls;
+    std::vector<FileEvent> events;
     std::exception_ptr failure;
-    bool reportsOpened = false; // OpenReports began: the program log names the file
-    bool reportsCreated = false; // OpenReports ended: the sinks heard of the file
-    QString inputPath;
-    QString inputFileName;
-    QString baseName;
-    QString extension;
-    QString errorReportPath;
-    QString warningReportPath;
-    std::int32_t errorCount = 0;
-    std::int32_t warningCount = 0;
-    QString plainEntryText;
-    QString columnEntryText;
-    QList<WarningRecord> warningList;
-    QDateTime started;
-    QDateTime ended;
-    std::int64_t errorEntries = 0;
-    int checkFailures = 0;
-    QStringList checkNotFinished;
-    QStringList writeFailures;
-    QSet<QString> unwrittenPaths;
-    FileIdentity inputIdentity;
+    FileIdentity inputIdentity; // the input as the worker read it
     RuleRunStates carried; // the file's shares of what rules carry to the next file
     CarriedTagState handedOn; // what the file hands on to the next one
-    std::vector<Finding> findings; // kept only when the run has sinks of its own
     ImageCallouts imageCallouts; // the file's share of the run's image list
 };
 
@@ -140,8 +126,9 @@ private:
     std::mutex lock_;
 };
 
-// A worker: its own run state over the shared configuration and tables,
-// validating the files it is handed one at a time, in batch order.
+// A worker: its own run state over the run's installation, which it only
+// reads, validating the files it is handed one at a time, in batch order. It
+// opens no report: the main thread writes the reports as it replays the file.
 //
 // A file starts from the open-tag list the files before it leave. Each
 // worker keeps that list in its own state and brings it forward itself: the
@@ -153,94 +140,57 @@ private:
 // it grows by a few entries with every file.
 class Worker {
 public:
-    Worker(const RunState& main, const Configuration& config, EffectShelf& effects, int number)
+    Worker(const RunState& main, EffectShelf& effects, int number)
         : effects_(effects)
         , number_(number)
-        , state_(operator_)
+        , state_(events_, main.installation)
     {
-        state_.config = config;
-        state_.programName = main.programName;
-        state_.taskCode = main.taskCode;
         state_.batchMode = true;
-        state_.parentFolderPart = main.parentFolderPart;
-        state_.pluginTimeoutSeconds = main.pluginTimeoutSeconds;
-        state_.report.now = main.report.now;
-        if (!main.findingSinks.empty())
-            state_.findingSinks.subscribe(kept_);
-        SeedCarriedTagState(state_, { main.openTags, {}, {}, {} });
+        state_.report.now = main.report.now; // rules that check dates ask the run's clock
+        SeedCarriedTagState(state_.file, { main.file.openTags, {}, {}, {} });
     }
 
-    void useSpellingEngine(std::unique_ptr<SpellingEngine> engine)
-    {
-        state_.spelling.engine = std::move(engine);
-    }
+    // The engine this worker asks, in place of the installation's.
+    void useSpellingEngine(std::unique_ptr<SpellingEngine> engine) { spelling_.engine = std::move(engine); }
 
     FileOutcome validate(const PlannedFile& file, FileJob& job)
     {
         RunState& state = state_;
-        operator_.calls.clear();
+        events_.events.clear();
         state.inputPath = file.path;
         state.currentInputPath = file.path;
         state.inputFileName = InputFileNameOf(file.path);
-        state.reportFolder = file.reportFolder;
-        state.outputFolder = file.outputFolder;
         for (; listFor_ < job.index; ++listFor_)
-            ApplyOpenTagEffect(state.openTags, state.openTagNames, effects_[listFor_]);
+            ApplyOpenTagEffect(state.file.openTags, state.file.openTagNames, effects_[listFor_]);
         listFor_ = job.index + 1;
         effects_.movedTo(number_, listFor_);
         // The tag contexts are replaced at the file's first tag before any
         // routine reads them; left empty, they tell whether the file had a tag.
-        state.context = {};
-        state.previousTag = {};
-        state.previousStartTag = {};
+        state.file.context = {};
+        state.file.previousTag = {};
+        state.file.previousStartTag = {};
         // Rules check the file apart from the files before it; the run takes
         // in what it carries on in batch order.
         state.carriedStates.startFileApart();
-        state.report.runErrorEntries = 0;
-        state.report.fileStarted = QDateTime();
-        state.checkFailures = 0;
         state.imageCallouts.clear();
-        state.report.startFile();
 
         FileOutcome outcome;
         try {
-            OpenReports(state);
-            outcome.reportsCreated = true;
-            ValidateFile(state, Rules());
-            CompleteFileReports(state);
+            ValidateRunFile(state,
+                { events_, *state.installation, spelling_, state.carriedStates, state.imageCallouts, events_,
+                    state.report.now },
+                Rules());
         } catch (...) {
-            DiscardReports(state);
             outcome.failure = std::current_exception();
         }
-        const ReportState& report = state.report;
-        outcome.calls = std::move(operator_.calls);
-        outcome.reportsOpened = report.fileStarted.isValid();
-        outcome.inputPath = state.inputPath;
-        outcome.inputFileName = state.inputFileName;
-        outcome.baseName = report.baseName;
-        outcome.extension = report.extension;
-        outcome.errorReportPath = report.errorReportPath;
-        outcome.warningReportPath = report.warningReportPath;
-        outcome.errorCount = report.errorCount;
-        outcome.warningCount = report.warningCount;
-        outcome.plainEntryText = report.plainEntryText;
-        outcome.columnEntryText = report.columnEntryText;
-        outcome.warningList = report.warningList;
-        outcome.started = report.fileStarted;
-        outcome.ended = report.fileEnded;
-        outcome.errorEntries = report.runErrorEntries;
-        outcome.checkFailures = state.checkFailures;
-        outcome.checkNotFinished = report.checkNotFinished;
-        outcome.writeFailures = report.writeFailures;
-        outcome.unwrittenPaths = report.unwrittenPaths;
-        outcome.inputIdentity = report.inputIdentity;
+        outcome.events = std::move(events_.events);
+        events_.events.clear();
+        outcome.inputIdentity = state.file.inputIdentity;
         outcome.carried = std::move(state.carriedStates);
         // Only the run's end needs the list the files hand on.
-        outcome.handedOn = { job.last ? state.openTags : QList<ValidationContext>(), state.context,
-            state.previousTag, state.previousStartTag };
+        outcome.handedOn = { job.last ? state.file.openTags : QList<ValidationContext>(), state.file.context,
+            state.file.previousTag, state.file.previousStartTag };
         outcome.imageCallouts = std::move(state.imageCallouts);
-        outcome.findings = std::move(kept_.findings);
-        kept_.findings.clear();
         return outcome;
     }
 
@@ -248,8 +198,8 @@ private:
     EffectShelf& effects_;
     const int number_;
     int listFor_ = 0; // the file whose start the state's open-tag list is
-    WorkerOperator operator_;
-    KeptFindings kept_;
+    FileEvents events_;
+    SpellingState spelling_;
     RunState state_;
 };
 
@@ -319,16 +269,6 @@ public:
         outcomes_.erase(found);
         return outcome;
     }
-    // Outcomes delivered but never collected: files after a failure.
-    std::vector<FileOutcome> leftOver()
-    {
-        std::lock_guard lock(mutex_);
-        std::vector<FileOutcome> left;
-        for (auto& [index, outcome] : outcomes_)
-            left.push_back(std::move(outcome));
-        outcomes_.clear();
-        return left;
-    }
 
 private:
     bool allDelivered(int from, int count) const
@@ -350,50 +290,47 @@ private:
     int awaitedCount_ = 0; // none awaited
 };
 
-// Publishes a worker's file in the main run state, as the file validated
-// there would have left it.
+// Replays a worker's file into the main run state: its reports are opened,
+// written and published there, in batch order, as the file validated there
+// would have left them.
 void publishOutcome(RunState& state, const PlannedFile& file, FileOutcome& outcome)
 {
-    state.inputPath = outcome.inputPath;
+    state.inputPath = file.path;
     state.currentInputPath = file.path;
-    state.inputFileName = outcome.inputFileName;
+    state.inputFileName = InputFileNameOf(file.path);
     state.reportFolder = file.reportFolder;
     state.outputFolder = file.outputFolder;
-    ReportState& report = state.report;
-    report.baseName = outcome.baseName;
-    report.extension = outcome.extension;
-    report.errorReportPath = outcome.errorReportPath;
-    report.warningReportPath = outcome.warningReportPath;
-    report.fileStarted = outcome.started;
-    report.fileEnded = outcome.ended;
-    if (outcome.reportsOpened)
-        WriteFileStartToProgramLog(state);
-    // The sinks hear the file as one block, from its start to its end.
-    if (outcome.reportsCreated)
-        state.findingSinks.fileStarted(file.path);
-    for (const Finding& finding : outcome.findings)
-        state.findingSinks.publish(finding);
-    for (const OperatorCall& call : outcome.calls) {
-        if (call.isMessageBox)
-            state.ui.messageBox(call.text, call.title, call.icon);
-        else
-            state.ui.diagnostic(call.text);
+    RefuseInputTheRunWrites(state);
+    state.report.startFile();
+    try {
+        OpenReports(state);
+        FindingReceiver& reports = state.receiver();
+        for (const FileEvent& event : outcome.events) {
+            switch (event.kind) {
+            case FileEvent::Kind::MessageBox:
+                state.ui.messageBox(event.text, event.detail, event.icon);
+                break;
+            case FileEvent::Kind::Diagnostic:
+                state.ui.diagnostic(event.text);
+                break;
+            case FileEvent::Kind::Finding:
+                reports.fileFinding(event.finding);
+                break;
+            case FileEvent::Kind::CheckEnded:
+                reports.checkEnded(event.text, event.detail);
+                break;
+            }
+        }
+        state.imageCallouts.merge(outcome.imageCallouts);
+        state.carriedStates.takeLater(outcome.carried);
+        if (outcome.failure)
+            std::rethrow_exception(outcome.failure);
+        state.report.inputIdentity = outcome.inputIdentity;
+        CompleteFileReports(state);
+    } catch (...) {
+        DiscardReports(state);
+        throw;
     }
-    report.errorCount = outcome.errorCount;
-    report.warningCount = outcome.warningCount;
-    report.plainEntryText = std::move(outcome.plainEntryText);
-    report.columnEntryText = std::move(outcome.columnEntryText);
-    report.warningList = std::move(outcome.warningList);
-    report.runErrorEntries += outcome.errorEntries;
-    state.checkFailures += outcome.checkFailures;
-    state.imageCallouts.merge(outcome.imageCallouts);
-    report.checkNotFinished = std::move(outcome.checkNotFinished);
-    report.writeFailures = std::move(outcome.writeFailures);
-    report.unwrittenPaths = std::move(outcome.unwrittenPaths);
-    report.inputIdentity = outcome.inputIdentity;
-    state.carriedStates.takeLater(outcome.carried);
-    if (outcome.failure)
-        std::rethrow_exception(outcome.failure);
     PublishFileReports(state);
 }
 
@@ -439,7 +376,7 @@ void validateOneAfterAnother(RunState& state, const BatchPlan& plan, BatchObserv
 void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchObserver& observer)
 {
     const int total = static_cast<int>(plan.files.size());
-    const Configuration config = state.config;
+    const Configuration& config = state.config;
     QStringList paths;
     for (const PlannedFile& file : plan.files)
         paths.append(file.path);
@@ -448,7 +385,7 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
     std::vector<std::unique_ptr<Worker>> workers;
     std::vector<std::thread> threads;
     std::mutex spellingLock;
-    SpellingEngine* runEngine = state.spelling.engine.get();
+    SpellingEngine* runEngine = state.installation->spelling.engine.get();
     // The workers share the run's answers, so no two ask about one word
     // unless they meet it at the same time.
     std::shared_ptr<SpellingAnswerStore> answers;
@@ -456,15 +393,15 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
         answers = caching->store();
         runEngine = &caching->engine();
     }
-    const bool ownEngines = runEngine && state.spelling.makeEngine;
+    const bool ownEngines = runEngine && state.installation->spelling.makeEngine;
     for (int i = 0; i < jobs; ++i) {
-        workers.push_back(std::make_unique<Worker>(state, config, effects, i));
+        workers.push_back(std::make_unique<Worker>(state, effects, i));
         // The first worker asks the run's engine; the others ask it too, in
         // turn, until waiting for it has cost them a dictionary load.
         std::unique_ptr<SpellingEngine> engine;
         if (runEngine && ownEngines && i > 0)
             engine = std::make_unique<OwnSpellingEngine>(
-                state.spelling.makeEngine, *runEngine, spellingLock, kWorthOwnEngine);
+                state.installation->spelling.makeEngine, *runEngine, spellingLock, kWorthOwnEngine);
         else if (runEngine)
             engine = std::make_unique<LockedSpellingEngine>(*runEngine, spellingLock);
         if (engine && answers)
@@ -485,7 +422,7 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
         threads.clear();
     };
 
-    CarriedTagState known = CarriedTagStateOf(state); // where the next file to publish starts
+    CarriedTagState known = CarriedTagStateOf(state.file); // where the next file to publish starts
     // Done files are published a few at a time, so the main thread wakes
     // once for several of them. Enough more are handed out ahead of those
     // that no worker runs dry while the main thread waits for a processor
@@ -514,16 +451,13 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
         }
     } catch (...) {
         // One file after another, the files after a failing one would never
-        // have been validated: what the workers finished of them goes.
+        // have been validated: what the workers finished of them goes, and
+        // they wrote nothing.
         stopWorkers();
-        for (const FileOutcome& left : board.leftOver()) {
-            if (!left.failure)
-                DiscardCompletedReports(left.errorReportPath, left.warningReportPath);
-        }
         throw;
     }
     stopWorkers();
-    SeedCarriedTagState(state, known);
+    SeedCarriedTagState(state.file, known);
 }
 
 } // namespace

@@ -375,9 +375,9 @@ BatchPlan StartShard(RunState& state, BatchPlan whole, const ShardSpec& shard, i
     if (!before.isEmpty()) {
         // The tag contexts are replaced at the slice's first tag before any
         // routine reads them; the open-tag list is all the files before hand on.
-        const QList<ValidationContext> start = CarriedTagStateOf(state).openTags;
+        const QList<ValidationContext> start = CarriedTagStateOf(state.file).openTags;
         SeedCarriedTagState(
-            state, { OpenTagsAfterFiles(before, state.config.Utf8Input, start, jobs), {}, {}, {} });
+            state.file, { OpenTagsAfterFiles(before, state.config.Utf8Input, start, jobs), {}, {}, {} });
     }
     BatchPlan plan;
     plan.walked = whole.walked;

@@ -100,7 +100,7 @@ int RunProgram(const CommandLineOptions& options, OperatorInterface& ui,
         RunState& state;
         ~LeaveDictionaryToExit()
         {
-            SpellingEngine* engine = state.spelling.engine.get();
+            SpellingEngine* engine = state.installation->spelling.engine.get();
             if (auto* caching = dynamic_cast<CachingSpellingEngine*>(engine))
                 engine = &caching->engine();
             if (auto* deferred = dynamic_cast<DeferredSpellingEngine*>(engine))
@@ -110,7 +110,7 @@ int RunProgram(const CommandLineOptions& options, OperatorInterface& ui,
     state.config.ApplicationPath = ApplicationFolder(options);
     state.pluginTimeoutSeconds = options.pluginTimeoutSeconds;
     if (!options.noCache)
-        state.spelling.cacheFolder = options.cacheDir.value_or(DefaultSpellingCacheFolder());
+        state.installation->spelling.cacheFolder = options.cacheDir.value_or(DefaultSpellingCacheFolder());
     const FindingOutputPaths outputPaths { options.jsonPath, options.sarifPath, options.htmlPath };
     FindingOutputs outputs(kProgramTitle, QStringLiteral(QUORVANE_VERSION), outputPaths);
     if (outputPaths.any())

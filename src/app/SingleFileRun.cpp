@@ -107,6 +107,20 @@ void RunAfterPrograms(RunState& state)
     }
 }
 
+void ValidateRunFile(RunState& state, const RuleBook& rules)
+{
+    ValidateRunFile(state, state.services(), rules);
+}
+
+void ValidateRunFile(RunState& state, const RunServices& services, const RuleBook& rules)
+{
+    FileRecord& file = state.file;
+    file.inputPath = state.inputPath;
+    file.deliveredPath = state.currentInputPath.isEmpty() ? state.inputPath : state.currentInputPath;
+    ValidateFile(file, services, rules);
+    state.report.inputIdentity = file.inputIdentity;
+}
+
 void ValidateOneFile(RunState& state, bool reportsFirst)
 {
     if (reportsFirst) {
@@ -117,7 +131,7 @@ void ValidateOneFile(RunState& state, bool reportsFirst)
         OpenReports(state);
     }
     if (!state.report.fileFailed())
-        ValidateFile(state, Rules());
+        ValidateRunFile(state, Rules());
 }
 
 void RemoveLeftoversOfKilledRuns(const RunState& state, const QString& reportFolder,
@@ -269,7 +283,7 @@ int ValidateSingleFile(RunState& state)
 void ReportImagesWithoutCallout(RunState& state)
 {
     for (const Finding& finding : ExcessImageFindings(state.config.ActiveTableSet, state.imageCallouts))
-        ReportRuleRunFinding(state, finding);
+        state.receiver().runFinding(finding);
 }
 
 void ReleaseTempFolder(RunState& state)

@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <sys/types.h>
 
+struct RuleBook;
+struct RunServices;
 struct RunState;
 
 // Validates the one file of the command line: before-programs on a copy in
@@ -65,6 +67,13 @@ private:
 // handed to the after-programs; an after-program that fails fails the run.
 void RunBeforePrograms(RunState& state);
 void RunAfterPrograms(RunState& state);
+
+// Validates the run's input (state.inputPath, delivered as
+// state.currentInputPath when a before-program made it) with the run's
+// services; the reports are open.
+void ValidateRunFile(RunState& state, const RuleBook& rules);
+// The same with other services than the run's own (a batch worker's engine).
+void ValidateRunFile(RunState& state, const RunServices& services, const RuleBook& rules);
 
 // Opens the reports, runs the before-programs (in the order the run asks
 // for) and validates the file unless a before-program failed.

@@ -71,7 +71,7 @@ void StartSpellingEngine(RunState& state)
 {
     refuseUnloadableLexicon(state);
     const Configuration& config = state.config;
-    SpellingState& spelling = state.spelling;
+    SpellingState& spelling = state.installation->spelling;
     spelling.makeEngine = engineFactory(config);
     auto store = spelling.cacheFolder.isEmpty()
         ? std::make_shared<SpellingAnswerStore>()

@@ -6,8 +6,6 @@
 #include <cstdint>
 #include <vector>
 
-struct RunState;
-
 enum class FindingKind { Error, Warning };
 
 // How much of a finding's data any report can show anything of: the 250
@@ -52,17 +50,20 @@ public:
     virtual void onRunEnded(const QDateTime& endTime, bool completed) { }
 };
 
-// Where the engine hands every finding of a rule: the report writer, which
-// lays it out in the fixed reports, counts it and passes it on to the run's
-// other sinks. It subscribes on the run state when it opens a file's reports
-// or the run's logs, so the engine writes to no report of its own.
+// Where the engine hands every finding of a rule: in a run, the run itself,
+// which passes it on to every sink of the run, the fixed reports among them,
+// and counts a check that ended early against the run. The engine writes to
+// no report of its own.
 class FindingReceiver {
 public:
     virtual ~FindingReceiver() = default;
     // A finding of the file being checked.
-    virtual void fileFinding(RunState& run, const Finding& finding) = 0;
+    virtual void fileFinding(const Finding& finding) = 0;
     // A finding of the whole run, judged after its last file.
-    virtual void runFinding(RunState& run, const Finding& finding) = 0;
+    virtual void runFinding(const Finding& finding) = 0;
+    // The routine's check of this file ended early on a failure (reason):
+    // the file's reports say so and the run cannot pass for checked.
+    virtual void checkEnded(const QString& routine, const QString& reason) = 0;
 };
 
 // The sinks of a run, in subscription order. They are not owned: a sink lives
@@ -70,6 +71,8 @@ public:
 class FindingSinks {
 public:
     void subscribe(FindingSink& sink) { sinks_.push_back(&sink); }
+    // A sink that hears every event before the sinks already subscribed.
+    void subscribeFirst(FindingSink& sink) { sinks_.insert(sinks_.begin(), &sink); }
     void unsubscribe(FindingSink& sink) { std::erase(sinks_, &sink); }
     bool empty() const { return sinks_.empty(); }
     void publish(const Finding& finding) const

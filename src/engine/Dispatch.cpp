@@ -1,40 +1,39 @@
 #include "engine/Dispatch.h"
 
 #include "config/RoutineDeclTable.h"
-#include "core/RunState.h"
 #include "engine/RuleContext.h"
 #include "engine/RuleHelpers.h"
 
 namespace {
 
-// Hands a routine's findings to the run's reports.
+// Hands a routine's findings to the run's receiver, named by the routine.
 class ReportedFindings : public RuleFindings {
 public:
-    explicit ReportedFindings(RunState& state)
+    ReportedFindings(FileRecord& state, const RunServices& run)
         : state_(state)
+        , run_(run)
     {
     }
     void report(Severity severity, std::int64_t line, const QString& message, const QString& data,
         std::int32_t column) override
     {
-        ReportBySeverity(state_, severity, line, message, data, column);
+        ReportBySeverity(state_, run_, severity, line, message, data, column);
     }
-    void checkEnded(const std::exception& failure) override { NoteCheckFailure(state_, failure); }
+    void checkEnded(const std::exception& failure) override { NoteCheckFailure(state_, run_, failure); }
 
 private:
-    RunState& state_;
+    FileRecord& state_;
+    const RunServices& run_;
 };
 
-void runWithContext(RunState& state, Routine routine)
+void runWithContext(FileRecord& state, const RunServices& run, Routine routine)
 {
-    ReportedFindings findings(state);
-    // A file a before-program made is checked in place of the one delivered;
-    // the rules speak of the delivered one.
-    const QString& delivered = state.currentInputPath.isEmpty() ? state.inputPath : state.currentInputPath;
-    RuleContext context { state.context, state.openTags, state.openTagNames, state.wholeText, delivered,
-        state.lineStarts, state.toolkit, state.spelling, state.routineParameter, state.parameterSeverity,
-        state.contextElement, state.config.ActiveTableSet, state.config, state.imageCallouts,
-        state.ownFileState, state.ownRunState, state.report.now, findings };
+    ReportedFindings findings(state, run);
+    RuleContext context { state.context, state.openTags, state.openTagNames, state.wholeText,
+        state.deliveredPath, state.lineStarts, state.toolkit, run.spelling, state.routineParameter,
+        state.parameterSeverity, state.contextElement, run.installation.config.ActiveTableSet,
+        run.installation.config, run.imageCallouts, state.ownFileState, state.ownRunState, run.now,
+        findings };
     routine(context);
 }
 
@@ -45,12 +44,12 @@ QString RuleContext::dataFrom(std::int32_t start) const
     return DataContentAt(tag, start);
 }
 
-void RunRule(RunState& state, const RuleEntry& rule)
+void RunRule(FileRecord& state, const RunServices& run, const RuleEntry& rule)
 {
     state.currentRoutine = rule.name;
     state.ownFileState = rule.makeFileState ? &state.ruleStates.of(rule.makeFileState) : nullptr;
-    state.ownRunState = rule.makeRunState ? &state.carriedStates.of(rule.makeRunState) : nullptr;
-    runWithContext(state, rule.run);
+    state.ownRunState = rule.makeRunState ? &run.carriedStates.of(rule.makeRunState) : nullptr;
+    runWithContext(state, run, rule.run);
     state.currentRoutine = {};
     state.ownFileState = nullptr;
     state.ownRunState = nullptr;
@@ -73,9 +72,10 @@ const RuleEntry* FindRoutine(const RuleBook& rules, const QString& upperName)
     return nullptr;
 }
 
-void DispatchRow(RunState& state, int row)
+void DispatchRow(FileRecord& state, const RunServices& run, int row)
 {
-    const auto* table = state.config.ActiveTableSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
+    const auto* table
+        = run.installation.config.ActiveTableSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
     if (!table || row < 1 || row > table->rows.size())
         return;
     const RoutineDeclRow& declared = table->rows[row - 1];
@@ -86,6 +86,6 @@ void DispatchRow(RunState& state, int row)
     for (const RoutineCall& call : declared.routines) {
         state.routineParameter = call.upperParameter;
         state.parameterSeverity = call.parameterSeverity;
-        RunRule(state, *call.rule);
+        RunRule(state, run, *call.rule);
     }
 }

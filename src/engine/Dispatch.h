@@ -1,7 +1,8 @@
 #pragma once
 
 #include "config/SupportTables.h"
-#include "core/RunState.h"
+#include "core/FileRecord.h"
+#include "core/RunServices.h"
 
 #include <QLatin1StringView>
 #include <QList>
@@ -57,8 +58,8 @@ const RuleEntry* FindRoutine(const RuleBook& rules, const QString& upperName);
 // Runs every routine of one row of the routine declaration table for the
 // current tag, each as its name resolved when the table loaded. Rows are
 // numbered from 1 as the scanner counts them; 0 is none.
-void DispatchRow(RunState& state, int row);
+void DispatchRow(FileRecord& state, const RunServices& run, int row);
 
 // Runs one routine or check with its name as the current routine, so that its
 // findings carry the name, and with its own file state.
-void RunRule(RunState& state, const RuleEntry& rule);
+void RunRule(FileRecord& state, const RunServices& run, const RuleEntry& rule);

@@ -1,9 +1,9 @@
 #include "engine/RuleHelpers.h"
 
-#include "core/RunState.h"
+#include "core/FileRecord.h"
+#include "core/RunServices.h"
 
 #include <algorithm>
-#include <stdexcept>
 
 QString ExpandPatternPlaceholders(const QString& pattern)
 {
@@ -27,39 +27,17 @@ QString DataContentAt(const ValidationContext& tag, std::int32_t start)
                                 : line.sliced(index, std::min(line.size() - index, kFindingDataLength));
 }
 
-QString DataContentAt(const RunState& state, std::int32_t start)
+QString DataContentAt(const FileRecord& state, std::int32_t start)
 {
     return DataContentAt(state.context, start);
 }
 
-namespace {
-
-FindingReceiver& receiverOf(const RunState& state)
-{
-    // A finding with nowhere to go would leave a run that looks clean.
-    if (!state.findingReceiver)
-        throw std::logic_error("a finding was reported before the reports were opened");
-    return *state.findingReceiver;
-}
-
-} // namespace
-
-void ReportRuleFinding(RunState& state, const Finding& finding)
-{
-    receiverOf(state).fileFinding(state, finding);
-}
-
-void ReportRuleRunFinding(RunState& state, const Finding& finding)
-{
-    receiverOf(state).runFinding(state, finding);
-}
-
-void ReportBySeverity(RunState& state, Severity severity, std::int64_t lineNumber, const QString& message,
-    const QString& dataContent, std::int32_t extra)
+void ReportBySeverity(const FileRecord& state, const RunServices& run, Severity severity,
+    std::int64_t lineNumber, const QString& message, const QString& dataContent, std::int32_t extra)
 {
     const FindingKind kind = severity == Severity::Error ? FindingKind::Error : FindingKind::Warning;
-    ReportRuleFinding(
-        state, { kind, lineNumber, extra, message, dataContent, QString(state.currentRoutine) });
+    run.findings.fileFinding(
+        { kind, lineNumber, extra, message, dataContent, QString(state.currentRoutine) });
 }
 
 std::int32_t LineColumnAt(
@@ -76,25 +54,19 @@ std::int32_t LineColumnAt(
     return std::int32_t(after - lineStarts.begin());
 }
 
-void NoteCheckFailure(RunState& state, const std::exception& failure)
+void NoteCheckFailure(const FileRecord& state, const RunServices& run, const std::exception& failure)
 {
-    ++state.checkFailures;
-    const QString routine
-        = state.currentRoutine.isEmpty() ? QStringLiteral("a check") : QString(state.currentRoutine);
-    const QString reason = QString::fromUtf8(failure.what());
-    state.ui.diagnostic(
-        QStringLiteral("%1: %2 ended early: %3")
-            .arg(state.inputFileName.isEmpty() ? state.inputPath : state.inputFileName, routine, reason));
-    // The file's reports say it too, and the file counts as failed.
-    state.report.checkNotFinished.append(routine + QStringLiteral(": ") + reason);
+    run.findings.checkEnded(
+        state.currentRoutine.isEmpty() ? QStringLiteral("a check") : QString(state.currentRoutine),
+        QString::fromUtf8(failure.what()));
 }
 
-QString EnclosingOpenTag(const RunState& state)
+QString EnclosingOpenTag(const FileRecord& state)
 {
     return OpenTagAbove(state, 0);
 }
 
-QString OpenTagAbove(const RunState& state, std::int32_t levels)
+QString OpenTagAbove(const FileRecord& state, std::int32_t levels)
 {
     const qsizetype index = state.openTags.size() - levels - 1;
     // A negative level would reach past the innermost tag: there is nothing there.
@@ -110,7 +82,7 @@ std::int32_t EnclosingOpenTagPosition(const QList<ValidationContext>& openTags)
     return openTags.last().filePosition;
 }
 
-bool IsTagOpen(const RunState& state, const QString& tagName)
+bool IsTagOpen(const FileRecord& state, const QString& tagName)
 {
     // The scanner counts the open tags of each name beside the list, so a
     // deep or never-closed nesting is not walked for every tag.

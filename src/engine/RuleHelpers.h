@@ -10,11 +10,12 @@
 #include <exception>
 #include <vector>
 
-struct RunState;
+struct FileRecord;
+struct RunServices;
 struct ValidationContext;
 
 // Helpers that many validation routines share. They keep no state: they read
-// the current ValidationContext and the open-tag list of the run state.
+// the current ValidationContext and the open-tag list of the file's record.
 
 // Replaces the table placeholders "[text]", "[hrt]", "[space]" and "[tab]"
 // (exact case) by regular-expression fragments.
@@ -25,17 +26,11 @@ QString ExpandPatternPlaceholders(const QString& pattern);
 // show anything of (kFindingDataLength).
 QString DataContentAt(const ValidationContext& tag, std::int32_t start);
 // The same for the current tag.
-QString DataContentAt(const RunState& state, std::int32_t start);
+QString DataContentAt(const FileRecord& state, std::int32_t start);
 
-// Hands a finding the rule made whole (line, column, data, routine) to the
-// reports, as a finding of the file being checked.
-void ReportRuleFinding(RunState& state, const Finding& finding);
-// The same for a finding of the whole run, judged after its last file.
-void ReportRuleRunFinding(RunState& state, const Finding& finding);
-
-// Writes an error or a warning entry.
-void ReportBySeverity(RunState& state, Severity severity, std::int64_t lineNumber, const QString& message,
-    const QString& dataContent, std::int32_t extra);
+// Hands a finding of the routine running now to the run's receiver.
+void ReportBySeverity(const FileRecord& state, const RunServices& run, Severity severity,
+    std::int64_t lineNumber, const QString& message, const QString& dataContent, std::int32_t extra);
 
 // One-based line and column of the character that follows the first offset
 // characters of a text whose lines start at lineStarts (split at CR LF, the
@@ -50,10 +45,10 @@ std::int32_t LineColumnAt(
 // so that the run ends with status 2 instead of looking clean; the file's
 // reports say that its check did not finish, and it is not passed on. Running out of
 // memory is no check's failure: callers let std::bad_alloc through.
-void NoteCheckFailure(RunState& state, const std::exception& failure);
+void NoteCheckFailure(const FileRecord& state, const RunServices& run, const std::exception& failure);
 
 // Queries of the open start tags (oldest first).
-QString EnclosingOpenTag(const RunState& state);
-QString OpenTagAbove(const RunState& state, std::int32_t levels);
+QString EnclosingOpenTag(const FileRecord& state);
+QString OpenTagAbove(const FileRecord& state, std::int32_t levels);
 std::int32_t EnclosingOpenTagPosition(const QList<ValidationContext>& openTags);
-bool IsTagOpen(const RunState& state, const QString& tagName);
+bool IsTagOpen(const FileRecord& state, const QString& tagName);

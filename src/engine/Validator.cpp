@@ -1,9 +1,10 @@
 #include "engine/Validator.h"
 
 #include "config/RoutineDeclTable.h"
+#include "core/FileRecord.h"
 #include "core/Paths.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
+#include "core/RunServices.h"
 #include "engine/RuleHelpers.h"
 #include "engine/TagWalk.h"
 #include "text/InputLoading.h"
@@ -13,9 +14,9 @@
 
 namespace {
 
-const RoutineDeclTable* declarations(const RunState& state)
+const RoutineDeclTable* declarations(const RunServices& run)
 {
-    return state.config.ActiveTableSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
+    return run.installation.config.ActiveTableSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
 }
 
 bool isLetter(QChar c)
@@ -23,18 +24,18 @@ bool isLetter(QChar c)
     return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z');
 }
 
-void runWholeFileChecks(RunState& state, const RuleBook& rules)
+void runWholeFileChecks(FileRecord& state, const RunServices& run, const RuleBook& rules)
 {
     for (const RuleEntry& check : rules.wholeFileChecks) {
-        if (SwitchedOn(check, state.config.ActiveTableSet))
-            RunRule(state, check);
+        if (SwitchedOn(check, run.installation.config.ActiveTableSet))
+            RunRule(state, run, check);
     }
 }
 
 // The row stack follows the declared elements: every matching row of a start
 // tag is pushed, any other tag of a declared element pops one row, an empty
 // tag included.
-void followRowStack(RunState& state, const RoutineDeclTable& table)
+void followRowStack(FileRecord& state, const RoutineDeclTable& table)
 {
     const QString& name = state.context.tagName;
     if (!table.index.holds(name))
@@ -54,33 +55,33 @@ void followRowStack(RunState& state, const RoutineDeclTable& table)
     state.currentRow = state.rowStack.size() > 1 ? state.rowStack.last() : 0;
 }
 
-void validateLoadedFile(RunState& state, const RuleBook& rules)
+void validateLoadedFile(FileRecord& state, const RunServices& run, const RuleBook& rules)
 {
     SplitLines(state);
     const int last = state.lineCount() - 1;
     ResetPerFileState(state);
-    runWholeFileChecks(state, rules);
+    runWholeFileChecks(state, run, rules);
 
-    state.ui.setProgressRange(0, last < 1 ? 1 : last);
+    run.ui.setProgressRange(0, last < 1 ? 1 : last);
     std::int32_t lineStart = 0;
     for (int i = 0; i <= last; ++i) {
-        state.ui.setProgressValue(i);
+        run.ui.setProgressValue(i);
         const QString line = state.line(i).toString();
-        ScanLine(state, line, lineStart, i + 1);
+        ScanLine(state, run, line, lineStart, i + 1);
         lineStart += static_cast<std::int32_t>(line.size()) + 2;
-        state.ui.processEvents();
+        run.ui.processEvents();
     }
     for (const RuleEntry& check : rules.fileEndChecks) {
         // A file in which its routines never ran has nothing to judge.
         if (check.makeFileState && !state.ruleStates.find(check.makeFileState))
             continue;
-        RunRule(state, check);
+        RunRule(state, run, check);
     }
 }
 
 } // namespace
 
-void SplitLines(RunState& state)
+void SplitLines(FileRecord& state)
 {
     state.lineStarts.clear();
     const QString& text = state.wholeText;
@@ -92,10 +93,8 @@ void SplitLines(RunState& state)
         state.lineStarts.push_back(static_cast<std::int32_t>(at + 2));
 }
 
-void ResetPerFileState(RunState& state)
+void ResetPerFileState(FileRecord& state)
 {
-    state.report.errorCount = 0;
-    state.report.warningCount = 0;
     state.contextElement.clear();
     state.routineParameter = {};
     state.toolkit.clearQuotedMarkupNote();
@@ -105,10 +104,11 @@ void ResetPerFileState(RunState& state)
     state.ruleStates.clear();
 }
 
-void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std::int32_t lineNumber)
+void ScanLine(FileRecord& state, const RunServices& run, const QString& line, std::int32_t lineStart,
+    std::int32_t lineNumber)
 {
     state.toolkit.currentLineNumber = lineNumber;
-    const RoutineDeclTable* table = declarations(state);
+    const RoutineDeclTable* table = declarations(run);
     TagScanner xml(state.toolkit);
     bool swapped = false;
     WalkLineTags(xml, line, [&](QString&& tag, std::int32_t position) {
@@ -121,10 +121,10 @@ void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std:
         if (table) {
             // A row tagged "N/A" (any case) runs for every tag.
             if (table->firstNotApplicableRow >= 0)
-                DispatchRow(state, table->firstNotApplicableRow + 1);
+                DispatchRow(state, run, table->firstNotApplicableRow + 1);
             followRowStack(state, *table);
             if (state.currentRow != 0)
-                DispatchRow(state, state.currentRow);
+                DispatchRow(state, run, state.currentRow);
         }
 
         FollowOpenTags(state.openTags, state.openTagNames, state.context);
@@ -140,12 +140,12 @@ void ScanLine(RunState& state, const QString& line, std::int32_t lineStart, std:
         state.context = state.previousTag;
 }
 
-CarriedTagState CarriedTagStateOf(const RunState& state)
+CarriedTagState CarriedTagStateOf(const FileRecord& state)
 {
     return { state.openTags, state.context, state.previousTag, state.previousStartTag };
 }
 
-void SeedCarriedTagState(RunState& state, CarriedTagState carried)
+void SeedCarriedTagState(FileRecord& state, CarriedTagState carried)
 {
     state.openTags = std::move(carried.openTags);
     state.openTagNames.clear();
@@ -156,19 +156,19 @@ void SeedCarriedTagState(RunState& state, CarriedTagState carried)
     state.previousStartTag = std::move(carried.previousStartTag);
 }
 
-void ValidateFile(RunState& state, const RuleBook& rules)
+void ValidateFile(FileRecord& state, const RunServices& run, const RuleBook& rules)
 {
     try {
         // Taken before the text is read: whatever changes the file from here
         // on keeps it from passing on as validated.
-        state.report.inputIdentity = FileIdentityOf(state.inputPath);
-        state.wholeText = LoadInputText(state.ui, state.inputPath, state.config.Utf8Input);
+        state.inputIdentity = FileIdentityOf(state.inputPath);
+        state.wholeText = LoadInputText(run.ui, state.inputPath, run.installation.config.Utf8Input);
         state.toolkit.indexText(state.wholeText);
-        validateLoadedFile(state, rules);
+        validateLoadedFile(state, run, rules);
     } catch (const RunAborted&) {
         throw;
     } catch (const std::exception& failure) {
-        state.ui.messageBox(
+        run.ui.messageBox(
             QStringLiteral("Error in Reading Input File!  -- Error: ") + QString::fromUtf8(failure.what()),
             kProgramTitle, MessageIcon::Warning);
         throw RunAborted(ExitStatus::Refused);

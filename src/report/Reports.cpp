@@ -2,7 +2,7 @@
 
 #include "core/Paths.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
+#include "core/RunRecord.h"
 #include "report/ReportFormat.h"
 
 #include <QDir>
@@ -204,12 +204,12 @@ void copyOutput(ReportState& report, const QString& source, const QString& desti
 
 // The operator chose the original file; a copy made for the before-programs is
 // not what the log should name. Batch runs may leave the copy field empty.
-QString headerInputPath(const RunState& state)
+QString headerInputPath(const RunRecord& state)
 {
     return state.currentInputPath.isEmpty() ? state.inputPath : state.currentInputPath;
 }
 
-[[noreturn]] void refuseReports(RunState& state)
+[[noreturn]] void refuseReports(RunRecord& state)
 {
     state.ui.messageBox(QStringLiteral("Error during creation of report files.\r\n"
                                        "Pls. check access rights on the paths defined in the INI file."),
@@ -217,7 +217,7 @@ QString headerInputPath(const RunState& state)
     throw RunAborted(ExitStatus::Refused, "report files cannot be created");
 }
 
-std::unique_ptr<CheckedFile> createReport(RunState& state, const QString& path, EntryKind kind)
+std::unique_ptr<CheckedFile> createReport(RunRecord& state, const QString& path, EntryKind kind)
 {
     auto file = createFile(path);
     if (!file)
@@ -243,7 +243,7 @@ void resetFileEntries(ReportState& report)
     report.warningList.clear();
 }
 
-ReportFormat::EntryTexts addEntry(RunState& state, EntryKind kind, std::int64_t lineNumber,
+ReportFormat::EntryTexts addEntry(RunRecord& state, EntryKind kind, std::int64_t lineNumber,
     const QString& message, const QString& dataContent, std::int32_t column)
 {
     ReportState& report = state.report;
@@ -357,7 +357,7 @@ void closeBatchEditorFile(ReportState& report)
     report.openEditorPath.clear();
 }
 
-QString editorFilePath(const RunState& state)
+QString editorFilePath(const RunRecord& state)
 {
     return state.reportFolder + QStringLiteral("error.edt");
 }
@@ -380,9 +380,9 @@ class EditorFlavour {
 public:
     virtual ~EditorFlavour() = default;
     // Runs after the error report is closed and before it gets its totals.
-    virtual void prepare(RunState& state) const { QFile::remove(editorFilePath(state)); }
+    virtual void prepare(RunRecord& state) const { QFile::remove(editorFilePath(state)); }
     // Runs once both reports are complete.
-    virtual void write(RunState&) const { }
+    virtual void write(RunRecord&) const { }
 };
 
 // ZEPH: a single-file run hands it the bare error report; a batch collects
@@ -390,7 +390,7 @@ public:
 // that folder's first file.
 class ZephEditor : public EditorFlavour {
 public:
-    void prepare(RunState& state) const override
+    void prepare(RunRecord& state) const override
     {
         const QString editorFile = editorFilePath(state);
         if (!state.batchMode && !state.config.XYCoordinates) {
@@ -411,7 +411,7 @@ public:
         }
     }
 
-    void write(RunState& state) const override
+    void write(RunRecord& state) const override
     {
         if (!state.batchMode)
             return;
@@ -436,7 +436,7 @@ public:
 private:
     // Files of one report folder mostly follow one another: opening the
     // shared file again for each of them would cost more than writing it.
-    static CheckedFile* batchEditorFile(RunState& state)
+    static CheckedFile* batchEditorFile(RunRecord& state)
     {
         ReportState& report = state.report;
         const QString path = editorFilePath(state);
@@ -452,7 +452,7 @@ private:
 // KV7: a single-file run gets every entry of the file in "<name>.LOG".
 class Kv7Editor : public EditorFlavour {
 public:
-    void write(RunState& state) const override
+    void write(RunRecord& state) const override
     {
         if (state.batchMode)
             return;
@@ -485,7 +485,7 @@ const EditorFlavour& editorFlavour(const Configuration& config)
 
 // A report that could not be written has no copy either, and an earlier
 // run's copy of it goes.
-void copyReportsToOutput(RunState& state)
+void copyReportsToOutput(RunRecord& state)
 {
     ReportState& report = state.report;
     QString target = state.outputFolder;
@@ -506,7 +506,7 @@ void copyReportsToOutput(RunState& state)
 
 // Only a file whose check finished, whose outputs are all whole and that has
 // no error passes on, and only as the very bytes that were validated.
-void passInputOn(RunState& state)
+void passInputOn(RunRecord& state)
 {
     ReportState& report = state.report;
     const QString copy = state.outputFolder + state.inputFileName;
@@ -518,7 +518,7 @@ void passInputOn(RunState& state)
     copyOutput(report, state.inputPath, copy, &report.inputIdentity);
 }
 
-void writeErrorViewBlock(RunState& state)
+void writeErrorViewBlock(RunRecord& state)
 {
     const ReportState& report = state.report;
     QFile* log = report.errorViewLog.get();
@@ -535,7 +535,7 @@ void writeErrorViewBlock(RunState& state)
 
 // The program logs are the whole run's: a log that cannot be written fails
 // the run, told once, not every file after it.
-void noteRunUnwritten(RunState& state, const QString& path, const QString& why)
+void noteRunUnwritten(RunRecord& state, const QString& path, const QString& why)
 {
     const QString failure = QStringLiteral("cannot write %1: %2").arg(path, why);
     if (state.report.runFailures.contains(failure))
@@ -544,13 +544,13 @@ void noteRunUnwritten(RunState& state, const QString& path, const QString& why)
     state.ui.diagnostic(failure);
 }
 
-void flushLog(RunState& state, CheckedFile* log)
+void flushLog(RunRecord& state, CheckedFile* log)
 {
     if (log && !log->flushChecked())
         noteRunUnwritten(state, log->fileName(), log->failure());
 }
 
-void finishLog(RunState& state, std::unique_ptr<CheckedFile>& log)
+void finishLog(RunRecord& state, std::unique_ptr<CheckedFile>& log)
 {
     const QString path = log ? log->fileName() : QString();
     const QString failure = finishFile(log);
@@ -558,7 +558,7 @@ void finishLog(RunState& state, std::unique_ptr<CheckedFile>& log)
         noteRunUnwritten(state, path, failure);
 }
 
-std::unique_ptr<CheckedFile> createLog(RunState& state, const QString& path)
+std::unique_ptr<CheckedFile> createLog(RunRecord& state, const QString& path)
 {
     auto log = createFile(path);
     if (!log)
@@ -569,7 +569,7 @@ std::unique_ptr<CheckedFile> createLog(RunState& state, const QString& path)
 // The end of a file's reports, in one place for every kind of run: what
 // could not be written is named, and a file that failed is counted and its
 // sinks are told, before they hear that the file ended.
-void endFile(RunState& state)
+void endFile(RunRecord& state)
 {
     ReportState& report = state.report;
     for (const QString& failure : report.writeFailures)
@@ -585,23 +585,67 @@ void endFile(RunState& state)
 
 namespace {
 
-// The fixed reports as the engine's receiver of findings. It keeps nothing
-// of its own, so one serves every run state, batch workers included.
-class FixedReports : public FindingReceiver {
+// A finding of the file whose reports are open: an entry in the report of
+// its kind in the fixed layout, counted.
+void writeFileFinding(RunRecord& state, const Finding& finding)
+{
+    ReportState& report = state.report;
+    const bool error = finding.kind == FindingKind::Error;
+    const auto texts = addEntry(state, error ? EntryKind::Error : EntryKind::Warning, finding.line,
+        finding.message, finding.data, finding.column);
+    if (error) {
+        ++report.errorCount;
+        ++report.runErrorEntries;
+    } else {
+        ++report.warningCount;
+        // Only the batch editor file of the plain layout lists the warnings again.
+        if (state.batchMode && !state.config.XYCoordinates
+            && state.config.EditorProgram.compare(u"ZEPH", Qt::CaseInsensitive) == 0)
+            report.warningList.append(texts.record);
+    }
+}
+
+// A finding of the run as a whole, made after its last file: a line in the
+// program log and, for an error, an error entry of the run's exit status.
+void writeRunFinding(RunRecord& state, const Finding& finding)
+{
+    writeLine(state.report.programLog.get(), finding.message);
+    if (finding.kind == FindingKind::Error)
+        ++state.report.runErrorEntries;
+}
+
+// The fixed reports as one sink of the run. A finding while a file's error
+// report is open belongs to that file; any other comes after the run's last
+// file and goes to the program log.
+class FixedReportSink : public FindingSink {
 public:
-    void fileFinding(RunState& run, const Finding& finding) override { ReportFinding(run, finding); }
-    void runFinding(RunState& run, const Finding& finding) override { ReportRunFinding(run, finding); }
+    explicit FixedReportSink(RunRecord& run)
+        : run_(run)
+    {
+    }
+    void onFinding(const Finding& finding) override
+    {
+        if (run_.report.errorReport)
+            writeFileFinding(run_, finding);
+        else
+            writeRunFinding(run_, finding);
+    }
+
+private:
+    RunRecord& run_;
 };
 
-void subscribeFixedReports(RunState& state)
+void subscribeFixedReports(RunRecord& state)
 {
-    static FixedReports reports;
-    state.findingReceiver = &reports;
+    if (state.fixedReports)
+        return;
+    state.fixedReports = std::make_unique<FixedReportSink>(state);
+    state.findingSinks.subscribeFirst(*state.fixedReports);
 }
 
 } // namespace
 
-void OpenReports(RunState& state)
+void OpenReports(RunRecord& state)
 {
     subscribeFixedReports(state);
     ReportState& report = state.report;
@@ -623,40 +667,24 @@ void OpenReports(RunState& state)
     state.findingSinks.fileStarted(headerInputPath(state));
 }
 
-void ReportFinding(RunState& state, const Finding& finding)
+void ReportFinding(RunRecord& state, const Finding& finding)
 {
-    ReportState& report = state.report;
-    const bool error = finding.kind == FindingKind::Error;
-    const auto texts = addEntry(state, error ? EntryKind::Error : EntryKind::Warning, finding.line,
-        finding.message, finding.data, finding.column);
-    if (error) {
-        ++report.errorCount;
-        ++report.runErrorEntries;
-    } else {
-        ++report.warningCount;
-        // Only the batch editor file of the plain layout lists the warnings again.
-        if (state.batchMode && !state.config.XYCoordinates
-            && state.config.EditorProgram.compare(u"ZEPH", Qt::CaseInsensitive) == 0)
-            report.warningList.append(texts.record);
-    }
-    state.findingSinks.publish(finding);
+    state.receiver().fileFinding(finding);
 }
 
-void WriteErrorEntry(RunState& state, std::int64_t lineNumber, const QString& message,
+void WriteErrorEntry(RunRecord& state, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t column)
 {
-    ReportFinding(state,
-        { FindingKind::Error, lineNumber, column, message, dataContent, QString(state.currentRoutine) });
+    ReportFinding(state, { FindingKind::Error, lineNumber, column, message, dataContent, QString() });
 }
 
-void WriteWarningEntry(RunState& state, std::int64_t lineNumber, const QString& message,
+void WriteWarningEntry(RunRecord& state, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t column)
 {
-    ReportFinding(state,
-        { FindingKind::Warning, lineNumber, column, message, dataContent, QString(state.currentRoutine) });
+    ReportFinding(state, { FindingKind::Warning, lineNumber, column, message, dataContent, QString() });
 }
 
-void DiscardReports(RunState& state)
+void DiscardReports(RunRecord& state)
 {
     ReportState& report = state.report;
     if (!report.errorReport && !report.warningReport)
@@ -667,7 +695,7 @@ void DiscardReports(RunState& state)
     QFile::remove(partial(report.warningReportPath));
 }
 
-void WriteFileStartToProgramLog(RunState& state)
+void WriteFileStartToProgramLog(RunRecord& state)
 {
     ReportState& report = state.report;
     writeLine(report.programLog.get(),
@@ -675,7 +703,7 @@ void WriteFileStartToProgramLog(RunState& state)
     writeLine(report.programLog.get(), QStringLiteral("FilePath    : ") + headerInputPath(state));
 }
 
-void CompleteFileReports(RunState& state)
+void CompleteFileReports(RunRecord& state)
 {
     ReportState& report = state.report;
     completeWarningReport(report);
@@ -689,7 +717,7 @@ void CompleteFileReports(RunState& state)
 // The editor file of a batch removes or extends a file that the whole report
 // folder shares, and the program logs are the whole batch's: this part runs
 // for one file after another, in batch order.
-void PublishFileReports(RunState& state)
+void PublishFileReports(RunRecord& state)
 {
     ReportState& report = state.report;
     putInPlace(report, report.warningReportPath);
@@ -708,13 +736,7 @@ void PublishFileReports(RunState& state)
     endFile(state);
 }
 
-void DiscardCompletedReports(const QString& errorReportPath, const QString& warningReportPath)
-{
-    QFile::remove(partial(errorReportPath));
-    QFile::remove(partial(warningReportPath));
-}
-
-void CloseReports(RunState& state)
+void CloseReports(RunRecord& state)
 {
     ReportState& report = state.report;
     if (state.batchMode) {
@@ -736,7 +758,7 @@ void CloseReports(RunState& state)
     endFile(state);
 }
 
-void OpenProgramLogs(RunState& state)
+void OpenProgramLogs(RunRecord& state)
 {
     subscribeFixedReports(state);
     ReportState& report = state.report;
@@ -754,15 +776,12 @@ void OpenProgramLogs(RunState& state)
     writeLine(report.errorViewLog.get(), started);
 }
 
-void ReportRunFinding(RunState& state, const Finding& finding)
+void ReportRunFinding(RunRecord& state, const Finding& finding)
 {
-    writeLine(state.report.programLog.get(), finding.message);
-    if (finding.kind == FindingKind::Error)
-        ++state.report.runErrorEntries;
-    state.findingSinks.publish(finding);
+    state.receiver().runFinding(finding);
 }
 
-QStringList FilesTheRunWrites(const RunState& state)
+QStringList FilesTheRunWrites(const RunRecord& state)
 {
     const Configuration& config = state.config;
     const QString name = InputFileNameOf(state.inputPath);
@@ -783,12 +802,12 @@ QStringList FilesTheRunWrites(const RunState& state)
     return files;
 }
 
-void WriteProgramLogLine(RunState& state, const QString& line)
+void WriteProgramLogLine(RunRecord& state, const QString& line)
 {
     writeLine(state.report.programLog.get(), line);
 }
 
-void CloseProgramLogs(RunState& state)
+void CloseProgramLogs(RunRecord& state)
 {
     ReportState& report = state.report;
     const QString ended = QStringLiteral("Time Ended: ") + ReportFormat::logDateTime(report.now());

@@ -7,18 +7,18 @@
 #include <QStringList>
 #include <cstdint>
 
-struct RunState;
+struct RunRecord;
 
 // The report writer: per input file an error report (".ERR") and a warning
 // report (".WRN"), the editor files, and per run the program logs.
-void OpenReports(RunState& state);
+void OpenReports(RunRecord& state);
 // Writes the finding to the report of its kind in the fixed layout, counts it,
 // and hands it to every subscribed sink.
-void ReportFinding(RunState& state, const Finding& finding);
-// A finding of the routine that is running now (RunState::currentRoutine).
-void WriteErrorEntry(RunState& state, std::int64_t lineNumber, const QString& message,
+void ReportFinding(RunRecord& state, const Finding& finding);
+// An error or warning entry made by hand, named by no routine.
+void WriteErrorEntry(RunRecord& state, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t column);
-void WriteWarningEntry(RunState& state, std::int64_t lineNumber, const QString& message,
+void WriteWarningEntry(RunRecord& state, std::int64_t lineNumber, const QString& message,
     const QString& dataContent, std::int32_t column);
 // Ends the file: totals, the editor file, the program logs, the copies in
 // the output folder. A file whose check did not finish
@@ -27,35 +27,33 @@ void WriteWarningEntry(RunState& state, std::int64_t lineNumber, const QString& 
 // written) is not passed on to the output folder: it is named, counted in
 // report.failedFiles and told to the sinks. The input passes on only while
 // it is still the file that was validated (report.inputIdentity).
-void CloseReports(RunState& state);
+void CloseReports(RunRecord& state);
 // A batch file's CloseReports in two steps, so that files can be validated
 // side by side: CompleteFileReports gives the file's own reports their totals
 // (any thread, the file's own run state); PublishFileReports puts them in
 // place and writes what several files share, the editor file, the program
 // logs and the output copies (one file after another, in batch order).
-void CompleteFileReports(RunState& state);
-void PublishFileReports(RunState& state);
+void CompleteFileReports(RunRecord& state);
+void PublishFileReports(RunRecord& state);
 // The program log's first lines of a batch file, with report.fileStarted.
-void WriteFileStartToProgramLog(RunState& state);
-// Drops the completed reports of a file that will never be published.
-void DiscardCompletedReports(const QString& errorReportPath, const QString& warningReportPath);
+void WriteFileStartToProgramLog(RunRecord& state);
 // Drops the reports of a file whose run ended before they were closed; the
 // reports of an earlier run under the same names stay as they were.
-void DiscardReports(RunState& state);
+void DiscardReports(RunRecord& state);
 // Every file that the run writes or removes for the input of `state` (its
 // path, report and output folders, batch or single-file mode): its own
 // reports first (.ERR, .WRN, then the same in the making), the editor file,
 // the program logs, the copies in the output folder. An input that is one
 // of them would be lost before or while it is read.
-QStringList FilesTheRunWrites(const RunState& state);
-void OpenProgramLogs(RunState& state);
+QStringList FilesTheRunWrites(const RunRecord& state);
+void OpenProgramLogs(RunRecord& state);
 // A finding of the run as a whole, made after its last file: a line in the
 // program log, a finding between files for the sinks, and, for an error,
 // an error entry of the run's exit status.
-void ReportRunFinding(RunState& state, const Finding& finding);
+void ReportRunFinding(RunRecord& state, const Finding& finding);
 // A line of its own in the open program log: what a batch could not take in.
-void WriteProgramLogLine(RunState& state, const QString& line);
-void CloseProgramLogs(RunState& state);
+void WriteProgramLogLine(RunRecord& state, const QString& line);
+void CloseProgramLogs(RunRecord& state);
 
 // Removes what a run that was killed left half-written in the folder (files
 // ending in ".part"), except the paths in `keep` (the run's own inputs).

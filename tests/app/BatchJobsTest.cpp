@@ -132,7 +132,7 @@ BatchResult runBatch(const Installation& inst, const QString& name, int jobs,
 {
     RecordingOperator ui;
     RunState state(ui);
-    state.spelling.cacheFolder = cacheFolder;
+    state.installation->spelling.cacheFolder = cacheFolder;
     startUp(inst, state, ui);
     EventSink sink;
     state.findingSinks.subscribe(sink);
@@ -156,10 +156,11 @@ BatchResult runBatch(const Installation& inst, const QString& name, int jobs,
         result.messages << QString(message.title + ": " + message.text).replace(name + "-work/", "WORK/");
     result.diagnostics = ui.diagnostics;
     result.findings = sink.events;
-    for (const ValidationContext& open : state.openTags)
+    for (const ValidationContext& open : state.file.openTags)
         result.openTags
             << QStringLiteral("%1 %2:%3").arg(open.tagText).arg(open.lineNumber).arg(open.filePosition);
-    for (const ValidationContext* last : { &state.previousTag, &state.previousStartTag, &state.context })
+    for (const ValidationContext* last :
+        { &state.file.previousTag, &state.file.previousStartTag, &state.file.context })
         result.lastTags
             << QStringLiteral("%1 %2:%3").arg(last->tagText).arg(last->lineNumber).arg(last->filePosition);
     const auto* carried

@@ -1,6 +1,7 @@
 #include "engine/OpenTagPass.h"
 
 #include "Corpus.h"
+#include "app/SingleFileRun.h"
 #include "core/RunState.h"
 #include "engine/Validator.h"
 #include "support/RecordingOperator.h"
@@ -56,14 +57,14 @@ void expectPassAgreesWithDriver(const QStringList& paths)
     QHash<QString, int> keptNames;
     for (qsizetype i = 0; i < paths.size(); ++i) {
         state.inputPath = paths[i];
-        ValidateFile(state, RuleBook {});
+        ValidateRunFile(state, RuleBook {});
         ApplyOpenTagEffect(predicted, effects[std::size_t(i)]);
-        ASSERT_EQ(described(predicted), described(state.openTags)) << paths[i].toStdString();
+        ASSERT_EQ(described(predicted), described(state.file.openTags)) << paths[i].toStdString();
         ApplyOpenTagEffect(kept, keptNames, effects[std::size_t(i)]);
-        ASSERT_EQ(described(kept), described(state.openTags)) << paths[i].toStdString();
-        ASSERT_EQ(keptNames, state.openTagNames) << paths[i].toStdString();
+        ASSERT_EQ(described(kept), described(state.file.openTags)) << paths[i].toStdString();
+        ASSERT_EQ(keptNames, state.file.openTagNames) << paths[i].toStdString();
     }
-    EXPECT_EQ(described(OpenTagsAfterFiles(paths, true, {}, 1)), described(state.openTags));
+    EXPECT_EQ(described(OpenTagsAfterFiles(paths, true, {}, 1)), described(state.file.openTags));
 }
 
 } // namespace

@@ -17,8 +17,8 @@ protected:
 
 TEST_F(RuleHelpersStateTest, DataContentAt)
 {
-    state.context.lineText = "x <p>text";
-    state.context.linePosition = 3;
+    state.file.context.lineText = "x <p>text";
+    state.file.context.linePosition = 3;
     const QList<std::pair<std::int32_t, QString>> rows {
         { 0, "<p>text" },
         { 1, "x <p>text" },
@@ -27,11 +27,12 @@ TEST_F(RuleHelpersStateTest, DataContentAt)
         { -4, "x <p>text" },
     };
     for (const auto& [start, expected] : rows)
-        EXPECT_EQ(DataContentAt(state, start), expected) << start;
+        EXPECT_EQ(DataContentAt(state.file, start), expected) << start;
 
     // A long line gives only what an entry can show anything of.
-    state.context.lineText = QString(100, u'x') + QString(400, u'y');
-    EXPECT_EQ(DataContentAt(state, 51), state.context.lineText.mid(50, ReportFormat::kDataSourceLength));
+    state.file.context.lineText = QString(100, u'x') + QString(400, u'y');
+    EXPECT_EQ(
+        DataContentAt(state.file, 51), state.file.context.lineText.mid(50, ReportFormat::kDataSourceLength));
 }
 
 // Straight from the definition: split the prefix at every CR LF.

@@ -1,5 +1,6 @@
 #include "engine/Validator.h"
 
+#include "app/SingleFileRun.h"
 #include "config/ConfigurationLoading.h"
 #include "config/RoutineDeclTable.h"
 #include "core/RunAborted.h"
@@ -53,7 +54,7 @@ struct Fixture {
     {
         calls.clear();
         state.inputPath = dir.write("input.xml", input);
-        ValidateFile(state, kRecorders);
+        ValidateRunFile(state, kRecorders);
         return calls;
     }
 };
@@ -97,7 +98,7 @@ TEST(Validator, FillsTheContextOfEveryTag)
 {
     Fixture fixture("N/A | NOHRT | x\r\n");
     fixture.validate("<r>\r\nab <p id=\"1\">x</p>");
-    const ValidationContext& last = fixture.state.previousTag;
+    const ValidationContext& last = fixture.state.file.previousTag;
     EXPECT_EQ(last.tagText, "</p>");
     EXPECT_EQ(last.tagType, TagKind::End);
     EXPECT_EQ(last.lineNumber, 2);
@@ -105,20 +106,20 @@ TEST(Validator, FillsTheContextOfEveryTag)
     EXPECT_EQ(last.filePosition, 15 + 5);
     EXPECT_EQ(last.lineText, "ab <p id=\"1\">x</p>");
     EXPECT_EQ(last.enclosingTag, "<p id=\"1\">");
-    EXPECT_EQ(fixture.state.previousStartTag.tagText, "<p id=\"1\">");
-    EXPECT_EQ(fixture.state.previousStartTag.enclosingTag, "<r>");
+    EXPECT_EQ(fixture.state.file.previousStartTag.tagText, "<p id=\"1\">");
+    EXPECT_EQ(fixture.state.file.previousStartTag.enclosingTag, "<r>");
 }
 
 TEST(Validator, KeepsOpenTagsFromOneFileToTheNext)
 {
     Fixture fixture("");
     fixture.validate("<a><b><c></b>");
-    ASSERT_EQ(fixture.state.openTags.size(), 2);
-    EXPECT_EQ(fixture.state.openTags[0].tagText, "<a>");
-    EXPECT_EQ(fixture.state.openTags[1].tagText, "<c>");
+    ASSERT_EQ(fixture.state.file.openTags.size(), 2);
+    EXPECT_EQ(fixture.state.file.openTags[0].tagText, "<a>");
+    EXPECT_EQ(fixture.state.file.openTags[1].tagText, "<c>");
     fixture.validate("</x></a>");
-    ASSERT_EQ(fixture.state.openTags.size(), 1);
-    EXPECT_EQ(fixture.state.openTags[0].tagText, "<c>");
+    ASSERT_EQ(fixture.state.file.openTags.size(), 1);
+    EXPECT_EQ(fixture.state.file.openTags[0].tagText, "<c>");
 }
 
 TEST(Validator, SplitsAtLineEndsAndCountsProgressPerLine)
@@ -138,7 +139,7 @@ TEST(Validator, SplitsAtLineEndsAndCountsProgressPerLine)
     for (const Row& row : rows) {
         Fixture fixture("");
         fixture.validate(row.input);
-        EXPECT_EQ(fixture.state.lineCount(), row.lines) << row.input.constData();
+        EXPECT_EQ(fixture.state.file.lineCount(), row.lines) << row.input.constData();
         EXPECT_EQ(fixture.op.progressMaximum, row.progressMaximum) << row.input.constData();
         EXPECT_EQ(fixture.op.progressValues.size(), row.lines);
     }
@@ -152,7 +153,7 @@ TEST(Validator, UnexpectedFailureIsShownAndEndsTheRun)
     Fixture fixture("<a> | NOHRT | x\r\n", failing);
     fixture.state.inputPath = fixture.dir.write("input.xml", "<a>");
     try {
-        ValidateFile(fixture.state, failing);
+        ValidateRunFile(fixture.state, failing);
         FAIL() << "the run should have ended";
     } catch (const RunAborted& aborted) {
         EXPECT_EQ(aborted.exitStatus(), 2);

@@ -75,7 +75,7 @@ TEST(CheckMultipleHardReturns, AgreesWithRewritingMarkersOnRandomTexts)
         set.CheckMultiHrt = Switch::On;
         set.MultiHrtMaxCount = maxCount;
         const bool reported = !fixture.run(input).isEmpty();
-        EXPECT_EQ(reported, literalTooManyHardReturns(fixture.state.wholeText, maxCount))
+        EXPECT_EQ(reported, literalTooManyHardReturns(fixture.state.file.wholeText, maxCount))
             << input.constData() << " max " << maxCount;
     }
 }

@@ -17,7 +17,7 @@ FakeSpellingEngine& useEngine(
 {
     auto engine = std::make_unique<FakeSpellingEngine>(std::move(known), std::move(suggestions));
     FakeSpellingEngine& kept = *engine;
-    fixture.state.spelling.engine = std::move(engine);
+    fixture.state.installation->spelling.engine = std::move(engine);
     return kept;
 }
 
@@ -41,7 +41,7 @@ TEST(SpellCheckWord, AnswersAtMostTwoNonEmptySuggestionsCutAtTheirNul)
     useEngine(fixture, { "fine" },
         { { "bad", { "first", "second", "third" } }, { "odd", { "", QString("cut") + QChar(0) + "off" } } });
     const auto said = [&](const QString& word) {
-        const SpellingVerdict verdict = SpellCheckWord(fixture.state.spelling, word);
+        const SpellingVerdict verdict = SpellCheckWord(fixture.state.installation->spelling, word);
         return verdict.misspelt ? "misspelt: " + verdict.suggestions : QString("fine");
     };
     EXPECT_EQ(said("fine"), "fine");

@@ -131,27 +131,28 @@ TEST(CurrentElementText, SameAsGetPCDATAAtTheTag)
     for (int round = 0; round < 400; ++round) {
         RunState state(op);
         for (int i = 0; i < 30; ++i)
-            state.wholeText += parts[pick(random)];
+            state.file.wholeText += parts[pick(random)];
         // Every other round without the file index: the toolkit answers alone.
         if (round % 2)
-            state.toolkit.indexText(state.wholeText);
-        const TagScanner xml(state.toolkit);
-        for (qsizetype lt = state.wholeText.indexOf(u'<'); lt >= 0;
-             lt = state.wholeText.indexOf(u'<', lt + 1)) {
-            const qsizetype gt = state.wholeText.indexOf(u'>', lt);
+            state.file.toolkit.indexText(state.file.wholeText);
+        const TagScanner xml(state.file.toolkit);
+        for (qsizetype lt = state.file.wholeText.indexOf(u'<'); lt >= 0;
+             lt = state.file.wholeText.indexOf(u'<', lt + 1)) {
+            const qsizetype gt = state.file.wholeText.indexOf(u'>', lt);
             if (gt < 0)
                 break;
-            const QString tag = state.wholeText.mid(lt, gt - lt + 1);
+            const QString tag = state.file.wholeText.mid(lt, gt - lt + 1);
             if (tag.indexOf(u'<', 1) >= 0 || xml.GetTagType(tag) != TagKind::Start)
                 continue;
-            state.context.tagText = tag;
-            state.context.tagName = xml.GetTagName(tag);
-            state.context.filePosition = static_cast<std::int32_t>(lt + 1);
-            std::int32_t position = state.context.filePosition;
+            state.file.context.tagText = tag;
+            state.file.context.tagName = xml.GetTagName(tag);
+            state.file.context.filePosition = static_cast<std::int32_t>(lt + 1);
+            std::int32_t position = state.file.context.filePosition;
             const QString expected
-                = xml.GetPCDATA(state.wholeText, tag, "</" + state.context.tagName + ">", position);
-            ASSERT_EQ(CurrentElementText(state.wholeText, state.toolkit, state.context), expected)
-                << state.wholeText.toStdString() << " @" << lt;
+                = xml.GetPCDATA(state.file.wholeText, tag, "</" + state.file.context.tagName + ">", position);
+            ASSERT_EQ(
+                CurrentElementText(state.file.wholeText, state.file.toolkit, state.file.context), expected)
+                << state.file.wholeText.toStdString() << " @" << lt;
         }
     }
 }

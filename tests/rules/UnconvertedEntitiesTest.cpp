@@ -153,7 +153,8 @@ TEST(UNCONENTITIES, AgreesWithAPlainReadingOnRandomTexts)
         for (int i = 0; i < length; ++i)
             text += round % 2 ? pieces[rng() % pieces.size()] : alonePieces[rng() % alonePieces.size()];
         const QStringList actual = fixture.run(text.toUtf8());
-        EXPECT_EQ(actual, literalEntities(fixture.state.wholeText, searches, messages)) << text.toStdString();
+        EXPECT_EQ(actual, literalEntities(fixture.state.file.wholeText, searches, messages))
+            << text.toStdString();
         withFindings += actual.isEmpty() ? 0 : 1;
     }
     EXPECT_GT(withFindings, 50); // the texts do exercise the search

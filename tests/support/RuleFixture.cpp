@@ -1,5 +1,6 @@
 #include "support/RuleFixture.h"
 
+#include "app/SingleFileRun.h"
 #include "config/RoutineDeclTable.h"
 #include "engine/Validator.h"
 #include "report/Reports.h"
@@ -48,7 +49,7 @@ QStringList RuleFixture::run(const QByteArray& input, const RuleBook& rules)
             [&](const QString& name) { return FindRoutine(rules, name); });
     state.inputPath = dir.write("input.xml", input);
     OpenReports(state);
-    ValidateFile(state, rules);
+    ValidateRunFile(state, rules);
     return sink.entries();
 }
 

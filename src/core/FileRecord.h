@@ -1,0 +1,71 @@
+#pragma once
+
+#include "core/Paths.h"
+#include "core/RuleFileState.h"
+#include "core/TableCodes.h"
+#include "core/ToolkitState.h"
+#include "core/ValidationContext.h"
+
+#include <QHash>
+#include <QLatin1StringView>
+#include <QList>
+#include <QString>
+#include <QStringView>
+#include <cstdint>
+#include <vector>
+
+// Everything the engine keeps while it checks one file: the document, the
+// scanner's records and stacks, and the rules' own file state. A run keeps
+// one and the engine resets it for every file; a batch worker keeps its own.
+// Only the open-tag list and the last tag contexts are handed on from one
+// file of a batch to the next (see SeedCarriedTagState).
+struct FileRecord {
+    // The file being checked, and the file its rules speak of: a file a
+    // before-program made is checked in place of the one delivered.
+    QString inputPath;
+    QString deliveredPath;
+    // The input as it was when it was read for validation: what is passed on
+    // to the output folder must still be that file.
+    FileIdentity inputIdentity;
+
+    // The document being validated: the whole text, decoded once, and the
+    // start offset of every line (lines are split at CR LF only).
+    QString wholeText;
+    std::vector<std::int32_t> lineStarts;
+    int lineCount() const { return static_cast<int>(lineStarts.size()); }
+    QStringView line(int index) const;
+
+    ToolkitState toolkit; // the values every TagScanner view of this file shares
+
+    // The scanner's records.
+    ValidationContext context;
+    ValidationContext previousTag;
+    ValidationContext previousStartTag;
+    QList<ValidationContext> openTags; // oldest first; kept from one file to the next
+    QHash<QString, int>
+        openTagNames; // how many of openTags carry each name: an end tag of none scans nothing
+    QList<std::int32_t> rowStack { 0 }; // element 0 is the base entry
+    std::int32_t currentRow = 0;
+    QString contextElement;
+    // Upper-cased at loading; a view of the declaration table's text, set by
+    // the dispatcher before every routine call.
+    QStringView routineParameter;
+    // The same parameter read as a severity at loading, for the routines
+    // whose parameter is one.
+    Severity parameterSeverity = Severity::Warning;
+    // The routine or check running now; names its findings. A view of the
+    // registry's name, so the dispatcher copies nothing per call.
+    QLatin1StringView currentRoutine;
+    RuleFileStates ruleStates; // per file; cleared with the other per-file state
+    // The running routine's own file state and carried state, set by the
+    // dispatcher; null for a routine whose entry names none.
+    RuleFileState* ownFileState = nullptr;
+    RuleRunState* ownRunState = nullptr;
+};
+
+inline QStringView FileRecord::line(int index) const
+{
+    const qsizetype start = lineStarts[index];
+    const qsizetype end = index + 1 < lineCount() ? lineStarts[index + 1] - 2 : wholeText.size();
+    return QStringView(wholeText).sliced(start, end - start);
+}

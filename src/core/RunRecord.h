@@ -1,0 +1,132 @@
+#pragma once
+
+#include "core/Finding.h"
+#include "core/ImageCallouts.h"
+#include "core/LoadedInstallation.h"
+#include "core/OperatorInterface.h"
+#include "core/ReportState.h"
+#include "core/RuleFileState.h"
+#include "core/SpellingEngine.h"
+#include "core/TableLint.h"
+
+#include <QLockFile>
+#include <QString>
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+
+struct RunRecord;
+
+// The run as the engine's finding receiver: every finding goes to the run's
+// sinks in subscription order, the fixed reports first once they are open.
+// A finding before they are would leave a run that looks clean, so it fails.
+class RunReceiver : public FindingReceiver {
+public:
+    explicit RunReceiver(RunRecord& run)
+        : run_(run)
+    {
+    }
+    void fileFinding(const Finding& finding) override;
+    void runFinding(const Finding& finding) override;
+    // The failure is told, naming the file, the routine and the reason, and
+    // counted, so that the run ends with status 2 instead of looking clean;
+    // the file's reports say that its check did not finish.
+    void checkEnded(const QString& routine, const QString& reason) override;
+
+private:
+    void refuseUnopened() const;
+    RunRecord& run_;
+};
+
+// What one run keeps from its start to its end, apart from the file being
+// checked: who watches it, the installation it reads, its paths and outputs,
+// the lock of its temporary folder, its sinks, what rules carry from file to
+// file and its failures. A batch worker has one of its own over the run's
+// installation.
+struct RunRecord {
+    explicit RunRecord(OperatorInterface& operatorInterface)
+        : RunRecord(operatorInterface, std::make_shared<LoadedInstallation>())
+    {
+    }
+    // A run over an installation that other runs share, such as a batch
+    // worker's over the run's own.
+    RunRecord(OperatorInterface& operatorInterface, std::shared_ptr<LoadedInstallation> shared)
+        : ui(operatorInterface)
+        , installation(std::move(shared))
+        , config(installation->config)
+        , programName(installation->programName)
+    {
+    }
+    RunRecord(const RunRecord&) = delete;
+    RunRecord& operator=(const RunRecord&) = delete;
+
+    OperatorInterface& ui;
+    std::shared_ptr<LoadedInstallation> installation;
+    // The installation's configuration and program name under their own
+    // names, for start-up, which fills them, and the code that reads them.
+    Configuration& config;
+    QString& programName; // names the program logs
+
+    // Run fields of start-up and the run windows.
+    QString inputPath;
+    QString inputFileName;
+    QString taskCode;
+    bool batchMode = false;
+    QString parentFolderPart;
+    QString outputFolder;
+    QString currentInputPath;
+    QString reportFolder; // where the reports go; ends with "/"
+
+    // What rules carry from file to file; never cleared within a run.
+    RuleRunStates carriedStates;
+    ImageCallouts imageCallouts; // per run: cleared when a run starts, read after its last file
+
+    ReportState report;
+    // Checks of this run that ended early on a failure. A run with any cannot
+    // pass for checked, whatever its reports say.
+    int checkFailures = 0;
+
+    // Held while this run uses its temporary folder; released when the run ends.
+    std::unique_ptr<QLockFile> tempFolderLock;
+    // Seconds an outside program may run before it is stopped; 0 waits for ever.
+    int pluginTimeoutSeconds = 0;
+    FindingSinks findingSinks; // outputs beside the fixed reports
+    // The fixed reports (.ERR, .WRN, editor files, program logs) as a sink,
+    // subscribed first; made by the report writer when it opens a file's
+    // reports or the run's logs.
+    std::unique_ptr<FindingSink> fixedReports;
+
+    // Where the engine's findings go.
+    FindingReceiver& receiver() { return findings_; }
+
+private:
+    RunReceiver findings_ { *this };
+};
+
+inline void RunReceiver::refuseUnopened() const
+{
+    if (!run_.fixedReports)
+        throw std::logic_error("a finding was reported before the reports were opened");
+}
+
+inline void RunReceiver::fileFinding(const Finding& finding)
+{
+    refuseUnopened();
+    run_.findingSinks.publish(finding);
+}
+
+inline void RunReceiver::runFinding(const Finding& finding)
+{
+    refuseUnopened();
+    run_.findingSinks.publish(finding);
+}
+
+inline void RunReceiver::checkEnded(const QString& routine, const QString& reason)
+{
+    refuseUnopened();
+    ++run_.checkFailures;
+    run_.ui.diagnostic(
+        QStringLiteral("%1: %2 ended early: %3")
+            .arg(run_.inputFileName.isEmpty() ? run_.inputPath : run_.inputFileName, routine, reason));
+    run_.report.checkNotFinished.append(routine + QStringLiteral(": ") + reason);
+}
