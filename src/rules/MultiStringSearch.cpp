@@ -74,29 +74,10 @@ void MultiStringSearch::scan(
 
 std::vector<qsizetype> MultiStringSearch::firstOccurrences(QStringView text) const
 {
-    std::vector<qsizetype> first(lengths_.size(), -1);
-    std::size_t missing = 0;
-    for (std::size_t n = 0; n < lengths_.size(); ++n)
-        missing += lengths_[n] > 0 ? 1 : 0;
-    if (missing == 0)
-        return first;
-    // Needles have fixed lengths, so the first to end is also the first to start.
-    scan(text, [&](int needle, qsizetype start) {
-        if (first[needle] < 0) {
-            first[needle] = start;
-            --missing;
-        }
-        return missing > 0;
-    });
-    return first;
+    return firstOccurrencesIn([text](auto&& piece) { piece(text); });
 }
 
 std::vector<std::vector<qsizetype>> MultiStringSearch::allOccurrences(QStringView text) const
 {
-    std::vector<std::vector<qsizetype>> all(lengths_.size());
-    scan(text, [&](int needle, qsizetype start) {
-        all[needle].push_back(start);
-        return true;
-    });
-    return all;
+    return allOccurrencesIn([text](auto&& piece) { piece(text); });
 }
