@@ -45,6 +45,18 @@ struct ToolkitState {
         return textIndex.get();
     }
 
+    // The index when `part` lies within the indexed text, else null.
+    const ElementIndex* indexCovering(QStringView part)
+    {
+        const QChar* begin = indexedText.constData();
+        if (indexedText.isEmpty() || part.data() < begin
+            || part.data() + part.size() > begin + indexedText.size())
+            return nullptr;
+        if (!textIndex)
+            textIndex = std::make_unique<ElementIndex>(indexedText);
+        return textIndex.get();
+    }
+
 private:
     QString indexedText; // shares the document's data; never written through
     std::unique_ptr<ElementIndex> textIndex;

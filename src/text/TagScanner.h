@@ -3,8 +3,12 @@
 #include "core/ToolkitState.h"
 #include "core/ValidationContext.h"
 
+class ElementIndex;
+
 #include <QString>
+#include <QStringView>
 #include <cstdint>
+#include <optional>
 
 // The tag and text toolkit every rule reads tagged text through. Tags are
 // found by plain text search for "<" and ">", not by a parser; the exact
@@ -23,6 +27,14 @@ struct StringCount {
     bool operator==(const StringCount&) const = default;
 };
 
+// A tag found in a text: where its "<" stands (zero-based) and its text,
+// "<" to ">", as a view into the searched text.
+struct TagMatch {
+    qsizetype start = 0;
+    QStringView text;
+    qsizetype end() const { return start + text.size(); }
+};
+
 class TagScanner {
 public:
     explicit TagScanner(ToolkitState& shared)
@@ -34,15 +46,22 @@ public:
         std::int32_t& position) const;
     QString GetAttributeValue(const QString& tag, const QString& attribute_name) const;
     QString GetTagName(const QString& tag) const;
-    TagKind GetTagType(const QString& tag) const;
+    TagKind GetTagType(QStringView tag) const;
     StringCount CountStr(const QString& search_str, const QString& source_str, std::int16_t matchcase) const;
     QString RemoveTags(QString& str, bool include_PCDATA);
+    // RemoveTags(copy, true) of a part of a text, without the copy; the
+    // part of the run's document is read through the document's index.
+    QString ElementsRemoved(QStringView part);
     QString RetrieveTags(const QString& str, std::int32_t& tag_pos);
+    // The first tag at or after `from` (zero-based), as RetrieveTags finds it
+    // and with the same note of quoted markup; nothing when none is left.
+    std::optional<TagMatch> FindTag(QStringView text, qsizetype from);
 
 private:
-    void NoteQuotedMarkup(const QString& tag, std::int32_t position, const QString& text);
-    void AppendQuotedMarkupRecord(const QString& tag);
+    void NoteQuotedMarkup(QStringView tag, std::int32_t position, QStringView text);
+    void AppendQuotedMarkupRecord(QStringView tag);
     QString RemoveElements(QString& str);
+    QString removeElementsFrom(QStringView original, const ElementIndex& index, qsizetype indexOffset);
 
     ToolkitState& shared_;
 };

@@ -64,6 +64,34 @@ TEST(ToolkitDifferential, RemoveTagsMatchesTheRestartingRemoval)
     EXPECT_GT(changed, kRounds); // the texts really hold tags to remove
 }
 
+// An element's content read in place, through the index of the whole file,
+// gives what removing the elements from a copy of it gives: the file's
+// elements reaching past the content's end count as not closed there.
+TEST(ToolkitDifferential, ElementsRemovedInPlaceMatchTheRemovalFromACopy)
+{
+    std::mt19937 rng(20261126);
+    Both both;
+    int changed = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        const QString before = RandomTaggedText(rng);
+        const QString content = RandomTaggedText(rng);
+        static const QStringList ends = { "</a>", "</A>", "</b>", "<", "a>", "" };
+        const QString& end = ends[round % ends.size()];
+        const QString document = before + content + end + (end.isEmpty() ? QString() : RandomTaggedText(rng));
+        both.fastState.indexText(document);
+        both.fastState.clearQuotedMarkupNote();
+        both.literalState.QuotedMarkupNote.clear();
+        const QString inPlace
+            = both.fast.ElementsRemoved(QStringView(document).sliced(before.size(), content.size()));
+        QString copy = content;
+        ASSERT_EQ(inPlace, both.literal.RemoveTags(copy, true))
+            << qPrintable(document) << " at " << before.size();
+        both.expectSameState(document);
+        changed += inPlace != content;
+    }
+    EXPECT_GT(changed, kRounds / 4);
+}
+
 TEST(ToolkitDifferential, RetrieveTagsMatchesTheCandidateSearch)
 {
     std::mt19937 rng(7);
