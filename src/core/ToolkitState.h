@@ -2,9 +2,11 @@
 
 #include "core/ElementIndex.h"
 
+#include <QHash>
 #include <QList>
 #include <QSet>
 #include <QString>
+#include <QStringView>
 #include <cstdint>
 #include <memory>
 
@@ -25,6 +27,22 @@ struct ToolkitState {
         quotedMarkupHasBrackets = false;
     }
     std::int32_t currentLineNumber = 0; // the driver's current line, for the note
+
+    // A tag name as a string shared with every earlier tag of that name, so
+    // that naming a tag allocates nothing; a null name stays null. A file of
+    // endless distinct names stops adding them once the table is full.
+    QString internedName(QStringView name)
+    {
+        if (name.isNull())
+            return {};
+        if (const auto known = tagNames_.constFind(name); known != tagNames_.cend())
+            return *known;
+        QString owned = name.toString();
+        constexpr qsizetype kMostNames = 4096;
+        if (tagNames_.size() < kMostNames)
+            tagNames_.insert(QStringView(owned), owned); // the key views the kept copy's characters
+        return owned;
+    }
 
     // The document being validated, set by the driver. Element content asked
     // of this very text comes from an index built once on first use, so that
@@ -58,6 +76,7 @@ struct ToolkitState {
     }
 
 private:
+    QHash<QStringView, QString> tagNames_;
     QString indexedText; // shares the document's data; never written through
     std::unique_ptr<ElementIndex> textIndex;
 };

@@ -87,9 +87,11 @@ void SplitLines(RunState& state)
     if (text.isEmpty())
         return;
     state.lineStarts.push_back(0);
-    for (qsizetype at = text.indexOf(QLatin1String("\r\n")); at >= 0;
-         at = text.indexOf(QLatin1String("\r\n"), at + 2))
-        state.lineStarts.push_back(static_cast<std::int32_t>(at + 2));
+    // A character search is much quicker than a search for the pair.
+    for (qsizetype at = text.indexOf(u'\n', 1); at >= 0; at = text.indexOf(u'\n', at + 1)) {
+        if (text[at - 1] == u'\r')
+            state.lineStarts.push_back(static_cast<std::int32_t>(at + 1));
+    }
 }
 
 void ResetPerFileState(RunState& state)

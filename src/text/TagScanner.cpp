@@ -104,16 +104,16 @@ QString TagScanner::GetAttributeValue(const QString& tag, const QString& attribu
 
 QString TagScanner::GetTagName(const QString& tag) const
 {
-    return TagSearch::TagNameOf(tag);
+    return shared_.internedName(TagSearch::TagNameViewOf(tag));
 }
 
 TagKind TagScanner::GetTagType(QStringView tag) const
 {
     if (tag.isEmpty() || tag.front() != u'<' || tag.back() != u'>')
         return TagKind::None;
-    if (tag.contains(u"/>"))
+    if (TagSearch::IndexOfPair(tag, u'/', u'>') >= 0)
         return TagKind::Empty;
-    if (tag.contains(u"</"))
+    if (TagSearch::IndexOfPair(tag, u'<', u'/') >= 0)
         return TagKind::End;
     return TagKind::Start;
 }

@@ -27,6 +27,21 @@ TEST_F(Toolkit, GetTagNameFollowsItsRulesInOrder)
         EXPECT_EQ(xml.GetTagName(tag), name) << qPrintable(tag);
 }
 
+// Names are kept once and handed out shared; past the table's size they are
+// still right, only no longer kept.
+TEST_F(Toolkit, TagNamesAreSharedAndStayRightPastTheTable)
+{
+    const QString first = xml.GetTagName("<para id=\"1\">");
+    EXPECT_TRUE(xml.GetTagName("</para>").isSharedWith(first));
+    for (int i = 0; i < 6000; ++i) {
+        const QString name = QStringLiteral("n%1").arg(i);
+        ASSERT_EQ(xml.GetTagName(u'<' + name + u'>'), name);
+        ASSERT_EQ(xml.GetTagName("</" + name + u'>'), name);
+    }
+    EXPECT_EQ(xml.GetTagName("<para>"), "para");
+    EXPECT_TRUE(xml.GetTagName("<a>b>").isNull());
+}
+
 TEST_F(Toolkit, GetTagTypeAndAttributeValue)
 {
     const std::pair<QString, TagKind> types[] = { { "<x/>", TagKind::Empty }, { "</x>", TagKind::End },
