@@ -2,11 +2,11 @@
 
 #include "core/ElementIndex.h"
 
-#include <QHash>
 #include <QList>
 #include <QSet>
 #include <QString>
 #include <QStringView>
+#include <array>
 #include <cstdint>
 #include <memory>
 
@@ -28,20 +28,20 @@ struct ToolkitState {
     }
     std::int32_t currentLineNumber = 0; // the driver's current line, for the note
 
-    // A tag name as a string shared with every earlier tag of that name, so
-    // that naming a tag allocates nothing; a null name stays null. A file of
-    // endless distinct names stops adding them once the table is full.
+    // A tag name as a string shared with the earlier tags of that name, so
+    // that naming a tag mostly allocates nothing; a null name stays null.
+    // A few slots chosen by length and end characters hold the names last
+    // made: a file has few names, and a look here costs less than a hash.
     QString internedName(QStringView name)
     {
         if (name.isNull())
             return {};
-        if (const auto known = tagNames_.constFind(name); known != tagNames_.cend())
-            return *known;
-        QString owned = name.toString();
-        constexpr qsizetype kMostNames = 4096;
-        if (tagNames_.size() < kMostNames)
-            tagNames_.insert(QStringView(owned), owned); // the key views the kept copy's characters
-        return owned;
+        const std::size_t mix = std::size_t(name.size()) * 31
+            + (name.isEmpty() ? 0 : std::size_t(name.front().unicode()) * 7 + name.back().unicode());
+        QString& kept = recentNames_[mix % recentNames_.size()];
+        if (kept.isNull() || QStringView(kept) != name)
+            kept = name.toString();
+        return kept;
     }
 
     // The document being validated, set by the driver. Element content asked
@@ -76,7 +76,7 @@ struct ToolkitState {
     }
 
 private:
-    QHash<QStringView, QString> tagNames_;
+    std::array<QString, 64> recentNames_;
     QString indexedText; // shares the document's data; never written through
     std::unique_ptr<ElementIndex> textIndex;
 };

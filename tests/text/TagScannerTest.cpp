@@ -27,9 +27,9 @@ TEST_F(Toolkit, GetTagNameFollowsItsRulesInOrder)
         EXPECT_EQ(xml.GetTagName(tag), name) << qPrintable(tag);
 }
 
-// Names are kept once and handed out shared; past the table's size they are
-// still right, only no longer kept.
-TEST_F(Toolkit, TagNamesAreSharedAndStayRightPastTheTable)
+// Names are kept and handed out shared; however many names push each other
+// out, every answer stays right.
+TEST_F(Toolkit, TagNamesAreSharedAndStayRightWhenPushedOut)
 {
     const QString first = xml.GetTagName("<para id=\"1\">");
     EXPECT_TRUE(xml.GetTagName("</para>").isSharedWith(first));
