@@ -64,7 +64,8 @@ private:
         pieces([&](QStringView piece) {
             for (qsizetype i = 0; going && i < piece.size(); ++i) {
                 state = next(state, classOf(piece[i].unicode()));
-                for (const int needle : outputs_[state]) {
+                for (std::uint32_t k = outputFrom_[state]; k != outputFrom_[state + 1]; ++k) {
+                    const int needle = outputNeedles_[k];
                     if (!found(needle, offset + i + 1 - lengths_[needle])) {
                         going = false;
                         break;
@@ -83,5 +84,8 @@ private:
     std::vector<std::uint32_t> classes_; // per code unit: 0 for units no needle holds
     int classCount_ = 1;
     std::vector<int> delta_; // state x class -> state
-    std::vector<std::vector<int>> outputs_; // per state: needles that end here, suffixes included
+    // Per state, the needles that end there, suffixes included, laid end to
+    // end: state s owns outputNeedles_[outputFrom_[s]] up to outputFrom_[s + 1].
+    std::vector<std::uint32_t> outputFrom_;
+    std::vector<int> outputNeedles_;
 };
