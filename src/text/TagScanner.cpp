@@ -143,17 +143,6 @@ QString TagScanner::RemoveTags(QString& str, bool include_PCDATA)
     return str;
 }
 
-QString TagScanner::RetrieveTags(const QString& str, std::int32_t& tag_pos)
-{
-    const std::optional<TagMatch> match = FindTag(str, std::max(tag_pos, 1) - 1);
-    if (!match) {
-        tag_pos = -1;
-        return {};
-    }
-    tag_pos = static_cast<std::int32_t>(match->start + 1);
-    return match->text.toString();
-}
-
 std::optional<TagMatch> TagScanner::FindTag(QStringView text, qsizetype from)
 {
     const auto candidate

@@ -3,22 +3,24 @@
 #include "core/ToolkitState.h"
 #include "core/ValidationContext.h"
 
-class ElementIndex;
-
 #include <QString>
 #include <QStringView>
 #include <cstdint>
 #include <optional>
 
+class ElementIndex;
+
 // The tag and text toolkit every rule reads tagged text through. Tags are
 // found by plain text search for "<" and ">", not by a parser; the exact
-// search rules are what the rules rely on. Positions are one-based on the
-// UTF-16 text; "not found" is 0, the empty text, or -1 for RetrieveTags.
+// search rules are what the rules rely on. Tag matches are zero-based views
+// into the searched text; the older text operations take and give one-based
+// positions on the UTF-16 text, "not found" being 0 or the empty text.
 //
-// An TagScanner is a light view over the run's ToolkitState: every view made
+// A TagScanner is a light view over the run's ToolkitState: every view made
 // from the same state shares its values, so the run has one toolkit however
 // many views the rules make. It reads no files and shows nothing; reading
 // input is InputLoading's work.
+//
 // How often a text occurs in another (overlaps counted) and the one-based
 // position of its first occurrence, 0 when there is none.
 struct StringCount {
@@ -52,9 +54,11 @@ public:
     // RemoveTags(copy, true) of a part of a text, without the copy; the
     // part of the run's document is read through the document's index.
     QString ElementsRemoved(QStringView part);
-    QString RetrieveTags(const QString& str, std::int32_t& tag_pos);
-    // The first tag at or after `from` (zero-based), as RetrieveTags finds it
-    // and with the same note of quoted markup; nothing when none is left.
+    // The first tag at or after `from` (zero-based; below 0 reads as 0):
+    // a "<" up to the first ">" after it, neither "<" nor ">" in between,
+    // not followed by a blank or ">". Every candidate examined on the way
+    // whose quoted value holds "<" or ">" is noted, once per line and tag.
+    // Nothing when no tag is left.
     std::optional<TagMatch> FindTag(QStringView text, qsizetype from);
 
 private:

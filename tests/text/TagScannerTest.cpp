@@ -79,17 +79,14 @@ TEST_F(Toolkit, CountStrCountsOverlapsAndFindsTheFirstPosition)
 TEST_F(Toolkit, QuotedMarkupIsNotedOncePerLineAndTag)
 {
     state.currentLineNumber = 4;
-    std::int32_t pos = 1;
     const QString text = "<a t=\"x<y\">, <b u=\"1\">, <a t=\"x<y\">";
-    for (xml.RetrieveTags(text, pos); pos != -1; ++pos, xml.RetrieveTags(text, pos)) { }
+    for (auto match = xml.FindTag(text, 0); match; match = xml.FindTag(text, match->start + 1)) { }
     // The rejected "<a ...>" and the stray '<y">' (whose value runs to the next quote) are both noted;
     // '<b u="1">' holds no markup in its value, and repeats are not noted again.
     EXPECT_EQ(state.QuotedMarkupNote, "[4<a t=\"x<y\">][4<y\">]");
     state.currentLineNumber = 5;
-    pos = 1;
-    xml.RetrieveTags(text, pos);
+    xml.FindTag(text, 0);
     EXPECT_EQ(state.QuotedMarkupNote, "[4<a t=\"x<y\">][4<y\">][5<a t=\"x<y\">][5<y\">]");
-    pos = 1;
-    xml.RetrieveTags("<c d=\"x>", pos); // no closing quote anywhere: nothing to judge
+    xml.FindTag(u"<c d=\"x>", 0); // no closing quote anywhere: nothing to judge
     EXPECT_EQ(state.QuotedMarkupNote, "[4<a t=\"x<y\">][4<y\">][5<a t=\"x<y\">][5<y\">]");
 }

@@ -92,7 +92,9 @@ TEST(ToolkitDifferential, ElementsRemovedInPlaceMatchTheRemovalFromACopy)
     EXPECT_GT(changed, kRounds / 4);
 }
 
-TEST(ToolkitDifferential, RetrieveTagsMatchesTheCandidateSearch)
+// The match's zero-based start is the one-based position the literal search
+// answers, less one; no match is its -1.
+TEST(ToolkitDifferential, FindTagMatchesTheCandidateSearch)
 {
     std::mt19937 rng(7);
     Both both;
@@ -101,10 +103,12 @@ TEST(ToolkitDifferential, RetrieveTagsMatchesTheCandidateSearch)
         both.fastState.clearQuotedMarkupNote();
         both.literalState.QuotedMarkupNote.clear();
         for (std::int32_t start = -1; start <= text.size() + 2; ++start) {
-            std::int32_t fastPos = start, literalPos = start;
-            ASSERT_EQ(both.fast.RetrieveTags(text, fastPos), both.literal.RetrieveTags(text, literalPos))
+            std::int32_t literalPos = start;
+            const QString literalTag = both.literal.RetrieveTags(text, literalPos);
+            const std::optional<TagMatch> match = both.fast.FindTag(text, std::max(start, 1) - 1);
+            ASSERT_EQ(match ? match->text.toString() : QString(), literalTag)
                 << qPrintable(text) << " from " << start;
-            ASSERT_EQ(fastPos, literalPos) << qPrintable(text) << " from " << start;
+            ASSERT_EQ(match ? match->start + 1 : -1, literalPos) << qPrintable(text) << " from " << start;
         }
         both.expectSameState(text);
     }
