@@ -102,7 +102,7 @@ QString TagScanner::GetAttributeValue(const QString& tag, const QString& attribu
     return closingQuote < 0 ? QString() : tag.mid(valueStart, closingQuote - valueStart);
 }
 
-QString TagScanner::GetTagName(const QString& tag) const
+QString TagScanner::GetTagName(QStringView tag) const
 {
     return shared_.internedName(TagSearch::TagNameViewOf(tag));
 }

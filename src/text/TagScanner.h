@@ -47,7 +47,7 @@ public:
     QString GetPCDATA(const QString& source_string, const QString& start_tag, const QString& end_tag,
         std::int32_t& position) const;
     QString GetAttributeValue(const QString& tag, const QString& attribute_name) const;
-    QString GetTagName(const QString& tag) const;
+    QString GetTagName(QStringView tag) const;
     TagKind GetTagType(QStringView tag) const;
     StringCount CountStr(const QString& search_str, const QString& source_str, std::int16_t matchcase) const;
     QString RemoveTags(QString& str, bool include_PCDATA);

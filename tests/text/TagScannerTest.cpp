@@ -31,15 +31,15 @@ TEST_F(Toolkit, GetTagNameFollowsItsRulesInOrder)
 // out, every answer stays right.
 TEST_F(Toolkit, TagNamesAreSharedAndStayRightWhenPushedOut)
 {
-    const QString first = xml.GetTagName("<para id=\"1\">");
-    EXPECT_TRUE(xml.GetTagName("</para>").isSharedWith(first));
+    const QString first = xml.GetTagName(u"<para id=\"1\">");
+    EXPECT_TRUE(xml.GetTagName(u"</para>").isSharedWith(first));
     for (int i = 0; i < 6000; ++i) {
         const QString name = QStringLiteral("n%1").arg(i);
         ASSERT_EQ(xml.GetTagName(u'<' + name + u'>'), name);
-        ASSERT_EQ(xml.GetTagName("</" + name + u'>'), name);
+        ASSERT_EQ(xml.GetTagName(QStringLiteral("</") + name + u'>'), name);
     }
-    EXPECT_EQ(xml.GetTagName("<para>"), "para");
-    EXPECT_TRUE(xml.GetTagName("<a>b>").isNull());
+    EXPECT_EQ(xml.GetTagName(u"<para>"), "para");
+    EXPECT_TRUE(xml.GetTagName(u"<a>b>").isNull());
 }
 
 TEST_F(Toolkit, GetTagTypeAndAttributeValue)
