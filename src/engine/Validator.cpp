@@ -31,6 +31,26 @@ void runWholeFileChecks(RunState& state, const RuleBook& rules)
     }
 }
 
+// The name upper-cased into a buffer kept from tag to tag, so that the
+// common ASCII name makes no new string; any other goes the general way.
+const QString& upperCased(const QString& name)
+{
+    thread_local QString buffer;
+    for (const QChar c : name) {
+        if (c.unicode() >= 0x80) {
+            buffer = name.toUpper();
+            return buffer;
+        }
+    }
+    buffer.resize(name.size());
+    QChar* out = buffer.data();
+    for (qsizetype i = 0; i < name.size(); ++i) {
+        const char16_t c = name[i].unicode();
+        out[i] = QChar(c >= u'a' && c <= u'z' ? char16_t(c - u'a' + u'A') : c);
+    }
+    return buffer;
+}
+
 // The row stack follows the declared elements: every matching row of a start
 // tag is pushed, any other tag of a declared element pops one row, an empty
 // tag included.
