@@ -64,7 +64,7 @@ void RetrieveEveryTagLineByLine(benchmark::State& state)
     for (auto _ : state) {
         tags = 0;
         for (const QString& line : lines)
-            for (std::int32_t pos = 1; f.xml.RetrieveTags(line, pos), pos != -1; ++pos)
+            for (auto match = f.xml.FindTag(line, 0); match; match = f.xml.FindTag(line, match->start + 1))
                 ++tags;
     }
     state.counters["tags"] = double(tags);
@@ -78,13 +78,11 @@ void PcdataOfEveryElement(benchmark::State& state)
     qint64 elements = 0;
     for (auto _ : state) {
         elements = 0;
-        for (std::int32_t pos = 1;; ++pos) {
-            const QString tag = f.xml.RetrieveTags(text, pos);
-            if (pos == -1)
-                break;
+        for (auto match = f.xml.FindTag(text, 0); match; match = f.xml.FindTag(text, match->start + 1)) {
+            const QString tag = match->text.toString();
             if (f.xml.GetTagType(tag) != TagKind::Start)
                 continue;
-            std::int32_t at = pos;
+            std::int32_t at = static_cast<std::int32_t>(match->start + 1);
             benchmark::DoNotOptimize(f.xml.GetPCDATA(text, tag, "</" + f.xml.GetTagName(tag) + ">", at));
             ++elements;
         }

@@ -14,9 +14,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     LiteralToolkit literal(literalState);
 
     for (std::int32_t start = 0; start <= text.size() + 1; ++start) {
-        std::int32_t fastPos = start, literalPos = start;
-        FUZZ_EXPECT(fast.RetrieveTags(text, fastPos) == literal.RetrieveTags(text, literalPos));
-        FUZZ_EXPECT(fastPos == literalPos);
+        std::int32_t literalPos = start;
+        const QString literalTag = literal.RetrieveTags(text, literalPos);
+        const std::optional<TagMatch> match = fast.FindTag(text, std::max(start, 1) - 1);
+        FUZZ_EXPECT((match ? match->text.toString() : QString()) == literalTag);
+        FUZZ_EXPECT((match ? match->start + 1 : -1) == literalPos);
     }
     FUZZ_EXPECT(fastState.QuotedMarkupNote == literalState.QuotedMarkupNote);
 

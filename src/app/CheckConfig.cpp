@@ -218,12 +218,10 @@ bool readTagUse(const ConfigurationLoading& loading, const QString& path, TagUse
     ToolkitState scannerValues;
     TagScanner xml(scannerValues);
     for (const QString& line : text.split(QLatin1String("\r\n"))) {
-        std::int32_t counter = 0;
-        while (counter != -1) {
-            ++counter;
-            const QString tag = xml.RetrieveTags(line, counter);
-            if (counter == -1 || tag.isEmpty() || tag.contains(QLatin1String("<!"))
-                || tag.contains(QLatin1String("<?")))
+        for (qsizetype from = 0; const std::optional<TagMatch> match = xml.FindTag(line, from);) {
+            from = match->start + 1;
+            const QString tag = match->text.toString();
+            if (tag.contains(QLatin1String("<!")) || tag.contains(QLatin1String("<?")))
                 continue;
             const TagKind kind = xml.GetTagType(tag);
             if (kind == TagKind::Start)

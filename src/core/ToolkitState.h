@@ -5,6 +5,8 @@
 #include <QList>
 #include <QSet>
 #include <QString>
+#include <QStringView>
+#include <array>
 #include <cstdint>
 #include <memory>
 
@@ -26,6 +28,22 @@ struct ToolkitState {
     }
     std::int32_t currentLineNumber = 0; // the driver's current line, for the note
 
+    // A tag name as a string shared with the earlier tags of that name, so
+    // that naming a tag mostly allocates nothing; a null name stays null.
+    // A few slots chosen by length and end characters hold the names last
+    // made: a file has few names, and a look here costs less than a hash.
+    QString internedName(QStringView name)
+    {
+        if (name.isNull())
+            return {};
+        const std::size_t mix = std::size_t(name.size()) * 31
+            + (name.isEmpty() ? 0 : std::size_t(name.front().unicode()) * 7 + name.back().unicode());
+        QString& kept = recentNames_[mix % recentNames_.size()];
+        if (kept.isNull() || QStringView(kept) != name)
+            kept = name.toString();
+        return kept;
+    }
+
     // The document being validated, set by the driver. Element content asked
     // of this very text comes from an index built once on first use, so that
     // rules asking for the content of tag after tag stay linear.
@@ -45,7 +63,20 @@ struct ToolkitState {
         return textIndex.get();
     }
 
+    // The index when `part` lies within the indexed text, else null.
+    const ElementIndex* indexCovering(QStringView part)
+    {
+        const QChar* begin = indexedText.constData();
+        if (indexedText.isEmpty() || part.data() < begin
+            || part.data() + part.size() > begin + indexedText.size())
+            return nullptr;
+        if (!textIndex)
+            textIndex = std::make_unique<ElementIndex>(indexedText);
+        return textIndex.get();
+    }
+
 private:
+    std::array<QString, 64> recentNames_;
     QString indexedText; // shares the document's data; never written through
     std::unique_ptr<ElementIndex> textIndex;
 };

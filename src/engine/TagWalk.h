@@ -2,11 +2,13 @@
 
 #include "core/ValidationContext.h"
 #include "text/TagScanner.h"
+#include "text/TagSearch.h"
 
 #include <QHash>
 #include <QList>
 #include <QString>
 #include <cstdint>
+#include <optional>
 #include <utility>
 
 // The pieces of the driver's line scan that the open-tag pre-pass of a batch
@@ -17,14 +19,13 @@
 // line order (position one-based); "<!" and "<?" constructs are no tags to it.
 template <class Visit> void WalkLineTags(TagScanner& xml, const QString& line, Visit&& visit)
 {
-    std::int32_t counter = 0;
-    while (counter != -1) {
-        ++counter;
-        QString tag = xml.RetrieveTags(line, counter);
-        if (counter == -1 || tag.isEmpty() || tag.contains(QLatin1String("<!"))
-            || tag.contains(QLatin1String("<?")))
+    qsizetype from = 0;
+    while (const std::optional<TagMatch> tag = xml.FindTag(line, from)) {
+        from = tag->start + 1;
+        if (TagSearch::IndexOfPair(tag->text, u'<', u'!') >= 0
+            || TagSearch::IndexOfPair(tag->text, u'<', u'?') >= 0)
             continue;
-        visit(std::move(tag), counter);
+        visit(tag->text.toString(), static_cast<std::int32_t>(tag->start + 1));
     }
 }
 

@@ -32,6 +32,26 @@ void runWholeFileChecks(FileRecord& state, const RunServices& run, const RuleBoo
     }
 }
 
+// The name upper-cased into a buffer kept from tag to tag, so that the
+// common ASCII name makes no new string; any other goes the general way.
+const QString& upperCased(const QString& name)
+{
+    thread_local QString buffer;
+    for (const QChar c : name) {
+        if (c.unicode() >= 0x80) {
+            buffer = name.toUpper();
+            return buffer;
+        }
+    }
+    buffer.resize(name.size());
+    QChar* out = buffer.data();
+    for (qsizetype i = 0; i < name.size(); ++i) {
+        const char16_t c = name[i].unicode();
+        out[i] = QChar(c >= u'a' && c <= u'z' ? char16_t(c - u'a' + u'A') : c);
+    }
+    return buffer;
+}
+
 // The row stack follows the declared elements: every matching row of a start
 // tag is pushed, any other tag of a declared element pops one row, an empty
 // tag included.
@@ -88,9 +108,11 @@ void SplitLines(FileRecord& state)
     if (text.isEmpty())
         return;
     state.lineStarts.push_back(0);
-    for (qsizetype at = text.indexOf(QLatin1String("\r\n")); at >= 0;
-         at = text.indexOf(QLatin1String("\r\n"), at + 2))
-        state.lineStarts.push_back(static_cast<std::int32_t>(at + 2));
+    // A character search is much quicker than a search for the pair.
+    for (qsizetype at = text.indexOf(u'\n', 1); at >= 0; at = text.indexOf(u'\n', at + 1)) {
+        if (text[at - 1] == u'\r')
+            state.lineStarts.push_back(static_cast<std::int32_t>(at + 1));
+    }
 }
 
 void ResetPerFileState(FileRecord& state)

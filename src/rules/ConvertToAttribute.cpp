@@ -86,6 +86,7 @@ public:
         auto& cache = rule_.ownState<PrecedingTexts>().byStart;
         // Elements opened after the enclosing one are closed by now.
         cache.erase(cache.upper_bound(start), cache.end());
+        forgetClosedElements(cache);
         std::shared_ptr<PrecedingText>& text = cache[start];
         if (!text || text->end() > end) {
             QStringList expandedTexts;
@@ -99,6 +100,30 @@ public:
     }
 
 private:
+    // An element closed before a later one opened keeps its entry below the
+    // later start; every element of a large file would stay. Now and then
+    // only the entries of elements still open are kept (an entry is only
+    // ever asked for again while its element is open, and one made afresh
+    // answers the same), often enough that the cache stays within twice the
+    // open elements and the sweeps cost a constant per element.
+    void forgetClosedElements(std::map<qsizetype, std::shared_ptr<PrecedingText>>& cache) const
+    {
+        const QList<ValidationContext>& open = rule_.openTags;
+        if (cache.size() <= 2 * std::size_t(open.size()) + 16)
+            return;
+        std::map<qsizetype, std::shared_ptr<PrecedingText>> kept;
+        const auto keep = [&](qsizetype start) {
+            if (const auto found = cache.find(start); found != cache.end())
+                kept.insert(cache.extract(found));
+        };
+        keep(0);
+        for (const ValidationContext& tag : open) {
+            if (!tag.tagText.isEmpty())
+                keep(tag.filePosition - 1 + tag.tagText.size());
+        }
+        cache = std::move(kept);
+    }
+
     RuleContext& rule_;
     const Convert2AttribTable& table_;
     std::optional<QString> content_;

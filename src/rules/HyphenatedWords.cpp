@@ -3,6 +3,7 @@
 #include "config/ConfigurationLoading.h"
 #include "config/TableReading.h"
 #include "engine/RuleContext.h"
+#include "rules/ElementContents.h"
 #include "text/TagScanner.h"
 
 #include <optional>
@@ -88,9 +89,18 @@ QString elementText(RuleContext& rule)
     }
     TagScanner xml(rule.toolkit);
     const QString endTag = QStringLiteral("</") + context.tagName + QLatin1Char('>');
-    std::int32_t position = context.filePosition;
-    QString content = xml.GetPCDATA(rule.document, context.tagText, endTag, position);
-    xml.RemoveTags(content, true);
+    QString content;
+    // The content is read in place when the file's index finds it, as
+    // GetPCDATA would; only its text with the elements removed is made.
+    if (const std::optional<ContentRange> range
+        = CurrentElementContent(rule.document, rule.toolkit, context)) {
+        content
+            = xml.ElementsRemoved(QStringView(rule.document).sliced(range->start, range->end - range->start));
+    } else {
+        std::int32_t position = context.filePosition;
+        content = xml.GetPCDATA(rule.document, context.tagText, endTag, position);
+        xml.RemoveTags(content, true);
+    }
     content.replace(QStringLiteral("teMpSEparAtor"), QStringLiteral("<?>"));
     cache.filePosition = context.filePosition;
     cache.tagText = context.tagText;

@@ -14,7 +14,7 @@ MultiStringSearch::MultiStringSearch(const QList<QString>& needles)
     }
     // The trie, with -1 for a missing edge.
     std::vector<int> trie(classCount_, -1);
-    outputs_.emplace_back();
+    std::vector<std::vector<int>> outputs(1); // per state: needles that end here, suffixes included
     for (int n = 0; n < needles.size(); ++n) {
         if (needles[n].isEmpty())
             continue;
@@ -22,17 +22,17 @@ MultiStringSearch::MultiStringSearch(const QList<QString>& needles)
         for (const QChar c : needles[n]) {
             int& edge = trie[std::size_t(state) * classCount_ + classOf(c.unicode())];
             if (edge < 0) {
-                edge = static_cast<int>(outputs_.size());
-                outputs_.emplace_back();
+                edge = static_cast<int>(outputs.size());
+                outputs.emplace_back();
                 trie.resize(trie.size() + classCount_, -1);
             }
             state = trie[std::size_t(state) * classCount_ + classOf(c.unicode())];
         }
-        outputs_[state].push_back(n);
+        outputs[state].push_back(n);
     }
     // Breadth first, each state's missing edges follow its failure state's.
     delta_.assign(trie.size(), 0);
-    std::vector<int> failure(outputs_.size(), 0);
+    std::vector<int> failure(outputs.size(), 0);
     std::deque<int> queue;
     for (int c = 0; c < classCount_; ++c) {
         const int child = trie[c];
@@ -43,8 +43,8 @@ MultiStringSearch::MultiStringSearch(const QList<QString>& needles)
     while (!queue.empty()) {
         const int state = queue.front();
         queue.pop_front();
-        const std::vector<int>& inherited = outputs_[failure[state]];
-        outputs_[state].insert(outputs_[state].end(), inherited.begin(), inherited.end());
+        const std::vector<int>& inherited = outputs[failure[state]];
+        outputs[state].insert(outputs[state].end(), inherited.begin(), inherited.end());
         for (int c = 0; c < classCount_; ++c) {
             const int child = trie[std::size_t(state) * classCount_ + c];
             const int fallback = delta_[std::size_t(failure[state]) * classCount_ + c];
@@ -57,6 +57,11 @@ MultiStringSearch::MultiStringSearch(const QList<QString>& needles)
             queue.push_back(child);
         }
     }
+    for (const std::vector<int>& needles : outputs) {
+        outputFrom_.push_back(static_cast<std::uint32_t>(outputNeedles_.size()));
+        outputNeedles_.insert(outputNeedles_.end(), needles.begin(), needles.end());
+    }
+    outputFrom_.push_back(static_cast<std::uint32_t>(outputNeedles_.size()));
 }
 
 void MultiStringSearch::scan(
@@ -65,8 +70,8 @@ void MultiStringSearch::scan(
     int state = 0;
     for (qsizetype i = 0; i < text.size(); ++i) {
         state = next(state, classOf(text[i].unicode()));
-        for (const int needle : outputs_[state]) {
-            if (!found(needle, i + 1 - lengths_[needle]))
+        for (std::uint32_t k = outputFrom_[state]; k != outputFrom_[state + 1]; ++k) {
+            if (!found(outputNeedles_[k], i + 1 - lengths_[outputNeedles_[k]]))
                 return;
         }
     }
@@ -74,29 +79,10 @@ void MultiStringSearch::scan(
 
 std::vector<qsizetype> MultiStringSearch::firstOccurrences(QStringView text) const
 {
-    std::vector<qsizetype> first(lengths_.size(), -1);
-    std::size_t missing = 0;
-    for (std::size_t n = 0; n < lengths_.size(); ++n)
-        missing += lengths_[n] > 0 ? 1 : 0;
-    if (missing == 0)
-        return first;
-    // Needles have fixed lengths, so the first to end is also the first to start.
-    scan(text, [&](int needle, qsizetype start) {
-        if (first[needle] < 0) {
-            first[needle] = start;
-            --missing;
-        }
-        return missing > 0;
-    });
-    return first;
+    return firstOccurrencesIn([text](auto&& piece) { piece(text); });
 }
 
 std::vector<std::vector<qsizetype>> MultiStringSearch::allOccurrences(QStringView text) const
 {
-    std::vector<std::vector<qsizetype>> all(lengths_.size());
-    scan(text, [&](int needle, qsizetype start) {
-        all[needle].push_back(start);
-        return true;
-    });
-    return all;
+    return allOccurrencesIn([text](auto&& piece) { piece(text); });
 }

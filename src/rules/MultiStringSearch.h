@@ -25,7 +25,58 @@ public:
     // Every occurrence of every needle, by needle, starts ascending.
     std::vector<std::vector<qsizetype>> allOccurrences(QStringView text) const;
 
+    // The same searches over a text that is never put together: `pieces`
+    // calls its argument with each piece in turn, and the pieces are read as
+    // one text, occurrences across their joins included.
+    template <class Pieces> std::vector<qsizetype> firstOccurrencesIn(Pieces&& pieces) const
+    {
+        std::vector<qsizetype> first(lengths_.size(), -1);
+        std::size_t missing = 0;
+        for (const qsizetype length : lengths_)
+            missing += length > 0 ? 1 : 0;
+        scanPieces(pieces, [&](int needle, qsizetype start) {
+            if (first[needle] < 0) {
+                first[needle] = start;
+                --missing;
+            }
+            return missing > 0;
+        });
+        return first;
+    }
+    template <class Pieces> std::vector<std::vector<qsizetype>> allOccurrencesIn(Pieces&& pieces) const
+    {
+        std::vector<std::vector<qsizetype>> all(lengths_.size());
+        scanPieces(pieces, [&](int needle, qsizetype start) {
+            all[needle].push_back(start);
+            return true;
+        });
+        return all;
+    }
+
 private:
+    // Needles have fixed lengths, so the first to end is also the first to
+    // start: found(needle, start) may stop the scan by returning false.
+    template <class Pieces, class Found> void scanPieces(Pieces& pieces, Found&& found) const
+    {
+        int state = 0;
+        qsizetype offset = 0;
+        bool going = true;
+        pieces([&](QStringView piece) {
+            for (qsizetype i = 0; going && i < piece.size(); ++i) {
+                state = next(state, classOf(piece[i].unicode()));
+                for (std::uint32_t k = outputFrom_[state]; k != outputFrom_[state + 1]; ++k) {
+                    const int needle = outputNeedles_[k];
+                    if (!found(needle, offset + i + 1 - lengths_[needle])) {
+                        going = false;
+                        break;
+                    }
+                }
+            }
+            offset += piece.size();
+            return going;
+        });
+    }
+
     int classOf(char16_t c) const { return static_cast<int>(classes_[c]); }
     int next(int state, int charClass) const { return delta_[std::size_t(state) * classCount_ + charClass]; }
 
@@ -33,5 +84,8 @@ private:
     std::vector<std::uint32_t> classes_; // per code unit: 0 for units no needle holds
     int classCount_ = 1;
     std::vector<int> delta_; // state x class -> state
-    std::vector<std::vector<int>> outputs_; // per state: needles that end here, suffixes included
+    // Per state, the needles that end there, suffixes included, laid end to
+    // end: state s owns outputNeedles_[outputFrom_[s]] up to outputFrom_[s + 1].
+    std::vector<std::uint32_t> outputFrom_;
+    std::vector<int> outputNeedles_;
 };

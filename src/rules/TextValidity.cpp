@@ -361,7 +361,7 @@ template <class Visit> void forEachTag(const QString& text, Visit&& visit)
 {
     qsizetype from = 0;
     while (const auto candidate = TagSearch::FindCandidate(text, from, [](qsizetype, qsizetype) {})) {
-        const QString tag = text.sliced(candidate->lt, candidate->gt - candidate->lt + 1);
+        const QStringView tag = QStringView(text).sliced(candidate->lt, candidate->gt - candidate->lt + 1);
         from = visit(candidate->lt, tag).value_or(candidate->gt + 1);
     }
 }
@@ -371,7 +371,7 @@ PlacedContent splitOnTags(const PlacedContent& content, const TagScanner& xml, c
     const QString& text = content.text;
     PlacedBuilder out(content);
     qsizetype copied = 0;
-    forEachTag(text, [&](qsizetype lt, const QString& tag) -> std::optional<qsizetype> {
+    forEachTag(text, [&](qsizetype lt, QStringView tag) -> std::optional<qsizetype> {
         std::optional<qsizetype> end;
         if (xml.GetTagType(tag) == TagKind::Start) {
             if (const QString name = xml.GetTagName(tag); !name.isEmpty())
@@ -392,7 +392,7 @@ PlacedContent cutElements(
     const QString& text = content.text;
     PlacedBuilder out(content);
     qsizetype copied = 0;
-    forEachTag(text, [&](qsizetype lt, const QString& tag) -> std::optional<qsizetype> {
+    forEachTag(text, [&](qsizetype lt, QStringView tag) -> std::optional<qsizetype> {
         if (xml.GetTagType(tag) != TagKind::Start || xml.GetTagName(tag) != name)
             return std::nullopt;
         const std::optional<qsizetype> end = elementEnd(index, text.size(), lt, tag.size(), name);

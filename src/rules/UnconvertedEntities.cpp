@@ -100,9 +100,11 @@ template <typename It, typename Test> It FirstWhere(It from, It last, Test holds
 }
 
 // A stretch of the plain text that was one unbroken stretch of the file.
+// Offsets fit in 32 bits, as every position of a run does; a large file has
+// a run per tag, so the width counts.
 struct KeptRun {
-    qsizetype fileStart;
-    qsizetype plainStart;
+    std::int32_t fileStart;
+    std::int32_t plainStart;
 };
 
 // A removed tag that swallowed other brackets: a stray "<" joined with a later
@@ -112,8 +114,9 @@ struct JoinedSpan {
     qsizetype close;
 };
 
-// A text with its tags removed exactly as the toolkit removes them, with a
-// map from the plain text back to the text.
+// A text with its tags removed exactly as the toolkit removes them, kept as
+// the stretches of the text that remain (the plain text is never copied out:
+// for a large file it would double the memory a run needs).
 //
 // The toolkit's removal (delete a tag, then look again from the start) ends
 // in the same text as one pass from left to right that keeps the "<" not yet
@@ -129,8 +132,8 @@ struct JoinedSpan {
 // The pass is also quicker than the toolkit's general removal, which keeps
 // the quoted-markup note besides; that note is not read for this rule.
 struct TagRemoval {
-    QString plain;
-    qsizetype plainSize = 0; // kept when the plain text is let go
+    QStringView text;
+    qsizetype plainSize = 0;
     std::vector<KeptRun> runs; // by plainStart (and fileStart) ascending
     std::vector<JoinedSpan> outermostJoins; // disjoint, ascending
 
@@ -169,49 +172,59 @@ struct TagRemoval {
         return std::min(run.plainStart + (file - run.fileStart), runEnd);
     }
 
-    void keep(QStringView text, qsizetype from, qsizetype to)
+    // Calls piece(view) with every kept stretch in order, while it answers true.
+    template <class Piece> void forEachPiece(Piece&& piece) const
+    {
+        for (std::size_t r = 0; r < runs.size(); ++r) {
+            const qsizetype end = r + 1 < runs.size() ? runs[r + 1].plainStart : plainSize;
+            if (!piece(text.sliced(runs[r].fileStart, end - runs[r].plainStart)))
+                return;
+        }
+    }
+
+    void keep(qsizetype from, qsizetype to)
     {
         if (to <= from)
             return;
         const bool continues
-            = !runs.empty() && runs.back().fileStart + (plain.size() - runs.back().plainStart) == from;
+            = !runs.empty() && runs.back().fileStart + (plainSize - runs.back().plainStart) == from;
         if (!continues)
-            runs.push_back({ from, plain.size() });
-        plain += text.sliced(from, to - from);
+            runs.push_back({ std::int32_t(from), std::int32_t(plainSize) });
+        plainSize += to - from;
     }
 
-    void cutBackTo(qsizetype plainSize)
+    void cutBackTo(qsizetype size)
     {
-        while (!runs.empty() && runs.back().plainStart >= plainSize)
+        while (!runs.empty() && runs.back().plainStart >= size)
             runs.pop_back();
-        plain.truncate(plainSize);
+        plainSize = size;
     }
 
-    void removeTags(QStringView text)
+    void removeTags(QStringView whole)
     {
         struct Open {
             qsizetype at;
             qsizetype plainAt;
         };
+        text = whole;
         std::vector<Open> opens;
-        ReserveLarge(plain, text.size());
         ReserveLarge(runs, std::size_t(text.count(u'>')) + 1); // a run at most per tag, and one more
         qsizetype from = 0;
         for (qsizetype at = 0; at < text.size(); ++at) {
             const QChar c = text[at];
             if (c != u'<' && c != u'>')
                 continue;
-            keep(text, from, at);
+            keep(from, at);
             from = at;
             if (c == u'<') {
-                opens.push_back({ at, plain.size() });
+                opens.push_back({ at, plainSize });
                 continue;
             }
             if (opens.empty())
                 continue;
             const Open open = opens.back();
-            const qsizetype inside = plain.size() - open.plainAt - 1;
-            if (inside == 0 || plain[open.plainAt + 1] == u' ') {
+            const qsizetype inside = plainSize - open.plainAt - 1;
+            if (inside == 0 || text[fileOffsetOf(open.plainAt + 1)] == u' ') {
                 opens.clear();
                 continue;
             }
@@ -224,8 +237,7 @@ struct TagRemoval {
                 outermostJoins.push_back({ open.at, at });
             }
         }
-        keep(text, from, text.size());
-        plainSize = plain.size();
+        keep(from, text.size());
     }
 };
 
@@ -251,8 +263,8 @@ EntityIndex& entityIndexOf(RuleContext& rule, const UnconEntitiesTable& table)
         auto index = std::make_unique<EntityIndex>();
         index->table = &table;
         index->removal.removeTags(rule.document);
-        index->occurrences = table.search->allOccurrences(index->removal.plain);
-        index->removal.plain = QString(); // only the occurrences are asked for later
+        index->occurrences
+            = table.search->allOccurrencesIn([&](auto&& piece) { index->removal.forEachPiece(piece); });
         index->rowCursors.assign(index->occurrences.size(), 0);
         slot = std::move(index);
     }
@@ -284,7 +296,8 @@ std::vector<qsizetype> firstHits(
     }
     TagRemoval own;
     own.removeTags(QStringView(rule.document).sliced(content.start, content.end - content.start));
-    const std::vector<qsizetype> first = table.search->firstOccurrences(own.plain);
+    const std::vector<qsizetype> first
+        = table.search->firstOccurrencesIn([&](auto&& piece) { own.forEachPiece(piece); });
     for (std::size_t row = 0; row < first.size(); ++row) {
         if (first[row] >= 0)
             hits[row] = content.start + own.fileOffsetOf(first[row]);

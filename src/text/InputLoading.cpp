@@ -83,6 +83,43 @@ QString DecodeUtf8(QByteArrayView bytes)
     return text;
 }
 
+QString DecodeUtf8(QIODevice& device, qint64 sizeHint, qsizetype chunk)
+{
+    // Each byte gives at most one UTF-16 unit: sized exactly, the text never
+    // moves unless the file grows while it is read.
+    QString text(std::max<qint64>(sizeHint, 0), Qt::Uninitialized);
+    AdviseHugePages(text.data(), std::size_t(text.size()) * sizeof(QChar));
+    qsizetype used = 0;
+    const auto decode = [&](QByteArrayView bytes) {
+        if (used + bytes.size() > text.size())
+            text.resize(std::max(used + bytes.size(), text.size() + text.size() / 2));
+        QStringDecoder utf8(
+            QStringDecoder::Utf8, QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
+        used = utf8.appendToBuffer(text.data() + used, bytes) - text.constData();
+    };
+    // Pieces end just after an ASCII byte: there no sequence is open, so each
+    // piece decodes exactly as it does within the whole, cut-off sequences and
+    // all, and the bytes are never held whole beside their text.
+    QByteArray pending;
+    QByteArray piece(chunk, Qt::Uninitialized);
+    for (;;) {
+        const qint64 got = device.read(piece.data(), piece.size());
+        if (got <= 0)
+            break;
+        pending.append(piece.constData(), got);
+        qsizetype cut = pending.size();
+        while (cut > 0 && static_cast<unsigned char>(pending[cut - 1]) >= 0x80)
+            --cut;
+        if (cut == 0)
+            continue;
+        decode(QByteArrayView(pending).first(cut));
+        pending.remove(0, cut);
+    }
+    decode(pending);
+    text.truncate(used);
+    return text;
+}
+
 void NormalizeLineEnds(QString& text)
 {
     qsizetype lone = 0;
@@ -106,14 +143,40 @@ void NormalizeLineEnds(QString& text)
     text = std::move(normalized);
 }
 
+namespace {
+
+// A UTF-8 run's text read a piece at a time, so that a large input is not
+// held as bytes and as text at once; nothing when the file starts with a
+// UTF-16 mark, which the whole-file path decodes.
+std::optional<QString> readUtf8Text(const QString& path, qint64 longest)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        throw InputUnreadable(QStringLiteral("%1: %2").arg(path, file.errorString()).toStdString());
+    if (file.size() > longest)
+        throw tooLong(path, QStringLiteral("%1 bytes").arg(file.size()), longest);
+    const QByteArray head = file.peek(2);
+    if (head.startsWith("\xFF\xFE") || head.startsWith("\xFE\xFF"))
+        return std::nullopt;
+    QString text = DecodeUtf8(file, file.size(), kInputPiece);
+    if (file.error() != QFileDevice::NoError)
+        throw InputUnreadable(QStringLiteral("%1: %2").arg(path, file.errorString()).toStdString());
+    return text;
+}
+
+} // namespace
+
 QString LoadInputText(OperatorInterface& ui, const QString& path, bool utf8Input, qint64 longest)
 {
-    const QByteArray bytes = utf8Input ? readBytes(path, longest) : readAnsiBytes(ui, path, longest);
+    std::optional<QString> utf8 = utf8Input ? readUtf8Text(path, longest) : std::nullopt;
+    const QByteArray bytes = utf8 ? QByteArray()
+        : utf8Input               ? readBytes(path, longest)
+                                  : readAnsiBytes(ui, path, longest);
     QString text;
-    if (std::optional<QString> utf16 = decodeUtf16(bytes))
+    if (utf8)
+        text = std::move(*utf8); // a UTF-8 mark stays on this path
+    else if (std::optional<QString> utf16 = decodeUtf16(bytes))
         text = std::move(*utf16);
-    else if (utf8Input)
-        text = DecodeUtf8(bytes); // a UTF-8 mark stays on this path
     else if (bytes.startsWith("\xEF\xBB\xBF")) // the mark read as Windows-1252: three exact characters
         text = DecodeUtf8(bytes).mid(1);
     else

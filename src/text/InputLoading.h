@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 class OperatorInterface;
+class QIODevice;
 
 // An input file that could not be read at all. Validating it as an empty
 // text would report a clean file that nobody checked, so reading fails the
@@ -23,6 +24,11 @@ constexpr qint64 kLongestInput = std::numeric_limits<std::int32_t>::max() - 1;
 // UTF-8 to UTF-16 as the platform converter does it: invalid sequences become
 // U+FFFD and a leading byte-order mark is kept as the character U+FEFF.
 QString DecodeUtf8(QByteArrayView bytes);
+
+// The same decoding of everything left to read on the device, read `chunk`
+// bytes at a time into a text sized for `sizeHint` bytes.
+QString DecodeUtf8(QIODevice& device, qint64 sizeHint, qsizetype chunk);
+constexpr qsizetype kInputPiece = qsizetype(1) << 20;
 
 // Every LF that no CR precedes becomes CR LF; a lone CR stays. Files written
 // on Linux end their lines with LF alone, and lines, columns and the

@@ -102,18 +102,18 @@ QString TagScanner::GetAttributeValue(const QString& tag, const QString& attribu
     return closingQuote < 0 ? QString() : tag.mid(valueStart, closingQuote - valueStart);
 }
 
-QString TagScanner::GetTagName(const QString& tag) const
+QString TagScanner::GetTagName(QStringView tag) const
 {
-    return TagSearch::TagNameOf(tag);
+    return shared_.internedName(TagSearch::TagNameViewOf(tag));
 }
 
-TagKind TagScanner::GetTagType(const QString& tag) const
+TagKind TagScanner::GetTagType(QStringView tag) const
 {
     if (tag.isEmpty() || tag.front() != u'<' || tag.back() != u'>')
         return TagKind::None;
-    if (tag.contains(u"/>"))
+    if (TagSearch::IndexOfPair(tag, u'/', u'>') >= 0)
         return TagKind::Empty;
-    if (tag.contains(u"</"))
+    if (TagSearch::IndexOfPair(tag, u'<', u'/') >= 0)
         return TagKind::End;
     return TagKind::Start;
 }
@@ -127,21 +127,18 @@ QString TagScanner::RemoveTags(QString& str, bool include_PCDATA)
     return str;
 }
 
-QString TagScanner::RetrieveTags(const QString& str, std::int32_t& tag_pos)
+std::optional<TagMatch> TagScanner::FindTag(QStringView text, qsizetype from)
 {
     const auto candidate
-        = TagSearch::FindCandidate(str, std::max(tag_pos, 1) - 1, [&](qsizetype lt, qsizetype gt) {
-              NoteQuotedMarkup(str.mid(lt, gt - lt + 1), static_cast<std::int32_t>(lt + 1), str);
+        = TagSearch::FindCandidate(text, std::max<qsizetype>(from, 0), [&](qsizetype lt, qsizetype gt) {
+              NoteQuotedMarkup(text.sliced(lt, gt - lt + 1), static_cast<std::int32_t>(lt + 1), text);
           });
-    if (!candidate) {
-        tag_pos = -1;
-        return {};
-    }
-    tag_pos = static_cast<std::int32_t>(candidate->lt + 1);
-    return str.mid(candidate->lt, candidate->gt - candidate->lt + 1);
+    if (!candidate)
+        return std::nullopt;
+    return TagMatch { candidate->lt, text.sliced(candidate->lt, candidate->gt - candidate->lt + 1) };
 }
 
-void TagScanner::NoteQuotedMarkup(const QString& tag, std::int32_t position, const QString& text)
+void TagScanner::NoteQuotedMarkup(QStringView tag, std::int32_t position, QStringView text)
 {
     const qsizetype quote = tag.indexOf(u'"');
     if (quote < 0)
@@ -151,14 +148,16 @@ void TagScanner::NoteQuotedMarkup(const QString& tag, std::int32_t position, con
     const qsizetype valueEnd = text.indexOf(u'"', valueStart);
     if (valueEnd < 0)
         return;
-    const QStringView value = QStringView(text).sliced(valueStart, valueEnd - valueStart);
+    const QStringView value = text.sliced(valueStart, valueEnd - valueStart);
     if (value.contains(u'<') || value.contains(u'>'))
         AppendQuotedMarkupRecord(tag);
 }
 
-void TagScanner::AppendQuotedMarkupRecord(const QString& tag)
+void TagScanner::AppendQuotedMarkupRecord(QStringView tag)
 {
-    const QString record = u'[' + QString::number(shared_.currentLineNumber) + tag + u']';
+    QString record = u'[' + QString::number(shared_.currentLineNumber);
+    record += tag;
+    record += u']';
     shared_.quotedMarkupHasBrackets
         = shared_.quotedMarkupHasBrackets || tag.contains(u'[') || tag.contains(u']');
     const bool noted = shared_.quotedMarkupHasBrackets ? shared_.QuotedMarkupNote.contains(record)
@@ -171,39 +170,65 @@ void TagScanner::AppendQuotedMarkupRecord(const QString& tag)
 
 QString TagScanner::RemoveElements(QString& str)
 {
-    shared_.RemovedContentLengths.clear();
     const QString original = str;
-    ElementIndex index(original);
+    const ElementIndex index(original);
+    str = removeElementsFrom(original, index, 0);
+    return str;
+}
+
+QString TagScanner::ElementsRemoved(QStringView part)
+{
+    // Where a "<" follows the part, no tag name read by the index runs over
+    // its end, and the file's index holds the part's tags as its own would.
+    if (const ElementIndex* index = shared_.indexCovering(part)) {
+        const qsizetype offset = part.data() - index->text().data();
+        const QStringView after = index->text().sliced(offset + part.size());
+        if (after.isEmpty() || after.front() == u'<')
+            return removeElementsFrom(part, *index, offset);
+    }
+    const ElementIndex own(part);
+    return removeElementsFrom(part, own, 0);
+}
+
+// `index` reads a text in which `original` starts at `indexOffset`. An index
+// of a larger text answers as one of `original` alone would, as long as an
+// element whose end tag does not lie wholly inside counts as not closed:
+// between the two ends the same tags stand, and their nesting is the same.
+QString TagScanner::removeElementsFrom(QStringView original, const ElementIndex& index, qsizetype indexOffset)
+{
+    shared_.RemovedContentLengths.clear();
     QString result;
     qsizetype copiedUpTo = 0;
-    std::int32_t from = 1;
+    qsizetype from = 0;
     for (;;) {
-        std::int32_t tag_pos = from;
-        const QString tag = RetrieveTags(original, tag_pos);
-        if (tag_pos == -1)
+        const std::optional<TagMatch> tag = FindTag(original, from);
+        if (!tag)
             break;
-        from = tag_pos + 1;
-        if (GetTagType(tag) != TagKind::Start)
+        from = tag->start + 1;
+        if (GetTagType(tag->text) != TagKind::Start)
             continue;
-        const qsizetype start = tag_pos - 1;
-        const QString name = GetTagName(tag);
-        const std::optional<QStringView> content = index.elementContent(start, tag.size(), name);
+        const qsizetype start = tag->start;
+        const QString name = TagSearch::TagNameOf(tag->text);
+        std::optional<QStringView> content
+            = index.elementContent(indexOffset + start, tag->text.size(), name);
+        if (content
+            && content->data() + content->size() + name.size() + 3 > original.data() + original.size())
+            content.reset(); // its end tag is not wholly inside
         const QStringView pcdata = content.value_or(QStringView());
-        const qsizetype elementLength = tag.size() + pcdata.size() + name.size() + 3; // "</" name ">"
+        const qsizetype elementLength = tag->text.size() + pcdata.size() + name.size() + 3; // "</" name ">"
         // GetPCDATA answers "" both for an empty element and for one it could not close, so
         // the element is only taken when the text really reads start tag + content + end tag
         // there (letter case aside). An unclosed start tag stays, and its inner elements are
         // still removed one by one; a removed element takes its nested elements with it,
         // which is what the word checks want: nothing inside a nested element is read.
-        if (!readsAsElement(QStringView(original).sliced(start), tag, pcdata, name))
+        if (!readsAsElement(original.sliced(start), tag->text, pcdata, name))
             continue;
-        result += QStringView(original).sliced(copiedUpTo, start - copiedUpTo);
+        result += original.sliced(copiedUpTo, start - copiedUpTo);
         result += kRemovedElementMarker;
         shared_.RemovedContentLengths.append(static_cast<std::int32_t>(pcdata.size()));
         copiedUpTo = start + elementLength;
-        from = static_cast<std::int32_t>(copiedUpTo + 1);
+        from = copiedUpTo;
     }
-    result += QStringView(original).sliced(copiedUpTo);
-    str = result;
-    return str;
+    result += original.sliced(copiedUpTo);
+    return result;
 }

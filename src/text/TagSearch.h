@@ -14,23 +14,41 @@ struct Candidate {
     qsizetype gt = -1; // the first ">" after it
 };
 
-// The element name of a tag text, as TagScanner::GetTagName defines it.
-inline QString TagNameOf(QStringView tag)
+// Where the two characters first stand side by side at or after `from`, -1
+// when nowhere. Tags are short: a character search beats a string search.
+inline qsizetype IndexOfPair(QStringView text, char16_t first, char16_t second, qsizetype from = 0)
+{
+    for (qsizetype at = text.indexOf(QChar(first), from); at >= 0 && at + 1 < text.size();
+         at = text.indexOf(QChar(first), at + 1)) {
+        if (text[at + 1] == QChar(second))
+            return at;
+    }
+    return -1;
+}
+
+// The element name of a tag text, as TagScanner::GetTagName defines it, as
+// a view of the tag; a null view for a text that is no tag.
+inline QStringView TagNameViewOf(QStringView tag)
 {
     if (tag.isEmpty() || tag.front() != u'<' || tag.indexOf(u'>') != tag.size() - 1)
         return {};
     QStringView name;
     if (const qsizetype blank = tag.indexOf(u' '); blank >= 0)
         name = tag.sliced(1, blank - 1); // so "</p >" gives "/p"
-    else if (tag.contains(u"</"))
+    else if (IndexOfPair(tag, u'<', u'/') >= 0)
         name = tag.sliced(2, tag.size() - 3);
-    else if (!tag.contains(u"/>"))
+    else if (const qsizetype slash = IndexOfPair(tag, u'/', u'>'); slash < 0)
         name = tag.sliced(1, tag.size() - 2);
     else
-        name = tag.sliced(1, tag.indexOf(u"/>") - 1);
+        name = tag.sliced(1, slash - 1);
     if (const qsizetype semicolon = name.indexOf(u';'); semicolon >= 0)
         name.truncate(semicolon);
-    return name.toString();
+    return name;
+}
+
+inline QString TagNameOf(QStringView tag)
+{
+    return TagNameViewOf(tag).toString();
 }
 
 // The candidate-tag search: the first accepted "<...>" at or after `from`.

@@ -4,9 +4,11 @@
 #include "support/TempDir.h"
 #include "text/Encoding.h"
 
+#include <QBuffer>
 #include <QFile>
 #include <QStringEncoder>
 #include <gtest/gtest.h>
+#include <random>
 
 namespace {
 
@@ -97,6 +99,27 @@ TEST_F(InputLoading, Utf8DecodingKeepsLineEndsAndReplacesBadBytes)
     while (large.size() < (6 << 20))
         large += "<p>caf\xC3\xA9 \xE2\x80\x9Cquoted\xE2\x80\x9D \xF0\x9F\x98\x80 \xFF</p>\r\n";
     EXPECT_EQ(LoadInputText(ui, dir.write("large.txt", large), true), QString::fromUtf8(large));
+}
+
+// Read a piece at a time, every text decodes as it does whole: pieces cut
+// inside a sequence, before a cut-off one or at a mark must not show.
+TEST(DecodeUtf8, PieceByPieceEqualsWhole)
+{
+    const char alphabet[] = { 'a', '\r', '\n', '\x80', '\xBF', '\xC3', '\xA9', '\xE2', '\x82', '\xAC', '\xF0',
+        '\x9F', '\xEF', '\xBB', '\xFF' };
+    std::mt19937 random(7);
+    for (int round = 0; round < 400; ++round) {
+        QByteArray bytes;
+        const int length = int(random() % 24);
+        for (int i = 0; i < length; ++i)
+            bytes += alphabet[random() % sizeof alphabet];
+        for (const qsizetype piece : { 1, 2, 3, 5 }) {
+            QBuffer device(&bytes);
+            device.open(QIODevice::ReadOnly);
+            EXPECT_EQ(DecodeUtf8(device, round % 2 ? bytes.size() : 0, piece), DecodeUtf8(bytes))
+                << bytes.toHex().constData() << " in pieces of " << piece;
+        }
+    }
 }
 
 TEST_F(InputLoading, LoneLineFeedsAreReadAsCarriageReturnLineFeed)

@@ -27,6 +27,21 @@ TEST_F(Toolkit, GetTagNameFollowsItsRulesInOrder)
         EXPECT_EQ(xml.GetTagName(tag), name) << qPrintable(tag);
 }
 
+// Names are kept and handed out shared; however many names push each other
+// out, every answer stays right.
+TEST_F(Toolkit, TagNamesAreSharedAndStayRightWhenPushedOut)
+{
+    const QString first = xml.GetTagName(u"<para id=\"1\">");
+    EXPECT_TRUE(xml.GetTagName(u"</para>").isSharedWith(first));
+    for (int i = 0; i < 6000; ++i) {
+        const QString name = QStringLiteral("n%1").arg(i);
+        ASSERT_EQ(xml.GetTagName(u'<' + name + u'>'), name);
+        ASSERT_EQ(xml.GetTagName(QStringLiteral("</") + name + u'>'), name);
+    }
+    EXPECT_EQ(xml.GetTagName(u"<para>"), "para");
+    EXPECT_TRUE(xml.GetTagName(u"<a>b>").isNull());
+}
+
 TEST_F(Toolkit, GetTagTypeAndAttributeValue)
 {
     const std::pair<QString, TagKind> types[] = { { "<x/>", TagKind::Empty }, { "</x>", TagKind::End },

@@ -64,7 +64,37 @@ TEST(ToolkitDifferential, RemoveTagsMatchesTheRestartingRemoval)
     EXPECT_GT(changed, kRounds); // the texts really hold tags to remove
 }
 
-TEST(ToolkitDifferential, RetrieveTagsMatchesTheCandidateSearch)
+// An element's content read in place, through the index of the whole file,
+// gives what removing the elements from a copy of it gives: the file's
+// elements reaching past the content's end count as not closed there.
+TEST(ToolkitDifferential, ElementsRemovedInPlaceMatchTheRemovalFromACopy)
+{
+    std::mt19937 rng(20261126);
+    Both both;
+    int changed = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        const QString before = RandomTaggedText(rng);
+        const QString content = RandomTaggedText(rng);
+        static const QStringList ends = { "</a>", "</A>", "</b>", "<", "a>", "" };
+        const QString& end = ends[round % ends.size()];
+        const QString document = before + content + end + (end.isEmpty() ? QString() : RandomTaggedText(rng));
+        both.fastState.indexText(document);
+        both.fastState.clearQuotedMarkupNote();
+        both.literalState.QuotedMarkupNote.clear();
+        const QString inPlace
+            = both.fast.ElementsRemoved(QStringView(document).sliced(before.size(), content.size()));
+        QString copy = content;
+        ASSERT_EQ(inPlace, both.literal.RemoveTags(copy, true))
+            << qPrintable(document) << " at " << before.size();
+        both.expectSameState(document);
+        changed += inPlace != content;
+    }
+    EXPECT_GT(changed, kRounds / 4);
+}
+
+// The match's zero-based start is the one-based position the literal search
+// answers, less one; no match is its -1.
+TEST(ToolkitDifferential, FindTagMatchesTheCandidateSearch)
 {
     std::mt19937 rng(7);
     Both both;
@@ -73,10 +103,12 @@ TEST(ToolkitDifferential, RetrieveTagsMatchesTheCandidateSearch)
         both.fastState.clearQuotedMarkupNote();
         both.literalState.QuotedMarkupNote.clear();
         for (std::int32_t start = -1; start <= text.size() + 2; ++start) {
-            std::int32_t fastPos = start, literalPos = start;
-            ASSERT_EQ(both.fast.RetrieveTags(text, fastPos), both.literal.RetrieveTags(text, literalPos))
+            std::int32_t literalPos = start;
+            const QString literalTag = both.literal.RetrieveTags(text, literalPos);
+            const std::optional<TagMatch> match = both.fast.FindTag(text, std::max(start, 1) - 1);
+            ASSERT_EQ(match ? match->text.toString() : QString(), literalTag)
                 << qPrintable(text) << " from " << start;
-            ASSERT_EQ(fastPos, literalPos) << qPrintable(text) << " from " << start;
+            ASSERT_EQ(match ? match->start + 1 : -1, literalPos) << qPrintable(text) << " from " << start;
         }
         both.expectSameState(text);
     }
