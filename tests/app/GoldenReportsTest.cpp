@@ -26,6 +26,7 @@ const GoldenRun kRuns[] = {
     { "chapter", { "examples/input/chapter.xml|JRNL" } },
     { "proceedings", { "examples/input/proceedings.xml|JRNL" } },
     { "review", { "examples/input/review.xml|JRNL" } },
+    { "workshop", { "examples/input/workshop.xml|JRNL" } },
     { "figures", { "examples/figures/jcs-2026-0150#2.xml|FIGS" } },
     { "batch", { "--batch", "examples", "--task", "JRNL", "input" } },
 };
