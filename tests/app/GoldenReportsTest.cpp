@@ -20,6 +20,10 @@ struct GoldenRun {
     const char* name;
     QStringList arguments;
 };
+void PrintTo(const GoldenRun& run, std::ostream* out)
+{
+    *out << run.name;
+}
 
 const GoldenRun kRuns[] = {
     { "article", { "examples/input/article.xml|JRNL" } },
