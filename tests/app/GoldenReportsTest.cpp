@@ -8,7 +8,8 @@
 
 // Whole runs of the sample installation compared byte for byte with the
 // expected files under tests/golden/: every file a run writes or changes in a
-// scratch copy of examples/ (reports, editor files, logs) and what it printed.
+// scratch copy of examples/ (reports, editor files, logs), its JSON, SARIF
+// and HTML outputs where it is asked for them, and what it printed.
 // QUORVANE_UPDATE_GOLDEN=1 (scripts/update-golden) writes the expected files
 // from the current program instead; review their diff before committing.
 
@@ -26,13 +27,17 @@ void PrintTo(const GoldenRun& run, std::ostream* out)
 }
 
 const GoldenRun kRuns[] = {
-    { "article", { "examples/input/article.xml|JRNL" } },
+    { "article",
+        { "--json", "outputs/run.json", "--sarif", "outputs/run.sarif", "--html", "outputs/run.html",
+            "examples/input/article.xml|JRNL" } },
     { "chapter", { "examples/input/chapter.xml|JRNL" } },
     { "proceedings", { "examples/input/proceedings.xml|JRNL" } },
     { "review", { "examples/input/review.xml|JRNL" } },
     { "workshop", { "examples/input/workshop.xml|JRNL" } },
     { "figures", { "examples/figures/jcs-2026-0150#2.xml|FIGS" } },
-    { "batch", { "--batch", "examples", "--task", "JRNL", "input" } },
+    { "batch",
+        { "--json", "outputs/run.json", "--sarif", "outputs/run.sarif", "--html", "outputs/run.html",
+            "--batch", "examples", "--task", "JRNL", "input" } },
 };
 
 Files filesBelow(const QString& root)
@@ -46,13 +51,23 @@ Files filesBelow(const QString& root)
     return files;
 }
 
-// Program logs carry the clock; everything else in them must stay.
+// Program logs and the JSON, SARIF and HTML outputs carry the clock;
+// everything else in them must stay.
 QByteArray withoutTimes(QByteArray bytes)
 {
-    static const QRegularExpression stamp(R"((\d\d/\d\d/\d\d )?\d\d:\d\d:\d\d [AP]M)");
+    static const QRegularExpression stamp(
+        R"((\d\d/\d\d/\d\d )?\d\d:\d\d:\d\d [AP]M|\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d(\.\d+)?Z)");
     QString text = QString::fromUtf8(bytes);
     text.replace(stamp, "<time>");
     return text.toUtf8();
+}
+
+bool carriesTimes(const QString& path)
+{
+    for (const char* end : { ".LOG", ".json", ".sarif", ".html" })
+        if (path.endsWith(QLatin1String(end)))
+            return true;
+    return false;
 }
 
 Files runOnScratchCopy(const GoldenRun& run)
@@ -63,6 +78,7 @@ Files runOnScratchCopy(const GoldenRun& run)
     for (auto it = pristine.begin(); it != pristine.end(); ++it)
         scratch.write("examples/" + it.key(), it.value());
 
+    scratch.mkdir("outputs"); // the --json, --sarif and --html files
     QProcess process;
     process.setWorkingDirectory(scratch.path());
     process.start(QStringLiteral(QUORVANE_EXECUTABLE),
@@ -73,9 +89,10 @@ Files runOnScratchCopy(const GoldenRun& run)
     const Files after = filesBelow(scratch.path());
     for (auto it = after.begin(); it != after.end(); ++it) {
         const QString inExamples = it.key().mid(QStringLiteral("examples/").size());
-        if (pristine.contains(inExamples) && pristine.value(inExamples) == it.value())
+        if (it.key().startsWith("examples/") && pristine.contains(inExamples)
+            && pristine.value(inExamples) == it.value())
             continue;
-        written.insert(it.key(), it.key().endsWith(".LOG") ? withoutTimes(it.value()) : it.value());
+        written.insert(it.key(), carriesTimes(it.key()) ? withoutTimes(it.value()) : it.value());
     }
     for (const QString& path : pristine.keys())
         if (!after.contains("examples/" + path))
