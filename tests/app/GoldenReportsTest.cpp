@@ -34,7 +34,7 @@ const GoldenRun kRuns[] = {
     { "proceedings", { "examples/input/proceedings.xml|JRNL" } },
     { "review", { "examples/input/review.xml|JRNL" } },
     { "workshop", { "examples/input/workshop.xml|JRNL" } },
-    { "figures", { "examples/figures/jcs-2026-0150#2.xml|FIGS" } },
+    { "figures", { "--json", "outputs/run.json", "examples/figures/jcs-2026-0150#2.xml|FIGS" } },
     { "batch",
         { "--json", "outputs/run.json", "--sarif", "outputs/run.sarif", "--html", "outputs/run.html",
             "--batch", "examples", "--task", "JRNL", "input" } },

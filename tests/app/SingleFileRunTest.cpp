@@ -263,31 +263,6 @@ TEST(SingleFileRun, RunsSharingATemporaryFolderTakeTurns)
     EXPECT_TRUE(Installation::read(inst.workPath() + "second.ERR").contains("Found x"));
 }
 
-// The single-file run is a run of its own: its image list starts empty and
-// is reported after the file, in the program log and the outputs.
-TEST(SingleFileRun, ReportsImagesThatTheFileDoesNotCallOut)
-{
-    Installation inst;
-    inst.writeTable("imagevalidationtbl.tbl", "Tag | Attribute\r\ngraphic | href\r\n");
-    inst.set("CHECKEXCESSIMGFILES", "TRUE");
-    const QString images = inst.root() + "image/input/"; // IMAGEPATH and the input's folder name
-    QDir().mkpath(images);
-    for (const char* name : { "f1.tif", "f2.tif" }) {
-        QFile image(images + name);
-        ASSERT_TRUE(image.open(QIODevice::WriteOnly));
-        image.write("x");
-    }
-    const QString input = inst.writeInput("a.xml", "<graphic href=\"f1\"/>\r\n");
-    const QString json = inst.root() + "run.json";
-
-    const auto result = inst.run({ "--json", json, input });
-    EXPECT_EQ(result.exitCode, 1) << result.standardError.toStdString();
-    const QString message = "f2.tif image does not have a corresponding callout tags in the file/s selected.";
-    EXPECT_TRUE(Installation::read(inst.workPath() + "quorvane.LOG").contains(message.toUtf8()));
-    EXPECT_TRUE(Installation::read(json).contains(message.toUtf8()));
-    EXPECT_TRUE(Installation::read(inst.workPath() + "a.ERR").isEmpty()); // f1 was found
-}
-
 namespace {
 
 void writeFile(const QString& path, const QByteArray& bytes)
