@@ -35,6 +35,7 @@ const GoldenRun kRuns[] = {
     { "review", { "examples/input/review.xml|JRNL" } },
     { "workshop", { "examples/input/workshop.xml|JRNL" } },
     { "figures", { "--json", "outputs/run.json", "examples/figures/jcs-2026-0150#2.xml|FIGS" } },
+    { "check_config", { "--check-config" } },
     { "batch",
         { "--json", "outputs/run.json", "--sarif", "outputs/run.sarif", "--html", "outputs/run.html",
             "--batch", "examples", "--task", "JRNL", "input" } },
