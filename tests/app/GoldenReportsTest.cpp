@@ -75,7 +75,13 @@ Files runOnScratchCopy(const GoldenRun& run)
 {
     TempDir scratch;
     const QString examples = QStringLiteral(QUORVANE_EXAMPLES_DIR) + "/";
-    const Files pristine = filesBelow(examples);
+    // What earlier runs left in the run folders of examples/ is not copied:
+    // it would hide the files these runs write.
+    Files pristine = filesBelow(examples);
+    pristine.removeIf([](const auto& file) {
+        static const QRegularExpression runFolder("^(work|output|temp)/(?!\\.gitkeep$)");
+        return runFolder.match(file.key()).hasMatch();
+    });
     for (auto it = pristine.begin(); it != pristine.end(); ++it)
         scratch.write("examples/" + it.key(), it.value());
 
