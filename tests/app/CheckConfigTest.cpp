@@ -170,15 +170,6 @@ TEST(CheckConfig, LeavesTheTemporaryFolderToTheRunThatHoldsIt)
     EXPECT_TRUE(QFileInfo::exists(staged));
 }
 
-TEST(CheckConfig, TheSampleInstallationIsClean)
-{
-    QProcess process;
-    process.setWorkingDirectory(QStringLiteral(QUORVANE_EXAMPLES_DIR) + "/..");
-    process.start(QStringLiteral(QUORVANE_EXECUTABLE), { "--app-dir", "examples", "--check-config" });
-    ASSERT_TRUE(process.waitForFinished(60000));
-    EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardOutput().toStdString();
-}
-
 TEST(CheckConfig, NamesTextValidityOperatorsThatWouldNotDoWhatTheyLookLike)
 {
     struct Row {

@@ -16,16 +16,11 @@ namespace {
 
 using ReportFormat::EntryKind;
 
-// The layout itself is pinned byte for byte by the report tests; here the run
-// must write it around the entries its rules found.
+// The layout itself is pinned byte for byte by the report tests and the
+// golden runs of the samples.
 QByteArray reportHeader(const QString& baseName, EntryKind kind)
 {
     return (ReportFormat::reportHeader(baseName, kind, false).join("\r\n") + "\r\n").toUtf8();
-}
-
-QByteArray entry(int line, EntryKind kind, const QString& message, const QString& data)
-{
-    return (ReportFormat::formatEntry(kind, line, message, data, 0, false).reportLine + "\r\n").toUtf8();
 }
 
 } // namespace
@@ -84,31 +79,6 @@ TEST(SingleFileRun, AnOutputThatCannotBeWrittenRefusesTheRun)
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_EQ(result.standardError, "quorvane: cannot write " + inst.root() + "o.json: it is a folder\n");
     EXPECT_FALSE(QFile::exists(inst.workPath() + "a.ERR"));
-    EXPECT_FALSE(QFile::exists(inst.outputPath() + "/inputa.xml"));
-}
-
-TEST(SingleFileRun, WritesWholeReportsForFindingsOfBothRules)
-{
-    Installation inst;
-    inst.declareRoutines("<fn> | UNDELFNREF | E\r\n");
-    inst.writeSpecialCharacters("\"(space)(space)\",\"Double space found\",\"WARNING\",\"I\"\r\n");
-    const QString input
-        = inst.writeInput("a.xml", "<doc>\r\n<p>a  b</p>\r\n<fn fnref=\"1\">1 x</fn>\r\n</doc>");
-
-    const auto result = inst.run({ input });
-    EXPECT_EQ(result.exitCode, 1) << result.standardError.toStdString();
-    EXPECT_EQ(result.standardError, "");
-
-    const QByteArray expectedErrors = reportHeader("a", EntryKind::Error)
-        + entry(3, EntryKind::Error, "fnref value found in the first two words", "<fn fnref=\"1\">1 x</fn>")
-        + "\r\nTotal No. of Errors: 1\r\n";
-    const QByteArray expectedWarnings = reportHeader("a", EntryKind::Warning)
-        + entry(2, EntryKind::Warning, "Double space found", "  ") + "\r\nTotal No. of Warnings: 1\r\n";
-    EXPECT_EQ(Installation::read(inst.workPath() + "a.ERR"), expectedErrors);
-    EXPECT_EQ(Installation::read(inst.workPath() + "a.WRN"), expectedWarnings);
-    // The output folder and the base name are joined without a separator.
-    EXPECT_EQ(Installation::read(inst.outputPath() + "/inputa.ERR"), expectedErrors);
-    // An input with errors does not pass on to the output folder.
     EXPECT_FALSE(QFile::exists(inst.outputPath() + "/inputa.xml"));
 }
 
@@ -291,31 +261,6 @@ TEST(SingleFileRun, RunsSharingATemporaryFolderTakeTurns)
     EXPECT_EQ(two->exitCode(), 1);
     EXPECT_TRUE(waiting.startsWith("quorvane: waiting for another run that uses ")) << waiting.constData();
     EXPECT_TRUE(Installation::read(inst.workPath() + "second.ERR").contains("Found x"));
-}
-
-// The single-file run is a run of its own: its image list starts empty and
-// is reported after the file, in the program log and the outputs.
-TEST(SingleFileRun, ReportsImagesThatTheFileDoesNotCallOut)
-{
-    Installation inst;
-    inst.writeTable("imagevalidationtbl.tbl", "Tag | Attribute\r\ngraphic | href\r\n");
-    inst.set("CHECKEXCESSIMGFILES", "TRUE");
-    const QString images = inst.root() + "image/input/"; // IMAGEPATH and the input's folder name
-    QDir().mkpath(images);
-    for (const char* name : { "f1.tif", "f2.tif" }) {
-        QFile image(images + name);
-        ASSERT_TRUE(image.open(QIODevice::WriteOnly));
-        image.write("x");
-    }
-    const QString input = inst.writeInput("a.xml", "<graphic href=\"f1\"/>\r\n");
-    const QString json = inst.root() + "run.json";
-
-    const auto result = inst.run({ "--json", json, input });
-    EXPECT_EQ(result.exitCode, 1) << result.standardError.toStdString();
-    const QString message = "f2.tif image does not have a corresponding callout tags in the file/s selected.";
-    EXPECT_TRUE(Installation::read(inst.workPath() + "quorvane.LOG").contains(message.toUtf8()));
-    EXPECT_TRUE(Installation::read(json).contains(message.toUtf8()));
-    EXPECT_TRUE(Installation::read(inst.workPath() + "a.ERR").isEmpty()); // f1 was found
 }
 
 namespace {

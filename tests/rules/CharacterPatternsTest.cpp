@@ -36,11 +36,6 @@ TEST(SpecialCharacters, ReadsQuotedFieldsAndEscapedQuotes)
 TEST(SpecialCharacters, ReportsEveryMatchWithItsLineAndColumn)
 {
     const QList<TableCase> rows = {
-        { "empty lines are shown with [hrt]",
-            R"~("(hrt)(hrt)","Empty line","WARNING","I")~"
-            "\r\n",
-            "<a>\r\n\r\nb\r\n\r\n\r\nc",
-            { "1:4 W Empty line | [hrt][hrt]", "3:2 W Empty line | [hrt][hrt]" } },
         { "severity ERROR makes errors, case ignored unless C",
             R"~("x","Bad x","error","I")~"
             "\r\n"
