@@ -1,7 +1,7 @@
 #include "BenchSupport.h"
 #include "app/BatchRun.h"
+#include "app/RunState.h"
 #include "config/RoutineDeclTable.h"
-#include "core/RunState.h"
 #include "rules/CharacterPatterns.h"
 #include "rules/RuleRegistry.h"
 

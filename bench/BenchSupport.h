@@ -1,9 +1,9 @@
 #pragma once
 
+#include "app/RunState.h"
 #include "app/SingleFileRun.h"
 #include "config/ConfigurationLoading.h"
 #include "config/SupportTables.h"
-#include "core/RunState.h"
 #include "engine/Validator.h"
 #include "report/Reports.h"
 #include "rules/RuleRegistry.h"

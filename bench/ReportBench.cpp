@@ -1,5 +1,5 @@
 #include "app/HeadlessOperator.h"
-#include "core/RunState.h"
+#include "app/RunState.h"
 #include "report/Reports.h"
 
 #include <QDir>

@@ -1,8 +1,8 @@
 #include "FuzzSupport.h"
+#include "app/RunState.h"
 #include "config/ConfigurationFile.h"
 #include "config/ConfigurationLoading.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
 
 #include <QFile>
 #include <QTemporaryDir>

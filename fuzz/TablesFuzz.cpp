@@ -1,7 +1,7 @@
 #include "FuzzSupport.h"
+#include "app/RunState.h"
 #include "config/ConfigurationLoading.h"
 #include "config/RoutineDeclTable.h"
-#include "core/RunState.h"
 #include "engine/Validator.h"
 #include "rules/CharacterPatterns.h"
 #include "rules/RuleRegistry.h"

@@ -2,11 +2,11 @@
 // picking a folder, to a PNG. Run on the offscreen platform, it needs no
 // display: scripts/screenshot makes docs/batch-window.png with it.
 #include "app/HeadlessOperator.h"
+#include "app/RunState.h"
 #include "app/Startup.h"
 #include "app/gui/BatchWindow.h"
 #include "core/MoveFiles.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
 
 #include <QApplication>
 #include <QLineEdit>

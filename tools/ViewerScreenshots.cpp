@@ -2,6 +2,7 @@
 // folder, and the folder chooser, to two PNGs. Run on the offscreen platform,
 // it needs no display: scripts/screenshot makes docs/findings-viewer.png and
 // docs/folder-chooser.png with it after a batch of the sample installation.
+#include "app/RunState.h"
 #include "app/gui/FindingsModel.h"
 #include "app/gui/FindingsViewer.h"
 #include "app/gui/FolderChooser.h"
@@ -9,7 +10,6 @@
 #include "config/ConfigurationFile.h"
 #include "config/ConfigurationLoading.h"
 #include "core/MoveFiles.h"
-#include "core/RunState.h"
 #include "report/RecordedRun.h"
 
 #include <QApplication>

@@ -1,11 +1,11 @@
 #include "app/BatchJobs.h"
 
 #include "app/BatchRun.h"
+#include "app/RunState.h"
 #include "app/SingleFileRun.h"
 #include "config/RoutineDeclTable.h"
 #include "core/Paths.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
 #include "engine/OpenTagPass.h"
 #include "engine/Validator.h"
 #include "report/Reports.h"

@@ -2,6 +2,7 @@
 
 #include "app/BatchJobs.h"
 #include "app/BatchShard.h"
+#include "app/RunState.h"
 #include "app/SingleFileRun.h"
 #include "config/ConfigurationCheck.h"
 #include "config/ConfigurationFile.h"
@@ -9,7 +10,6 @@
 #include "core/MoveFiles.h"
 #include "core/Paths.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
 #include "engine/Validator.h"
 #include "report/Reports.h"
 #include "rules/ImageChecks.h"

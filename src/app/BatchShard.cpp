@@ -1,9 +1,9 @@
 #include "app/BatchShard.h"
 
+#include "app/RunState.h"
 #include "app/SingleFileRun.h"
 #include "core/OperatorInterface.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
 #include "engine/OpenTagPass.h"
 #include "engine/Validator.h"
 #include "rules/ImageChecks.h"

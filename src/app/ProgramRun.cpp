@@ -1,12 +1,12 @@
 #include "app/ProgramRun.h"
 
 #include "app/CommandLine.h"
+#include "app/RunState.h"
 #include "app/SingleFileRun.h"
 #include "core/MoveFiles.h"
 #include "core/OperatorInterface.h"
 #include "core/Paths.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
 #include "report/FindingOutputs.h"
 #include "spelling/DeferredSpellingEngine.h"
 #include "spelling/SpellingAnswerStore.h"

@@ -1,11 +1,11 @@
 #include "app/SingleFileRun.h"
 
+#include "app/RunState.h"
 #include "config/ConfigurationFile.h"
 #include "config/ConfigurationLoading.h"
 #include "core/MoveFiles.h"
 #include "core/Paths.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
 #include "engine/RuleHelpers.h"
 #include "engine/Validator.h"
 #include "report/Reports.h"

@@ -4,11 +4,11 @@
 #include "app/CommandLine.h"
 #include "app/HeadlessOperator.h"
 #include "app/ProgramRun.h"
+#include "app/RunState.h"
 #include "app/SingleFileRun.h"
 #include "app/Startup.h"
 #include "app/WindowsModule.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
 #include "report/FindingOutputs.h"
 
 #include <QCoreApplication>

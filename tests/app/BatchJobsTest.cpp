@@ -2,11 +2,11 @@
 
 #include "Corpus.h"
 #include "app/BatchRun.h"
+#include "app/RunState.h"
 #include "app/Startup.h"
 #include "config/ConfigurationFile.h"
 #include "config/ConfigurationLoading.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
 #include "rules/TextValidity.h"
 #include "support/Installation.h"
 #include "support/RecordingOperator.h"

@@ -1,8 +1,8 @@
 #include "app/BatchRun.h"
 
+#include "app/RunState.h"
 #include "app/Startup.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
 #include "report/FindingOutputs.h"
 #include "support/Installation.h"
 #include "support/RecordingOperator.h"

@@ -1,7 +1,7 @@
 #include "config/ConfigurationFile.h"
 
+#include "app/RunState.h"
 #include "config/ConfigurationLoading.h"
-#include "core/RunState.h"
 #include "support/IniBuilder.h"
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"

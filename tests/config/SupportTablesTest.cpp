@@ -1,9 +1,9 @@
 #include "config/SupportTables.h"
 
+#include "app/RunState.h"
 #include "config/ConfigurationLoading.h"
 #include "config/RoutineDeclTable.h"
 #include "config/TableReading.h"
-#include "core/RunState.h"
 #include "rules/RuleRegistry.h"
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"

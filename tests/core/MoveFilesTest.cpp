@@ -1,6 +1,6 @@
 #include "core/MoveFiles.h"
 
-#include "core/RunState.h"
+#include "app/RunState.h"
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"
 

@@ -1,8 +1,8 @@
 #include "engine/OpenTagPass.h"
 
 #include "Corpus.h"
+#include "app/RunState.h"
 #include "app/SingleFileRun.h"
-#include "core/RunState.h"
 #include "engine/Validator.h"
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"

@@ -1,6 +1,6 @@
 #include "engine/RuleHelpers.h"
 
-#include "core/RunState.h"
+#include "app/RunState.h"
 #include "report/ReportFormat.h"
 #include "support/RecordingOperator.h"
 

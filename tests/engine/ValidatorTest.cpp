@@ -1,10 +1,10 @@
 #include "engine/Validator.h"
 
+#include "app/RunState.h"
 #include "app/SingleFileRun.h"
 #include "config/ConfigurationLoading.h"
 #include "config/RoutineDeclTable.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
 #include "engine/RuleContext.h"
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"

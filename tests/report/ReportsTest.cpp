@@ -1,7 +1,7 @@
 #include "report/Reports.h"
 
+#include "app/RunState.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
 #include "report/ReportFormat.h"
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"

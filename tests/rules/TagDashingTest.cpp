@@ -1,6 +1,6 @@
 #include "rules/TagDashing.h"
 
-#include "core/RunState.h"
+#include "app/RunState.h"
 #include "rules/ConversionText.h"
 #include "rules/ConvertToTag.h"
 #include "rules/LiteralConversion.h"

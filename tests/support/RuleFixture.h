@@ -1,8 +1,8 @@
 #pragma once
 
+#include "app/RunState.h"
 #include "config/ConfigurationLoading.h"
 #include "config/SupportTables.h"
-#include "core/RunState.h"
 #include "engine/Dispatch.h"
 #include "support/RecordingOperator.h"
 #include "support/RecordingSink.h"

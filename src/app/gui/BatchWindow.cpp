@@ -1,12 +1,12 @@
 #include "app/gui/BatchWindow.h"
 
+#include "app/RunState.h"
 #include "app/gui/FindingsViewer.h"
 #include "app/gui/FolderChooser.h"
 #include "app/gui/MountPoints.h"
 #include "app/gui/WindowOperator.h"
 #include "core/MoveFiles.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
 #include "report/FindingOutputs.h"
 
 #include <QApplication>

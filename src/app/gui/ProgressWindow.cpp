@@ -1,10 +1,10 @@
 #include "app/gui/ProgressWindow.h"
 
+#include "app/RunState.h"
 #include "app/SingleFileRun.h"
 #include "app/gui/FindingsViewer.h"
 #include "app/gui/WindowOperator.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
 
 #include <QApplication>
 #include <QHBoxLayout>

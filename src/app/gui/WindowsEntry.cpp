@@ -1,5 +1,6 @@
 #include "app/CommandLine.h"
 #include "app/ProgramRun.h"
+#include "app/RunState.h"
 #include "app/WindowsModule.h"
 #include "app/gui/BatchWindow.h"
 #include "app/gui/FindingsViewer.h"
@@ -8,7 +9,6 @@
 #include "config/ConfigurationFile.h"
 #include "config/ConfigurationLoading.h"
 #include "core/RunAborted.h"
-#include "core/RunState.h"
 #include "report/RecordedRun.h"
 
 #include <QApplication>

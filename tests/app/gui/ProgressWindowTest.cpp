@@ -1,10 +1,10 @@
 #include "app/gui/ProgressWindow.h"
 
+#include "app/RunState.h"
 #include "app/Startup.h"
 #include "app/gui/FindingsModel.h"
 #include "app/gui/FindingsViewer.h"
 #include "app/gui/WindowOperator.h"
-#include "core/RunState.h"
 #include "support/Installation.h"
 
 #include <QLabel>
