@@ -62,8 +62,18 @@ private:
         qsizetype offset = 0;
         bool going = true;
         pieces([&](QStringView piece) {
-            for (qsizetype i = 0; going && i < piece.size(); ++i) {
-                state = next(state, classOf(piece[i].unicode()));
+            const char16_t* units = piece.utf16();
+            const qsizetype size = piece.size();
+            for (qsizetype i = 0; going && i < size; ++i) {
+                // In the start state a unit no needle holds leads back to
+                // it and ends nothing: most of a text is passed over here.
+                if (state == 0) {
+                    while (i < size && classes_[units[i]] == 0)
+                        ++i;
+                    if (i == size)
+                        break;
+                }
+                state = next(state, classOf(units[i]));
                 for (std::uint32_t k = outputFrom_[state]; k != outputFrom_[state + 1]; ++k) {
                     const int needle = outputNeedles_[k];
                     if (!found(needle, offset + i + 1 - lengths_[needle])) {
