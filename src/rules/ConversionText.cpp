@@ -56,6 +56,43 @@ bool WholeWordIndex::containsIn(QStringView text, qsizetype start, qsizetype end
     return inside != clear_.end() && *inside < last;
 }
 
+namespace {
+
+// Every code unit outside the surrogates with its folded form, by folded
+// form: the units that fold alike stand together. Made once.
+const std::vector<std::pair<char16_t, char16_t>>& unitsByFold()
+{
+    static const std::vector<std::pair<char16_t, char16_t>> units = [] {
+        std::vector<std::pair<char16_t, char16_t>> all;
+        for (char32_t u = 0; u <= 0xFFFF; ++u) {
+            if (!QChar::isSurrogate(u))
+                all.emplace_back(char16_t(QChar::toCaseFolded(u)), char16_t(u));
+        }
+        std::sort(all.begin(), all.end());
+        return all;
+    }();
+    return units;
+}
+
+} // namespace
+
+CaselessFinder::CaselessFinder(const QString& needle)
+    : needle_(needle)
+{
+    for (const QChar c : needle_) {
+        if (c.isSurrogate())
+            return;
+    }
+    if (needle_.isEmpty())
+        return;
+    const auto& units = unitsByFold();
+    const char16_t folded = char16_t(QChar::toCaseFolded(needle_[0].unicode()));
+    const auto alike = std::equal_range(units.begin(), units.end(), std::pair<char16_t, char16_t>(folded, 0),
+        [](const auto& a, const auto& b) { return a.first < b.first; });
+    for (auto it = alike.first; it != alike.second; ++it)
+        firstUnits_.push_back(it->second);
+}
+
 PrecedingText::PrecedingText(qsizetype start, const QStringList& expandedTexts, qsizetype slack)
     : start_(start)
     , fed_(start)
@@ -64,7 +101,7 @@ PrecedingText::PrecedingText(qsizetype start, const QStringList& expandedTexts, 
     for (const QString& expanded : expandedTexts) {
         if (expanded.isEmpty())
             continue;
-        occurrences_.insert(expanded, {});
+        occurrences_.insert(expanded, { CaselessFinder(expanded) });
         keep_ = std::max(keep_, expanded.size());
     }
 }
@@ -91,15 +128,11 @@ void PrecedingText::takeInFinished()
     }
     for (auto it = occurrences_.begin(); it != occurrences_.end(); ++it) {
         const QString& expanded = it.key();
-        qsizetype from = std::max(scanned_ - expanded.size() + 1, base) - base;
-        for (;;) {
-            const qsizetype found = finished.indexOf(expanded, from, Qt::CaseInsensitive);
-            if (found < 0)
-                break;
+        const qsizetype from = std::max(scanned_ - expanded.size() + 1, base) - base;
+        it->finder.forEach(finished, from, [&](qsizetype found) {
             it->last = base + found;
             it->wordBefore = found > 0 && IsWordCharacter(finished[found - 1]);
-            from = found + 1;
-        }
+        });
     }
     scanned_ = base + finished.size();
     dasher_.forgetFinished(keep_, slack_);
