@@ -122,9 +122,12 @@ void PrecedingText::takeInFinished()
 {
     const QString& finished = dasher_.finished();
     const qsizetype base = dasher_.finishedOffset();
-    for (qsizetype i = scanned_ - base; i < finished.size(); ++i) {
-        if (IsWordCharacter(finished[i]))
+    // Only the last letter or digit of the new text counts: read from its end.
+    for (qsizetype i = finished.size() - 1; i >= scanned_ - base; --i) {
+        if (IsWordCharacter(finished[i])) {
             lastWord_ = base + i;
+            break;
+        }
     }
     for (auto it = occurrences_.begin(); it != occurrences_.end(); ++it) {
         const QString& expanded = it.key();

@@ -17,6 +17,12 @@ struct ValidationContext;
 // A word is made of the characters that, upper-cased, lie in A to Z or 0 to 9.
 inline bool IsWordCharacter(QChar c)
 {
+    // Most text is ASCII, where the case tables need not be read. (Beyond
+    // it some letters upper-case into A to Z, so those go the long way.)
+    if (c.unicode() < 0x80) {
+        const char16_t u = c.unicode();
+        return (u >= u'A' && u <= u'Z') || (u >= u'a' && u <= u'z') || (u >= u'0' && u <= u'9');
+    }
     const QChar upper = c.toUpper();
     return (upper >= u'A' && upper <= u'Z') || (upper >= u'0' && upper <= u'9');
 }
