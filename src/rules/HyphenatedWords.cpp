@@ -6,6 +6,7 @@
 #include "rules/ElementContents.h"
 #include "text/TagScanner.h"
 
+#include <QStringMatcher>
 #include <optional>
 
 namespace {
@@ -15,6 +16,12 @@ constexpr int kSuggestionCount = 2;
 
 bool isWordCharacter(QChar c)
 {
+    // ASCII without the case tables; some letters beyond it upper-case
+    // into A to Z and go the long way.
+    if (c.unicode() < 0x80) {
+        const char16_t u = c.unicode();
+        return (u >= u'A' && u <= u'Z') || (u >= u'a' && u <= u'z') || (u >= u'0' && u <= u'9');
+    }
     const QChar upper = c.toUpper();
     return (upper >= u'A' && upper <= u'Z') || (upper >= u'0' && upper <= u'9');
 }
@@ -101,10 +108,24 @@ QString elementText(RuleContext& rule)
         content = xml.GetPCDATA(rule.document, context.tagText, endTag, position);
         xml.RemoveTags(content, true);
     }
-    content.replace(QStringLiteral("teMpSEparAtor"), QStringLiteral("<?>"));
+    // Put together in one string, each removed element's marker turned into
+    // "<?>" on the way (as a replace of the whole content would, left to
+    // right), so the content is copied once.
+    static const QStringMatcher marker(QStringLiteral("teMpSEparAtor"));
+    QString text;
+    text.reserve(context.tagText.size() + content.size() + endTag.size());
+    text += context.tagText;
+    qsizetype copied = 0;
+    for (qsizetype at = marker.indexIn(content, 0); at >= 0; at = marker.indexIn(content, copied)) {
+        text += QStringView(content).sliced(copied, at - copied);
+        text += u"<?>";
+        copied = at + marker.pattern().size();
+    }
+    text += QStringView(content).sliced(copied);
+    text += endTag;
     cache.filePosition = context.filePosition;
     cache.tagText = context.tagText;
-    cache.text = context.tagText + content + endTag;
+    cache.text = std::move(text);
     cache.removedContentLengths = rule.toolkit.RemovedContentLengths;
     return cache.text;
 }
