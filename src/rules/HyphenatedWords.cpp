@@ -265,8 +265,16 @@ void HYPHENATEDWORDCHECK(RuleContext& rule)
         return;
     const ValidationContext& context = rule.tag;
     const QString& text = check->text;
-    for (qsizetype hit = text.indexOf(QStringLiteral("-\r\n")); hit >= 0;
-         hit = text.indexOf(QStringLiteral("-\r\n"), hit + 1)) {
+    // Every "-" CR LF in turn: the hyphens are found by the library's fast
+    // one-character search and the line break looked at after each.
+    const auto nextBreak = [&text](qsizetype from) {
+        for (qsizetype at = text.indexOf(u'-', from); at >= 0; at = text.indexOf(u'-', at + 1)) {
+            if (at + 2 < text.size() && text[at + 1] == u'\r' && text[at + 2] == u'\n')
+                return at;
+        }
+        return qsizetype(-1);
+    };
+    for (qsizetype hit = nextBreak(0); hit >= 0; hit = nextBreak(hit + 1)) {
         const QString word
             = ExtractHyphenatedWord(text, static_cast<std::int32_t>(hit + 1), HyphenAt::LineEnd);
         bool open = true;
