@@ -93,16 +93,30 @@ CaselessFinder::CaselessFinder(const QString& needle)
         firstUnits_.push_back(it->second);
 }
 
+PrecedingText::Searches PrecedingText::SearchesFor(const QStringList& expandedTexts)
+{
+    auto searches = std::make_shared<std::vector<CaselessFinder>>();
+    for (const QString& expanded : expandedTexts) {
+        if (!expanded.isEmpty())
+            searches->emplace_back(expanded);
+    }
+    return searches;
+}
+
 PrecedingText::PrecedingText(qsizetype start, const QStringList& expandedTexts, qsizetype slack)
+    : PrecedingText(start, SearchesFor(expandedTexts), slack)
+{
+}
+
+PrecedingText::PrecedingText(qsizetype start, Searches searches, qsizetype slack)
     : start_(start)
     , fed_(start)
     , slack_(slack)
+    , searches_(std::move(searches))
 {
-    for (const QString& expanded : expandedTexts) {
-        if (expanded.isEmpty())
-            continue;
-        occurrences_.insert(expanded, { CaselessFinder(expanded) });
-        keep_ = std::max(keep_, expanded.size());
+    for (const CaselessFinder& finder : *searches_) {
+        occurrences_.insert(finder.needle(), { &finder });
+        keep_ = std::max(keep_, finder.needle().size());
     }
 }
 
@@ -132,7 +146,7 @@ void PrecedingText::takeInFinished()
     for (auto it = occurrences_.begin(); it != occurrences_.end(); ++it) {
         const QString& expanded = it.key();
         const qsizetype from = std::max(scanned_ - expanded.size() + 1, base) - base;
-        it->finder.forEach(finished, from, [&](qsizetype found) {
+        it->finder->forEach(finished, from, [&](qsizetype found) {
             it->last = base + found;
             it->wordBefore = found > 0 && IsWordCharacter(finished[found - 1]);
         });

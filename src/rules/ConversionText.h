@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 #include <QStringView>
+#include <memory>
 #include <vector>
 
 struct ToolkitState;
@@ -120,6 +121,12 @@ public:
     // more).
     PrecedingText(qsizetype start, const QStringList& expandedTexts, qsizetype slack = 65536);
 
+    // The searches for the expanded texts, made once and shared by every
+    // preceding text of a file.
+    using Searches = std::shared_ptr<const std::vector<CaselessFinder>>;
+    static Searches SearchesFor(const QStringList& expandedTexts);
+    PrecedingText(qsizetype start, Searches searches, qsizetype slack = 65536);
+
     qsizetype start() const { return start_; }
     qsizetype end() const { return fed_; }
 
@@ -135,7 +142,7 @@ public:
 
 private:
     struct Occurrence {
-        CaselessFinder finder;
+        const CaselessFinder* finder = nullptr; // one of searches_
         qsizetype last = -1; // the last occurrence in the finished text
         bool wordBefore = false; // a letter or digit stands right before it
     };
@@ -148,5 +155,6 @@ private:
     qsizetype slack_;
     qsizetype scanned_ = 0; // the finished text taken in so far
     qsizetype lastWord_ = -1; // the last letter or digit in it
+    Searches searches_;
     QHash<QString, Occurrence> occurrences_;
 };

@@ -53,7 +53,7 @@ namespace {
 // grows to the right.
 struct PrecedingTexts : RuleFileState {
     std::map<qsizetype, std::shared_ptr<PrecedingText>> byStart;
-    std::optional<QStringList> expandedTexts; // every row's, gathered at the first use
+    PrecedingText::Searches searches; // every row's expanded text, made at the first use
 };
 
 // What one tag offers the rows: the dashed element content and the dashed
@@ -91,12 +91,13 @@ public:
         forgetClosedElements(cache);
         std::shared_ptr<PrecedingText>& text = cache[start];
         if (!text || text->end() > end) {
-            if (!state.expandedTexts) {
-                state.expandedTexts.emplace();
+            if (!state.searches) {
+                QStringList expandedTexts;
                 for (const Convert2AttribRow& row : table_.rows)
-                    *state.expandedTexts << row.expandedText;
+                    expandedTexts << row.expandedText;
+                state.searches = PrecedingText::SearchesFor(expandedTexts);
             }
-            text = std::make_shared<PrecedingText>(start, *state.expandedTexts);
+            text = std::make_shared<PrecedingText>(start, state.searches);
         }
         text->extendTo(rule_.document, end);
         preceding_ = text.get();
