@@ -6,7 +6,6 @@
 #include "rules/ElementContents.h"
 #include "text/TagScanner.h"
 
-#include <QStringMatcher>
 #include <optional>
 
 namespace {
@@ -111,15 +110,22 @@ QString elementText(RuleContext& rule)
     // Put together in one string, each removed element's marker turned into
     // "<?>" on the way (as a replace of the whole content would, left to
     // right), so the content is copied once.
-    static const QStringMatcher marker(QStringLiteral("teMpSEparAtor"));
+    // The marker is found by its one "M" (seldom a capital in running text,
+    // and found by the one-character search); two markers never overlap,
+    // so every one found is turned.
+    static constexpr QStringView marker = u"teMpSEparAtor";
+    constexpr qsizetype mAt = 2;
     QString text;
     text.reserve(context.tagText.size() + content.size() + endTag.size());
     text += context.tagText;
     qsizetype copied = 0;
-    for (qsizetype at = marker.indexIn(content, 0); at >= 0; at = marker.indexIn(content, copied)) {
+    for (qsizetype m = content.indexOf(u'M', mAt); m >= 0; m = content.indexOf(u'M', m + 1)) {
+        const qsizetype at = m - mAt;
+        if (at + marker.size() > content.size() || QStringView(content).sliced(at, marker.size()) != marker)
+            continue;
         text += QStringView(content).sliced(copied, at - copied);
         text += u"<?>";
-        copied = at + marker.pattern().size();
+        copied = at + marker.size();
     }
     text += QStringView(content).sliced(copied);
     text += endTag;
