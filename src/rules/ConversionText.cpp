@@ -56,16 +56,67 @@ bool WholeWordIndex::containsIn(QStringView text, qsizetype start, qsizetype end
     return inside != clear_.end() && *inside < last;
 }
 
+namespace {
+
+// Every code unit outside the surrogates with its folded form, by folded
+// form: the units that fold alike stand together. Made once.
+const std::vector<std::pair<char16_t, char16_t>>& unitsByFold()
+{
+    static const std::vector<std::pair<char16_t, char16_t>> units = [] {
+        std::vector<std::pair<char16_t, char16_t>> all;
+        for (char32_t u = 0; u <= 0xFFFF; ++u) {
+            if (!QChar::isSurrogate(u))
+                all.emplace_back(char16_t(QChar::toCaseFolded(u)), char16_t(u));
+        }
+        std::sort(all.begin(), all.end());
+        return all;
+    }();
+    return units;
+}
+
+} // namespace
+
+CaselessFinder::CaselessFinder(const QString& needle)
+    : needle_(needle)
+{
+    for (const QChar c : needle_) {
+        if (c.isSurrogate())
+            return;
+    }
+    if (needle_.isEmpty())
+        return;
+    const auto& units = unitsByFold();
+    const char16_t folded = char16_t(QChar::toCaseFolded(needle_[0].unicode()));
+    const auto alike = std::equal_range(units.begin(), units.end(), std::pair<char16_t, char16_t>(folded, 0),
+        [](const auto& a, const auto& b) { return a.first < b.first; });
+    for (auto it = alike.first; it != alike.second; ++it)
+        firstUnits_.push_back(it->second);
+}
+
+PrecedingText::Searches PrecedingText::SearchesFor(const QStringList& expandedTexts)
+{
+    auto searches = std::make_shared<std::vector<CaselessFinder>>();
+    for (const QString& expanded : expandedTexts) {
+        if (!expanded.isEmpty())
+            searches->emplace_back(expanded);
+    }
+    return searches;
+}
+
 PrecedingText::PrecedingText(qsizetype start, const QStringList& expandedTexts, qsizetype slack)
+    : PrecedingText(start, SearchesFor(expandedTexts), slack)
+{
+}
+
+PrecedingText::PrecedingText(qsizetype start, Searches searches, qsizetype slack)
     : start_(start)
     , fed_(start)
     , slack_(slack)
+    , searches_(std::move(searches))
 {
-    for (const QString& expanded : expandedTexts) {
-        if (expanded.isEmpty())
-            continue;
-        occurrences_.insert(expanded, {});
-        keep_ = std::max(keep_, expanded.size());
+    for (const CaselessFinder& finder : *searches_) {
+        occurrences_.insert(finder.needle(), { &finder });
+        keep_ = std::max(keep_, finder.needle().size());
     }
 }
 
@@ -85,21 +136,20 @@ void PrecedingText::takeInFinished()
 {
     const QString& finished = dasher_.finished();
     const qsizetype base = dasher_.finishedOffset();
-    for (qsizetype i = scanned_ - base; i < finished.size(); ++i) {
-        if (IsWordCharacter(finished[i]))
+    // Only the last letter or digit of the new text counts: read from its end.
+    for (qsizetype i = finished.size() - 1; i >= scanned_ - base; --i) {
+        if (IsWordCharacter(finished[i])) {
             lastWord_ = base + i;
+            break;
+        }
     }
     for (auto it = occurrences_.begin(); it != occurrences_.end(); ++it) {
         const QString& expanded = it.key();
-        qsizetype from = std::max(scanned_ - expanded.size() + 1, base) - base;
-        for (;;) {
-            const qsizetype found = finished.indexOf(expanded, from, Qt::CaseInsensitive);
-            if (found < 0)
-                break;
+        const qsizetype from = std::max(scanned_ - expanded.size() + 1, base) - base;
+        it->finder->forEach(finished, from, [&](qsizetype found) {
             it->last = base + found;
             it->wordBefore = found > 0 && IsWordCharacter(finished[found - 1]);
-            from = found + 1;
-        }
+        });
     }
     scanned_ = base + finished.size();
     dasher_.forgetFinished(keep_, slack_);

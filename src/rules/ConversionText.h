@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 #include <QStringView>
+#include <memory>
 #include <vector>
 
 struct ToolkitState;
@@ -17,6 +18,12 @@ struct ValidationContext;
 // A word is made of the characters that, upper-cased, lie in A to Z or 0 to 9.
 inline bool IsWordCharacter(QChar c)
 {
+    // Most text is ASCII, where the case tables need not be read. (Beyond
+    // it some letters upper-case into A to Z, so those go the long way.)
+    if (c.unicode() < 0x80) {
+        const char16_t u = c.unicode();
+        return (u >= u'A' && u <= u'Z') || (u >= u'a' && u <= u'z') || (u >= u'0' && u <= u'9');
+    }
     const QChar upper = c.toUpper();
     return (upper >= u'A' && upper <= u'Z') || (upper >= u'0' && upper <= u'9');
 }
@@ -52,6 +59,58 @@ private:
     std::vector<qsizetype> clear_;
 };
 
+// Every occurrence of one text in others, letter case ignored, at the same
+// places as QString::indexOf with Qt::CaseInsensitive finds them. The
+// library folds every character it compares; here the library's fast
+// search for one character finds the places where the first character (in
+// any of its cases) stands, and only those are compared in full.
+class CaselessFinder {
+public:
+    CaselessFinder() = default;
+    explicit CaselessFinder(const QString& needle);
+
+    const QString& needle() const { return needle_; }
+
+    // Calls found(start) for every occurrence that starts at or after
+    // `from`, overlapping ones included, in ascending order.
+    template <class Found> void forEach(QStringView text, qsizetype from, Found&& found) const
+    {
+        if (needle_.isEmpty())
+            return;
+        if (firstUnits_.empty()) {
+            for (qsizetype at = text.indexOf(needle_, from, Qt::CaseInsensitive); at >= 0;
+                 at = text.indexOf(needle_, at + 1, Qt::CaseInsensitive))
+                found(at);
+            return;
+        }
+        // One cursor for each form of the first character, each moved
+        // only forward, so the text is read once for each form.
+        std::vector<qsizetype> next(firstUnits_.size());
+        for (std::size_t k = 0; k < next.size(); ++k)
+            next[k] = text.indexOf(QChar(firstUnits_[k]), from);
+        const qsizetype last = text.size() - needle_.size();
+        for (;;) {
+            std::size_t nearest = next.size();
+            for (std::size_t k = 0; k < next.size(); ++k) {
+                if (next[k] >= 0 && (nearest == next.size() || next[k] < next[nearest]))
+                    nearest = k;
+            }
+            if (nearest == next.size() || next[nearest] > last)
+                return;
+            const qsizetype at = next[nearest];
+            if (text.sliced(at, needle_.size()).compare(needle_, Qt::CaseInsensitive) == 0)
+                found(at);
+            next[nearest] = text.indexOf(QChar(firstUnits_[nearest]), at + 1);
+        }
+    }
+
+private:
+    QString needle_;
+    // Every code unit that folds as the needle's first does; empty when the
+    // needle holds a surrogate, and then the library searches.
+    std::vector<char16_t> firstUnits_;
+};
+
 // The dashed text from a fixed start up to a tag, for tag after tag of one
 // element. The text only ever grows, so it is dashed once, and the answers
 // look back from its end only as far as they depend on.
@@ -61,6 +120,12 @@ public:
     // not kept, only what these answers need (and up to `slack` characters
     // more).
     PrecedingText(qsizetype start, const QStringList& expandedTexts, qsizetype slack = 65536);
+
+    // The searches for the expanded texts, made once and shared by every
+    // preceding text of a file.
+    using Searches = std::shared_ptr<const std::vector<CaselessFinder>>;
+    static Searches SearchesFor(const QStringList& expandedTexts);
+    PrecedingText(qsizetype start, Searches searches, qsizetype slack = 65536);
 
     qsizetype start() const { return start_; }
     qsizetype end() const { return fed_; }
@@ -77,6 +142,7 @@ public:
 
 private:
     struct Occurrence {
+        const CaselessFinder* finder = nullptr; // one of searches_
         qsizetype last = -1; // the last occurrence in the finished text
         bool wordBefore = false; // a letter or digit stands right before it
     };
@@ -89,5 +155,6 @@ private:
     qsizetype slack_;
     qsizetype scanned_ = 0; // the finished text taken in so far
     qsizetype lastWord_ = -1; // the last letter or digit in it
+    Searches searches_;
     QHash<QString, Occurrence> occurrences_;
 };

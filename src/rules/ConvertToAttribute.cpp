@@ -53,6 +53,7 @@ namespace {
 // grows to the right.
 struct PrecedingTexts : RuleFileState {
     std::map<qsizetype, std::shared_ptr<PrecedingText>> byStart;
+    PrecedingText::Searches searches; // every row's expanded text, made at the first use
 };
 
 // What one tag offers the rows: the dashed element content and the dashed
@@ -83,16 +84,20 @@ public:
         if (const std::int32_t enclosing = EnclosingOpenTagPosition(rule_.openTags); enclosing != 0)
             start = enclosing - 1 + rule_.openTags.back().tagText.size();
         const qsizetype end = context.filePosition - 1;
-        auto& cache = rule_.ownState<PrecedingTexts>().byStart;
+        auto& state = rule_.ownState<PrecedingTexts>();
+        auto& cache = state.byStart;
         // Elements opened after the enclosing one are closed by now.
         cache.erase(cache.upper_bound(start), cache.end());
         forgetClosedElements(cache);
         std::shared_ptr<PrecedingText>& text = cache[start];
         if (!text || text->end() > end) {
-            QStringList expandedTexts;
-            for (const Convert2AttribRow& row : table_.rows)
-                expandedTexts << row.expandedText;
-            text = std::make_shared<PrecedingText>(start, expandedTexts);
+            if (!state.searches) {
+                QStringList expandedTexts;
+                for (const Convert2AttribRow& row : table_.rows)
+                    expandedTexts << row.expandedText;
+                state.searches = PrecedingText::SearchesFor(expandedTexts);
+            }
+            text = std::make_shared<PrecedingText>(start, state.searches);
         }
         text->extendTo(rule_.document, end);
         preceding_ = text.get();

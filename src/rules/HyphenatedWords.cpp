@@ -15,6 +15,12 @@ constexpr int kSuggestionCount = 2;
 
 bool isWordCharacter(QChar c)
 {
+    // ASCII without the case tables; some letters beyond it upper-case
+    // into A to Z and go the long way.
+    if (c.unicode() < 0x80) {
+        const char16_t u = c.unicode();
+        return (u >= u'A' && u <= u'Z') || (u >= u'a' && u <= u'z') || (u >= u'0' && u <= u'9');
+    }
     const QChar upper = c.toUpper();
     return (upper >= u'A' && upper <= u'Z') || (upper >= u'0' && upper <= u'9');
 }
@@ -101,10 +107,31 @@ QString elementText(RuleContext& rule)
         content = xml.GetPCDATA(rule.document, context.tagText, endTag, position);
         xml.RemoveTags(content, true);
     }
-    content.replace(QStringLiteral("teMpSEparAtor"), QStringLiteral("<?>"));
+    // Put together in one string, each removed element's marker turned into
+    // "<?>" on the way (as a replace of the whole content would, left to
+    // right), so the content is copied once.
+    // The marker is found by its one "M" (seldom a capital in running text,
+    // and found by the one-character search); two markers never overlap,
+    // so every one found is turned.
+    static constexpr QStringView marker = u"teMpSEparAtor";
+    constexpr qsizetype mAt = 2;
+    QString text;
+    text.reserve(context.tagText.size() + content.size() + endTag.size());
+    text += context.tagText;
+    qsizetype copied = 0;
+    for (qsizetype m = content.indexOf(u'M', mAt); m >= 0; m = content.indexOf(u'M', m + 1)) {
+        const qsizetype at = m - mAt;
+        if (at + marker.size() > content.size() || QStringView(content).sliced(at, marker.size()) != marker)
+            continue;
+        text += QStringView(content).sliced(copied, at - copied);
+        text += u"<?>";
+        copied = at + marker.size();
+    }
+    text += QStringView(content).sliced(copied);
+    text += endTag;
     cache.filePosition = context.filePosition;
     cache.tagText = context.tagText;
-    cache.text = context.tagText + content + endTag;
+    cache.text = std::move(text);
     cache.removedContentLengths = rule.toolkit.RemovedContentLengths;
     return cache.text;
 }
@@ -244,8 +271,16 @@ void HYPHENATEDWORDCHECK(RuleContext& rule)
         return;
     const ValidationContext& context = rule.tag;
     const QString& text = check->text;
-    for (qsizetype hit = text.indexOf(QStringLiteral("-\r\n")); hit >= 0;
-         hit = text.indexOf(QStringLiteral("-\r\n"), hit + 1)) {
+    // Every "-" CR LF in turn: the hyphens are found by the library's fast
+    // one-character search and the line break looked at after each.
+    const auto nextBreak = [&text](qsizetype from) {
+        for (qsizetype at = text.indexOf(u'-', from); at >= 0; at = text.indexOf(u'-', at + 1)) {
+            if (at + 2 < text.size() && text[at + 1] == u'\r' && text[at + 2] == u'\n')
+                return at;
+        }
+        return qsizetype(-1);
+    };
+    for (qsizetype hit = nextBreak(0); hit >= 0; hit = nextBreak(hit + 1)) {
         const QString word
             = ExtractHyphenatedWord(text, static_cast<std::int32_t>(hit + 1), HyphenAt::LineEnd);
         bool open = true;

@@ -57,6 +57,9 @@ MultiStringSearch::MultiStringSearch(const QList<QString>& needles)
             queue.push_back(child);
         }
     }
+    leavesStart_.assign(0x10000, 0);
+    for (std::size_t unit = 0; unit < classes_.size(); ++unit)
+        leavesStart_[unit] = classes_[unit] != 0 && delta_[classes_[unit]] != 0 ? 1 : 0;
     for (const std::vector<int>& needles : outputs) {
         outputFrom_.push_back(static_cast<std::uint32_t>(outputNeedles_.size()));
         outputNeedles_.insert(outputNeedles_.end(), needles.begin(), needles.end());

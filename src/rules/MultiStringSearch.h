@@ -62,9 +62,29 @@ private:
         qsizetype offset = 0;
         bool going = true;
         pieces([&](QStringView piece) {
-            for (qsizetype i = 0; going && i < piece.size(); ++i) {
-                state = next(state, classOf(piece[i].unicode()));
-                for (std::uint32_t k = outputFrom_[state]; k != outputFrom_[state + 1]; ++k) {
+            // The walk keeps its state and tables in locals: the pieces'
+            // caller holds them by reference, and they would otherwise be
+            // read from memory at every unit.
+            const char16_t* units = piece.utf16();
+            const qsizetype size = piece.size();
+            const std::uint32_t* classes = classes_.data();
+            const std::uint8_t* leavesStart = leavesStart_.data();
+            const int* delta = delta_.data();
+            const std::uint32_t* outputFrom = outputFrom_.data();
+            const std::size_t classCount = std::size_t(classCount_);
+            int current = state;
+            for (qsizetype i = 0; going && i < size; ++i) {
+                // In the start state a unit that begins no needle leads
+                // back to it and ends nothing: most of a text is passed
+                // over here.
+                if (current == 0) {
+                    while (i < size && !leavesStart[units[i]])
+                        ++i;
+                    if (i == size)
+                        break;
+                }
+                current = delta[std::size_t(current) * classCount + classes[units[i]]];
+                for (std::uint32_t k = outputFrom[current]; k != outputFrom[current + 1]; ++k) {
                     const int needle = outputNeedles_[k];
                     if (!found(needle, offset + i + 1 - lengths_[needle])) {
                         going = false;
@@ -72,6 +92,7 @@ private:
                     }
                 }
             }
+            state = current;
             offset += piece.size();
             return going;
         });
@@ -84,6 +105,7 @@ private:
     std::vector<std::uint32_t> classes_; // per code unit: 0 for units no needle holds
     int classCount_ = 1;
     std::vector<int> delta_; // state x class -> state
+    std::vector<std::uint8_t> leavesStart_; // per code unit: 1 where the start state moves on
     // Per state, the needles that end there, suffixes included, laid end to
     // end: state s owns outputNeedles_[outputFrom_[s]] up to outputFrom_[s + 1].
     std::vector<std::uint32_t> outputFrom_;

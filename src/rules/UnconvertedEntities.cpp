@@ -210,10 +210,20 @@ struct TagRemoval {
         std::vector<Open> opens;
         ReserveLarge(runs, std::size_t(text.count(u'>')) + 1); // a run at most per tag, and one more
         qsizetype from = 0;
-        for (qsizetype at = 0; at < text.size(); ++at) {
-            const QChar c = text[at];
-            if (c != u'<' && c != u'>')
-                continue;
+        // Brackets are few: each kind is found by the library's fast
+        // search, every character of the text looked at once for each.
+        qsizetype nextOpen = text.indexOf(u'<');
+        qsizetype nextClose = text.indexOf(u'>');
+        for (;;) {
+            if (nextOpen < 0 && nextClose < 0)
+                break;
+            const bool isOpen = nextClose < 0 || (nextOpen >= 0 && nextOpen < nextClose);
+            const qsizetype at = isOpen ? nextOpen : nextClose;
+            const QChar c = isOpen ? u'<' : u'>';
+            if (isOpen)
+                nextOpen = text.indexOf(u'<', at + 1);
+            else
+                nextClose = text.indexOf(u'>', at + 1);
             keep(from, at);
             from = at;
             if (c == u'<') {

@@ -198,6 +198,7 @@ QString TagScanner::removeElementsFrom(QStringView original, const ElementIndex&
 {
     shared_.RemovedContentLengths.clear();
     QString result;
+    result.reserve(original.size()); // seldom more: only elements shorter than the marker grow
     qsizetype copiedUpTo = 0;
     qsizetype from = 0;
     for (;;) {

@@ -115,6 +115,10 @@ TEST(WordChecks, ReadTheElementTextAsExamplesShow)
         { "<p>x<i>c-d</i>-e</p>",
             { "1:1 E Compound Word: -e found in <p> | <p>x<i>c-d</i>-e</p>",
                 "1:5 W Compound Word: c-d found in <i> | <i>c-d</i>-e</p>" } },
+        // The removal's own marker, written in the text, reads as a removed element.
+        { "<p>MteMpSEparAtor-ab<i>q</i>-c</p>",
+            { "1:1 E Compound Word: -ab found in <p> | <p>MteMpSEparAtor-ab<i>q</i>-c</p>",
+                "1:1 E Compound Word: -c found in <p> | <p>MteMpSEparAtor-ab<i>q</i>-c</p>" } },
         { "<p a=\"b-1\">t</p>", { "1:1 E Compound Word: b-1 found in <p a=\"b-1\"> | <p a=\"b-1\">t</p>" } },
         { "<p>caf\xe9-bar</p>", { u"1:1 E Compound Word: -bar found in <p> | <p>caf\u00e9-bar</p>"_s } },
         // The element text is kept for the other check of the same element

@@ -98,6 +98,30 @@ TEST(PrecedingText, LastWordNeedsOnlyTheRawTail)
     }
 }
 
+TEST(CaselessFinder, FindsWhatTheLibrarySearchFinds)
+{
+    // Letters with more than two cases (the Kelvin sign folds to "k", the
+    // long s to "s"), a sharp s, and a lone and a paired surrogate.
+    const QString alphabet = QStringLiteral("kKsSfF.a ") + QChar(0x212A) + QChar(0x017F) + QChar(0x00DF)
+        + QChar(0xD801) + QChar(0xDC00);
+    const QStringList needles = { "k", "Ks", "fig.", "s" + QString(QChar(0x212A)), QString(QChar(0x00DF)),
+        QString(QChar(0xD801)) + QChar(0xDC00) + "k", ".", "" };
+    std::mt19937 random(23);
+    for (int round = 0; round < 2000; ++round) {
+        const QString text = randomText(random, 30, alphabet);
+        const qsizetype from = std::uniform_int_distribution<qsizetype>(0, 32)(random);
+        for (const QString& needle : needles) {
+            std::vector<qsizetype> expected;
+            for (qsizetype at = needle.isEmpty() ? -1 : text.indexOf(needle, from, Qt::CaseInsensitive);
+                 at >= 0; at = text.indexOf(needle, at + 1, Qt::CaseInsensitive))
+                expected.push_back(at);
+            std::vector<qsizetype> found;
+            CaselessFinder(needle).forEach(text, from, [&](qsizetype at) { found.push_back(at); });
+            ASSERT_EQ(found, expected) << text.toStdString() << " | " << needle.toStdString();
+        }
+    }
+}
+
 TEST(WholeWordIndex, SameAsSearchingTheRangeAlone)
 {
     std::mt19937 random(17);
