@@ -1,7 +1,6 @@
 #pragma once
 
 #include "core/Configuration.h"
-#include "core/ImageCallouts.h"
 #include "core/RuleFileState.h"
 #include "core/SpellingEngine.h"
 #include "core/TableCodes.h"
@@ -52,7 +51,6 @@ struct RuleContext {
     const QString& element; // the element its declaration row names
     const TableSet& settings; // the active table set: tables and rule settings
     const Configuration& installation; // where the installation keeps what files refer to (images)
-    ImageCallouts& imageCallouts; // the run's image list, judged after its last file
     RuleFileState* fileState; // null for a routine whose entry names no state
     RuleRunState* runState; // what it carries to the next file; null when its entry names none
     // The run's clock: a run that checks dates asks it when it needs the date,
