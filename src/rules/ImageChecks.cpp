@@ -388,9 +388,8 @@ QStringList ImageSetupProblems(const TableSet& active, const QSet<QString>& decl
 
 void CheckImageValidation(RuleContext& context)
 {
-    const Configuration& config = context.installation;
     const TableSet& active = context.settings;
-    const QString folder = ImageFolderFor(config.ImagePath, config.ImageFolder, context.inputPath);
+    const QString folder = ImageFolderFor(context.imagePath, context.imageFolder, context.inputPath);
     // Every file's folder takes part in the run's cross-check, also a file
     // that calls nothing out: all its folder holds is then in excess.
     auto& run = context.ownRunState<ImageRunState>();
