@@ -74,7 +74,6 @@ struct FileOutcome {
     FileIdentity inputIdentity; // the input as the worker read it
     RuleRunStates carried; // the file's shares of what rules carry to the next file
     CarriedTagState handedOn; // what the file hands on to the next one
-    ImageCallouts imageCallouts; // the file's share of the run's image list
 };
 
 struct FileJob {
@@ -172,13 +171,11 @@ public:
         // Rules check the file apart from the files before it; the run takes
         // in what it carries on in batch order.
         state.carriedStates.startFileApart();
-        state.imageCallouts.clear();
 
         FileOutcome outcome;
         try {
             ValidateRunFile(state,
-                { events_, *state.installation, spelling_, state.carriedStates, state.imageCallouts, events_,
-                    state.report.now },
+                { events_, *state.installation, spelling_, state.carriedStates, events_, state.report.now },
                 Rules());
         } catch (...) {
             outcome.failure = std::current_exception();
@@ -190,7 +187,6 @@ public:
         // Only the run's end needs the list the files hand on.
         outcome.handedOn = { job.last ? state.file.openTags : QList<ValidationContext>(), state.file.context,
             state.file.previousTag, state.file.previousStartTag };
-        outcome.imageCallouts = std::move(state.imageCallouts);
         return outcome;
     }
 
@@ -321,7 +317,6 @@ void publishOutcome(RunState& state, const PlannedFile& file, FileOutcome& outco
                 break;
             }
         }
-        state.imageCallouts.merge(outcome.imageCallouts);
         state.carriedStates.takeLater(outcome.carried);
         if (outcome.failure)
             std::rethrow_exception(outcome.failure);

@@ -375,7 +375,7 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     const QString inputFolder = WithTrailingSlash(request.inputFolder);
     state.parentFolderPart = batchParentFolderPart(inputFolder);
     SelectTaskTableSet({ state.ui, state.config }, state.taskCode);
-    StartImageCrossCheck(state.imageCallouts);
+    StartImageCrossCheck(state.carriedStates);
 
     const bool sharded = !request.shard.whole();
     const int jobs = request.jobs > 0 ? request.jobs : DefaultBatchJobs();

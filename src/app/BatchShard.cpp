@@ -7,6 +7,7 @@
 #include "engine/OpenTagPass.h"
 #include "engine/Validator.h"
 #include "rules/ImageChecks.h"
+#include "rules/RuleRegistry.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -20,7 +21,9 @@
 
 namespace {
 
-const QString kRecordFormat = QStringLiteral("quorvane-shard-1");
+// Bumped whenever the record changes: a merge refuses a shard written by a
+// program that wrote it otherwise.
+const QString kRecordFormat = QStringLiteral("quorvane-shard-2");
 const QByteArray kLineEnd = "\r\n";
 
 // A path as seen from a folder, "/"-separated; "." for the folder itself.
@@ -28,17 +31,6 @@ QString relativeTo(const QString& folder, const QString& path)
 {
     const QString relative = QDir(folder).relativeFilePath(QFileInfo(path).absoluteFilePath());
     return relative.isEmpty() ? QStringLiteral(".") : relative;
-}
-
-QJsonObject calloutsJson(const ImageCallouts& callouts)
-{
-    QJsonObject folders;
-    for (auto folder = callouts.calledOut.cbegin(); folder != callouts.calledOut.cend(); ++folder) {
-        QStringList names(folder.value().cbegin(), folder.value().cend());
-        names.sort();
-        folders.insert(folder.key(), QJsonArray::fromStringList(names));
-    }
-    return folders;
 }
 
 // --- the merge ---------------------------------------------------------------------------
@@ -56,8 +48,7 @@ struct ShardFolder {
     QStringList outputs; // json, sarif, html relative to the shard's folder; empty when not asked for
     qint64 errorEntries = 0;
     int checkFailures = 0;
-    bool imageCrossCheck = false;
-    ImageCallouts callouts;
+    QJsonObject carried; // what the slice's rules carried, for the checks after the batch
     RunFindings findings;
     QList<QByteArray> programLog; // the lines between its heading and its closing
     QList<QByteArray> errorViewLog;
@@ -160,13 +151,7 @@ ShardFolder readShard(const QString& givenFolder)
     shard.programName = record.value(QStringLiteral("programName")).toString();
     shard.errorEntries = qint64(record.value(QStringLiteral("errorEntries")).toDouble());
     shard.checkFailures = record.value(QStringLiteral("checkFailures")).toInt();
-    shard.imageCrossCheck = record.value(QStringLiteral("imageCrossCheck")).toBool();
-    const QJsonObject callouts = record.value(QStringLiteral("imageCallouts")).toObject();
-    for (auto folder = callouts.constBegin(); folder != callouts.constEnd(); ++folder) {
-        QSet<QString>& names = shard.callouts.calledOut[folder.key()];
-        for (const QJsonValue& name : folder.value().toArray())
-            names.insert(name.toString());
-    }
+    shard.carried = record.value(QStringLiteral("carried")).toObject();
     // Where the shard wrote, seen from its folder: the same for every shard.
     shard.workFolder = relativeTo(shard.folder, QFileInfo(shard.recordPath).absolutePath());
     for (const char* kind : { "json", "sarif", "html" }) {
@@ -419,8 +404,7 @@ bool writeRecord(RunState& state, const BatchRequest& request, const ShardSlice&
                 { QStringLiteral("taskCode"), state.taskCode } } },
         { QStringLiteral("errorEntries"), double(state.report.runErrorEntries) },
         { QStringLiteral("checkFailures"), state.checkFailures },
-        { QStringLiteral("imageCrossCheck"), ChecksImagesWithoutCallout(state.config.ActiveTableSet) },
-        { QStringLiteral("imageCallouts"), calloutsJson(state.imageCallouts) },
+        { QStringLiteral("carried"), SavedRunStates(state.carriedStates) },
         { QStringLiteral("outputs"), outputs },
         { QStringLiteral("findings"), QJsonDocument::fromJson(FindingsJson(findings)).object() },
     };
@@ -468,6 +452,7 @@ int FinishShard(RunState& state, const BatchRequest& request, int batchFiles, co
 int MergeShards(OperatorInterface& ui, const QString& outFolder, const QStringList& shardFolders)
 {
     std::vector<ShardFolder> shards;
+    RuleRunStates carried; // the whole batch's, slice after slice
     const QString out = QDir(outFolder).absolutePath() + QLatin1Char('/');
     try {
         shards = readShards(shardFolders);
@@ -479,6 +464,9 @@ int MergeShards(OperatorInterface& ui, const QString& outFolder, const QStringLi
             if (out.startsWith(shard.folder) || shard.folder.startsWith(out))
                 throw MergeRefused(
                     QStringLiteral("%1 and the shard folder %2 overlap").arg(outFolder, shard.folder));
+            if (!TakeInSavedRunStates(shard.carried, carried))
+                throw MergeRefused(
+                    shard.recordPath + QStringLiteral(" is not a shard record this program can read"));
         }
     } catch (const MergeRefused& refused) {
         ui.diagnostic(QStringLiteral("cannot merge: ") + refused.why);
@@ -488,21 +476,15 @@ int MergeShards(OperatorInterface& ui, const QString& outFolder, const QStringLi
     const ShardFolder& first = shards.front();
     qint64 errorEntries = 0;
     int checkFailures = 0;
-    ImageCallouts callouts;
     for (const ShardFolder& shard : shards) {
         errorEntries += shard.errorEntries;
         checkFailures += shard.checkFailures;
-        callouts.merge(shard.callouts);
     }
     // The run's image cross-check, over what every file of the batch called out.
-    std::vector<Finding> runFindings;
-    if (first.imageCrossCheck) {
-        runFindings = ImagesWithoutCallout(callouts);
-        for (Finding& finding : runFindings) {
-            finding.routine = QStringLiteral("CheckExcessImgFiles");
-            if (finding.kind == FindingKind::Error)
-                ++errorEntries;
-        }
+    const std::vector<Finding> runFindings = ExcessImageFindings(carried);
+    for (const Finding& finding : runFindings) {
+        if (finding.kind == FindingKind::Error)
+            ++errorEntries;
     }
     QDir().mkpath(out);
     const QString work = first.workFolder == u"." ? out : out + first.workFolder + QLatin1Char('/');

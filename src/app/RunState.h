@@ -26,7 +26,6 @@ struct RunState : RunRecord {
     // What of this run the engine uses while it checks the file.
     RunServices services()
     {
-        return { ui, *installation, installation->spelling, carriedStates, imageCallouts, receiver(),
-            report.now };
+        return { ui, *installation, installation->spelling, carriedStates, receiver(), report.now };
     }
 };

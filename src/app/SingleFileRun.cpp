@@ -262,7 +262,7 @@ int ValidateSingleFile(RunState& state)
 {
     state.findingSinks.runStarted(state.taskCode, state.report.now());
     SelectTaskTableSet({ state.ui, state.config }, state.taskCode);
-    StartImageCrossCheck(state.imageCallouts);
+    StartImageCrossCheck(state.carriedStates);
     RefuseInputTheRunWrites(state);
     RemoveLeftoversOfKilledRuns(
         state, state.reportFolder, state.outputFolder, { QFileInfo(state.inputPath).absoluteFilePath() });
@@ -272,7 +272,7 @@ int ValidateSingleFile(RunState& state)
     RunAfterPrograms(state);
 
     OpenProgramLogs(state);
-    // The run's image list was filled while the file was validated.
+    // The image check's carried state was filled while the file was validated.
     ReportImagesWithoutCallout(state);
     CloseProgramLogs(state);
     state.findingSinks.runEnded(state.report.now(), true);
@@ -282,7 +282,7 @@ int ValidateSingleFile(RunState& state)
 
 void ReportImagesWithoutCallout(RunState& state)
 {
-    for (const Finding& finding : ExcessImageFindings(state.config.ActiveTableSet, state.imageCallouts))
+    for (const Finding& finding : ExcessImageFindings(state.carriedStates))
         state.receiver().runFinding(finding);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QJsonValue>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -56,6 +57,12 @@ struct RuleRunState {
     virtual void startApart() = 0;
     // Takes in what a later file's share, of the same type, wrote.
     virtual void takeLater(const RuleRunState& later) = 0;
+    // A batch split over processes joins its slices' states after the last
+    // one: a state that a check after the run reads says how it is written
+    // and read back. The rest stay in their process (saved() gives null).
+    virtual QJsonValue saved() const { return {}; }
+    // Reads back what saved() wrote; false for a value it cannot read.
+    virtual bool restore(const QJsonValue& /*saved*/) { return false; }
 };
 
 using MakeRuleRunState = std::unique_ptr<RuleRunState> (*)();

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "core/Finding.h"
-#include "core/ImageCallouts.h"
 #include "core/LoadedInstallation.h"
 #include "core/OperatorInterface.h"
 #include "core/ReportState.h"
@@ -79,7 +78,6 @@ struct RunRecord {
 
     // What rules carry from file to file; never cleared within a run.
     RuleRunStates carriedStates;
-    ImageCallouts imageCallouts; // per run: cleared when a run starts, read after its last file
 
     ReportState report;
     // Checks of this run that ended early on a failure. A run with any cannot

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "core/Finding.h"
-#include "core/ImageCallouts.h"
 #include "core/LoadedInstallation.h"
 #include "core/OperatorInterface.h"
 #include "core/RuleFileState.h"
@@ -20,7 +19,6 @@ struct RunServices {
     const LoadedInstallation& installation;
     SpellingState& spelling;
     RuleRunStates& carriedStates;
-    ImageCallouts& imageCallouts; // the run's image list, judged after its last file
     FindingReceiver& findings;
     // The run's clock: a rule that checks dates asks it, and tests set it.
     const std::function<QDateTime()>& now;

@@ -32,8 +32,8 @@ void runWithContext(FileRecord& state, const RunServices& run, Routine routine)
     RuleContext context { state.context, state.openTags, state.openTagNames, state.wholeText,
         state.deliveredPath, state.lineStarts, state.toolkit, run.spelling, state.routineParameter,
         state.parameterSeverity, state.contextElement, run.installation.config.ActiveTableSet,
-        run.installation.config, run.imageCallouts, state.ownFileState, state.ownRunState, run.now,
-        findings };
+        run.installation.config.ImagePath, run.installation.config.ImageFolder, state.ownFileState,
+        state.ownRunState, run.now, findings };
     routine(context);
 }
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "core/Configuration.h"
-#include "core/ImageCallouts.h"
 #include "core/RuleFileState.h"
 #include "core/SpellingEngine.h"
 #include "core/TableCodes.h"
@@ -36,8 +34,8 @@ public:
 
 // What a routine sees while it checks one tag, and nothing else of the run:
 // the tag and its place, the document, its own parameter, file state and
-// carried state, the active settings and tables of the installation, the
-// run's clock, and where its findings go.
+// carried state, the active settings and tables of the installation, where
+// its images are kept, the run's clock, and where its findings go.
 struct RuleContext {
     const ValidationContext& tag;
     const QList<ValidationContext>& openTags; // oldest first
@@ -51,8 +49,10 @@ struct RuleContext {
     Severity parameterSeverity; // the same parameter read as a severity
     const QString& element; // the element its declaration row names
     const TableSet& settings; // the active table set: tables and rule settings
-    const Configuration& installation; // where the installation keeps what files refer to (images)
-    ImageCallouts& imageCallouts; // the run's image list, judged after its last file
+    // Where the installation keeps the images files refer to (IMAGEPATH and
+    // IMAGEFOLDER): all of the configuration a rule reads beside its set.
+    const QString& imagePath;
+    const QString& imageFolder;
     RuleFileState* fileState; // null for a routine whose entry names no state
     RuleRunState* runState; // what it carries to the next file; null when its entry names none
     // The run's clock: a run that checks dates asks it when it needs the date,

@@ -672,18 +672,6 @@ void ReportFinding(RunRecord& state, const Finding& finding)
     state.receiver().fileFinding(finding);
 }
 
-void WriteErrorEntry(RunRecord& state, std::int64_t lineNumber, const QString& message,
-    const QString& dataContent, std::int32_t column)
-{
-    ReportFinding(state, { FindingKind::Error, lineNumber, column, message, dataContent, QString() });
-}
-
-void WriteWarningEntry(RunRecord& state, std::int64_t lineNumber, const QString& message,
-    const QString& dataContent, std::int32_t column)
-{
-    ReportFinding(state, { FindingKind::Warning, lineNumber, column, message, dataContent, QString() });
-}
-
 void DiscardReports(RunRecord& state)
 {
     ReportState& report = state.report;

@@ -5,7 +5,6 @@
 #include <QSet>
 #include <QString>
 #include <QStringList>
-#include <cstdint>
 
 struct RunRecord;
 
@@ -15,11 +14,6 @@ void OpenReports(RunRecord& state);
 // Writes the finding to the report of its kind in the fixed layout, counts it,
 // and hands it to every subscribed sink.
 void ReportFinding(RunRecord& state, const Finding& finding);
-// An error or warning entry made by hand, named by no routine.
-void WriteErrorEntry(RunRecord& state, std::int64_t lineNumber, const QString& message,
-    const QString& dataContent, std::int32_t column);
-void WriteWarningEntry(RunRecord& state, std::int64_t lineNumber, const QString& message,
-    const QString& dataContent, std::int32_t column);
 // Ends the file: totals, the editor file, the program logs, the copies in
 // the output folder. A file whose check did not finish
 // (report.checkNotFinished) has reports that say so before their totals, and

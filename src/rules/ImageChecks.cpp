@@ -10,6 +10,8 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonObject>
 
 namespace {
 
@@ -296,7 +298,7 @@ QString NoCalloutMessage(const QString& imageName)
         + QStringLiteral(" image does not have a corresponding callout tags in the file/s selected.");
 }
 
-std::vector<Finding> ImagesWithoutCallout(const ImageCallouts& run)
+std::vector<Finding> ImagesWithoutCallout(const ImageRunState& run)
 {
     std::vector<Finding> findings;
     for (auto folder = run.calledOut.cbegin(); folder != run.calledOut.cend(); ++folder) {
@@ -308,6 +310,47 @@ std::vector<Finding> ImagesWithoutCallout(const ImageCallouts& run)
         }
     }
     return findings;
+}
+
+void ImageRunState::takeLater(const RuleRunState& later)
+{
+    const auto& share = static_cast<const ImageRunState&>(later);
+    for (auto folder = share.calledOut.cbegin(); folder != share.calledOut.cend(); ++folder)
+        calledOut[folder.key()].unite(folder.value());
+    crossCheck = crossCheck || share.crossCheck;
+}
+
+QJsonValue ImageRunState::saved() const
+{
+    QJsonObject folders;
+    for (auto folder = calledOut.cbegin(); folder != calledOut.cend(); ++folder) {
+        QStringList names(folder.value().cbegin(), folder.value().cend());
+        names.sort();
+        folders.insert(folder.key(), QJsonArray::fromStringList(names));
+    }
+    return QJsonObject { { QStringLiteral("crossCheck"), crossCheck },
+        { QStringLiteral("calledOut"), folders } };
+}
+
+bool ImageRunState::restore(const QJsonValue& saved)
+{
+    const QJsonObject record = saved.toObject();
+    if (!record.value(QStringLiteral("crossCheck")).isBool()
+        || !record.value(QStringLiteral("calledOut")).isObject())
+        return false;
+    crossCheck = record.value(QStringLiteral("crossCheck")).toBool();
+    const QJsonObject folders = record.value(QStringLiteral("calledOut")).toObject();
+    for (auto folder = folders.constBegin(); folder != folders.constEnd(); ++folder) {
+        QSet<QString>& names = calledOut[folder.key()];
+        for (const QJsonValue& name : folder.value().toArray())
+            names.insert(name.toString());
+    }
+    return true;
+}
+
+std::unique_ptr<RuleRunState> MakeImageRunState()
+{
+    return MakeRunState<ImageRunState>();
 }
 
 std::unique_ptr<RuleFileState> MakeImageFileState()
@@ -345,12 +388,13 @@ QStringList ImageSetupProblems(const TableSet& active, const QSet<QString>& decl
 
 void CheckImageValidation(RuleContext& context)
 {
-    const Configuration& config = context.installation;
     const TableSet& active = context.settings;
-    const QString folder = ImageFolderFor(config.ImagePath, config.ImageFolder, context.inputPath);
+    const QString folder = ImageFolderFor(context.imagePath, context.imageFolder, context.inputPath);
     // Every file's folder takes part in the run's cross-check, also a file
     // that calls nothing out: all its folder holds is then in excess.
-    QSet<QString>& calledOut = context.imageCallouts.calledOut[folder];
+    auto& run = context.ownRunState<ImageRunState>();
+    run.crossCheck = switchedOn(active.CheckExcessImgFiles);
+    QSet<QString>& calledOut = run.calledOut[folder];
     const auto* table = active.loaded<ImageValidationTable>(SupportFile::ImageValidationTbl);
     if (!table || table->rows.isEmpty())
         return;
@@ -364,21 +408,20 @@ void CheckImageValidation(RuleContext& context)
     }
 }
 
-void StartImageCrossCheck(ImageCallouts& run)
+void StartImageCrossCheck(RuleRunStates& carried)
 {
-    run.clear();
+    if (auto* run = static_cast<ImageRunState*>(carried.find(MakeImageRunState))) {
+        run->calledOut.clear();
+        run->crossCheck = false;
+    }
 }
 
-bool ChecksImagesWithoutCallout(const TableSet& active)
+std::vector<Finding> ExcessImageFindings(const RuleRunStates& carried)
 {
-    return switchedOn(active.CheckExcessImgFiles);
-}
-
-std::vector<Finding> ExcessImageFindings(const TableSet& active, const ImageCallouts& run)
-{
-    if (!ChecksImagesWithoutCallout(active))
+    const auto* run = static_cast<const ImageRunState*>(carried.find(MakeImageRunState));
+    if (!run || !run->crossCheck)
         return {};
-    std::vector<Finding> findings = ImagesWithoutCallout(run);
+    std::vector<Finding> findings = ImagesWithoutCallout(*run);
     for (Finding& finding : findings)
         finding.routine = QStringLiteral("CheckExcessImgFiles");
     return findings;

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "core/Finding.h"
-#include "core/ImageCallouts.h"
 #include "core/RuleFileState.h"
 #include "core/TableSet.h"
 
 #include <QHash>
 #include <QList>
+#include <QMap>
 #include <QSet>
 #include <QString>
 #include <QStringList>
@@ -98,9 +98,29 @@ struct ImageFolderSettings {
 std::vector<Finding> CheckImageCallouts(
     const std::vector<ImageCallout>& callouts, const ImageFolderSettings& settings, QSet<QString>& calledOut);
 
+// What the whole-file image check carries through a run: every image folder
+// that a file of the run was checked against, with the images of it that some
+// file called out, and whether the run asked for the check after its last
+// file (CHECKEXCESSIMGFILES). After the last file, what lies in those folders
+// and is not called out is reported once for the whole run.
+struct ImageRunState : RuleRunState {
+    // Ordered by folder, so that the report after the run comes out the same
+    // however the files were shared out.
+    QMap<QString, QSet<QString>> calledOut;
+    bool crossCheck = false;
+
+    // A union: a file's share needs nothing of the files before it.
+    void startApart() override { }
+    void takeLater(const RuleRunState& later) override;
+    QJsonValue saved() const override;
+    bool restore(const QJsonValue& saved) override;
+};
+// The state's maker, for the whole-file check's registry entry.
+std::unique_ptr<RuleRunState> MakeImageRunState();
+
 // Every file in the run's image folders that no file of the run called out,
 // folder after folder, by name; hidden files are nobody's delivery.
-std::vector<Finding> ImagesWithoutCallout(const ImageCallouts& run);
+std::vector<Finding> ImagesWithoutCallout(const ImageRunState& run);
 
 // The message after the run for an image that nothing calls out.
 QString NoCalloutMessage(const QString& imageName);
@@ -128,12 +148,12 @@ QStringList ImageSetupProblems(const TableSet& active, const QSet<QString>& decl
 // The whole-file check: every image that the file calls out is in the image
 // folder (and, with CHECKIMAGEZEROBYTES, not empty).
 void CheckImageValidation(RuleContext& context);
-// Clears the run's image list; the single-file run and the batch call it
-// before their first file.
-void StartImageCrossCheck(ImageCallouts& run);
-// Whether the active set asks for the check after the run (CHECKEXCESSIMGFILES).
-bool ChecksImagesWithoutCallout(const TableSet& active);
-// After the last file, with CHECKEXCESSIMGFILES on: the run's findings for
-// every image of its image folders that no file called out, named for the
-// switch; none with it off. The run hands them to its outputs.
-std::vector<Finding> ExcessImageFindings(const TableSet& active, const ImageCallouts& run);
+// Drops what an earlier run left in the image state, which, unlike other
+// carried states, belongs to one run only; the single-file run and the batch
+// call it before their first file.
+void StartImageCrossCheck(RuleRunStates& carried);
+// After the last file, when the run's files were checked with
+// CHECKEXCESSIMGFILES on: the run's findings for every image of its image
+// folders that no file called out, named for the switch; none with it off or
+// when no file was checked. The run hands them to its outputs.
+std::vector<Finding> ExcessImageFindings(const RuleRunStates& carried);

@@ -17,6 +17,8 @@
 #include "rules/TextValidity.h"
 #include "rules/UnconvertedEntities.h"
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
 using enum SupportFile;
 
@@ -76,8 +78,9 @@ RuleBook makeRules()
         // of an installation that has not written them for its files.
         { "CheckFileName"_L1, CheckFileName, FilenameCheck, LoadFileNameTable,
             { &TableSet::CheckFilename, "CHECKFILENAME"_L1, false } },
+        // Its run state is the run's image list, judged after the last file.
         { "CheckImageValidation"_L1, CheckImageValidation, ImageValidationTbl, LoadImageValidationTable, {},
-            MakeImageFileState },
+            MakeImageFileState, MakeImageRunState },
     };
     // Judged after the last line, from what their routines gathered; named as
     // the routine, whose findings they are. Each runs only in a file where its
@@ -108,6 +111,21 @@ TableLoader loaderOf(SupportFile file)
     return nullptr;
 }
 
+// Every maker of a carried state once, with the name of the first entry that names it.
+QList<std::pair<QLatin1StringView, MakeRuleRunState>> runStateMakers()
+{
+    QList<std::pair<QLatin1StringView, MakeRuleRunState>> makers;
+    for (const QList<RuleEntry>* rules : { &Rules().routines, &Rules().wholeFileChecks }) {
+        for (const RuleEntry& rule : *rules) {
+            const bool known = std::any_of(makers.cbegin(), makers.cend(),
+                [&rule](const auto& maker) { return maker.second == rule.makeRunState; });
+            if (rule.makeRunState && !known)
+                makers.append({ rule.name, rule.makeRunState });
+        }
+    }
+    return makers;
+}
+
 } // namespace
 
 const RuleBook& Rules()
@@ -129,4 +147,27 @@ QList<TableLoaderEntry> SupportTableLoaders()
             loaders.append({ file, load });
     }
     return loaders;
+}
+
+QJsonObject SavedRunStates(const RuleRunStates& carried)
+{
+    QJsonObject saved;
+    for (const auto& [name, make] : runStateMakers()) {
+        const RuleRunState* state = carried.find(make);
+        const QJsonValue value = state ? state->saved() : QJsonValue();
+        if (!value.isNull())
+            saved.insert(name, value);
+    }
+    return saved;
+}
+
+bool TakeInSavedRunStates(const QJsonObject& saved, RuleRunStates& carried)
+{
+    RuleRunStates slice;
+    for (const auto& [name, make] : runStateMakers()) {
+        if (saved.contains(name) && !slice.of(make).restore(saved.value(name)))
+            return false;
+    }
+    carried.takeLater(slice);
+    return true;
 }

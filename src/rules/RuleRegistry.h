@@ -3,6 +3,7 @@
 #include "config/SupportTables.h"
 #include "engine/Dispatch.h"
 
+#include <QJsonObject>
 #include <QList>
 #include <QString>
 
@@ -19,3 +20,11 @@ const RuleEntry* RoutineNamed(const QString& upperName);
 // declaration table's own, else the loader of the first rule that reads the
 // table.
 QList<TableLoaderEntry> SupportTableLoaders();
+
+// What rules carry through a run, as a batch split over processes keeps it
+// for the join: each state that says how it is written, by the name of the
+// first entry that makes it.
+QJsonObject SavedRunStates(const RuleRunStates& carried);
+// Takes in one slice's saved states after those of the slices before it.
+// False when a state there cannot be read back.
+bool TakeInSavedRunStates(const QJsonObject& saved, RuleRunStates& carried);

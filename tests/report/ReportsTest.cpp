@@ -13,6 +13,19 @@ namespace {
 
 using ReportFormat::EntryKind;
 
+// Entries as a routine's findings reach the writer, named by no routine.
+void WriteErrorEntry(
+    RunRecord& state, std::int64_t line, const QString& message, const QString& data, std::int32_t column)
+{
+    ReportFinding(state, { FindingKind::Error, line, column, message, data, QString() });
+}
+
+void WriteWarningEntry(
+    RunRecord& state, std::int64_t line, const QString& message, const QString& data, std::int32_t column)
+{
+    ReportFinding(state, { FindingKind::Warning, line, column, message, data, QString() });
+}
+
 QString rule(int count)
 {
     return QString(count, QLatin1Char('='));

@@ -82,16 +82,20 @@ TEST(ImageValidation, TheRunReportsWhatNoFileCalledOutOnceAfterItsLastFile)
     for (const char* name : { "a.tif", "b.tif", "c.tif", ".hidden" })
         fixture.deliver(name, "x");
     RunState& state = fixture.rules.state;
-    StartImageCrossCheck(state.imageCallouts);
-    fixture.rules.run("<graphic href=\"a\"/>");
-    fixture.rules.run("<graphic href=\"c.tif\"/><graphic href=\"missing\"/>");
-    CloseReports(state);
-    fixture.rules.sink.findings.clear();
-    const std::int64_t errorsBefore = state.report.runErrorEntries;
-
+    const auto runTwoFiles = [&](Switch crossCheck) {
+        state.config.ActiveTableSet.CheckExcessImgFiles = crossCheck;
+        StartImageCrossCheck(state.carriedStates);
+        fixture.rules.run("<graphic href=\"a\"/>");
+        fixture.rules.run("<graphic href=\"c.tif\"/><graphic href=\"missing\"/>");
+        CloseReports(state);
+        fixture.rules.sink.findings.clear();
+    };
+    runTwoFiles(Switch::Off);
     ReportImagesWithoutCallout(state); // switched off: nothing
     EXPECT_TRUE(fixture.rules.sink.findings.isEmpty());
-    state.config.ActiveTableSet.CheckExcessImgFiles = Switch::On;
+
+    runTwoFiles(Switch::On);
+    const std::int64_t errorsBefore = state.report.runErrorEntries;
     ReportImagesWithoutCallout(state);
     ASSERT_EQ(fixture.rules.sink.findings.size(), 1);
     const Finding& excess = fixture.rules.sink.findings[0];
@@ -102,7 +106,7 @@ TEST(ImageValidation, TheRunReportsWhatNoFileCalledOutOnceAfterItsLastFile)
     EXPECT_EQ(state.report.runErrorEntries, errorsBefore + 1);
 
     // A new run starts its list afresh.
-    StartImageCrossCheck(state.imageCallouts);
+    StartImageCrossCheck(state.carriedStates);
     fixture.rules.sink.findings.clear();
     ReportImagesWithoutCallout(state);
     EXPECT_TRUE(fixture.rules.sink.findings.isEmpty());
