@@ -2,10 +2,10 @@
 
 #include "config/RoutineDeclTable.h"
 #include "core/FileRecord.h"
+#include "core/NameMemo.h"
 #include "core/Paths.h"
 #include "core/RunAborted.h"
 #include "core/RunServices.h"
-#include "engine/NameMemo.h"
 #include "engine/RuleHelpers.h"
 #include "engine/TagWalk.h"
 #include "text/InputLoading.h"

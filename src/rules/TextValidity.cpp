@@ -4,6 +4,7 @@
 #include "config/TableReading.h"
 #include "core/ElementIndex.h"
 #include "core/HugePages.h"
+#include "core/NameMemo.h"
 #include "core/RunAborted.h"
 #include "engine/Dispatch.h"
 #include "engine/PatternSearch.h"
@@ -638,6 +639,9 @@ struct TextValidityFileState : RuleFileState {
     std::vector<std::int8_t> conditionHolds;
     // The failures already told, so that a failing row is told once.
     QSet<QString> notedFailures;
+    // The rows of each tag name met, null for a name no row names: asked
+    // for every start tag of the file.
+    NameMemo<const QList<int>*> rowsOfName;
 };
 
 // Whether the row's condition occurs in the whole file: the same for every
@@ -742,8 +746,14 @@ void TEXTVALIDITY(RuleContext& context)
     // The rows are found by their exact tag: every name they hold is in the
     // case-blind index as well, so asking the index first would only hash
     // the name twice.
-    const auto rows = table->rowsByTag.constFind(tag.tagName);
-    if (rows == table->rowsByTag.constEnd())
+    const auto rowsOf = [&](const QString& name) -> const QList<int>* {
+        const auto found = table->rowsByTag.constFind(name);
+        return found == table->rowsByTag.constEnd() ? nullptr : &*found;
+    };
+    const QList<int>* rows = context.fileState
+        ? context.ownState<TextValidityFileState>().rowsOfName.answer(table, tag.tagName, rowsOf)
+        : rowsOf(tag.tagName);
+    if (!rows)
         return;
     // A failing row (a pattern the engine rejects or gives up on) ends the
     // check of this element; what was written stays.

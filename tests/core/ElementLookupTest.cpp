@@ -1,6 +1,8 @@
-#include "engine/NameMemo.h"
+#include "core/ElementIndex.h"
+#include "core/NameMemo.h"
 
 #include <gtest/gtest.h>
+#include <optional>
 #include <vector>
 
 namespace {
@@ -54,4 +56,33 @@ TEST(NameMemo, AsksOnceForANameMetAgain)
     memo.forget();
     memo.answer(&table, name, table);
     EXPECT_EQ(table.asked, 2);
+}
+
+// The element index keeps its place among a name's tags from one question to
+// the next; asked in any order, it must answer as an index asked once does.
+TEST(ElementIndex, AnswersAlikeInAnyOrderOfQuestions)
+{
+    QString text;
+    for (int i = 0; i < 40; ++i)
+        text += i % 3 == 0 ? QStringLiteral("<p>a<p>b</p>c</p>") : QStringLiteral("<p x>d</p><p>");
+    std::vector<qsizetype> starts;
+    for (qsizetype at = text.indexOf(u"<p"); at >= 0; at = text.indexOf(u"<p", at + 1))
+        starts.push_back(at);
+    const QString name = QStringLiteral("p");
+    const auto tagLength = [&](qsizetype at) { return text.indexOf(u'>', at) - at + 1; };
+    const auto once = [&](qsizetype at) {
+        const auto content = ElementIndex(text).elementContent(at, tagLength(at), name);
+        return content ? std::optional(content->toString()) : std::nullopt;
+    };
+
+    std::vector<qsizetype> order = starts;
+    std::vector<qsizetype> backward(starts.rbegin(), starts.rend());
+    order.insert(order.end(), backward.begin(), backward.end());
+    for (std::size_t k = 0; k < starts.size(); k += 7) // jumps both ways
+        order.push_back(starts[(k * 13) % starts.size()]);
+    const ElementIndex index(text);
+    for (const qsizetype at : order) {
+        const auto content = index.elementContent(at, tagLength(at), name);
+        EXPECT_EQ(content ? std::optional(content->toString()) : std::nullopt, once(at)) << at;
+    }
 }
