@@ -33,9 +33,14 @@ const ElementIndex::Positions& ElementIndex::positionsOf(
 // first later k whose level is lower: "next lower level", one stack pass.
 const ElementIndex::Matching& ElementIndex::matchingOf(const QString& name) const
 {
+    return *recent_.answer(this, name, [this](const QString& asked) { return &builtMatching(asked); });
+}
+
+const ElementIndex::Matching& ElementIndex::builtMatching(const QString& name) const
+{
     const auto found = matchings_.constFind(name);
     if (found != matchings_.cend())
-        return *found;
+        return **found;
     const Positions& ends = positionsOf(closedByGt_, u'/' + name);
     Positions opens = positionsOf(closedByGt_, name);
     const Positions& blankOpens = positionsOf(closedByBlank_, name);
@@ -64,7 +69,28 @@ const ElementIndex::Matching& ElementIndex::matchingOf(const QString& name) cons
         }
         waiting.push_back(std::int32_t(k));
     }
-    return *matchings_.emplace(name, std::move(matching));
+    return **matchings_.emplace(name, std::make_shared<Matching>(std::move(matching)));
+}
+
+std::size_t ElementIndex::firstAtOrAfter(const Matching& matching, qsizetype at)
+{
+    const Positions& positions = matching.positions;
+    const auto before = [&](std::size_t k) { return k > 0 && positions[k - 1] >= at; };
+    const auto reaches = [&](std::size_t k) { return k == positions.size() || positions[k] >= at; };
+    std::size_t k = std::min(matching.cursor, positions.size());
+    if (!before(k)) {
+        // A few steps forward from the last answer, then a search.
+        for (int step = 0; step < 8 && !reaches(k); ++step)
+            ++k;
+        if (!reaches(k))
+            k = std::size_t(std::lower_bound(positions.begin() + std::ptrdiff_t(k), positions.end(), at)
+                - positions.begin());
+    } else {
+        k = std::size_t(std::lower_bound(positions.begin(), positions.begin() + std::ptrdiff_t(k), at)
+            - positions.begin());
+    }
+    matching.cursor = k;
+    return k;
 }
 
 std::optional<QStringView> ElementIndex::elementContent(
@@ -72,8 +98,8 @@ std::optional<QStringView> ElementIndex::elementContent(
 {
     const Matching& matching = matchingOf(name);
     const qsizetype contentStart = tagStart + tagLength;
-    const auto first = std::lower_bound(matching.positions.begin(), matching.positions.end(), contentStart);
-    const qsizetype closer = matching.closer[first - matching.positions.begin()];
+    const std::size_t first = firstAtOrAfter(matching, contentStart);
+    const qsizetype closer = matching.closer[first];
     if (closer < 0)
         return std::nullopt;
     return text_.sliced(contentStart, matching.positions[closer] - contentStart);

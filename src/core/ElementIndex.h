@@ -1,9 +1,12 @@
 #pragma once
 
+#include "core/NameMemo.h"
+
 #include <QHash>
 #include <QString>
 #include <QStringView>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -37,14 +40,25 @@ private:
         Positions positions; // every "<name>", "<name " and "</name>"
         std::vector<std::int32_t> closer; // per position: the index of the end tag that brings the
                                           // nesting below its level, -1 for none
+        // Where the last content asked for started among the positions:
+        // contents are mostly asked for in text order, so the next answer is
+        // usually a step or two further on and needs no search.
+        mutable std::size_t cursor = 0;
     };
 
     const Positions& positionsOf(const QHash<QStringView, Positions>& map, QStringView key) const;
     const Matching& matchingOf(const QString& name) const;
+    const Matching& builtMatching(const QString& name) const;
+    // The index of the first position at or after `at`, as a binary search
+    // finds it; positions.size() when there is none.
+    static std::size_t firstAtOrAfter(const Matching& matching, qsizetype at);
 
     QStringView text_;
     QHash<QStringView, Positions> closedByGt_; // key: text between "<" and ">"
     QHash<QStringView, Positions> closedByBlank_; // key: text between "<" and the blank
     Positions none_;
-    mutable QHash<QString, Matching> matchings_; // built on first use of a name
+    // Built on first use of a name; each stays where it was made, so the memo
+    // can point at it.
+    mutable QHash<QString, std::shared_ptr<Matching>> matchings_;
+    mutable NameMemo<const Matching*> recent_;
 };

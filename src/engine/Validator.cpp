@@ -2,6 +2,7 @@
 
 #include "config/RoutineDeclTable.h"
 #include "core/FileRecord.h"
+#include "core/NameMemo.h"
 #include "core/Paths.h"
 #include "core/RunAborted.h"
 #include "core/RunServices.h"
@@ -52,19 +53,42 @@ const QString& upperCased(const QString& name)
     return buffer;
 }
 
+// What the declaration table says of one tag name: whether it declares the
+// element at all, and the rows of a start tag of that name.
+struct DeclaredRows {
+    bool declared = false;
+    const QList<int>* rows = nullptr; // null: no row is tagged with the name
+};
+
+// Per thread, as files are validated; forgotten at the start of every file,
+// since the tables may be loaded anew between runs.
+NameMemo<DeclaredRows>& declaredRowsMemo()
+{
+    thread_local NameMemo<DeclaredRows> memo;
+    return memo;
+}
+
 // The row stack follows the declared elements: every matching row of a start
 // tag is pushed, any other tag of a declared element pops one row, an empty
-// tag included.
+// tag included. The table's answer for a name is remembered, so a tag met
+// again costs no hashing or upper-casing.
 void followRowStack(FileRecord& state, const RoutineDeclTable& table)
 {
-    const QString& name = state.context.tagName;
-    if (!table.index.holds(name))
+    const DeclaredRows& declared
+        = declaredRowsMemo().answer(&table, state.context.tagName, [&](const QString& name) {
+              DeclaredRows answer;
+              answer.declared = table.index.holds(name);
+              if (const auto rows = table.rowsByUpperTag.constFind(upperCased(name));
+                  answer.declared && rows != table.rowsByUpperTag.constEnd())
+                  answer.rows = &*rows;
+              return answer;
+          });
+    if (!declared.declared)
         return;
     if (state.context.tagType == TagKind::Start) {
-        const auto rows = table.rowsByUpperTag.constFind(name.toUpper());
-        if (rows == table.rowsByUpperTag.constEnd())
+        if (!declared.rows)
             return;
-        for (const int index : *rows) {
+        for (const int index : *declared.rows) {
             state.rowStack.append(index + 1);
             state.currentRow = index + 1;
         }
@@ -124,6 +148,7 @@ void ResetPerFileState(FileRecord& state)
     state.currentRow = 0;
     state.rowStack = { 0 };
     state.ruleStates.clear();
+    declaredRowsMemo().forget();
 }
 
 void ScanLine(FileRecord& state, const RunServices& run, const QString& line, std::int32_t lineStart,

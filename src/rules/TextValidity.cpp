@@ -4,6 +4,7 @@
 #include "config/TableReading.h"
 #include "core/ElementIndex.h"
 #include "core/HugePages.h"
+#include "core/NameMemo.h"
 #include "core/RunAborted.h"
 #include "engine/Dispatch.h"
 #include "engine/PatternSearch.h"
@@ -19,6 +20,7 @@
 #include <algorithm>
 #include <limits>
 #include <new>
+#include <numeric>
 
 namespace {
 
@@ -315,8 +317,22 @@ public:
     }
     void keep(qsizetype start, qsizetype end)
     {
+        if (start >= end)
+            return;
         out_.text += QStringView(from_.text).sliced(start, end - start);
-        for (qsizetype i = start; i < end; ++i)
+        // Whole runs of places at once: a character-by-character copy was
+        // a good part of the preparation of a long element.
+        const std::vector<std::int32_t>& places = from_.origin;
+        if (places.empty()) {
+            const std::size_t at = out_.origin.size();
+            out_.origin.resize(at + std::size_t(end - start));
+            std::iota(out_.origin.begin() + std::ptrdiff_t(at), out_.origin.end(), std::int32_t(start));
+            return;
+        }
+        const qsizetype known = std::min(end, qsizetype(places.size()));
+        if (start < known)
+            out_.origin.insert(out_.origin.end(), places.begin() + start, places.begin() + known);
+        for (qsizetype i = std::max(start, known); i < end; ++i)
             out_.origin.push_back(std::int32_t(from_.originOf(i)));
     }
     void put(QChar c, qsizetype standsFor)
@@ -555,8 +571,10 @@ const PlacedContent& ElementContent::preparedFor(const TextValidityRow& row, con
     if (!row.splitOnTags && row.excluded.isEmpty())
         return asIs_;
     const QString& key = row.preparationKey;
-    if (const auto known = prepared_.constFind(key); known != prepared_.cend())
-        return *known;
+    for (const auto& [preparedKey, known] : prepared_) {
+        if (preparedKey == key)
+            return known;
+    }
     PlacedContent placed { raw_, {} };
     // The file's pairs serve as long as no step has changed the content.
     const auto pairsNow = [&] { return placed.origin.empty() ? filePairs_ : std::nullopt; };
@@ -569,7 +587,7 @@ const PlacedContent& ElementContent::preparedFor(const TextValidityRow& row, con
         const std::optional<TagPairs> pairs = pairsNow();
         placed = CutElements(std::move(placed), name, xml, pairs);
     }
-    return *prepared_.emplace(key, std::move(placed));
+    return prepared_.emplace_back(key, std::move(placed)).second;
 }
 
 void ApplyTextValidityRow(RuleContext& context, const TextValidityRow& row, ElementContent& content)
@@ -621,6 +639,9 @@ struct TextValidityFileState : RuleFileState {
     std::vector<std::int8_t> conditionHolds;
     // The failures already told, so that a failing row is told once.
     QSet<QString> notedFailures;
+    // The rows of each tag name met, null for a name no row names: asked
+    // for every start tag of the file.
+    NameMemo<const QList<int>*> rowsOfName;
 };
 
 // Whether the row's condition occurs in the whole file: the same for every
@@ -646,17 +667,8 @@ bool conditionHolds(const RuleContext& context, const TextValidityTable& table, 
     return answer == kPresent;
 }
 
-// The content of the current start tag's element up to its end tag.
-QString currentContent(const RuleContext& context)
-{
-    const ValidationContext& tag = context.tag;
-    std::int32_t position = tag.filePosition;
-    return TagScanner(context.toolkit)
-        .GetPCDATA(context.document, tag.tagText, QStringLiteral("</") + tag.tagName + u'>', position);
-}
-
 // The file's element index for the current element's content, when the
-// content was read from the file at the tag's place.
+// content is read from the file at the tag's place.
 std::optional<TagPairs> filePairs(const RuleContext& context)
 {
     const ValidationContext& tag = context.tag;
@@ -668,6 +680,29 @@ std::optional<TagPairs> filePairs(const RuleContext& context)
     if (!index)
         return std::nullopt;
     return TagPairs { index, index->text(), tagStart + tag.tagText.size() };
+}
+
+bool isPlainName(const QString& name)
+{
+    return !name.isEmpty() && !name.contains(u' ') && !name.contains(u'<') && !name.contains(u'>');
+}
+
+// The content of the current start tag's element up to its end tag. Where
+// the file's index pairs the element's tags, the content is a view into the
+// document, which outlives the check of the element: most elements are
+// checked without copying what they hold.
+QString currentContent(const RuleContext& context, const std::optional<TagPairs>& pairs)
+{
+    const ValidationContext& tag = context.tag;
+    if (pairs && isPlainName(tag.tagName)) {
+        const qsizetype length = tag.tagText.size();
+        const std::optional<QStringView> inner
+            = pairs->index->elementContent(pairs->base - length, length, tag.tagName);
+        return inner ? QString::fromRawData(inner->data(), inner->size()) : QString();
+    }
+    std::int32_t position = tag.filePosition;
+    return TagScanner(context.toolkit)
+        .GetPCDATA(context.document, tag.tagText, QStringLiteral("</") + tag.tagName + u'>', position);
 }
 
 // A failing row ends the check of the element. The failure is told once per
@@ -708,11 +743,17 @@ void TEXTVALIDITY(RuleContext& context)
     const ValidationContext& tag = context.tag;
     if (!table || table->index.isEmpty() || tag.tagType != TagKind::Start)
         return;
-    if (!table->index.holds(tag.tagName))
-        return;
-    // The index ignores letter case, the rows do not.
-    const auto rows = table->rowsByTag.constFind(tag.tagName);
-    if (rows == table->rowsByTag.constEnd())
+    // The rows are found by their exact tag: every name they hold is in the
+    // case-blind index as well, so asking the index first would only hash
+    // the name twice.
+    const auto rowsOf = [&](const QString& name) -> const QList<int>* {
+        const auto found = table->rowsByTag.constFind(name);
+        return found == table->rowsByTag.constEnd() ? nullptr : &*found;
+    };
+    const QList<int>* rows = context.fileState
+        ? context.ownState<TextValidityFileState>().rowsOfName.answer(table, tag.tagName, rowsOf)
+        : rowsOf(tag.tagName);
+    if (!rows)
         return;
     // A failing row (a pattern the engine rejects or gives up on) ends the
     // check of this element; what was written stays.
@@ -721,8 +762,10 @@ void TEXTVALIDITY(RuleContext& context)
         for (const int index : *rows) {
             if (!conditionHolds(context, *table, index))
                 continue;
-            if (!content)
-                content.emplace(currentContent(context), filePairs(context));
+            if (!content) {
+                const std::optional<TagPairs> pairs = filePairs(context);
+                content.emplace(currentContent(context, pairs), pairs);
+            }
             ApplyTextValidityRow(context, table->rows[index], *content);
         }
     } catch (const RunAborted&) {

@@ -12,8 +12,10 @@
 #include <QStringList>
 #include <QStringView>
 #include <cstdint>
+#include <deque>
 #include <limits>
 #include <optional>
+#include <utility>
 #include <vector>
 
 struct ConfigurationLoading;
@@ -126,7 +128,10 @@ private:
     QString raw_;
     PlacedContent asIs_; // for rows that neither split nor cut, the most common kind
     std::optional<TagPairs> filePairs_;
-    QHash<QString, PlacedContent> prepared_; // by split flag and excluded list
+    // By split flag and excluded list: an element has a preparation or two,
+    // so a short list searched in order costs less than a hash; a deque
+    // keeps the preparations already handed out where they are.
+    std::deque<std::pair<QString, PlacedContent>> prepared_;
 };
 
 // The steps of one row for the current start tag, from its element content
