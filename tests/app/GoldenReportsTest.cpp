@@ -44,6 +44,8 @@ const GoldenRun kRuns[] = {
     // The layouts and editor files the sample settings do not show.
     { "article_plain", { "examples/input/article.xml|JRNL" }, { "XYCOORDINATES = no" } },
     { "review_kv7", { "examples/input/review.xml|JRNL" }, { "EDITORPROGRAM = KV7" } },
+    { "workshop_kv7_plain", { "examples/input/workshop.xml|JRNL" },
+        { "EDITORPROGRAM = KV7", "XYCOORDINATES = no" } },
     { "batch_plain_jobs2",
         { "--json", "outputs/run.json", "--jobs", "2", "--batch", "examples", "--task", "JRNL", "input" },
         { "XYCOORDINATES = no", "CREATELOGFOLDER = LOGS" } },
