@@ -17,7 +17,7 @@ Installation& withFootnoteRule(Installation& inst)
 
 } // namespace
 
-TEST(BatchCommandLine, ValidatesTheWholeListIntoMirroredTreesAndCleansUp)
+TEST(BatchCommandLine, ValidatesTheWholeListAndCleansUp)
 {
     Installation inst;
     withFootnoteRule(inst);
@@ -26,12 +26,7 @@ TEST(BatchCommandLine, ValidatesTheWholeListIntoMirroredTreesAndCleansUp)
     inst.writeInput("j2/c.xml", "<doc/>\r\n");
     const auto result = inst.run({ "--batch", inst.inputPath() });
     EXPECT_EQ(result.exitCode, 1) << result.standardError.toStdString();
-    // Standard error is no terminal here: the final box only, no progress.
-    EXPECT_EQ(result.standardError,
-        "[information] Complete Process: Finish Processing! Please view the log file/s in " + inst.workPath()
-            + "\n");
     EXPECT_TRUE(QFile::exists(inst.workPath() + "j2/c.WRN"));
-    EXPECT_EQ(Installation::read(inst.outputPath() + "j1/ch/b.xml"), "<doc/>\r\n");
     EXPECT_FALSE(QDir(inst.tempPath() + "Quorvane_Temp").exists());
 }
 

@@ -103,9 +103,6 @@ TEST_F(BatchRunTest, FilesModeListsEveryVisibleFileByNameAndJoinsOutputWithTheFo
     EXPECT_EQ(observer.events,
         QStringList({ "started", "1/3 " + folder + "a.xml", "2/3 " + folder + "b.XML",
             "3/3 " + folder + "c.txt", "finished" }));
-    EXPECT_EQ(messageTexts(ui),
-        QStringList(
-            { "Complete Process: Finish Processing! Please view the log file/s in " + inst.workPath() }));
     EXPECT_TRUE(Installation::read(inst.workPath() + "a.ERR").contains("Total No. of Errors: 1"));
     EXPECT_EQ(Installation::read(inst.workPath() + "b.ERR"), "");
     // The output folder is the output path and the input folder's name, joined
@@ -122,9 +119,9 @@ TEST_F(BatchRunTest, FilesModeListsEveryVisibleFileByNameAndJoinsOutputWithTheFo
     EXPECT_EQ(Installation::read(inst.outputPath() + "batch7c.txt"), kClean);
 }
 
-TEST_F(BatchRunTest, FoldersModeWalksNestedFoldersIntoMirroredTreesWithTheirLogFolders)
+TEST_F(BatchRunTest, FoldersModeWalksNestedFoldersIntoMirroredTrees)
 {
-    inst.appendIni("[I/O PATHS]\r\nINPUTFILEMASK = xml|sgm\r\nCREATELOGFOLDER = LOGS\r\n");
+    inst.appendIni("[I/O PATHS]\r\nINPUTFILEMASK = xml|sgm\r\n");
     startUp();
     input("j1/a.xml", kWithError);
     input("j1/ch/b.XML");
@@ -147,8 +144,6 @@ TEST_F(BatchRunTest, FoldersModeWalksNestedFoldersIntoMirroredTreesWithTheirLogF
     for (const QString report : { "j1/a", "j1/ch/README", "j1/ch/b", "j1/ch/deep/c" }) {
         EXPECT_TRUE(exists(work + report + ".ERR")) << report.toStdString();
         EXPECT_TRUE(exists(work + report + ".WRN")) << report.toStdString();
-        const QString logFolder = out + QFileInfo(report).path() + "/LOGS/";
-        EXPECT_TRUE(exists(logFolder + QFileInfo(report).fileName() + ".ERR")) << logFolder.toStdString();
     }
     EXPECT_EQ(Installation::read(out + "j1/ch/b.XML"), kClean); // clean files pass on, inside their folder
     EXPECT_FALSE(exists(out + "j1/a.xml"));

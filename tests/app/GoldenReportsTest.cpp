@@ -20,6 +20,8 @@ using Files = QMap<QString, QByteArray>;
 struct GoldenRun {
     const char* name;
     QStringList arguments;
+    // Lines of the sample configuration replaced for this run, as "KEY = value".
+    QStringList settings = {};
 };
 void PrintTo(const GoldenRun& run, std::ostream* out)
 {
@@ -39,6 +41,14 @@ const GoldenRun kRuns[] = {
     { "batch",
         { "--json", "outputs/run.json", "--sarif", "outputs/run.sarif", "--html", "outputs/run.html",
             "--batch", "examples", "--task", "JRNL", "input" } },
+    // The layouts and editor files the sample settings do not show.
+    { "article_plain", { "examples/input/article.xml|JRNL" }, { "XYCOORDINATES = no" } },
+    { "review_kv7", { "examples/input/review.xml|JRNL" }, { "EDITORPROGRAM = KV7" } },
+    { "workshop_kv7_plain", { "examples/input/workshop.xml|JRNL" },
+        { "EDITORPROGRAM = KV7", "XYCOORDINATES = no" } },
+    { "batch_plain_jobs2",
+        { "--json", "outputs/run.json", "--jobs", "2", "--batch", "examples", "--task", "JRNL", "input" },
+        { "XYCOORDINATES = no", "CREATELOGFOLDER = LOGS" } },
 };
 
 Files filesBelow(const QString& root)
@@ -82,6 +92,16 @@ Files runOnScratchCopy(const GoldenRun& run)
         static const QRegularExpression runFolder("^(work|output|temp)/(?!\\.gitkeep$)");
         return runFolder.match(file.key()).hasMatch();
     });
+    // The changed configuration is the run's own starting point, not something it wrote.
+    QString ini = QString::fromUtf8(pristine.value("Quorvane.INI"));
+    for (const QString& setting : run.settings) {
+        const QRegularExpression line(
+            "^" + setting.section(" = ", 0, 0) + " =.*$", QRegularExpression::MultilineOption);
+        if (!ini.contains(line))
+            ADD_FAILURE() << "the sample configuration has no " << setting.toStdString();
+        ini.replace(line, setting);
+    }
+    pristine["Quorvane.INI"] = ini.toUtf8();
     for (auto it = pristine.begin(); it != pristine.end(); ++it)
         scratch.write("examples/" + it.key(), it.value());
 
