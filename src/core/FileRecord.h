@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/NameMemo.h"
 #include "core/Paths.h"
 #include "core/RuleFileState.h"
 #include "core/TableCodes.h"
@@ -19,6 +20,13 @@
 // one and the engine resets it for every file; a batch worker keeps its own.
 // Only the open-tag list and the last tag contexts are handed on from one
 // file of a batch to the next (see SeedCarriedTagState).
+// What the declaration table says of one tag name: whether it declares the
+// element at all, and the rows of a start tag of that name.
+struct DeclaredRows {
+    bool declared = false;
+    const QList<int>* rows = nullptr; // null: no row is tagged with the name
+};
+
 struct FileRecord {
     // The file being checked, and the file its rules speak of: a file a
     // before-program made is checked in place of the one delivered.
@@ -46,6 +54,10 @@ struct FileRecord {
         openTagNames; // how many of openTags carry each name: an end tag of none scans nothing
     QList<std::int32_t> rowStack { 0 }; // element 0 is the base entry
     std::int32_t currentRow = 0;
+    // The declaration table's answer for each tag name met in this file;
+    // forgotten at the start of every file, since the tables may be loaded
+    // anew between runs.
+    NameMemo<DeclaredRows> declaredRows;
     QString contextElement;
     // Upper-cased at loading; a view of the declaration table's text, set by
     // the dispatcher before every routine call.

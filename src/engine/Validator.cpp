@@ -2,7 +2,6 @@
 
 #include "config/RoutineDeclTable.h"
 #include "core/FileRecord.h"
-#include "core/NameMemo.h"
 #include "core/Paths.h"
 #include "core/RunAborted.h"
 #include "core/RunServices.h"
@@ -33,41 +32,6 @@ void runWholeFileChecks(FileRecord& state, const RunServices& run, const RuleBoo
     }
 }
 
-// The name upper-cased into a buffer kept from tag to tag, so that the
-// common ASCII name makes no new string; any other goes the general way.
-const QString& upperCased(const QString& name)
-{
-    thread_local QString buffer;
-    for (const QChar c : name) {
-        if (c.unicode() >= 0x80) {
-            buffer = name.toUpper();
-            return buffer;
-        }
-    }
-    buffer.resize(name.size());
-    QChar* out = buffer.data();
-    for (qsizetype i = 0; i < name.size(); ++i) {
-        const char16_t c = name[i].unicode();
-        out[i] = QChar(c >= u'a' && c <= u'z' ? char16_t(c - u'a' + u'A') : c);
-    }
-    return buffer;
-}
-
-// What the declaration table says of one tag name: whether it declares the
-// element at all, and the rows of a start tag of that name.
-struct DeclaredRows {
-    bool declared = false;
-    const QList<int>* rows = nullptr; // null: no row is tagged with the name
-};
-
-// Per thread, as files are validated; forgotten at the start of every file,
-// since the tables may be loaded anew between runs.
-NameMemo<DeclaredRows>& declaredRowsMemo()
-{
-    thread_local NameMemo<DeclaredRows> memo;
-    return memo;
-}
-
 // The row stack follows the declared elements: every matching row of a start
 // tag is pushed, any other tag of a declared element pops one row, an empty
 // tag included. The table's answer for a name is remembered, so a tag met
@@ -75,10 +39,11 @@ NameMemo<DeclaredRows>& declaredRowsMemo()
 void followRowStack(FileRecord& state, const RoutineDeclTable& table)
 {
     const DeclaredRows& declared
-        = declaredRowsMemo().answer(&table, state.context.tagName, [&](const QString& name) {
+        = state.declaredRows.answer(&table, state.context.tagName, [&](const QString& name) {
               DeclaredRows answer;
               answer.declared = table.index.holds(name);
-              if (const auto rows = table.rowsByUpperTag.constFind(upperCased(name));
+              // Asked once per name and file: upper-casing here costs nothing per tag.
+              if (const auto rows = table.rowsByUpperTag.constFind(name.toUpper());
                   answer.declared && rows != table.rowsByUpperTag.constEnd())
                   answer.rows = &*rows;
               return answer;
@@ -148,7 +113,7 @@ void ResetPerFileState(FileRecord& state)
     state.currentRow = 0;
     state.rowStack = { 0 };
     state.ruleStates.clear();
-    declaredRowsMemo().forget();
+    state.declaredRows.forget();
 }
 
 void ScanLine(FileRecord& state, const RunServices& run, const QString& line, std::int32_t lineStart,
