@@ -296,7 +296,10 @@ void publishOutcome(RunState& state, const PlannedFile& file, FileOutcome& outco
     state.inputFileName = InputFileNameOf(file.path);
     state.reportFolder = file.reportFolder;
     state.outputFolder = file.outputFolder;
-    RefuseInputTheRunWrites(state);
+    // The batch refused its inputs once, for the whole plan, before anything
+    // was written (RunBatch), as one after another does: asked again here,
+    // file by file, the main thread would spend more on it than on the
+    // replay and hold the workers back.
     state.report.startFile();
     try {
         OpenReports(state);
