@@ -28,6 +28,45 @@ qsizetype lineEndFrom(const QString& text, qsizetype from)
 
 } // namespace
 
+namespace {
+
+// A tag the file opened and has not closed yet, kept as places in the text:
+// most are closed again within their line, so the full record of one is
+// made only when the file ends with it still open.
+struct OwnOpenTag {
+    QString name;
+    qsizetype tagStart = 0;
+    qsizetype tagLength = 0;
+    qsizetype lineFrom = 0; // the tag's line, without its CR LF
+    qsizetype lineEnd = 0;
+    std::int32_t position = 0; // one-based in the line
+    std::int32_t lineNumber = 0;
+    // The innermost tag the file had open when this one was read, as a place
+    // in the text; -1 when there was none of the file's own.
+    qsizetype enclosingStart = -1;
+    qsizetype enclosingLength = 0;
+    qsizetype carriedAfter = -1; // see OpenTagEffect::Opened::enclosingCarriedAfter
+};
+
+// The record the driver makes of the tag, as validation would have left it
+// in its open-tag list.
+ValidationContext contextOf(const QString& text, const OwnOpenTag& open)
+{
+    ValidationContext context;
+    context.tagName = open.name;
+    context.tagType = TagKind::Start;
+    context.tagText = text.mid(open.tagStart, open.tagLength);
+    if (open.enclosingStart >= 0)
+        context.enclosingTag = text.mid(open.enclosingStart, open.enclosingLength);
+    context.lineText = text.mid(open.lineFrom, open.lineEnd - open.lineFrom);
+    context.linePosition = open.position;
+    context.filePosition = open.position + static_cast<std::int32_t>(open.lineFrom);
+    context.lineNumber = open.lineNumber;
+    return context;
+}
+
+} // namespace
+
 OpenTagEffect OpenTagEffectOfText(const QString& text)
 {
     OpenTagEffect effect;
@@ -35,13 +74,13 @@ OpenTagEffect OpenTagEffectOfText(const QString& text)
         return effect;
     // The file's own open tags, kept apart from the ones it starts with: they
     // are the innermost, so an end tag closes one of them whenever it can.
-    QList<ValidationContext> own;
+    // The same walk as the driver's (WalkLineTags, FollowOpenTags), over
+    // views of the text: no line, tag or record is copied for the many tags
+    // that open and close again.
+    std::vector<OwnOpenTag> own;
     QHash<QString, int> ownNames;
-    QList<qsizetype> enclosingAfter; // beside each entry of `own`
     ToolkitState scratch;
     TagScanner xml(scratch);
-    ValidationContext context;
-    std::int32_t lineStart = 0;
     std::int32_t lineNumber = 0;
     // The lines as the driver splits them: at every CR LF, the last one
     // running to the end of the text.
@@ -49,28 +88,58 @@ OpenTagEffect OpenTagEffectOfText(const QString& text)
         qsizetype end = lineEndFrom(text, from);
         if (end < 0)
             end = text.size();
-        const QString line = text.mid(from, end - from);
+        const QStringView line = QStringView(text).sliced(from, end - from);
         ++lineNumber;
-        WalkLineTags(xml, line, [&](QString&& tag, std::int32_t position) {
-            const qsizetype carriedIsInnermost = own.isEmpty() ? effect.closesCarried.size() : -1;
-            FillTagContext(
-                context, xml, std::move(tag), line, position, lineStart, lineNumber, InnermostOpenTag(own));
-            const qsizetype closed = FollowOpenTags(own, ownNames, context);
-            if (context.tagType == TagKind::Start)
-                enclosingAfter.append(carriedIsInnermost);
-            else if (closed >= 0)
-                enclosingAfter.removeAt(closed);
-            else if (context.tagType == TagKind::End)
-                effect.closesCarried.append(context.tagName);
-        });
+        qsizetype searchFrom = 0;
+        while (const std::optional<TagMatch> tag = xml.FindTag(line, searchFrom)) {
+            searchFrom = tag->start + 1;
+            if (TagSearch::IndexOfPair(tag->text, u'<', u'!') >= 0
+                || TagSearch::IndexOfPair(tag->text, u'<', u'?') >= 0)
+                continue;
+            const TagKind kind = xml.GetTagType(tag->text);
+            if (kind == TagKind::Start) {
+                OwnOpenTag opened;
+                opened.name = xml.GetTagName(tag->text);
+                opened.tagStart = from + tag->start;
+                opened.tagLength = tag->text.size();
+                opened.lineFrom = from;
+                opened.lineEnd = end;
+                opened.position = static_cast<std::int32_t>(tag->start + 1);
+                opened.lineNumber = lineNumber;
+                if (own.empty()) {
+                    opened.carriedAfter = effect.closesCarried.size();
+                } else {
+                    opened.enclosingStart = own.back().tagStart;
+                    opened.enclosingLength = own.back().tagLength;
+                }
+                ++ownNames[opened.name];
+                own.push_back(std::move(opened));
+                continue;
+            }
+            if (kind != TagKind::End)
+                continue;
+            const QString name = xml.GetTagName(tag->text);
+            const auto count = ownNames.find(name);
+            if (count == ownNames.end()) {
+                effect.closesCarried.append(name);
+                continue;
+            }
+            for (auto open = own.rbegin(); open != own.rend(); ++open) {
+                if (open->name == name) {
+                    own.erase(std::next(open).base());
+                    break;
+                }
+            }
+            if (--*count == 0)
+                ownNames.erase(count);
+        }
         // The quoted-markup note is the driver's business, not the pass's.
         scratch.clearQuotedMarkupNote();
-        lineStart += static_cast<std::int32_t>(line.size()) + 2;
         from = end + 2;
     }
-    effect.leftOpen.reserve(static_cast<std::size_t>(own.size()));
-    for (qsizetype i = 0; i < own.size(); ++i)
-        effect.leftOpen.push_back({ own[i], enclosingAfter[i] });
+    effect.leftOpen.reserve(own.size());
+    for (const OwnOpenTag& open : own)
+        effect.leftOpen.push_back({ contextOf(text, open), open.carriedAfter });
     return effect;
 }
 
