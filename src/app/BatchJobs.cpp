@@ -95,25 +95,46 @@ QStringList filesWrittenFor(const RunState& state, const PlannedFile& file)
         copies + base + QStringLiteral(".WRN"), file.outputFolder + name };
 }
 
-// The pre-pass effects of the batch's files, each dropped once no worker can
-// need it any more: an element left open keeps the line it was read in, and
-// a converted file can be one line of megabytes.
+// The pre-pass effects of the batch's files, found in file order on a thread
+// of their own while the workers validate, and each dropped once no worker
+// can need it any more: an element left open keeps the line it was read in,
+// and a converted file can be one line of megabytes. The pass over a file's
+// tags takes a fraction of its validation, so it keeps ahead of the workers,
+// and the first files start at once instead of after a pass over them all.
 class EffectShelf {
 public:
-    EffectShelf(std::vector<OpenTagEffect> effects, int workers)
-        : effects_(std::move(effects))
+    EffectShelf(const QStringList& paths, bool utf8Input, int workers)
+        : effects_(static_cast<std::size_t>(paths.size()))
         , positions_(static_cast<std::size_t>(workers), 0)
+        , finder_([this, paths, utf8Input] {
+            for (qsizetype i = 0; i < paths.size(); ++i) {
+                OpenTagEffect effect = OpenTagEffectOfFile(paths[i], utf8Input);
+                const std::lock_guard hold(lock_);
+                effects_[static_cast<std::size_t>(i)] = std::move(effect);
+                found_ = static_cast<int>(i) + 1;
+                foundMore_.notify_all();
+            }
+        })
     {
     }
-    // Read by a worker only from its own position on, which no other worker
-    // drops; the vector itself never changes size.
-    const OpenTagEffect& operator[](int file) const { return effects_[static_cast<std::size_t>(file)]; }
+    ~EffectShelf() { finder_.join(); }
+    EffectShelf(const EffectShelf&) = delete;
+    EffectShelf& operator=(const EffectShelf&) = delete;
+
+    // The effect of the file, once found. Read by a worker only from its own
+    // position on, which no other worker drops; the vector never changes size.
+    const OpenTagEffect& operator[](int file)
+    {
+        std::unique_lock hold(lock_);
+        foundMore_.wait(hold, [&] { return found_ > file; });
+        return effects_[static_cast<std::size_t>(file)];
+    }
     // The worker reads no effect before `file` any more.
     void movedTo(int worker, int file)
     {
         const std::lock_guard hold(lock_);
         positions_[static_cast<std::size_t>(worker)] = file;
-        const int needed = *std::min_element(positions_.begin(), positions_.end());
+        const int needed = std::min(*std::min_element(positions_.begin(), positions_.end()), found_);
         for (; dropped_ < needed; ++dropped_)
             effects_[static_cast<std::size_t>(dropped_)] = {};
     }
@@ -121,8 +142,11 @@ public:
 private:
     std::vector<OpenTagEffect> effects_;
     std::vector<int> positions_;
+    int found_ = 0; // effects found, from the first file on
     int dropped_ = 0;
     std::mutex lock_;
+    std::condition_variable foundMore_;
+    std::thread finder_; // last: it starts once everything it uses is there
 };
 
 // A worker: its own run state over the run's installation, which it only
@@ -378,7 +402,7 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
     QStringList paths;
     for (const PlannedFile& file : plan.files)
         paths.append(file.path);
-    EffectShelf effects(OpenTagEffectsOfFiles(paths, config.Utf8Input, jobs), jobs);
+    EffectShelf effects(paths, config.Utf8Input, jobs);
     JobBoard board;
     std::vector<std::unique_ptr<Worker>> workers;
     std::vector<std::thread> threads;
