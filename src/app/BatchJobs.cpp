@@ -390,9 +390,9 @@ void validateOneAfterAnother(RunState& state, const BatchPlan& plan, BatchObserv
 // files before it leave. The routines read nothing else that one file hands
 // to the next (whole-file checks look at no tag, and the first tag of a file
 // replaces the tag contexts before any routine runs), and that list changes
-// only at start and end tags: a pass over the tags of every file, side by
-// side, gives each file the list it starts with before any is validated, so
-// every file is validated once, whatever it leaves open. A file whose
+// only at start and end tags: a pass over the tags of the files, running
+// ahead of the workers, gives each file the list it starts with, so every
+// file is validated once, whatever it leaves open. A file whose
 // validation stops early ends the batch there, so the files after it never
 // need the list it would have left.
 void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchObserver& observer)
