@@ -74,7 +74,7 @@ OpenTagEffect OpenTagEffectOfText(const QString& text)
         return effect;
     // The file's own open tags, kept apart from the ones it starts with: they
     // are the innermost, so an end tag closes one of them whenever it can.
-    // The same walk as the driver's (WalkLineTags, FollowOpenTags), over
+    // The same walk as the driver's (WalkLineTagMatches, FollowOpenTags), over
     // views of the text: no line, tag or record is copied for the many tags
     // that open and close again.
     std::vector<OwnOpenTag> own;
@@ -90,21 +90,16 @@ OpenTagEffect OpenTagEffectOfText(const QString& text)
             end = text.size();
         const QStringView line = QStringView(text).sliced(from, end - from);
         ++lineNumber;
-        qsizetype searchFrom = 0;
-        while (const std::optional<TagMatch> tag = xml.FindTag(line, searchFrom)) {
-            searchFrom = tag->start + 1;
-            if (TagSearch::IndexOfPair(tag->text, u'<', u'!') >= 0
-                || TagSearch::IndexOfPair(tag->text, u'<', u'?') >= 0)
-                continue;
-            const TagKind kind = xml.GetTagType(tag->text);
+        WalkLineTagMatches(xml, line, [&](const TagMatch& tag) {
+            const TagKind kind = xml.GetTagType(tag.text);
             if (kind == TagKind::Start) {
                 OwnOpenTag opened;
-                opened.name = xml.GetTagName(tag->text);
-                opened.tagStart = from + tag->start;
-                opened.tagLength = tag->text.size();
+                opened.name = xml.GetTagName(tag.text);
+                opened.tagStart = from + tag.start;
+                opened.tagLength = tag.text.size();
                 opened.lineFrom = from;
                 opened.lineEnd = end;
-                opened.position = static_cast<std::int32_t>(tag->start + 1);
+                opened.position = static_cast<std::int32_t>(tag.start + 1);
                 opened.lineNumber = lineNumber;
                 if (own.empty()) {
                     opened.carriedAfter = effect.closesCarried.size();
@@ -114,15 +109,15 @@ OpenTagEffect OpenTagEffectOfText(const QString& text)
                 }
                 ++ownNames[opened.name];
                 own.push_back(std::move(opened));
-                continue;
+                return;
             }
             if (kind != TagKind::End)
-                continue;
-            const QString name = xml.GetTagName(tag->text);
+                return;
+            const QString name = xml.GetTagName(tag.text);
             const auto count = ownNames.find(name);
             if (count == ownNames.end()) {
                 effect.closesCarried.append(name);
-                continue;
+                return;
             }
             for (auto open = own.rbegin(); open != own.rend(); ++open) {
                 if (open->name == name) {
@@ -132,7 +127,7 @@ OpenTagEffect OpenTagEffectOfText(const QString& text)
             }
             if (--*count == 0)
                 ownNames.erase(count);
-        }
+        });
         // The quoted-markup note is the driver's business, not the pass's.
         scratch.clearQuotedMarkupNote();
         from = end + 2;

@@ -15,9 +15,9 @@
 // runs as well: both walk the same tags and keep the open-tag list the same
 // way, so the list the pre-pass predicts is the one validation reaches.
 
-// Calls `visit(tag, position)` for every tag of the line the driver takes, in
-// line order (position one-based); "<!" and "<?" constructs are no tags to it.
-template <class Visit> void WalkLineTags(TagScanner& xml, const QString& line, Visit&& visit)
+// Calls `visit(match)` for every tag of the line the driver takes, in line
+// order; "<!" and "<?" constructs are no tags to it.
+template <class Visit> void WalkLineTagMatches(TagScanner& xml, QStringView line, Visit&& visit)
 {
     qsizetype from = 0;
     while (const std::optional<TagMatch> tag = xml.FindTag(line, from)) {
@@ -25,8 +25,16 @@ template <class Visit> void WalkLineTags(TagScanner& xml, const QString& line, V
         if (TagSearch::IndexOfPair(tag->text, u'<', u'!') >= 0
             || TagSearch::IndexOfPair(tag->text, u'<', u'?') >= 0)
             continue;
-        visit(tag->text.toString(), static_cast<std::int32_t>(tag->start + 1));
+        visit(*tag);
     }
+}
+
+// The same, as the driver takes them: `visit(tag, position)` with the tag's
+// text and its one-based position in the line.
+template <class Visit> void WalkLineTags(TagScanner& xml, const QString& line, Visit&& visit)
+{
+    WalkLineTagMatches(xml, line,
+        [&](const TagMatch& tag) { visit(tag.text.toString(), static_cast<std::int32_t>(tag.start + 1)); });
 }
 
 // Every field is written: the record may hold any older tag's values.
