@@ -51,7 +51,10 @@ public:
     void setProgressRange(int, int) override { }
     void setProgressValue(int) override { }
     void processEvents() override { }
-    void diagnostic(const QString& line) override { events.push_back({ FileEvent::Kind::Diagnostic, line }); }
+    void diagnostic(const QString& line) override
+    {
+        events.push_back({ FileEvent::Kind::Diagnostic, line, {} });
+    }
 
     void fileFinding(const Finding& finding) override
     {
