@@ -96,6 +96,10 @@ const GoldenRun kRuns[] = {
         { "--batch", "examples/jobs2", "--task", "JRNL", "--work", "examples/w2", "--output=examples/o2",
             "a.xml" },
         { "INPUTTYPE = FILES" }, "batch_inputs" },
+    // The sample configuration with CR LF and with lone CR line ends: the last
+    // one must not clear the figures task's character lists.
+    { "figures_ini_crlf", { "examples/figures/jcs-2026-0150#2.xml|FIGS" }, {}, "ini_crlf" },
+    { "figures_ini_cr", { "examples/figures/jcs-2026-0150#2.xml|FIGS" }, {}, "ini_cr" },
     // A task named by option or by the bar, in either case, and what an unknown
     // or a second task code does.
     { "book_task_option", { "--task", "book", "examples/input/chapter.xml" } },
@@ -165,6 +169,10 @@ const GoldenRun kRuns[] = {
     { "failing_check_match_limit",
         { "--json", "outputs/run.json", "--sarif", "outputs/run.sarif", "examples/failing/a.xml|JRNL" },
         { "SPECIALCHARTBL = examples/tables/runaway.tbl" }, "failing_checks" },
+    // Before-programs run in order on a staged copy, the after-program on what
+    // passes on; what an earlier run left staged goes.
+    { "plugins_in_order", { "examples/clean/c.xml|JRNL" },
+        { "INPUTPLUGIN = one.sh | two.sh", "OUTPUTPLUGIN = three.sh" }, "plugin_order" },
     // Before-programs that cut the staged copy short or crash fail the file;
     // an after-program that fails fails the run.
     { "plugin_cut_short", kChapter, { "INPUTPLUGIN = cut.sh" }, "plugin_inputs" },

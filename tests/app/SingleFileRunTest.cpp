@@ -48,28 +48,6 @@ TEST(SingleFileRun, MemoryRunningOutFailsTheFile)
     EXPECT_TRUE(json["files"][0]["failed"].toBool());
 }
 
-TEST(SingleFileRun, RunsBeforeProgramsOnACopyAndAfterProgramsThenCleansUp)
-{
-    Installation inst;
-    const QString log = inst.root() + "plugins.log";
-    const auto script = [&](const QString& name, const QString& word) {
-        return inst.writeScript(name, ("echo \"" + word + " $1\" >> '" + log + "'\n").toUtf8());
-    };
-    inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + script("one.sh", "before1") + " | "
-        + script("two.sh", "before2") + "\r\nOUTPUTPLUGIN = " + script("three.sh", "after") + "\r\n");
-    QDir().mkpath(inst.tempPath() + "Quorvane_Temp");
-    QFile(inst.tempPath() + "Quorvane_Temp/left-over.txt").open(QIODevice::WriteOnly);
-    const QString input = inst.writeInput("c.xml", "<doc/>\r\n");
-
-    const auto result = inst.run({ input });
-    EXPECT_EQ(result.exitCode, 0) << result.standardError.toStdString();
-    const QString copy = inst.tempPath() + "Quorvane_Temp/c.xml";
-    EXPECT_EQ(QString::fromUtf8(Installation::read(log)),
-        "before1 " + copy + "\nbefore2 " + copy + "\nafter " + copy + "\n");
-    EXPECT_TRUE(QFile::exists(input));
-    EXPECT_FALSE(QDir(inst.tempPath() + "Quorvane_Temp").exists());
-}
-
 namespace {
 
 // Whether the process runs: a process that was stopped and not yet reaped

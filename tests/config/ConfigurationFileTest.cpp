@@ -65,20 +65,6 @@ TEST_F(ConfigurationFileTest, BaseConfigurationPassesAndPreparesTheFolders)
     EXPECT_TRUE(QFileInfo(state.config.TempPath).isDir());
 }
 
-TEST_F(ConfigurationFileTest, EveryLineEndIsAccepted)
-{
-    // The final line end must not open one more (empty) line, which would
-    // clear the task's character lists given in its [SUPPORT FILES] section.
-    ini.append("[TASK]\r\nTASKCODE=T\r\n[SUPPORT FILES]\r\nVALIDFILENAMECHAR=z\r\n");
-    for (const QString lineEnd : { "\r\n", "\n", "\r" }) {
-        const ReadResult result = readFresh(ini, lineEnd);
-        EXPECT_TRUE(result.ok) << lineEnd.toUtf8().toHex().constData();
-        EXPECT_TRUE(result.messages.isEmpty());
-        ASSERT_EQ(result.config.Tasks.size(), 1);
-        EXPECT_EQ(result.config.Tasks[0].set.ValidFilenameChars, QStringList { "z" });
-    }
-}
-
 struct RefusedRow {
     const char* name;
     std::function<void(IniBuilder&)> change;
