@@ -117,6 +117,12 @@ const GoldenRun kRuns[] = {
     // list is missing) then does not run.
     { "refused_bad_values", kChapter,
         { "CHECKSPECIALCHAR = maybe", "MULTIHRTMAXCOUNT = two", "VALIDFILENAMECHAR = " } },
+    // Missing fields are listed with their odd layout: WorkPath alone starts
+    // the list, an empty path counts as given, the order is the record's.
+    { "refused_missing_workpath", kChapter, {}, "ini_no_workpath" },
+    { "refused_missing_temppath", kChapter, {}, "ini_empty_workpath_no_temppath" },
+    { "refused_three_missing", kChapter, {}, "ini_three_missing" },
+    { "refused_temp_is_work_but_for_case", kChapter, { "TEMPPATH = examples/WORK/" }, "upper_work" },
     { "refused_empty_list", kChapter, { "VALIDFILENAMECHAR = " } },
     { "refused_bad_switches", kChapter, { "CHECKMULTIHRT = maybe", "CHECKIMAGEZEROBYTES = TRUE!" } },
     // Set in the default settings and in the figures task: each is told.

@@ -14,14 +14,6 @@
 
 namespace {
 
-const QString kMissingHeading
-    = QStringLiteral("Missing/Empty Fields found in the [DEFAULT] part of the INI file:");
-
-RecordedMessage message(const QString& text, MessageIcon icon)
-{
-    return { text, kProgramTitle, icon };
-}
-
 // One read of the written file with a fresh run state.
 struct ReadResult {
     bool ok = false;
@@ -63,53 +55,6 @@ TEST_F(ConfigurationFileTest, BaseConfigurationPassesAndPreparesTheFolders)
     EXPECT_EQ(state.config.WorkPath, ini.folder("work") + "/");
     EXPECT_EQ(state.config.TempPath, ini.folder("temp") + "/Quorvane_Temp/");
     EXPECT_TRUE(QFileInfo(state.config.TempPath).isDir());
-}
-
-struct RefusedRow {
-    const char* name;
-    std::function<void(IniBuilder&)> change;
-    QList<RecordedMessage> messages;
-};
-
-RecordedMessage warning(const QString& text)
-{
-    return message(text, MessageIcon::Warning);
-}
-
-RecordedMessage critical(const QString& text)
-{
-    return message(text, MessageIcon::Critical);
-}
-
-// Missing fields, bad values and unusable paths: each fails the read and is
-// shown. Those a change of the sample's settings brings about are golden runs
-// of the samples (refused_*); these need an installation of their own.
-TEST_F(ConfigurationFileTest, RefusedConfigurationsFailTheReadAndShowEveryProblem)
-{
-    const RefusedRow rows[] = {
-        // Missing fields are listed with their odd layout.
-        { "WorkPath alone starts the list", [](IniBuilder& b) { b.drop("WORKPATH"); },
-            { warning(kMissingHeading + "WorkPath") } },
-        { "an empty path value counts as given",
-            [](IniBuilder& b) { b.set("WORKPATH", "").drop("TEMPPATH"); },
-            { warning(kMissingHeading + "\r\nTempPath") } },
-        { "list order follows the record, not the file",
-            [](IniBuilder& b) { b.drop("CHECKSPECIALCHAR").drop("CHECKMULTIHRT").drop("IMAGEEXTENSION"); },
-            { warning(kMissingHeading + "\r\nCheckMultiHrt\r\nCheckSpecialChar\r\nImageExtension") } },
-        { "temp equal to work regardless of case",
-            [&](IniBuilder& b) {
-                dir.mkdir("WORK");
-                b.set("TEMPPATH", dir.path() + "WORK/");
-            },
-            { critical("TempPath should not be equal to WorkPath. Check INI file.") } },
-    };
-    for (const RefusedRow& row : rows) {
-        IniBuilder builder = ini;
-        row.change(builder);
-        const ReadResult result = readFresh(builder);
-        EXPECT_FALSE(result.ok) << row.name;
-        EXPECT_EQ(result.messages, row.messages) << row.name;
-    }
 }
 
 struct EffectRow {
