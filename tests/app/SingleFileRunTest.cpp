@@ -26,142 +26,26 @@ QByteArray reportHeader(const QString& baseName, EntryKind kind)
 } // namespace
 
 // A check that ends on a failure fails its file: the reports say so before
-// their totals, the input is not passed on, and the machine-readable
-// outputs mark the file failed.
-TEST(SingleFileRun, ACheckEndedByAFailureFailsTheFile)
-{
-    const struct {
-        const char* name;
-        QByteArray pattern;
-        QString limits;
-        QString reason;
-    } rows[] = {
-        { "a pattern that does not compile", "(a+)+(", "", "Invalid regular expression" },
-        { "the match limit", "(a+)+c", "", "\"(a+)+c\"" },
-        { "memory running out", "a", "-v 200000", "Not enough memory" },
-    };
-    for (const auto& row : rows) {
-        Installation inst;
-        inst.writeSpecialCharacters("\"" + row.pattern + "\",\"Broken\",\"WARNING\",\"I\"\r\n");
-        const QString input = inst.writeInput("a.xml", "<a>" + QByteArray(40, 'a') + "b c</a>\r\n");
-        inst.setLimits(row.limits);
-        const auto result
-            = inst.run({ "--json", inst.root() + "o.json", "--sarif", inst.root() + "o.sarif", input });
-        EXPECT_EQ(result.exitCode, 2) << row.name;
-        const QString line = "The check did not finish: CheckSpecialCharacters: ";
-        for (const QString& report : { "a.ERR", "a.WRN" }) {
-            const QStringList lines
-                = QString::fromUtf8(Installation::read(inst.workPath() + report)).split("\r\n");
-            ASSERT_EQ(lines.size(), 7) << row.name << " " << report.toStdString();
-            EXPECT_TRUE(lines[3].startsWith(line) && lines[3].contains(row.reason)) << lines[3].toStdString();
-            EXPECT_TRUE(lines[5].startsWith("Total No. of ")) << row.name;
-        }
-        EXPECT_FALSE(QFile::exists(inst.outputPath() + "/inputa.xml")) << row.name;
-        const QJsonObject json = QJsonDocument::fromJson(Installation::read(inst.root() + "o.json")).object();
-        EXPECT_TRUE(json["files"][0]["failed"].toBool()) << row.name;
-        EXPECT_TRUE(json["files"][0]["failures"][0].toString().startsWith("CheckSpecialCharacters: "));
-        const QJsonObject sarif
-            = QJsonDocument::fromJson(Installation::read(inst.root() + "o.sarif")).object();
-        const QJsonValue invocation = sarif["runs"][0]["invocations"][0];
-        EXPECT_FALSE(invocation["executionSuccessful"].toBool(true)) << row.name;
-        EXPECT_TRUE(
-            invocation["toolExecutionNotifications"][0]["message"]["text"].toString().contains(row.reason));
-    }
-}
-
-// An output that cannot be written is found before anything is validated.
-TEST(SingleFileRun, AnOutputThatCannotBeWrittenRefusesTheRun)
+// their totals, the input is not passed on, and the machine-readable outputs
+// mark the file failed (the golden runs failing_check_*). Memory running out,
+// under a shell limit here, fails it alike.
+TEST(SingleFileRun, MemoryRunningOutFailsTheFile)
 {
     Installation inst;
-    const QString input = inst.writeInput("a.xml", "<a/>\r\n");
-    QDir().mkpath(inst.root() + "o.json");
+    inst.writeSpecialCharacters("\"a\",\"Broken\",\"WARNING\",\"I\"\r\n");
+    const QString input = inst.writeInput("a.xml", "<a>" + QByteArray(40, 'a') + "b c</a>\r\n");
+    inst.setLimits("-v 200000");
     const auto result = inst.run({ "--json", inst.root() + "o.json", input });
     EXPECT_EQ(result.exitCode, 2);
-    EXPECT_EQ(result.standardError, "quorvane: cannot write " + inst.root() + "o.json: it is a folder\n");
-    EXPECT_FALSE(QFile::exists(inst.workPath() + "a.ERR"));
-    EXPECT_FALSE(QFile::exists(inst.outputPath() + "/inputa.xml"));
-}
-
-TEST(SingleFileRun, RunsBeforeProgramsOnACopyAndAfterProgramsThenCleansUp)
-{
-    Installation inst;
-    const QString log = inst.root() + "plugins.log";
-    const auto script = [&](const QString& name, const QString& word) {
-        return inst.writeScript(name, ("echo \"" + word + " $1\" >> '" + log + "'\n").toUtf8());
-    };
-    inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + script("one.sh", "before1") + " | "
-        + script("two.sh", "before2") + "\r\nOUTPUTPLUGIN = " + script("three.sh", "after") + "\r\n");
-    QDir().mkpath(inst.tempPath() + "Quorvane_Temp");
-    QFile(inst.tempPath() + "Quorvane_Temp/left-over.txt").open(QIODevice::WriteOnly);
-    const QString input = inst.writeInput("c.xml", "<doc/>\r\n");
-
-    const auto result = inst.run({ input });
-    EXPECT_EQ(result.exitCode, 0) << result.standardError.toStdString();
-    const QString copy = inst.tempPath() + "Quorvane_Temp/c.xml";
-    EXPECT_EQ(QString::fromUtf8(Installation::read(log)),
-        "before1 " + copy + "\nbefore2 " + copy + "\nafter " + copy + "\n");
-    EXPECT_TRUE(QFile::exists(input));
-    EXPECT_FALSE(QDir(inst.tempPath() + "Quorvane_Temp").exists());
-}
-
-// Runs that cannot check their input end with status 2 and lose nothing: the
-// reports of an earlier run stay whole and the working folder goes.
-TEST(SingleFileRun, UnreadableOrMisplacedInputEndsWithStatusTwoAndLosesNothing)
-{
-    Installation inst;
-    inst.writeSpecialCharacters("\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
-    const QString input = inst.writeInput("a.xml", "<a>x</a>\r\n");
-    ASSERT_EQ(inst.run({ input }).exitCode, 1);
-    const QByteArray earlierReport = Installation::read(inst.workPath() + "a.ERR");
-    ASSERT_TRUE(earlierReport.contains("Found x"));
-
-    // A before-program that deletes the staged copy leaves nothing to read.
-    inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + inst.writeScript("remove.sh", "rm -f \"$1\"\n") + "\r\n");
-    const auto result = inst.run({ input });
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_TRUE(result.standardError.contains("Error in Reading Input File!"))
-        << result.standardError.toStdString();
-    EXPECT_EQ(Installation::read(inst.workPath() + "a.ERR"), earlierReport);
-    EXPECT_FALSE(QFile::exists(inst.workPath() + "a.ERR.part"));
-    EXPECT_FALSE(QDir(inst.tempPath() + "Quorvane_Temp").exists());
-}
-
-TEST(SingleFileRun, AnInputTheRunWouldWriteOrRemoveIsRefusedAndKept)
-{
-    struct Row {
-        QString input; // below the installation
-        QString ini; // appended to the configuration
-        QStringList options;
-        QString refusal; // part of standard error; %ROOT% is the installation
-    };
-    const QString rewritten = " would be overwritten or removed by this run as %ROOT%";
-    const Row rows[] = {
-        { "work/notes.ERR", "", {}, "is where its own report would be written" },
-        { "work/quorvane.LOG", "", {}, rewritten + "work/quorvane.LOG." },
-        { "work/quorvane_ErrView.LOG", "", {}, rewritten + "work/quorvane_ErrView.LOG." },
-        { "work/error.edt", "", {}, rewritten + "work/error.edt." },
-        { "work/notes.LOG", "[I/O PATHS]\r\nEDITORPROGRAM = KV7\r\n", {}, rewritten + "work/notes.LOG." },
-        { "temp/Quorvane_Temp/a.xml", "", {}, "lies in the temporary folder, which this run removes" },
-        { "input/a.xml", "", { "--json", "%ROOT%input/a.xml" }, "is also named as an output of this run" },
-    };
-    const QByteArray notes = "<a>notes that must survive</a>\r\n";
-    for (const Row& row : rows) {
-        Installation inst;
-        inst.appendIni(row.ini);
-        const QString input = inst.writeInput("../" + row.input, notes);
-        // An earlier run's output must not pass for this run's.
-        const QString earlier = inst.writeInput("../earlier.sarif", "an earlier run's");
-        QStringList arguments;
-        for (const QString& argument : row.options + QStringList { "--sarif", earlier, input })
-            arguments << QString(argument).replace("%ROOT%", inst.root());
-        const auto result = inst.run(arguments);
-        EXPECT_EQ(result.exitCode, 2) << row.input.toStdString();
-        EXPECT_TRUE(result.standardError.contains(QString(row.refusal).replace("%ROOT%", inst.root())))
-            << result.standardError.toStdString();
-        EXPECT_EQ(Installation::read(input), notes) << row.input.toStdString();
-        EXPECT_FALSE(QFile::exists(earlier)) << row.input.toStdString();
-        EXPECT_FALSE(QFile::exists(inst.workPath() + "quorvane.LOG") && row.input != "work/quorvane.LOG");
+    for (const QString& report : { "a.ERR", "a.WRN" }) {
+        const QByteArray text = Installation::read(inst.workPath() + report);
+        EXPECT_TRUE(text.contains("\r\nThe check did not finish: CheckSpecialCharacters: ")
+            && text.contains("Not enough memory"))
+            << text.toStdString();
     }
+    EXPECT_FALSE(QFile::exists(inst.outputPath() + "/inputa.xml"));
+    const QJsonObject json = QJsonDocument::fromJson(Installation::read(inst.root() + "o.json")).object();
+    EXPECT_TRUE(json["files"][0]["failed"].toBool());
 }
 
 namespace {
@@ -177,50 +61,29 @@ bool processRuns(const QByteArray& pid)
 
 } // namespace
 
-// An input plug-in that does not do its work fails the file: what it left
-// is neither validated nor passed on, and the reports say why. An
-// after-program that fails fails the run.
-TEST(SingleFileRun, OutsideProgramsThatFailFailTheRun)
+// An input plug-in that does not do its work fails the file: what it left is
+// neither validated nor passed on, and the reports say why (the golden runs
+// plugin_*). One that runs past its time is stopped, and what it started
+// goes with it: left running, that could still write the staged input.
+TEST(SingleFileRun, AnOutsideProgramPastItsTimeIsStoppedWithWhatItStarted)
 {
-    const struct {
-        const char* name;
-        QByteArray body;
-        QString says;
-    } rows[] = {
-        { "cut.sh", "printf '<a>' > \"$1\"\nexit 3\n", "ended with status 3" },
-        { "crash.sh", "kill -SEGV $$\n", "crashed" },
-        // What it started goes with it: left running, that could still write the staged input.
-        { "slow.sh", "sleep 30 &\necho $! > %ROOT%child.pid\nsleep 30\n", "stopped after 1 s" },
-    };
-    for (const auto& row : rows) {
-        Installation inst;
-        inst.writeSpecialCharacters("\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
-        const QString input = inst.writeInput("a.xml", "<a>x</a>\r\n");
-        const QString program
-            = inst.writeScript(row.name, QByteArray(row.body).replace("%ROOT%", inst.root().toUtf8()));
-        inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + program + "\r\n");
-        const auto result = inst.run({ "--plugin-timeout", "1", input });
-        const QString failure = "outside program " + program + " " + row.says;
-        EXPECT_EQ(result.exitCode, 2) << row.name;
-        EXPECT_TRUE(result.standardError.contains(failure)) << result.standardError.toStdString();
-        EXPECT_EQ(Installation::read(inst.workPath() + "a.ERR"),
-            reportHeader("a", EntryKind::Error)
-                + (failure + "; the file was not validated").toUtf8().prepend("The check did not finish: ")
-                + "\r\n\r\nTotal No. of Errors: 0\r\n");
-        EXPECT_FALSE(QFile::exists(inst.outputPath() + "/inputa.xml")) << row.name;
-        const QByteArray child = Installation::read(inst.root() + "child.pid");
-        EXPECT_EQ(child.isEmpty(), row.name != std::string("slow.sh"));
-        EXPECT_FALSE(!child.isEmpty() && processRuns(child)) << row.name;
-    }
-
     Installation inst;
-    const QString input = inst.writeInput("a.xml", "<a/>\r\n");
-    const QString failing = inst.writeScript("fail.sh", "exit 3\n");
-    inst.appendIni("[PLUG-IN]\r\nOUTPUTPLUGIN = " + failing + "\r\n");
-    const auto result = inst.run({ input });
+    inst.writeSpecialCharacters("\"x\",\"Found x\",\"ERROR\",\"I\"\r\n");
+    const QString input = inst.writeInput("a.xml", "<a>x</a>\r\n");
+    const QString program = inst.writeScript(
+        "slow.sh", "sleep 30 &\necho $! > " + inst.root().toUtf8() + "child.pid\nsleep 30\n");
+    inst.appendIni("[PLUG-IN]\r\nINPUTPLUGIN = " + program + "\r\n");
+    const auto result = inst.run({ "--plugin-timeout", "1", input });
+    const QString failure = "outside program " + program + " stopped after 1 s";
     EXPECT_EQ(result.exitCode, 2);
-    EXPECT_EQ(result.standardError, "quorvane: outside program " + failing + " ended with status 3\n");
-    EXPECT_TRUE(QFile::exists(inst.outputPath() + "/inputa.xml"));
+    EXPECT_TRUE(result.standardError.contains(failure)) << result.standardError.toStdString();
+    EXPECT_EQ(Installation::read(inst.workPath() + "a.ERR"),
+        reportHeader("a", EntryKind::Error) + "The check did not finish: "
+            + (failure + "; the file was not validated").toUtf8() + "\r\n\r\nTotal No. of Errors: 0\r\n");
+    EXPECT_FALSE(QFile::exists(inst.outputPath() + "/inputa.xml"));
+    const QByteArray child = Installation::read(inst.root() + "child.pid");
+    ASSERT_FALSE(child.isEmpty());
+    EXPECT_FALSE(processRuns(child));
 }
 
 // Two runs sharing a temporary folder take turns, so neither loses its staged input.

@@ -94,22 +94,6 @@ TEST(Validator, DispatchesDeclaredRowsForTheRightTags)
     }
 }
 
-TEST(Validator, FillsTheContextOfEveryTag)
-{
-    Fixture fixture("N/A | NOHRT | x\r\n");
-    fixture.validate("<r>\r\nab <p id=\"1\">x</p>");
-    const ValidationContext& last = fixture.state.file.previousTag;
-    EXPECT_EQ(last.tagText, "</p>");
-    EXPECT_EQ(last.tagType, TagKind::End);
-    EXPECT_EQ(last.lineNumber, 2);
-    EXPECT_EQ(last.linePosition, 15);
-    EXPECT_EQ(last.filePosition, 15 + 5);
-    EXPECT_EQ(last.lineText, "ab <p id=\"1\">x</p>");
-    EXPECT_EQ(last.enclosingTag, "<p id=\"1\">");
-    EXPECT_EQ(fixture.state.file.previousStartTag.tagText, "<p id=\"1\">");
-    EXPECT_EQ(fixture.state.file.previousStartTag.enclosingTag, "<r>");
-}
-
 TEST(Validator, KeepsOpenTagsFromOneFileToTheNext)
 {
     Fixture fixture("");

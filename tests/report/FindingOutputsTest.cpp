@@ -5,7 +5,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QXmlStreamReader>
 #include <gtest/gtest.h>
 
 namespace {
@@ -57,16 +56,11 @@ TEST(FindingOutputs, SarifHasWhatViewersNeed)
     const QJsonArray runs = sarif["runs"].toArray();
     ASSERT_EQ(runs.size(), 1);
     const QJsonObject run = runs[0].toObject();
-    const QJsonObject driver = run["tool"]["driver"].toObject();
     EXPECT_EQ(run["invocations"][0]["startTimeUtc"].toString(), "2026-03-01T21:05:00Z");
     EXPECT_EQ(run["invocations"][0]["endTimeUtc"].toString(), "2026-03-02T05:40:30Z");
 
-    // One rule per routine name; the golden runs check each result's rule index.
-    QStringList ruleIds;
-    for (const QJsonValue& rule : driver["rules"].toArray())
-        ruleIds << rule["id"].toString();
-    EXPECT_EQ(ruleIds,
-        QStringList({ "CheckImageValidation", "CheckMultipleHardReturns", "NOHRT", "TEXTVALIDITY" }));
+    // The rule list, each result's rule index, level and message, and the
+    // region of a finding at line 0 are in the golden SARIF of the samples.
     const QJsonArray results = run["results"].toArray();
     ASSERT_EQ(results.size(), 5);
 
@@ -78,7 +72,6 @@ TEST(FindingOutputs, SarifHasWhatViewersNeed)
     };
     const Row rows[] = {
         { 0, "in/a%20b.xml", 3, 7 },
-        { 1, "in/a%20b.xml", 0, 0 }, // line 0 names no place in the file
         { 2, "in/a%20b.xml", 5, 0 }, // column 0 leaves the column out
         { 3, "", 0, 0 }, // found outside any file
         { 4, "file:///abs/c.xml", 9, 2 },
@@ -100,8 +93,6 @@ TEST(FindingOutputs, SarifHasWhatViewersNeed)
         EXPECT_EQ(region.contains("startColumn"), row.startColumn > 0);
         EXPECT_EQ(region["startColumn"].toInt(), row.startColumn);
     }
-    EXPECT_EQ(results[0]["level"].toString(), "error");
-    EXPECT_EQ(results[0]["message"]["text"].toString(), "Bad <tag> & \"quote\"");
 
     // The failed file: the run did not execute successfully, and says why and where.
     const QJsonObject invocation = run["invocations"][0].toObject();
@@ -114,44 +105,17 @@ TEST(FindingOutputs, SarifHasWhatViewersNeed)
         "file:///abs/c.xml");
 }
 
-TEST(FindingOutputs, HtmlIsWellFormedWithItsTablesAndChartEscaped)
+// The golden runs pin the page of runs with findings: its tables, chart and
+// escaping. What they never show is a failed file, a finding outside any
+// file and a control character in the text.
+TEST(FindingOutputs, HtmlMarksFailedFilesAndShowsControlCharacters)
 {
     FindingOutputs outputs("Quorvane", "1.2", {});
-    const QByteArray html = FindingsHtml(sampleRun(outputs));
-    EXPECT_FALSE(html.contains("src=")) << "the page fetches nothing";
-
-    // Read as XML: escaping that failed anywhere would break the reading.
-    QXmlStreamReader reader(html);
-    QList<QStringList> fileRows;
-    QList<QStringList> findingRows;
-    int bars = 0;
-    QString table;
-    QStringList row;
-    while (!reader.atEnd()) {
-        reader.readNext();
-        if (reader.isStartElement() && reader.name() == u"table")
-            table = reader.attributes().value("id").toString();
-        if (reader.isStartElement() && reader.name() == u"tr")
-            row.clear();
-        if (reader.isStartElement() && reader.name() == u"td")
-            row << reader.readElementText(QXmlStreamReader::IncludeChildElements);
-        if (reader.isStartElement() && reader.name() == u"rect")
-            ++bars;
-        if (reader.isEndElement() && reader.name() == u"tr" && !row.isEmpty())
-            (table == u"files" ? fileRows : findingRows).append(row);
-    }
-    ASSERT_FALSE(reader.hasError()) << reader.errorString().toStdString() << " at line "
-                                    << reader.lineNumber();
-
-    EXPECT_EQ(fileRows,
-        QList<QStringList>({ { "in/a b.xml", "1", "2" }, { "(the run as a whole)", "0", "1" },
-            { "/abs/c.xml (failed)", "1", "0" } }));
+    const QString html = QString::fromUtf8(FindingsHtml(sampleRun(outputs)));
+    EXPECT_TRUE(html.contains(">(the run as a whole)</a></td>")) << html.toStdString();
+    EXPECT_TRUE(html.contains(">/abs/c.xml</a> <span class=\"failed\">(failed)</span></td>"));
     EXPECT_TRUE(html.contains("Failed: TEXTVALIDITY: &quot;&lt;(a+)+&quot; broke"));
-    ASSERT_EQ(findingRows.size(), 5);
-    EXPECT_EQ(findingRows[0],
-        QStringList({ "3", "7", "error", "NOHRT", "Bad <tag> & \"quote\"", "data Bad <tag> & \"quote\"" }));
-    EXPECT_EQ(findingRows[4][4], QString("Bell ") + QChar(0x2407) + " here"); // the bell made visible
-    EXPECT_EQ(bars, 2 * 4); // an error and a warning bar per routine
+    EXPECT_TRUE(html.contains(QString("Bell ") + QChar(0x2407) + " here")); // the bell made visible
 }
 
 TEST(FindingOutputs, TextIsWholeCharactersWhereverItWasCutOrBroken)

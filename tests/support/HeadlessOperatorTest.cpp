@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 // A box's lines, each icon and the title are compared whole, through the
-// executable, by Startup.RefusesWithItsMessageAndStatusTwo and the batch
-// command-line tests; what no run shows is a box without text.
+// executable, by the golden runs of refused starts and batches; what no run
+// shows is a box without text.
 TEST(HeadlessOperator, AnEmptyMessageStillNamesItsIconAndTitle)
 {
     EXPECT_EQ(HeadlessOperator::formatMessage("", kProgramTitle, MessageIcon::Information),

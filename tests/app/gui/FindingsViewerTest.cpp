@@ -201,25 +201,6 @@ private Q_SLOTS:
                 QString::fromUtf8(TempDir::read(recorded)).split('\n', Qt::SkipEmptyParts), row.arguments);
         }
     }
-
-    // --view only shows: without a window, or with something to validate, it is refused.
-    void viewOnTheCommandLineIsRefusedWithoutAWindowOrWithAnInput()
-    {
-        Installation inst;
-        const struct {
-            QStringList arguments;
-            const char* error;
-        } rows[] = {
-            { { "--view", inst.workPath() }, "quorvane: --view shows a window, and there is no display" },
-            { { "--view", inst.workPath(), "a.xml" }, "quorvane: --view validates nothing" },
-            { { "--view" }, "quorvane: --view needs a working folder or a --json file" },
-        };
-        for (const auto& row : rows) {
-            const Installation::Result result = inst.run(row.arguments);
-            QCOMPARE(result.exitCode, 2);
-            QVERIFY2(result.standardError.startsWith(row.error), qPrintable(result.standardError));
-        }
-    }
 };
 
 QTEST_MAIN(FindingsViewerTest)

@@ -1,0 +1,3 @@
+#!/bin/sh
+printf "<a>" > "$1"
+exit 3

@@ -1,0 +1,2 @@
+#!/bin/sh
+echo "before1 $1" >> plugins.log

@@ -1,0 +1,2 @@
+#!/bin/sh
+echo "after $1" >> plugins.log

@@ -1,0 +1,2 @@
+#!/bin/sh
+echo "before2 $1" >> plugins.log
