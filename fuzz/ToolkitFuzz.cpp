@@ -36,7 +36,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const bool withContent : { false, true }) {
         QString fastText = text, literalText = text;
         FUZZ_EXPECT(fast.RemoveTags(fastText, withContent) == literal.RemoveTags(literalText, withContent));
-        FUZZ_EXPECT(fastState.RemovedContentLengths == literalState.RemovedContentLengths);
     }
     return 0;
 }

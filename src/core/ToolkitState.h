@@ -13,7 +13,6 @@
 // Values that the tag toolkit shares with the validation run. They live in
 // the run state; the toolkit only holds a reference to them.
 struct ToolkitState {
-    QList<std::int32_t> RemovedContentLengths; // rebuilt by RemoveTags(…, true)
     QString QuotedMarkupNote; // appended by NoteQuotedMarkup
     // The records already in the note. While no record holds a bracket of its
     // own, a record occurs in the note exactly when it is one of these, so the

@@ -109,7 +109,6 @@ void ResetPerFileState(FileRecord& state)
     state.contextElement.clear();
     state.routineParameter = {};
     state.toolkit.clearQuotedMarkupNote();
-    state.toolkit.RemovedContentLengths.clear();
     state.currentRow = 0;
     state.rowStack = { 0 };
     state.ruleStates.clear();

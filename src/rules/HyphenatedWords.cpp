@@ -80,7 +80,6 @@ struct ElementTextCache : RuleFileState {
     std::int32_t filePosition = -1;
     QString tagText;
     QString text;
-    QList<std::int32_t> removedContentLengths; // what RemoveTags left in the toolkit
 };
 
 // The element's text that both checks search: the start tag, its content with
@@ -89,10 +88,8 @@ QString elementText(RuleContext& rule)
 {
     const ValidationContext& context = rule.tag;
     auto& cache = rule.ownState<ElementTextCache>();
-    if (cache.filePosition == context.filePosition && cache.tagText == context.tagText) {
-        rule.toolkit.RemovedContentLengths = cache.removedContentLengths;
+    if (cache.filePosition == context.filePosition && cache.tagText == context.tagText)
         return cache.text;
-    }
     TagScanner xml(rule.toolkit);
     const QString endTag = QStringLiteral("</") + context.tagName + QLatin1Char('>');
     QString content;
@@ -132,7 +129,6 @@ QString elementText(RuleContext& rule)
     cache.filePosition = context.filePosition;
     cache.tagText = context.tagText;
     cache.text = std::move(text);
-    cache.removedContentLengths = rule.toolkit.RemovedContentLengths;
     return cache.text;
 }
 

@@ -196,7 +196,6 @@ QString TagScanner::ElementsRemoved(QStringView part)
 // between the two ends the same tags stand, and their nesting is the same.
 QString TagScanner::removeElementsFrom(QStringView original, const ElementIndex& index, qsizetype indexOffset)
 {
-    shared_.RemovedContentLengths.clear();
     QString result;
     result.reserve(original.size()); // seldom more: only elements shorter than the marker grow
     qsizetype copiedUpTo = 0;
@@ -226,7 +225,6 @@ QString TagScanner::removeElementsFrom(QStringView original, const ElementIndex&
             continue;
         result += original.sliced(copiedUpTo, start - copiedUpTo);
         result += kRemovedElementMarker;
-        shared_.RemovedContentLengths.append(static_cast<std::int32_t>(pcdata.size()));
         copiedUpTo = start + elementLength;
         from = copiedUpTo;
     }

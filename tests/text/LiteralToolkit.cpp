@@ -135,8 +135,6 @@ void LiteralToolkit::noteQuotedMarkup(const QString& tag, std::int32_t position,
 
 QString LiteralToolkit::RemoveTags(QString& str, bool includePcdata)
 {
-    if (includePcdata)
-        shared_.RemovedContentLengths.clear();
     std::int32_t tagPos = 1;
     QString tag = RetrieveTags(str, tagPos);
     while (tagPos != -1) {
@@ -153,7 +151,6 @@ QString LiteralToolkit::RemoveTags(QString& str, bool includePcdata)
                 const QString element = tag + content + endTag;
                 if (Mid(str, tagPos, element.size()).toUpper() == element.toUpper()) {
                     str = Mid(str, 1, tagPos - 1) + "teMpSEparAtor" + Mid(str, tagPos + element.size());
-                    shared_.RemovedContentLengths.append(content.size());
                 }
             }
             tagPos = tagPos + 1;

@@ -33,7 +33,6 @@ struct Both {
     void expectSameState(const QString& text) const
     {
         EXPECT_EQ(fastState.QuotedMarkupNote, literalState.QuotedMarkupNote) << qPrintable(text);
-        EXPECT_EQ(fastState.RemovedContentLengths, literalState.RemovedContentLengths) << qPrintable(text);
     }
 };
 
