@@ -34,6 +34,16 @@ void PrintTo(const GoldenRun& run, std::ostream* out)
 // The smallest sample, for runs about the installation rather than the text.
 const QStringList kChapter = { "examples/input/chapter.xml|JRNL" };
 
+// Rule cases, one a line of a file of tests/golden-inputs/rule_cases/, read
+// against tables of their own; the whole-file checks stay quiet.
+const QStringList kCaseTables = { "CHECKMULTIHRT = FALSE", "CHECKSPECIALCHAR = FALSE",
+    "NOHRTDECLTBL = examples/tables/cases/nohrt.tbl", "WITHHRTDECLTBL = examples/tables/cases/withhrt.tbl",
+    "NOLEADZEROTBL = examples/tables/cases/noleadzero.tbl",
+    "ATTRIBUNCONTBL = examples/tables/cases/attribuncon.tbl",
+    "CONVERT2ATTRIBTBL = examples/tables/cases/convert2attrib.tbl",
+    "CHECKPAIRTBL = examples/tables/cases/checkpair.tbl",
+    "CHECKPAIRCONTTBL = examples/tables/cases/checkpaircont.tbl" };
+
 const GoldenRun kRuns[] = {
     { "article",
         { "--json", "outputs/run.json", "--sarif", "outputs/run.sarif", "--html", "outputs/run.html",
@@ -106,6 +116,17 @@ const GoldenRun kRuns[] = {
     { "book_task_both_ways", { "--task", "BOOK", "examples/input/chapter.xml|Book" } },
     { "two_task_codes", { "--task", "JRNL", "examples/input/chapter.xml|BOOK" } },
     { "unknown_task", { "examples/input/chapter.xml|NOPE" } },
+    // Attribute values, expanded texts around tags, footnote marks and
+    // pairs; hard returns around and inside elements; the marker step of
+    // NOHRT with its parameter element.
+    { "rule_cases_attributes_and_pairs", { "--json", "outputs/run.json", "examples/cases/rules.xml|JRNL" },
+        kCaseTables + QStringList { "ROUTINEDECLTBL = examples/tables/cases/routine.tbl" }, "rule_cases" },
+    { "rule_cases_hard_returns", { "examples/cases/hrt.xml|JRNL" },
+        kCaseTables + QStringList { "ROUTINEDECLTBL = examples/tables/cases/hrt-routine.tbl" },
+        "rule_cases" },
+    { "rule_cases_nohrt_parameter", { "examples/cases/nohrt-sec.xml|JRNL" },
+        kCaseTables + QStringList { "ROUTINEDECLTBL = examples/tables/cases/nohrt-sec-routine.tbl" },
+        "rule_cases" },
     // Runs refused at start-up: their message and status, and nothing written.
     { "refused_missing_input", { "examples/input/none.xml|JRNL" } },
     { "refused_folder_as_input", { "examples/input" } },
