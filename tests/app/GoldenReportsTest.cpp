@@ -34,15 +34,19 @@ void PrintTo(const GoldenRun& run, std::ostream* out)
 // The smallest sample, for runs about the installation rather than the text.
 const QStringList kChapter = { "examples/input/chapter.xml|JRNL" };
 
-// Rule cases, one a line of a file of tests/golden-inputs/rule_cases/, read
-// against tables of their own; the whole-file checks stay quiet.
+// Rule cases, one a line of a file of tests/golden-inputs/rule_cases/ (one a
+// file where a routine reads the whole file), read against tables of their
+// own; the whole-file checks stay quiet.
 const QStringList kCaseTables = { "CHECKMULTIHRT = FALSE", "CHECKSPECIALCHAR = FALSE",
     "NOHRTDECLTBL = examples/tables/cases/nohrt.tbl", "WITHHRTDECLTBL = examples/tables/cases/withhrt.tbl",
     "NOLEADZEROTBL = examples/tables/cases/noleadzero.tbl",
     "ATTRIBUNCONTBL = examples/tables/cases/attribuncon.tbl",
     "CONVERT2ATTRIBTBL = examples/tables/cases/convert2attrib.tbl",
     "CHECKPAIRTBL = examples/tables/cases/checkpair.tbl",
-    "CHECKPAIRCONTTBL = examples/tables/cases/checkpaircont.tbl" };
+    "CHECKPAIRCONTTBL = examples/tables/cases/checkpaircont.tbl",
+    "CONVERT2TAGTBL = examples/tables/cases/convert2tag.tbl",
+    "COUNTREFCHECKTBL = examples/tables/cases/countref.tbl",
+    "CITATIONVALTBL = examples/tables/cases/citation.tbl" };
 
 const GoldenRun kRuns[] = {
     { "article",
@@ -126,6 +130,20 @@ const GoldenRun kRuns[] = {
         "rule_cases" },
     { "rule_cases_nohrt_parameter", { "examples/cases/nohrt-sec.xml|JRNL" },
         kCaseTables + QStringList { "ROUTINEDECLTBL = examples/tables/cases/nohrt-sec-routine.tbl" },
+        "rule_cases" },
+    { "rule_cases_convert_to_tag", { "examples/cases/convert2tag.xml|JRNL" },
+        kCaseTables + QStringList { "ROUTINEDECLTBL = examples/tables/cases/convert2tag-routine.tbl" },
+        "rule_cases" },
+    // Cross-references and citation order, each file of the batch afresh.
+    { "rule_cases_cross_references", { "--batch", "examples/countref", "--task", "JRNL" },
+        kCaseTables
+            + QStringList { "ROUTINEDECLTBL = examples/tables/cases/countref-routine.tbl",
+                "INPUTTYPE = FILES" },
+        "rule_cases" },
+    { "rule_cases_citations", { "--batch", "examples/citations", "--task", "JRNL" },
+        kCaseTables
+            + QStringList { "ROUTINEDECLTBL = examples/tables/cases/citation-routine.tbl",
+                "INPUTTYPE = FILES" },
         "rule_cases" },
     // Runs refused at start-up: their message and status, and nothing written.
     { "refused_missing_input", { "examples/input/none.xml|JRNL" } },
