@@ -46,7 +46,8 @@ const QStringList kCaseTables = { "CHECKMULTIHRT = FALSE", "CHECKSPECIALCHAR = F
     "CHECKPAIRCONTTBL = examples/tables/cases/checkpaircont.tbl",
     "CONVERT2TAGTBL = examples/tables/cases/convert2tag.tbl",
     "COUNTREFCHECKTBL = examples/tables/cases/countref.tbl",
-    "CITATIONVALTBL = examples/tables/cases/citation.tbl" };
+    "CITATIONVALTBL = examples/tables/cases/citation.tbl", "COMPCONTTBL = examples/tables/cases/compcont.tbl",
+    "PCPDATACOMPARETBL = examples/tables/cases/pcpdata.tbl" };
 
 const GoldenRun kRuns[] = {
     { "article",
@@ -143,6 +144,12 @@ const GoldenRun kRuns[] = {
     { "rule_cases_citations", { "--batch", "examples/citations", "--task", "JRNL" },
         kCaseTables
             + QStringList { "ROUTINEDECLTBL = examples/tables/cases/citation-routine.tbl",
+                "INPUTTYPE = FILES" },
+        "rule_cases" },
+    // Element contents compared with each other and with lists of values.
+    { "rule_cases_contents", { "--batch", "examples/contents", "--task", "JRNL" },
+        kCaseTables
+            + QStringList { "ROUTINEDECLTBL = examples/tables/cases/contents-routine.tbl",
                 "INPUTTYPE = FILES" },
         "rule_cases" },
     // Runs refused at start-up: their message and status, and nothing written.
