@@ -47,7 +47,8 @@ const QStringList kCaseTables = { "CHECKMULTIHRT = FALSE", "CHECKSPECIALCHAR = F
     "CONVERT2TAGTBL = examples/tables/cases/convert2tag.tbl",
     "COUNTREFCHECKTBL = examples/tables/cases/countref.tbl",
     "CITATIONVALTBL = examples/tables/cases/citation.tbl", "COMPCONTTBL = examples/tables/cases/compcont.tbl",
-    "PCPDATACOMPARETBL = examples/tables/cases/pcpdata.tbl" };
+    "PCPDATACOMPARETBL = examples/tables/cases/pcpdata.tbl",
+    "IMAGEVALIDATIONTBL = examples/tables/cases/images.tbl" };
 
 const GoldenRun kRuns[] = {
     { "article",
@@ -151,6 +152,23 @@ const GoldenRun kRuns[] = {
         kCaseTables
             + QStringList { "ROUTINEDECLTBL = examples/tables/cases/contents-routine.tbl",
                 "INPUTTYPE = FILES" },
+        "rule_cases" },
+    // Image names against the article identifier (the input's name, an
+    // element's text, none to be found) and against one length.
+    { "rule_cases_image_name_is_the_input_name", { "examples/cases/jcs-7.xml|JRNL" },
+        kCaseTables + QStringList { "ROUTINEDECLTBL = examples/tables/cases/artid-name-routine.tbl" },
+        "rule_cases" },
+    { "rule_cases_image_name_is_an_elements_text", { "examples/cases/article-id.xml|JRNL" },
+        kCaseTables + QStringList { "ROUTINEDECLTBL = examples/tables/cases/artid-element-routine.tbl" },
+        "rule_cases" },
+    { "rule_cases_image_name_without_identifier", { "examples/cases/no-article-id.xml|JRNL" },
+        kCaseTables + QStringList { "ROUTINEDECLTBL = examples/tables/cases/artid-missing-routine.tbl" },
+        "rule_cases" },
+    { "rule_cases_image_name_lengths_as_the_first", { "examples/cases/name-lengths.xml|JRNL" },
+        kCaseTables + QStringList { "ROUTINEDECLTBL = examples/tables/cases/length-first-routine.tbl" },
+        "rule_cases" },
+    { "rule_cases_image_name_lengths_as_given", { "examples/cases/name-length-given.xml|JRNL" },
+        kCaseTables + QStringList { "ROUTINEDECLTBL = examples/tables/cases/length-given-routine.tbl" },
         "rule_cases" },
     // Runs refused at start-up: their message and status, and nothing written.
     { "refused_missing_input", { "examples/input/none.xml|JRNL" } },
