@@ -34,6 +34,22 @@ void PrintTo(const GoldenRun& run, std::ostream* out)
 // The smallest sample, for runs about the installation rather than the text.
 const QStringList kChapter = { "examples/input/chapter.xml|JRNL" };
 
+// Rule cases, one a line of a file of tests/golden-inputs/rule_cases/ (one a
+// file where a routine reads the whole file), read against tables of their
+// own; the whole-file checks stay quiet.
+const QStringList kCaseTables = { "CHECKMULTIHRT = FALSE", "CHECKSPECIALCHAR = FALSE",
+    "NOHRTDECLTBL = examples/tables/cases/nohrt.tbl", "WITHHRTDECLTBL = examples/tables/cases/withhrt.tbl",
+    "NOLEADZEROTBL = examples/tables/cases/noleadzero.tbl",
+    "ATTRIBUNCONTBL = examples/tables/cases/attribuncon.tbl",
+    "CONVERT2ATTRIBTBL = examples/tables/cases/convert2attrib.tbl",
+    "CHECKPAIRTBL = examples/tables/cases/checkpair.tbl",
+    "CHECKPAIRCONTTBL = examples/tables/cases/checkpaircont.tbl",
+    "CONVERT2TAGTBL = examples/tables/cases/convert2tag.tbl",
+    "COUNTREFCHECKTBL = examples/tables/cases/countref.tbl",
+    "CITATIONVALTBL = examples/tables/cases/citation.tbl", "COMPCONTTBL = examples/tables/cases/compcont.tbl",
+    "PCPDATACOMPARETBL = examples/tables/cases/pcpdata.tbl",
+    "IMAGEVALIDATIONTBL = examples/tables/cases/images.tbl" };
+
 const GoldenRun kRuns[] = {
     { "article",
         { "--json", "outputs/run.json", "--sarif", "outputs/run.sarif", "--html", "outputs/run.html",
@@ -106,6 +122,54 @@ const GoldenRun kRuns[] = {
     { "book_task_both_ways", { "--task", "BOOK", "examples/input/chapter.xml|Book" } },
     { "two_task_codes", { "--task", "JRNL", "examples/input/chapter.xml|BOOK" } },
     { "unknown_task", { "examples/input/chapter.xml|NOPE" } },
+    // Attribute values, expanded texts around tags, footnote marks and
+    // pairs; hard returns around and inside elements; the marker step of
+    // NOHRT with its parameter element.
+    { "rule_cases_attributes_and_pairs", { "--json", "outputs/run.json", "examples/cases/rules.xml|JRNL" },
+        kCaseTables + QStringList { "ROUTINEDECLTBL = examples/tables/cases/routine.tbl" }, "rule_cases" },
+    { "rule_cases_hard_returns", { "examples/cases/hrt.xml|JRNL" },
+        kCaseTables + QStringList { "ROUTINEDECLTBL = examples/tables/cases/hrt-routine.tbl" },
+        "rule_cases" },
+    { "rule_cases_nohrt_parameter", { "examples/cases/nohrt-sec.xml|JRNL" },
+        kCaseTables + QStringList { "ROUTINEDECLTBL = examples/tables/cases/nohrt-sec-routine.tbl" },
+        "rule_cases" },
+    { "rule_cases_convert_to_tag", { "examples/cases/convert2tag.xml|JRNL" },
+        kCaseTables + QStringList { "ROUTINEDECLTBL = examples/tables/cases/convert2tag-routine.tbl" },
+        "rule_cases" },
+    // Cross-references and citation order, each file of the batch afresh.
+    { "rule_cases_cross_references", { "--batch", "examples/countref", "--task", "JRNL" },
+        kCaseTables
+            + QStringList { "ROUTINEDECLTBL = examples/tables/cases/countref-routine.tbl",
+                "INPUTTYPE = FILES" },
+        "rule_cases" },
+    { "rule_cases_citations", { "--batch", "examples/citations", "--task", "JRNL" },
+        kCaseTables
+            + QStringList { "ROUTINEDECLTBL = examples/tables/cases/citation-routine.tbl",
+                "INPUTTYPE = FILES" },
+        "rule_cases" },
+    // Element contents compared with each other and with lists of values.
+    { "rule_cases_contents", { "--batch", "examples/contents", "--task", "JRNL" },
+        kCaseTables
+            + QStringList { "ROUTINEDECLTBL = examples/tables/cases/contents-routine.tbl",
+                "INPUTTYPE = FILES" },
+        "rule_cases" },
+    // Image names against the article identifier (the input's name, an
+    // element's text, none to be found) and against one length.
+    { "rule_cases_image_name_is_the_input_name", { "examples/cases/jcs-7.xml|JRNL" },
+        kCaseTables + QStringList { "ROUTINEDECLTBL = examples/tables/cases/artid-name-routine.tbl" },
+        "rule_cases" },
+    { "rule_cases_image_name_is_an_elements_text", { "examples/cases/article-id.xml|JRNL" },
+        kCaseTables + QStringList { "ROUTINEDECLTBL = examples/tables/cases/artid-element-routine.tbl" },
+        "rule_cases" },
+    { "rule_cases_image_name_without_identifier", { "examples/cases/no-article-id.xml|JRNL" },
+        kCaseTables + QStringList { "ROUTINEDECLTBL = examples/tables/cases/artid-missing-routine.tbl" },
+        "rule_cases" },
+    { "rule_cases_image_name_lengths_as_the_first", { "examples/cases/name-lengths.xml|JRNL" },
+        kCaseTables + QStringList { "ROUTINEDECLTBL = examples/tables/cases/length-first-routine.tbl" },
+        "rule_cases" },
+    { "rule_cases_image_name_lengths_as_given", { "examples/cases/name-length-given.xml|JRNL" },
+        kCaseTables + QStringList { "ROUTINEDECLTBL = examples/tables/cases/length-given-routine.tbl" },
+        "rule_cases" },
     // Runs refused at start-up: their message and status, and nothing written.
     { "refused_missing_input", { "examples/input/none.xml|JRNL" } },
     { "refused_folder_as_input", { "examples/input" } },

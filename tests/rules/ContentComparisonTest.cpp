@@ -6,27 +6,6 @@
 
 #include <gtest/gtest.h>
 
-TEST(COMPCONT, TheKthOccurrencesOfTwoElementsAgree)
-{
-    const QByteArray table = "First | Second | Comparison | Severity | Message\r\n"
-                             "title | rh | equalignorecase | W | Differ\r\n"
-                             "title | short | BEGINSWITH | E | Not a prefix\r\n";
-    const QByteArray twoTitles = "<title>A</title><title>C</title><rh>a</rh><short>C</short>";
-    ExpectRuleCases("N/A | COMPCONT | N/A\r\n", SupportFile::CompContTbl, table,
-        {
-            // Tags removed, blanks folded; the second element may come first.
-            { "<rh>A  b</rh><short>a</short><title>a\r\n<i>B</i></title>", {} },
-            { "<title>A</title><rh>B</rh>",
-                { R"(1:1 W Differ: "A" / "B" | <title>A</title><rh>B</rh>)",
-                    "1:1 E Not a prefix: title 1 has no short to compare with | "
-                    "<title>A</title><rh>B</rh>" } },
-            { twoTitles,
-                { R"(1:1 E Not a prefix: "A" / "C" | )" + twoTitles,
-                    "1:17 W Differ: title 2 has no rh to compare with | " + twoTitles.mid(16),
-                    "1:17 E Not a prefix: title 2 has no short to compare with | " + twoTitles.mid(16) } },
-        });
-}
-
 TEST(COMPCONT, ComparisonsReadTheirCodes)
 {
     struct Row {
@@ -47,22 +26,8 @@ TEST(COMPCONT, ComparisonsReadTheirCodes)
         EXPECT_EQ(ContentsAgree(row.comparison, row.first, row.second), row.agree) << qPrintable(row.first);
 }
 
-TEST(PCPDATACOMPARE, TheTextIsOneOfTheAllowedValues)
+TEST(PCPDATACOMPARE, AnUnreadableValuesFileStopsTheRun)
 {
-    RuleFixture probe("");
-    const QString values = probe.dir.write("countries.txt", "Ghana\r\n United Kingdom \r\n");
-    const QByteArray table = "Tag | Values | Severity | Message\r\n"
-                             "country | @"
-        + values.toUtf8()
-        + " | E | Country\r\n"
-          "head | Methods; Results<pipe>Discussion | W | Heading\r\n";
-    ExpectRuleCases("N/A | PCPDATACOMPARE | N/A\r\n", SupportFile::PCPDataCompare, table,
-        {
-            { "<country> Ghana </country><country>United "
-              "<i>Kingdom</i></country><head>Results|Discussion</head>",
-                {} },
-        });
-    // A values file that cannot be read stops the run as a missing table does.
     RuleFixture fixture("");
     EXPECT_FALSE(fixture.loadTable(SupportFile::PCPDataCompare, "h\r\ncountry | @missing.txt | E | C\r\n"));
     ASSERT_EQ(fixture.op.messages.size(), 1);

@@ -1,21 +1,9 @@
 #include "rules/Footnotes.h"
 
 #include "rules/LiteralConversion.h"
-#include "support/RuleFixture.h"
 
 #include <gtest/gtest.h>
 #include <random>
-
-TEST(UNDELFNREF, ReportsAReferenceLeftInTheFirstTwoWords)
-{
-    ExpectRuleCases("<fn> | UNDELFNREF | e\r\n",
-        {
-            { R"~(<fn fnref="1"/>1 x)~", {} },
-            { R"~(<fn>1 x</fn>)~", {} },
-            { "<fn fnref=\"7\">\r\n7 spans lines</fn>",
-                { "1:1 E fnref value found in the first two words | <fn fnref=\"7\">" } },
-        });
-}
 
 namespace {
 

@@ -7,22 +7,6 @@
 
 namespace {
 
-using Case = RuleCase;
-
-const QByteArray kNoHrtTable = "Enclosing element | Element | Severity\r\n"
-                               "<sec id=\"s\"> | <title> | E\r\n"
-                               "<sec id=\"s\"> | <p> | W\r\n"
-                               "<fig> | <caption> | E\r\n"
-                               "<sec id=\"s\"> | <label> | E\r\n"
-                               "<title> | <title> | e\r\n";
-
-const QByteArray kWithHrtTable = "Tag | Position | Severity\r\n"
-                                 "<fig id=\"x\"> | S | E\r\n"
-                                 "</fig> | e | W\r\n"
-                                 "<br/> | B | E\r\n"
-                                 "<br/> | S | W\r\n"
-                                 "<hr/> | X | E\r\n";
-
 QStringList runMultiHrt(
     Switch checkSwitch, std::optional<Severity> severity, int maxCount, const QByteArray& input)
 {
@@ -78,69 +62,4 @@ TEST(CheckMultipleHardReturns, AgreesWithRewritingMarkersOnRandomTexts)
         EXPECT_EQ(reported, literalTooManyHardReturns(fixture.state.file.wholeText, maxCount))
             << input.constData() << " max " << maxCount;
     }
-}
-
-TEST(WITHHRT, ReportsMissingHardReturnsAroundTags)
-{
-    ExpectRuleCases("N/A | WITHHRT | N/A\r\n", SupportFile::WithHRTDeclTbl, kWithHrtTable,
-        {
-            { "<fig id=\"x\">t</fig>", {} },
-            { "a<fig id=\"x\">t</fig>b",
-                { "1:2 E Hard Return not found before <fig id=\"x\"> | <fig id=\"x\">t</fig>b",
-                    "1:15 W Hard Return not found after </fig> | </fig>b" } },
-            { "a<HRT/><fig id=\"x\">t</fig><hrt />b", {} },
-            { "<fig id=\"y\">a</fig>", {} }, // another tag text, another row
-            { "a<fig id=\"x\"/>", {} }, // an empty tag is not the start tag's row
-            { "a<br/>b",
-                { "1:2 E Hard Return not found before & after <br/> | <br/>b",
-                    "1:2 W Hard Return not found before <br/> | <br/>b" } },
-            { "<br/>b", { "1:1 E Hard Return not found after <br/> | <br/>b" } },
-            { "a<hr/>b", {} }, // an unknown position code asks for nothing
-            { "line one\r\nxy <br/><HRT/>",
-                { "2:4 E Hard Return not found before <br/> | <br/><HRT/>",
-                    "2:4 W Hard Return not found before <br/> | <br/><HRT/>" } },
-        });
-}
-
-TEST(NOHRT, LineBreaksAndMarkersInsideListedElements)
-{
-    ExpectRuleCases("N/A | NOHRT | N/A\r\n", SupportFile::NoHRTDeclTbl, kNoHrtTable,
-        {
-            { "<sec id=\"s\">\r\n  <title><i>A\r\n</i></title></sec>",
-                { "2:3 E Hard Return within <title> | <title><i>A" } },
-            // Only the first group of an enclosing element counts.
-            { "<sec id=\"s\"><label>A\r\nB</label></sec>", {} },
-            { "<fig><title>A\r\nB</title></fig>", {} },
-            { "<title>A\r\nB</title>", {} }, // inside no element at all
-            { "<sec id=\"s\"><title>A\r\nB", {} }, // never closed
-            // A marker inside an element listed inside itself.
-            { "<sec id=\"s\">A<HRT/>B</sec>", {} },
-            { "<title>A<HRT>B</HRT></title>", {} },
-            { "<sec id=\"s\"><title>A<HRT/>\r\nB</title></sec>",
-                { "1:13 E Hard Return within <title> | <title>A<HRT/>",
-                    "1:21 E <HRT/> within <title> | <HRT/>" } },
-        });
-}
-
-TEST(NOHRT, MarkerStepNeedsTheParameterElementOpen)
-{
-    // The parameter arrives upper-cased; the element is found whatever its case.
-    ExpectRuleCases("N/A | NOHRT | sec\r\n", SupportFile::NoHRTDeclTbl, kNoHrtTable,
-        {
-            { "<sec id=\"s\"><title>A<HRT/></title></sec>",
-                { "1:21 E <HRT/> within <title> | <HRT/></title></sec>" } },
-            { "<title>A<HRT/></title>", {} },
-            { "<SEC><title>A<HRT/></title></SEC>",
-                { "1:14 E <HRT/> within <title> | <HRT/></title></SEC>" } },
-        });
-}
-
-TEST(NOHRT, NestedElementsOfOneNameFindTheirOwnEnd)
-{
-    RuleFixture fixture("N/A | NOHRT | N/A\r\n");
-    ASSERT_TRUE(fixture.loadTable(SupportFile::NoHRTDeclTbl, "h\r\n<title> | <title> | W\r\n"));
-    EXPECT_EQ(fixture.run("<title>a<title>b</title>c\r\n</title>"), QStringList());
-    EXPECT_EQ(fixture.run("<title><title>a<title>b\r\n</title></title></title>"),
-        QStringList({ "1:8 W Hard Return within <title> | <title>a<title>b",
-            "1:16 W Hard Return within <title> | <title>b" }));
 }

@@ -2,7 +2,6 @@
 
 #include "app/SingleFileRun.h"
 #include "report/Reports.h"
-#include "rules/ImageNames.h"
 #include "support/RuleFixture.h"
 
 #include <QDir>
@@ -18,8 +17,7 @@ const QByteArray kImageTable = "Tag | Attribute\r\n"
 
 // A fixture whose input's image folder holds the given files (name, bytes).
 struct ImageFixture {
-    explicit ImageFixture(const QByteArray& routineRows = {})
-        : rules(routineRows)
+    ImageFixture()
     {
         TableSet& set = rules.state.config.ActiveTableSet;
         set.ImageExtension = QStringLiteral("eps, .tif");
@@ -37,7 +35,7 @@ struct ImageFixture {
         file.write(bytes);
     }
 
-    RuleFixture rules;
+    RuleFixture rules { {} };
     QString folder;
 };
 
@@ -110,46 +108,6 @@ TEST(ImageValidation, TheRunReportsWhatNoFileCalledOutOnceAfterItsLastFile)
     fixture.rules.sink.findings.clear();
     ReportImagesWithoutCallout(state);
     EXPECT_TRUE(fixture.rules.sink.findings.isEmpty());
-}
-
-TEST(ImageNames, ArticleIdentifierAndLengthRoutines)
-{
-    // The rows are the routine declarations.
-    const QList<TableCase> cases = {
-        { "the input's base name is the identifier, letter case aside",
-            "N/A | IMGNAMEARTIDEQUALITY | N/A\r\n",
-            "<graphic href=\"INPUT-f1.tif\"/><graphic href=\"fig2.tif\"/>",
-            { "1:31 E Image name not prefixed by article ID input | <graphic "
-              "href=\"fig2.tif\"/>" } },
-        { "an element holds the identifier", "<fig> | IMGNAMEARTIDEQUALITY | article-id\r\n",
-            "<article-idx>no</article-idx><article-id type=\"p\"> <b>jcs-1</b> </article-id>\r\n"
-            "<fig><graphic href=\"jcs-1-f1\"/><graphic href=\"jcs-2-f1\"/></fig><graphic href=\"x\"/>",
-            { "2:32 E Image name not prefixed by article ID jcs-1 | <graphic "
-              "href=\"jcs-2-f1\"/></fig><graphic href=\"x\"/>" } },
-        { "no identifier element: told once", "N/A | IMGNAMEARTIDEQUALITY | article-id\r\n",
-            "<graphic href=\"a\"/><graphic href=\"b\"/>",
-            { "1:1 E No article ID found in an element ARTICLE-ID | <graphic "
-              "href=\"a\"/><graphic href=\"b\"/>" } },
-        { "lengths against the file's first image name, extensions and folders aside",
-            "<fig> | IMGNAMELENGTHEQUALITY | N/A\r\n",
-            "<inline-graphic xlink:href=\"a/f01.tif\"/>\r\n<fig><graphic href=\"f02\"/><graphic "
-            "href=\"f3.eps\"/></fig>",
-            { "2:27 E Image name length 2 instead of 3: f3 | <graphic "
-              "href=\"f3.eps\"/></fig>" } },
-        { "lengths against the parameter", "N/A | IMGNAMELENGTHEQUALITY | 2\r\n",
-            "<graphic href=\"f01\"/><graphic href=\"f1\"/>",
-            { "1:1 E Image name length 3 instead of 2: f01 | <graphic href=\"f01\"/><graphic "
-              "href=\"f1\"/>" } },
-    };
-    for (const TableCase& c : cases) {
-        ImageFixture fixture(c.rows);
-        fixture.rules.state.config.ActiveTableSet.ImageExtension.clear();
-        // Only the routines speak: every image is delivered.
-        for (const char* name : { "INPUT-f1.tif", "fig2.tif", "jcs-1-f1", "jcs-2-f1", "x", "a", "b",
-                 "f01.tif", "f02", "f3.eps", "f01", "f1" })
-            fixture.deliver(name, "x");
-        EXPECT_EQ(fixture.rules.run(c.input), c.expected) << c.name;
-    }
 }
 
 TEST(ImageValidation, ConfigurationCheckNamesImageChecksWithoutImageTags)
