@@ -362,7 +362,7 @@ TEST_P(GoldenReports, RunWritesExactlyTheExpectedFiles)
 {
     const QString goldenRoot = QStringLiteral(QUORVANE_GOLDEN_DIR "/") + GetParam().name + "/";
     const Files actual = runOnScratchCopy(GetParam());
-    if (qEnvironmentVariableIsSet("QUORVANE_UPDATE_GOLDEN")) {
+    if (!qEnvironmentVariableIsEmpty("QUORVANE_UPDATE_GOLDEN")) {
         QDir(goldenRoot).removeRecursively();
         for (auto it = actual.begin(); it != actual.end(); ++it) {
             QDir().mkpath(QFileInfo(goldenRoot + it.key()).absolutePath());
