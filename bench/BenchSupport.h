@@ -47,7 +47,7 @@ public:
     void table(SupportFile file, const QString& name, const QByteArray& text)
     {
         WriteFile(root + name, text);
-        TableSet& set = state.config.ActiveTableSet;
+        TableSet& set = state.activeTables;
         set.file(file) = root + name;
         for (const TableLoaderEntry& entry : SupportTableLoaders()) {
             if (entry.file == file)

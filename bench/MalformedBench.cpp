@@ -38,7 +38,7 @@ void RunShape(benchmark::State& bench, const Shape& shape)
 
     HeadlessOperator ui;
     RunState state(ui);
-    TableSet& set = state.config.ActiveTableSet;
+    TableSet& set = state.activeTables;
     set.file(SupportFile::RoutineDeclTbl) = root + "routine.tbl";
     set.file(SupportFile::SpecialCharTbl) = root + "special.tbl";
     set.CheckSpecialChar = Switch::On;

@@ -21,8 +21,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     RunState state(ui);
     state.config.ApplicationPath = dir.path() + '/';
     try {
-        if (ReadConfigurationFile({ ui, state.config }, state.tempFolderLock))
-            SelectTaskTableSet({ ui, state.config }, QStringLiteral("JRNL"));
+        if (ReadConfigurationFile({ ui, state.config }, state.tempFolder))
+            state.activeTables = TableSetForTask(ui, state.config, QStringLiteral("JRNL"));
     } catch (const RunAborted&) {
     }
     return 0;

@@ -36,8 +36,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     TableSet set;
     set.file(SupportFile::SpecialCharTbl) = path;
     if (LoadSpecialCharTable({ ui, state.config }, set)) {
-        state.config.ActiveTableSet = set;
-        state.config.ActiveTableSet.CheckSpecialChar = Switch::On;
+        state.activeTables = set;
+        state.activeTables.CheckSpecialChar = Switch::On;
         state.file.wholeText = QString::fromUtf8(FuzzBytes(data, size));
         SplitLines(state.file);
         for (const RuleEntry& check : Rules().wholeFileChecks) {

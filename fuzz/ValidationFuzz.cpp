@@ -26,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         auto* made = new RunState(ui);
         made->config.ApplicationPath = QStringLiteral(QUORVANE_SOURCE_DIR "/examples/");
         Main(*made, QString()); // start-up as the batch does it: configuration, engine, tables
-        SelectTaskTableSet({ ui, made->config }, QStringLiteral("JRNL"));
+        made->activeTables = TableSetForTask(ui, made->config, QStringLiteral("JRNL"));
         made->reportFolder = work.path() + '/';
         made->outputFolder = work.path() + '/';
         return made;

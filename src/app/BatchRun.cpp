@@ -171,7 +171,7 @@ void findOwnFolders(WalkContext& walk)
     const std::pair<QString, const char*> folders[] = {
         { config.WorkPath, "working" },
         { config.OutputPath, "output" },
-        { config.TempPath, "temporary" },
+        { walk.state.tempFolder.workingFolder, "temporary" },
     };
     for (const auto& [folder, role] : folders) {
         if (const std::optional<FolderId> id = folderId(folder))
@@ -360,7 +360,7 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     // there: a batch without its reports or copies must not pass for done.
     bool usable = FolderServices::CheckWriteAccess(state.ui, config.WorkPath);
     usable = FolderServices::CheckWriteAccess(state.ui, config.OutputPath) && usable;
-    if (!usable || !ClaimTempFolder({ state.ui, state.config }, state.tempFolderLock))
+    if (!usable || !ClaimTempFolder(state.ui, state.config, state.tempFolder))
         return refuseBatch(state);
 
     state.batchMode = true;
@@ -374,7 +374,7 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     state.findingSinks.runStarted(state.taskCode, state.report.now());
     const QString inputFolder = WithTrailingSlash(request.inputFolder);
     state.parentFolderPart = batchParentFolderPart(inputFolder);
-    SelectTaskTableSet({ state.ui, state.config }, state.taskCode);
+    state.activeTables = TableSetForTask(state.ui, state.config, state.taskCode);
     StartImageCrossCheck(state.carriedStates);
 
     const bool sharded = !request.shard.whole();

@@ -26,6 +26,7 @@ struct RunState : RunRecord {
     // What of this run the engine uses while it checks the file.
     RunServices services()
     {
-        return { ui, *installation, installation->spelling, carriedStates, receiver(), report.now };
+        return { ui, *installation, activeTables, installation->spelling, carriedStates, receiver(),
+            report.now };
     }
 };

@@ -125,7 +125,7 @@ RunMode Main(RunState& state, const QString& commandLine)
     // window: an idle window must not keep every other run waiting.
     const bool batch = commandLine.trimmed().isEmpty();
     const ConfigurationLoading loading { state.ui, state.config };
-    if (!(batch ? ReadConfigurationFile(loading) : ReadConfigurationFile(loading, state.tempFolderLock)))
+    if (!(batch ? ReadConfigurationFile(loading) : ReadConfigurationFile(loading, state.tempFolder)))
         refuse();
     StartSpellingEngine(state);
     if (!LoadAllSupportTables(loading, SupportTableLoaders()))

@@ -7,8 +7,8 @@
 #include "core/RuleFileState.h"
 #include "core/SpellingEngine.h"
 #include "core/TableLint.h"
+#include "core/TempFolderClaim.h"
 
-#include <QLockFile>
 #include <QString>
 #include <cstdint>
 #include <memory>
@@ -75,6 +75,9 @@ struct RunRecord {
     QString outputFolder;
     QString currentInputPath;
     QString reportFolder; // where the reports go; ends with "/"
+    // The tables and settings this run's task reads: the default set overlaid
+    // with the task's own, chosen when the run (or the window's batch) starts.
+    TableSet activeTables;
 
     // What rules carry from file to file; never cleared within a run.
     RuleRunStates carriedStates;
@@ -84,8 +87,8 @@ struct RunRecord {
     // pass for checked, whatever its reports say.
     int checkFailures = 0;
 
-    // Held while this run uses its temporary folder; released when the run ends.
-    std::unique_ptr<QLockFile> tempFolderLock;
+    // The temporary folder while this run uses it; released when the run ends.
+    TempFolderClaim tempFolder;
     // Seconds an outside program may run before it is stopped; 0 waits for ever.
     int pluginTimeoutSeconds = 0;
     FindingSinks findingSinks; // outputs beside the fixed reports

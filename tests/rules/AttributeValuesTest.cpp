@@ -80,10 +80,10 @@ TEST(RangeAttributes, AreMirrorImagesButNotSymmetric)
     };
     for (const Case& c : cases) {
         RuleFixture range("N/A | ATTRIBRANGEVALIDITY | E\r\n");
-        range.state.config.ActiveTableSet.AttribRangeSeparators = { "-", " to " };
+        range.state.activeTables.AttribRangeSeparators = { "-", " to " };
         EXPECT_EQ(range.run(c.input), c.range) << c.input.constData();
         RuleFixture number("N/A | ATTRIBNUMBERVALIDITY | W\r\n");
-        number.state.config.ActiveTableSet.AttribRangeSeparators = { "-", " to " };
+        number.state.activeTables.AttribRangeSeparators = { "-", " to " };
         EXPECT_EQ(number.run(c.input), c.number) << c.input.constData();
     }
 }

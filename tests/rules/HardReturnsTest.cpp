@@ -27,7 +27,7 @@ QStringList runMultiHrt(
     Switch checkSwitch, std::optional<Severity> severity, int maxCount, const QByteArray& input)
 {
     RuleFixture fixture("");
-    TableSet& set = fixture.state.config.ActiveTableSet;
+    TableSet& set = fixture.state.activeTables;
     set.CheckMultiHrt = checkSwitch;
     set.MultiHrtSeverity = severity;
     set.MultiHrtMaxCount = maxCount;
@@ -71,7 +71,7 @@ TEST(CheckMultipleHardReturns, AgreesWithRewritingMarkersOnRandomTexts)
             input += pieces[rng() % pieces.size()];
         const int maxCount = int(rng() % 4);
         RuleFixture fixture("");
-        TableSet& set = fixture.state.config.ActiveTableSet;
+        TableSet& set = fixture.state.activeTables;
         set.CheckMultiHrt = Switch::On;
         set.MultiHrtMaxCount = maxCount;
         const bool reported = !fixture.run(input).isEmpty();

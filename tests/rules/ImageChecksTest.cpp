@@ -21,7 +21,7 @@ struct ImageFixture {
     explicit ImageFixture(const QByteArray& routineRows = {})
         : rules(routineRows)
     {
-        TableSet& set = rules.state.config.ActiveTableSet;
+        TableSet& set = rules.state.activeTables;
         set.ImageExtension = QStringLiteral("eps, .tif");
         set.CheckImageZeroBytes = Switch::On;
         rules.state.config.ImagePath = rules.dir.mkdir("images");
@@ -72,7 +72,7 @@ TEST(ImageValidation, LooksEveryCalloutUpInTheInputsImageFolder)
         EXPECT_EQ(fixture.rules.run(c.input), c.expected) << c.name;
 
     // Without its switch an empty image passes.
-    fixture.rules.state.config.ActiveTableSet.CheckImageZeroBytes = Switch::Off;
+    fixture.rules.state.activeTables.CheckImageZeroBytes = Switch::Off;
     EXPECT_TRUE(fixture.rules.run("<graphic href=\"empty.tif\"/>").isEmpty());
 }
 
@@ -83,7 +83,7 @@ TEST(ImageValidation, TheRunReportsWhatNoFileCalledOutOnceAfterItsLastFile)
         fixture.deliver(name, "x");
     RunState& state = fixture.rules.state;
     const auto runTwoFiles = [&](Switch crossCheck) {
-        state.config.ActiveTableSet.CheckExcessImgFiles = crossCheck;
+        state.activeTables.CheckExcessImgFiles = crossCheck;
         StartImageCrossCheck(state.carriedStates);
         fixture.rules.run("<graphic href=\"a\"/>");
         fixture.rules.run("<graphic href=\"c.tif\"/><graphic href=\"missing\"/>");
@@ -143,7 +143,7 @@ TEST(ImageNames, ArticleIdentifierAndLengthRoutines)
     };
     for (const TableCase& c : cases) {
         ImageFixture fixture(c.rows);
-        fixture.rules.state.config.ActiveTableSet.ImageExtension.clear();
+        fixture.rules.state.activeTables.ImageExtension.clear();
         // Only the routines speak: every image is delivered.
         for (const char* name : { "INPUT-f1.tif", "fig2.tif", "jcs-1-f1", "jcs-2-f1", "x", "a", "b",
                  "f01.tif", "f02", "f3.eps", "f01", "f1" })
