@@ -108,9 +108,9 @@ void FillSingleFileRun(RunState& state, const QString& commandLine)
     }
     state.inputFileName = InputFileNameOf(state.inputPath);
     state.parentFolderPart = ParentFolderPartOf(state.inputPath);
-    state.outputFolder = state.config.OutputPath + state.parentFolderPart;
+    state.outputFolder = state.outputPath + state.parentFolderPart;
     state.currentInputPath = state.inputPath;
-    state.reportFolder = state.config.WorkPath;
+    state.reportFolder = state.workPath;
 
     makeRunFolder(state, state.outputFolder);
     if (!state.config.CreateLogFolder.isEmpty())
@@ -130,6 +130,8 @@ RunMode Main(RunState& state, const QString& commandLine)
     StartSpellingEngine(state);
     if (!LoadAllSupportTables(loading, SupportTableLoaders()))
         refuse();
+    state.workPath = state.config.WorkPath;
+    state.outputPath = state.config.OutputPath;
 
     state.inputPath = commandLine.trimmed();
     if (state.inputPath.isEmpty()) {

@@ -118,8 +118,6 @@ bool CheckConfiguredPaths(const ConfigurationLoading& loading, TempFolderClaim* 
     usable = checkFolderAccess(loading) && usable;
     if (!FolderServices::CheckWriteAccess(loading.ui, config.TempPath))
         return false;
-    config.SavedWorkPath = config.WorkPath;
-    config.SavedOutputPath = config.OutputPath;
     if (!claim)
         return usable;
     return ClaimTempFolder(loading.ui, config, *claim) && usable;

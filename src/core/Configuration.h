@@ -28,7 +28,4 @@ struct Configuration {
 
     TableSet DefaultTableSet;
     QList<TaskTableSet> Tasks; // zero-based here; the file's first task is Tasks[0]
-
-    QString SavedWorkPath;
-    QString SavedOutputPath;
 };

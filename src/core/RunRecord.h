@@ -75,6 +75,11 @@ struct RunRecord {
     QString outputFolder;
     QString currentInputPath;
     QString reportFolder; // where the reports go; ends with "/"
+    // The run's working and output folders: the configured WORKPATH and
+    // OUTPUTPATH, or the folders a batch was given (the window's next batch
+    // may be given others). Both end with "/".
+    QString workPath;
+    QString outputPath;
     // The tables and settings this run's task reads: the default set overlaid
     // with the task's own, chosen when the run (or the window's batch) starts.
     TableSet activeTables;

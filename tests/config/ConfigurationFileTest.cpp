@@ -179,7 +179,6 @@ TEST_F(ConfigurationFileTest, UnusableTempFolderIsNotExtended)
     EXPECT_FALSE(read());
     EXPECT_EQ(state.config.TempPath, "/proc/");
     EXPECT_FALSE(state.tempFolder.held());
-    EXPECT_TRUE(state.config.SavedWorkPath.isEmpty());
 }
 
 // Three tasks: T1 overrides a table, settings and plug-ins; T2 gives its

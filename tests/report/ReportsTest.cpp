@@ -59,7 +59,7 @@ protected:
     ReportRun()
     {
         state.reportFolder = tmp.mkdir("rep");
-        state.config.WorkPath = state.reportFolder;
+        state.workPath = state.reportFolder;
         state.outputFolder = tmp.mkdir("out");
         // Each call moves the clock one second on, from just before noon.
         state.report.now
