@@ -51,7 +51,7 @@ public:
         set.file(file) = root + name;
         for (const TableLoaderEntry& entry : SupportTableLoaders()) {
             if (entry.file == file)
-                entry.load({ ui_, state.config }, set);
+                entry.load({ ui_, state.ownInstallation().config }, set);
         }
     }
 

@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         // The sample installation names its folders relative to the repository root.
         QDir::setCurrent(QStringLiteral(QUORVANE_SOURCE_DIR));
         auto* made = new RunState(ui);
-        made->config.ApplicationPath = QStringLiteral(QUORVANE_SOURCE_DIR "/examples/");
+        made->ownInstallation().config.ApplicationPath = QStringLiteral(QUORVANE_SOURCE_DIR "/examples/");
         Main(*made, QString()); // start-up as the batch does it: configuration, engine, tables
         made->activeTables = TableSetForTask(ui, made->config, QStringLiteral("JRNL"));
         made->reportFolder = work.path() + '/';

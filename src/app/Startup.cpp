@@ -67,11 +67,10 @@ std::function<std::unique_ptr<SpellingEngine>()> engineFactory(const Configurati
 // The engine sits below the run's answer store. With answers kept from an
 // earlier run the dictionary is loaded only when a question finds none: a
 // batch run again often asks nothing new.
-void StartSpellingEngine(RunState& state)
+void StartSpellingEngine(RunState& state, SpellingState& spelling)
 {
     refuseUnloadableLexicon(state);
     const Configuration& config = state.config;
-    SpellingState& spelling = state.installation->spelling;
     spelling.makeEngine = engineFactory(config);
     auto store = spelling.cacheFolder.isEmpty()
         ? std::make_shared<SpellingAnswerStore>()
@@ -124,10 +123,11 @@ RunMode Main(RunState& state, const QString& commandLine)
     // A batch takes the temporary folder per batch, not for the life of its
     // window: an idle window must not keep every other run waiting.
     const bool batch = commandLine.trimmed().isEmpty();
-    const ConfigurationLoading loading { state.ui, state.config };
+    LoadedInstallation& installation = state.ownInstallation();
+    const ConfigurationLoading loading { state.ui, installation.config };
     if (!(batch ? ReadConfigurationFile(loading) : ReadConfigurationFile(loading, state.tempFolder)))
         refuse();
-    StartSpellingEngine(state);
+    StartSpellingEngine(state, installation.spelling);
     if (!LoadAllSupportTables(loading, SupportTableLoaders()))
         refuse();
     state.workPath = state.config.WorkPath;

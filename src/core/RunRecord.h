@@ -43,13 +43,9 @@ private:
 // file and its failures. A batch worker has one of its own over the run's
 // installation.
 struct RunRecord {
-    explicit RunRecord(OperatorInterface& operatorInterface)
-        : RunRecord(operatorInterface, std::make_shared<LoadedInstallation>())
-    {
-    }
-    // A run over an installation that other runs share, such as a batch
-    // worker's over the run's own.
-    RunRecord(OperatorInterface& operatorInterface, std::shared_ptr<LoadedInstallation> shared)
+    // The installation is read, never written, by the run; a batch worker's
+    // run shares the one of the run it works for.
+    RunRecord(OperatorInterface& operatorInterface, std::shared_ptr<const LoadedInstallation> shared)
         : ui(operatorInterface)
         , installation(std::move(shared))
         , config(installation->config)
@@ -60,11 +56,11 @@ struct RunRecord {
     RunRecord& operator=(const RunRecord&) = delete;
 
     OperatorInterface& ui;
-    std::shared_ptr<LoadedInstallation> installation;
+    std::shared_ptr<const LoadedInstallation> installation;
     // The installation's configuration and program name under their own
-    // names, for start-up, which fills them, and the code that reads them.
-    Configuration& config;
-    QString& programName; // names the program logs
+    // names, for the code that reads them.
+    const Configuration& config;
+    const QString& programName; // names the program logs
 
     // Run fields of start-up and the run windows.
     QString inputPath;

@@ -85,7 +85,7 @@ public:
 void startUp(const Installation& inst, RunState& state, const RecordingOperator& ui)
 {
     inst.writeConfiguration();
-    state.config.ApplicationPath = inst.appFolder() + "/";
+    state.ownInstallation().config.ApplicationPath = inst.appFolder() + "/";
     try {
         EXPECT_EQ(Main(state, QString()), RunMode::Batch);
     } catch (const RunAborted&) {
@@ -399,7 +399,7 @@ TEST(BatchJobs, WhatCannotBeKnownBeforeAFileRunsKeepsTheBatchOneAfterAnother)
     inst.writeConfiguration();
     RecordingOperator ui;
     RunState state(ui);
-    state.config.ApplicationPath = inst.appFolder() + "/";
+    state.ownInstallation().config.ApplicationPath = inst.appFolder() + "/";
     ASSERT_EQ(Main(state, QString()), RunMode::Batch);
     state.activeTables = TableSetForTask(ui, state.config, QString());
     const QString work = inst.workPath();

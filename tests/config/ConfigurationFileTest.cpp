@@ -26,8 +26,8 @@ ReadResult readFresh(const IniBuilder& builder, const QString& lineEnd = QString
     builder.write(lineEnd);
     RecordingOperator ui;
     RunState state(ui);
-    state.config.ApplicationPath = builder.appFolder();
-    const bool ok = ReadConfigurationFile({ state.ui, state.config }, state.tempFolder);
+    state.ownInstallation().config.ApplicationPath = builder.appFolder();
+    const bool ok = ReadConfigurationFile({ state.ui, state.ownInstallation().config }, state.tempFolder);
     return { ok, ui.messages, state.config };
 }
 
@@ -35,8 +35,8 @@ class ConfigurationFileTest : public ::testing::Test {
 protected:
     bool read()
     {
-        state.config.ApplicationPath = ini.appFolder();
-        return ReadConfigurationFile({ state.ui, state.config }, state.tempFolder);
+        state.ownInstallation().config.ApplicationPath = ini.appFolder();
+        return ReadConfigurationFile({ state.ui, state.ownInstallation().config }, state.tempFolder);
     }
 
     TempDir dir;

@@ -46,7 +46,7 @@ struct Fixture {
     {
         state.activeTables.file(SupportFile::RoutineDeclTbl)
             = dir.write("routine.tbl", "Tag | Routine | Parameter\r\n" + routineTable);
-        EXPECT_TRUE(LoadRoutineDeclTable({ op, state.config }, state.activeTables,
+        EXPECT_TRUE(LoadRoutineDeclTable({ op, state.ownInstallation().config }, state.activeTables,
             [&](const QString& name) { return FindRoutine(rules, name); }));
     }
 

@@ -24,7 +24,7 @@ struct ImageFixture {
         TableSet& set = rules.state.activeTables;
         set.ImageExtension = QStringLiteral("eps, .tif");
         set.CheckImageZeroBytes = Switch::On;
-        rules.state.config.ImagePath = rules.dir.mkdir("images");
+        rules.state.ownInstallation().config.ImagePath = rules.dir.mkdir("images");
         // The input lies in the fixture's folder: its name picks the image folder.
         folder = rules.state.config.ImagePath + QDir(rules.dir.path()).dirName() + "/";
         QDir().mkpath(folder);

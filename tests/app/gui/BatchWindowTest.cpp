@@ -49,7 +49,7 @@ struct Session {
         for (const QString& name : inputs)
             inst.writeInput(name, "<doc><fn fnref=\"1\">1 x</fn></doc>\r\n");
         inst.writeConfiguration();
-        state.config.ApplicationPath = inst.appFolder() + "/";
+        state.ownInstallation().config.ApplicationPath = inst.appFolder() + "/";
         if (Main(state, QString()) != RunMode::Batch)
             qFatal("the installation did not start in batch mode");
         window = std::make_unique<BatchWindow>(state);
