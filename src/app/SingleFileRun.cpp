@@ -53,8 +53,8 @@ QString RunOutsideProgram(RunState& state, const QString& program, const QString
 
 QString StageInputInTempFolder(RunState& state)
 {
-    // A run stages only once it holds its working subfolder; the configured
-    // folder itself is the place of last resort, as it always was.
+    // A run stages in the working subfolder it holds; one that holds none
+    // stages in the configured folder itself.
     const QString& folder = state.tempFolder.workingFolder;
     const QString staged = (folder.isEmpty() ? state.config.TempPath : folder) + state.inputFileName;
     if (state.inputPath.toUpper() == staged.toUpper())
