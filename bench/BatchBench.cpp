@@ -57,7 +57,7 @@ void BatchOfArticles(benchmark::State& bench)
 
     SilentOperator ui;
     RunState state(ui);
-    Configuration& config = state.config;
+    Configuration& config = state.ownInstallation().config;
     config.InputType = "FOLDERS";
     config.InputFileMask = "|xml|";
     config.TempPath = root + "temp/";

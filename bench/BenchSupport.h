@@ -47,11 +47,11 @@ public:
     void table(SupportFile file, const QString& name, const QByteArray& text)
     {
         WriteFile(root + name, text);
-        TableSet& set = state.config.ActiveTableSet;
+        TableSet& set = state.activeTables;
         set.file(file) = root + name;
         for (const TableLoaderEntry& entry : SupportTableLoaders()) {
             if (entry.file == file)
-                entry.load({ ui_, state.config }, set);
+                entry.load({ ui_, state.ownInstallation().config }, set);
         }
     }
 

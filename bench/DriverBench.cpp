@@ -109,7 +109,7 @@ void ValidateBook(benchmark::State& bench)
         attributeRows,
         "",
     };
-    run.state.config.ActiveTableSet.AttribRangeSeparators = { QStringLiteral("-"), QStringLiteral(" to ") };
+    run.state.activeTables.AttribRangeSeparators = { QStringLiteral("-"), QStringLiteral(" to ") };
     run.table(SupportFile::RoutineDeclTbl, "routine.tbl",
         "Tag | Routine | Parameter\r\n" + declared[bench.range(1)]);
     run.table(SupportFile::TextValidityTbl, "textvalidity.tbl", TextValidityRows());
@@ -160,7 +160,7 @@ QByteArray MakeNestedBook(qsizetype targetSize)
 void ValidateNestedBook(benchmark::State& bench)
 {
     BenchRun run;
-    TableSet& set = run.state.config.ActiveTableSet;
+    TableSet& set = run.state.activeTables;
     set.CheckMultiHrt = Switch::On;
     set.MultiHrtMaxCount = 2;
     run.table(SupportFile::RoutineDeclTbl, "routine.tbl",

@@ -38,12 +38,12 @@ void RunShape(benchmark::State& bench, const Shape& shape)
 
     HeadlessOperator ui;
     RunState state(ui);
-    TableSet& set = state.config.ActiveTableSet;
+    TableSet& set = state.activeTables;
     set.file(SupportFile::RoutineDeclTbl) = root + "routine.tbl";
     set.file(SupportFile::SpecialCharTbl) = root + "special.tbl";
     set.CheckSpecialChar = Switch::On;
-    LoadRoutineDeclTable({ ui, state.config }, set, RoutineNamed);
-    LoadSpecialCharTable({ ui, state.config }, set);
+    LoadRoutineDeclTable({ ui, state.ownInstallation().config }, set, RoutineNamed);
+    LoadSpecialCharTable({ ui, state.ownInstallation().config }, set);
     state.reportFolder = root;
     state.outputFolder = root;
     for (auto _ : bench) {

@@ -19,10 +19,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     SilentOperator ui;
     RunState state(ui);
-    state.config.ApplicationPath = dir.path() + '/';
+    state.ownInstallation().config.ApplicationPath = dir.path() + '/';
     try {
-        if (ReadConfigurationFile({ ui, state.config }, state.tempFolderLock))
-            SelectTaskTableSet({ ui, state.config }, QStringLiteral("JRNL"));
+        if (ReadConfigurationFile({ ui, state.ownInstallation().config }, state.tempFolder))
+            state.activeTables = TableSetForTask(ui, state.config, QStringLiteral("JRNL"));
     } catch (const RunAborted&) {
     }
     return 0;

@@ -27,7 +27,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         TableSet set;
         set.file(loader.file) = path;
         try {
-            loader.load({ ui, state.config }, set);
+            loader.load({ ui, state.ownInstallation().config }, set);
         } catch (const std::exception&) {
             // A pattern the engine rejects is a refusal the caller meets.
         }
@@ -35,9 +35,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // Rows of the special-character table are searched as a run would.
     TableSet set;
     set.file(SupportFile::SpecialCharTbl) = path;
-    if (LoadSpecialCharTable({ ui, state.config }, set)) {
-        state.config.ActiveTableSet = set;
-        state.config.ActiveTableSet.CheckSpecialChar = Switch::On;
+    if (LoadSpecialCharTable({ ui, state.ownInstallation().config }, set)) {
+        state.activeTables = set;
+        state.activeTables.CheckSpecialChar = Switch::On;
         state.file.wholeText = QString::fromUtf8(FuzzBytes(data, size));
         SplitLines(state.file);
         for (const RuleEntry& check : Rules().wholeFileChecks) {

@@ -24,9 +24,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         // The sample installation names its folders relative to the repository root.
         QDir::setCurrent(QStringLiteral(QUORVANE_SOURCE_DIR));
         auto* made = new RunState(ui);
-        made->config.ApplicationPath = QStringLiteral(QUORVANE_SOURCE_DIR "/examples/");
+        made->ownInstallation().config.ApplicationPath = QStringLiteral(QUORVANE_SOURCE_DIR "/examples/");
         Main(*made, QString()); // start-up as the batch does it: configuration, engine, tables
-        SelectTaskTableSet({ ui, made->config }, QStringLiteral("JRNL"));
+        made->activeTables = TableSetForTask(ui, made->config, QStringLiteral("JRNL"));
         made->reportFolder = work.path() + '/';
         made->outputFolder = work.path() + '/';
         return made;

@@ -24,7 +24,7 @@ int main(int argc, char** argv)
     }
     HeadlessOperator ui;
     RunState state(ui);
-    state.config.ApplicationPath = FolderServices::WithTrailingSlash(arguments[1]);
+    state.ownInstallation().config.ApplicationPath = FolderServices::WithTrailingSlash(arguments[1]);
     try {
         if (Main(state, QString()) != RunMode::Batch)
             return 2;

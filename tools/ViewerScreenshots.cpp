@@ -29,8 +29,9 @@ int main(int argc, char** argv)
     }
     SilentOperator ui;
     RunState state(ui);
-    state.config.ApplicationPath = FolderServices::WithTrailingSlash(arguments[1]);
-    if (!ReadConfigurationFile({ state.ui, state.config }))
+    Configuration& config = state.ownInstallation().config;
+    config.ApplicationPath = FolderServices::WithTrailingSlash(arguments[1]);
+    if (!ReadConfigurationFile({ state.ui, config }))
         return 2;
     const RecordedRun run
         = ReadRecordedRun(arguments[2], { state.config.InputPath, state.config.InputFileMask });

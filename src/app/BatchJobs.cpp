@@ -172,6 +172,7 @@ public:
         , state_(events_, main.installation)
     {
         state_.batchMode = true;
+        state_.activeTables = main.activeTables;
         state_.report.now = main.report.now; // rules that check dates ask the run's clock
         SeedCarriedTagState(state_.file, { main.file.openTags, {}, {}, {} });
     }
@@ -202,7 +203,8 @@ public:
         FileOutcome outcome;
         try {
             ValidateRunFile(state,
-                { events_, *state.installation, spelling_, state.carriedStates, events_, state.report.now },
+                { events_, *state.installation, state.activeTables, spelling_, state.carriedStates, events_,
+                    state.report.now },
                 Rules());
         } catch (...) {
             outcome.failure = std::current_exception();
@@ -494,7 +496,7 @@ int DefaultBatchJobs()
 
 QString SequentialBatchReason(const RunState& state, const BatchPlan& plan)
 {
-    const TableSet& active = state.config.ActiveTableSet;
+    const TableSet& active = state.activeTables;
     if (plan.files.size() < 2)
         return QStringLiteral("fewer than two files");
     // Outside programs have always seen one file at a time, and the staged

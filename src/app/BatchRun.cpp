@@ -167,11 +167,10 @@ struct WalkContext {
 
 void findOwnFolders(WalkContext& walk)
 {
-    const Configuration& config = walk.state.config;
     const std::pair<QString, const char*> folders[] = {
-        { config.WorkPath, "working" },
-        { config.OutputPath, "output" },
-        { config.TempPath, "temporary" },
+        { walk.state.workPath, "working" },
+        { walk.state.outputPath, "output" },
+        { walk.state.tempFolder.workingFolder, "temporary" },
     };
     for (const auto& [folder, role] : folders) {
         if (const std::optional<FolderId> id = folderId(folder))
@@ -215,9 +214,9 @@ void walkFolder(WalkContext& walk, const QString& folder)
         if (!entersFolder(walk, subfolder))
             continue;
         const QString relative = subfolder.mid(walk.root.size());
-        walk.reportFolder = walk.state.config.WorkPath + relative;
+        walk.reportFolder = walk.state.workPath + relative;
         FolderServices::MakeFolder(walk.reportFolder);
-        walk.outputFolder = walk.state.config.OutputPath + relative;
+        walk.outputFolder = walk.state.outputPath + relative;
         // Nested folders get their log folder too: without it the report
         // copies of their files would have nowhere to go.
         makeOutputFolders(walk.state, walk.outputFolder);
@@ -231,10 +230,10 @@ BatchPlan planBatch(RunState& state, const QString& inputFolder, const QStringLi
     BatchPlan plan;
     const Configuration& config = state.config;
     if (ListsFiles(config)) {
-        state.outputFolder = config.OutputPath + state.parentFolderPart;
+        state.outputFolder = state.outputPath + state.parentFolderPart;
         makeOutputFolders(state, state.outputFolder);
         for (const QString& name : selected)
-            plan.files.push_back({ inputFolder + name, config.WorkPath, state.outputFolder });
+            plan.files.push_back({ inputFolder + name, state.workPath, state.outputFolder });
         return plan;
     }
     plan.walked = true;
@@ -244,8 +243,8 @@ BatchPlan planBatch(RunState& state, const QString& inputFolder, const QStringLi
         const QString folder = inputFolder + name + QLatin1Char('/');
         if (!entersFolder(walk, folder))
             continue;
-        walk.reportFolder = config.WorkPath + name + QLatin1Char('/');
-        walk.outputFolder = config.OutputPath + name + QLatin1Char('/');
+        walk.reportFolder = state.workPath + name + QLatin1Char('/');
+        walk.outputFolder = state.outputPath + name + QLatin1Char('/');
         FolderServices::MakeFolder(walk.reportFolder);
         makeOutputFolders(state, walk.outputFolder);
         walkFolder(walk, folder);
@@ -318,7 +317,7 @@ void refuseInputsTheRunWrites(RunState& state, const BatchPlan& plan)
         state.outputFolder = file.outputFolder;
         refusal.check();
     }
-    state.reportFolder = state.config.WorkPath;
+    state.reportFolder = state.workPath;
 }
 
 // What the batch could not take in, and the folders it chose not to enter:
@@ -344,13 +343,13 @@ int refuseBatch(RunState& state)
 
 int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observer)
 {
-    Configuration& config = state.config;
+    const Configuration& config = state.config;
     // The boxes are prefixes of every report path: an operator who leaves off
     // the final "/" still means the folder.
-    config.WorkPath = WithTrailingSlash(request.workPath);
-    config.OutputPath = WithTrailingSlash(request.outputPath);
-    state.reportFolder = config.WorkPath;
-    state.outputFolder = config.OutputPath;
+    state.workPath = WithTrailingSlash(request.workPath);
+    state.outputPath = WithTrailingSlash(request.outputPath);
+    state.reportFolder = state.workPath;
+    state.outputFolder = state.outputPath;
     state.taskCode = request.taskCode.trimmed();
     if (request.selected.isEmpty()) {
         state.ui.messageBox(NoSelectionText(config), kProgramTitle, MessageIcon::Warning);
@@ -358,9 +357,9 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     }
     // Typed into a box or given on the command line, a folder may not be
     // there: a batch without its reports or copies must not pass for done.
-    bool usable = FolderServices::CheckWriteAccess(state.ui, config.WorkPath);
-    usable = FolderServices::CheckWriteAccess(state.ui, config.OutputPath) && usable;
-    if (!usable || !ClaimTempFolder({ state.ui, state.config }, state.tempFolderLock))
+    bool usable = FolderServices::CheckWriteAccess(state.ui, state.workPath);
+    usable = FolderServices::CheckWriteAccess(state.ui, state.outputPath) && usable;
+    if (!usable || !ClaimTempFolder(state.ui, state.config, state.tempFolder))
         return refuseBatch(state);
 
     state.batchMode = true;
@@ -374,7 +373,7 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
     state.findingSinks.runStarted(state.taskCode, state.report.now());
     const QString inputFolder = WithTrailingSlash(request.inputFolder);
     state.parentFolderPart = batchParentFolderPart(inputFolder);
-    SelectTaskTableSet({ state.ui, state.config }, state.taskCode);
+    state.activeTables = TableSetForTask(state.ui, state.config, state.taskCode);
     StartImageCrossCheck(state.carriedStates);
 
     const bool sharded = !request.shard.whole();
@@ -414,7 +413,7 @@ int RunBatch(RunState& state, const BatchRequest& request, BatchObserver& observ
         const int status = FinishShard(state, request, batchFiles, shardFindings.run());
         return refusedIfIncomplete < 0 ? status : refusedIfIncomplete;
     }
-    QString finished = QStringLiteral("Finish Processing! Please view the log file/s in ") + config.WorkPath;
+    QString finished = QStringLiteral("Finish Processing! Please view the log file/s in ") + state.workPath;
     // A batch with failed files must not end on the words of one that checked everything.
     if (state.report.failedFiles > 0)
         finished
@@ -493,8 +492,8 @@ int RunBatchCommand(RunState& state, const BatchCommand& command, BatchObserver&
     request.inputFolder = command.folder;
     request.selected = selected;
     request.taskCode = command.taskCode;
-    request.workPath = command.workPath.value_or(config.SavedWorkPath);
-    request.outputPath = command.outputPath.value_or(config.SavedOutputPath);
+    request.workPath = command.workPath.value_or(config.WorkPath);
+    request.outputPath = command.outputPath.value_or(config.OutputPath);
     request.jobs = command.jobs;
     request.unlisted = unlisted;
     request.shard = command.shard;

@@ -376,7 +376,7 @@ BatchPlan StartShard(RunState& state, BatchPlan whole, const ShardSpec& shard, i
 
 QString ShardRecordPath(const RunState& state)
 {
-    return state.config.WorkPath + state.programName + QStringLiteral("_Shard.json");
+    return state.workPath + state.programName + QStringLiteral("_Shard.json");
 }
 
 namespace {
@@ -384,7 +384,7 @@ namespace {
 bool writeRecord(RunState& state, const BatchRequest& request, const ShardSlice& slice, int totalFiles,
     const RunFindings& findings)
 {
-    const QString work = state.config.WorkPath;
+    const QString work = state.workPath;
     QJsonObject outputs;
     const std::pair<const char*, const QString*> asked[] = { { "json", &request.outputs.json },
         { "sarif", &request.outputs.sarif }, { "html", &request.outputs.html } };

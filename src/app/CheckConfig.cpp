@@ -174,10 +174,9 @@ void checkUnused(const ConfigurationLoading& loading, const QList<RunSetup>& set
 // nothing, or something else than they look like.
 // A task that takes its settings from the default set is not told again
 // what the default set was told.
-void checkRuleSettings(
-    const Configuration& config, const RunSetup& setup, QSet<QString>& told, TableLint& lint)
+void checkRuleSettings(const Configuration& config, const TableSet& active, const RunSetup& setup,
+    QSet<QString>& told, TableLint& lint)
 {
-    const TableSet& active = config.ActiveTableSet;
     QStringList found = ImageSetupProblems(active, declaredRoutines(active)) + FileNameSetupProblems(active);
     found.removeIf([&](const QString& problem) { return told.contains(problem); });
     if (setup.taskCode.isEmpty())
@@ -274,8 +273,7 @@ void forEachDeclarationTable(
     for (const RunSetup& setup : setups) {
         if (!setup.asked)
             continue;
-        SelectTaskTableSet(loading, setup.taskCode);
-        const TableSet& active = loading.config.ActiveTableSet;
+        const TableSet active = TableSetForTask(loading.ui, loading.config, setup.taskCode);
         if (const auto* table = active.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl))
             check(active, table);
     }
@@ -420,10 +418,10 @@ ConfigCheckResult CheckConfiguration(
     QSet<QString> used;
     QSet<QString> told;
     for (const RunSetup& setup : setups) {
-        SelectTaskTableSet(loading, setup.taskCode);
-        markUsed(config.ActiveTableSet, used);
+        const TableSet active = TableSetForTask(ui, config, setup.taskCode);
+        markUsed(active, used);
         if (setup.asked)
-            checkRuleSettings(config, setup, told, problems);
+            checkRuleSettings(config, active, setup, told, problems);
     }
     checkUnused(loading, setups, used, problems);
 

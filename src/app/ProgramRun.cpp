@@ -107,10 +107,11 @@ int RunProgram(const CommandLineOptions& options, OperatorInterface& ui,
                 deferred->leakAtExit();
         }
     } leaveDictionary { state };
-    state.config.ApplicationPath = ApplicationFolder(options);
+    LoadedInstallation& installation = state.ownInstallation();
+    installation.config.ApplicationPath = ApplicationFolder(options);
     state.pluginTimeoutSeconds = options.pluginTimeoutSeconds;
     if (!options.noCache)
-        state.installation->spelling.cacheFolder = options.cacheDir.value_or(DefaultSpellingCacheFolder());
+        installation.spelling.cacheFolder = options.cacheDir.value_or(DefaultSpellingCacheFolder());
     const FindingOutputPaths outputPaths { options.jsonPath, options.sarifPath, options.htmlPath };
     FindingOutputs outputs(kProgramTitle, QStringLiteral(QUORVANE_VERSION), outputPaths);
     if (outputPaths.any())

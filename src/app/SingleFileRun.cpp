@@ -53,7 +53,10 @@ QString RunOutsideProgram(RunState& state, const QString& program, const QString
 
 QString StageInputInTempFolder(RunState& state)
 {
-    const QString staged = state.config.TempPath + state.inputFileName;
+    // A run stages in the working subfolder it holds; one that holds none
+    // stages in the configured folder itself.
+    const QString& folder = state.tempFolder.workingFolder;
+    const QString staged = (folder.isEmpty() ? state.config.TempPath : folder) + state.inputFileName;
     if (state.inputPath.toUpper() == staged.toUpper())
         return {};
     QFile::remove(staged);
@@ -77,7 +80,7 @@ int ExitStatusOf(const RunState& state)
 // The file fails instead, with no validation and nothing passed on.
 void RunBeforePrograms(RunState& state)
 {
-    const TableSet& active = state.config.ActiveTableSet;
+    const TableSet& active = state.activeTables;
     if (active.InputPlugins.isEmpty())
         return;
     if (const QString failure = StageInputInTempFolder(state); !failure.isEmpty()) {
@@ -100,7 +103,7 @@ void RunAfterPrograms(RunState& state)
 {
     if (state.report.fileFailed())
         return;
-    for (const QString& program : state.config.ActiveTableSet.OutputPlugins) {
+    for (const QString& program : state.activeTables.OutputPlugins) {
         const QString failure = RunOutsideProgram(state, program, state.inputPath);
         if (!failure.isEmpty())
             state.report.runFailures.append(failure);
@@ -208,9 +211,9 @@ void InputRefusal::check()
                 + QStringLiteral(".\r\nMove it out of the working and output folders."));
     }
     if (insideRunTempFolder(linked)) {
-        const QString temp = state.config.TempPath;
+        const QString temp = state.tempFolder.workingFolder;
         // Left as it is: removing the folder at the end would take the input with it.
-        state.config.TempPath.chop(QLatin1String("Quorvane_Temp/").size());
+        state.tempFolder.workingFolder.clear();
         refuseInput(state,
             state.inputPath
                 + QStringLiteral(" lies in the temporary folder, which this run removes when it ends.\r\n"
@@ -223,8 +226,8 @@ void InputRefusal::check()
 // run ends. A file that is no link lies where its folder really is.
 bool InputRefusal::insideRunTempFolder(bool linked)
 {
-    const QString& temp = state_.config.TempPath;
-    if (!temp.endsWith(QLatin1String("Quorvane_Temp/")))
+    const QString& temp = state_.tempFolder.workingFolder;
+    if (temp.isEmpty())
         return false;
     const QString folder = canonicalFolder(temp);
     if (folder.isEmpty())
@@ -261,7 +264,7 @@ int RunSingleFile(RunState& state)
 int ValidateSingleFile(RunState& state)
 {
     state.findingSinks.runStarted(state.taskCode, state.report.now());
-    SelectTaskTableSet({ state.ui, state.config }, state.taskCode);
+    state.activeTables = TableSetForTask(state.ui, state.config, state.taskCode);
     StartImageCrossCheck(state.carriedStates);
     RefuseInputTheRunWrites(state);
     RemoveLeftoversOfKilledRuns(
@@ -289,15 +292,13 @@ void ReportImagesWithoutCallout(RunState& state)
 void ReleaseTempFolder(RunState& state)
 {
     RemoveRunTempFolder(state);
-    const QString suffix = QStringLiteral("Quorvane_Temp/");
-    if (state.config.TempPath.endsWith(suffix))
-        state.config.TempPath.chop(suffix.size());
-    state.tempFolderLock.reset();
+    state.tempFolder.workingFolder.clear();
+    state.tempFolder.lock.reset();
 }
 
 void RemoveRunTempFolder(RunState& state)
 {
-    const QString& temp = state.config.TempPath;
-    if (temp.endsWith(QLatin1String("Quorvane_Temp/")) && QFileInfo(temp).isDir())
+    const QString& temp = state.tempFolder.workingFolder;
+    if (!temp.isEmpty() && QFileInfo(temp).isDir())
         FolderServices::RemoveFolderTree(state.ui, temp);
 }

@@ -67,11 +67,10 @@ std::function<std::unique_ptr<SpellingEngine>()> engineFactory(const Configurati
 // The engine sits below the run's answer store. With answers kept from an
 // earlier run the dictionary is loaded only when a question finds none: a
 // batch run again often asks nothing new.
-void StartSpellingEngine(RunState& state)
+void StartSpellingEngine(RunState& state, SpellingState& spelling)
 {
     refuseUnloadableLexicon(state);
     const Configuration& config = state.config;
-    SpellingState& spelling = state.installation->spelling;
     spelling.makeEngine = engineFactory(config);
     auto store = spelling.cacheFolder.isEmpty()
         ? std::make_shared<SpellingAnswerStore>()
@@ -108,9 +107,9 @@ void FillSingleFileRun(RunState& state, const QString& commandLine)
     }
     state.inputFileName = InputFileNameOf(state.inputPath);
     state.parentFolderPart = ParentFolderPartOf(state.inputPath);
-    state.outputFolder = state.config.OutputPath + state.parentFolderPart;
+    state.outputFolder = state.outputPath + state.parentFolderPart;
     state.currentInputPath = state.inputPath;
-    state.reportFolder = state.config.WorkPath;
+    state.reportFolder = state.workPath;
 
     makeRunFolder(state, state.outputFolder);
     if (!state.config.CreateLogFolder.isEmpty())
@@ -124,12 +123,15 @@ RunMode Main(RunState& state, const QString& commandLine)
     // A batch takes the temporary folder per batch, not for the life of its
     // window: an idle window must not keep every other run waiting.
     const bool batch = commandLine.trimmed().isEmpty();
-    const ConfigurationLoading loading { state.ui, state.config };
-    if (!(batch ? ReadConfigurationFile(loading) : ReadConfigurationFile(loading, state.tempFolderLock)))
+    LoadedInstallation& installation = state.ownInstallation();
+    const ConfigurationLoading loading { state.ui, installation.config };
+    if (!(batch ? ReadConfigurationFile(loading) : ReadConfigurationFile(loading, state.tempFolder)))
         refuse();
-    StartSpellingEngine(state);
+    StartSpellingEngine(state, installation.spelling);
     if (!LoadAllSupportTables(loading, SupportTableLoaders()))
         refuse();
+    state.workPath = state.config.WorkPath;
+    state.outputPath = state.config.OutputPath;
 
     state.inputPath = commandLine.trimmed();
     if (state.inputPath.isEmpty()) {

@@ -161,10 +161,10 @@ int runCheckConfig(int argc, char** argv, const CommandLineOptions& options)
     QCoreApplication application(argc, argv);
     HeadlessOperator ui;
     RunState state(ui);
-    state.config.ApplicationPath = ApplicationFolder(options);
+    Configuration& config = state.ownInstallation().config;
+    config.ApplicationPath = ApplicationFolder(options);
     try {
-        const ConfigCheckResult result
-            = CheckConfiguration(ui, state.config, options.task, options.checkInput);
+        const ConfigCheckResult result = CheckConfiguration(ui, config, options.task, options.checkInput);
         for (const QString& problem : result.problems)
             std::printf("%s\n", qPrintable(problem));
         std::fflush(stdout);

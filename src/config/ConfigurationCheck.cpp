@@ -5,6 +5,7 @@
 #include "core/Configuration.h"
 #include "core/MoveFiles.h"
 #include "core/OperatorInterface.h"
+#include "core/TempFolderClaim.h"
 
 #include <QLockFile>
 #include <utility>
@@ -110,41 +111,38 @@ QString MissingConfigurationFields(const Configuration& config)
     return list;
 }
 
-bool CheckConfiguredPaths(const ConfigurationLoading& loading, std::unique_ptr<QLockFile>* tempFolderLock)
+bool CheckConfiguredPaths(const ConfigurationLoading& loading, TempFolderClaim* claim)
 {
     Configuration& config = loading.config;
     bool usable = checkLexicon(loading);
     usable = checkFolderAccess(loading) && usable;
     if (!FolderServices::CheckWriteAccess(loading.ui, config.TempPath))
         return false;
-    config.SavedWorkPath = config.WorkPath;
-    config.SavedOutputPath = config.OutputPath;
-    if (!tempFolderLock)
+    if (!claim)
         return usable;
-    return ClaimTempFolder(loading, *tempFolderLock) && usable;
+    return ClaimTempFolder(loading.ui, config, *claim) && usable;
 }
 
-bool ClaimTempFolder(const ConfigurationLoading& loading, std::unique_ptr<QLockFile>& tempFolderLock)
+bool ClaimTempFolder(OperatorInterface& ui, const Configuration& config, TempFolderClaim& claim)
 {
-    Configuration& config = loading.config;
-    const QString suffix = QStringLiteral("Quorvane_Temp/");
-    if (tempFolderLock && config.TempPath.endsWith(suffix))
+    if (claim.held())
         return true;
     // Runs that share a temporary folder take turns: one run's clean-up would
     // otherwise delete the input another run has staged there.
-    tempFolderLock = std::make_unique<QLockFile>(config.TempPath + QStringLiteral("Quorvane_Temp.lock"));
-    tempFolderLock->setStaleLockTime(0); // only a lock whose process is gone is stale
-    if (!tempFolderLock->tryLock(0)) {
-        loading.ui.diagnostic(QStringLiteral("waiting for another run that uses %1").arg(config.TempPath));
-        tempFolderLock->lock();
+    claim.lock = std::make_unique<QLockFile>(config.TempPath + QStringLiteral("Quorvane_Temp.lock"));
+    claim.lock->setStaleLockTime(0); // only a lock whose process is gone is stale
+    if (!claim.lock->tryLock(0)) {
+        ui.diagnostic(QStringLiteral("waiting for another run that uses %1").arg(config.TempPath));
+        claim.lock->lock();
     }
-    if (!FolderServices::MakeFolder(config.TempPath + suffix)) {
+    const QString folder = config.TempPath + QStringLiteral("Quorvane_Temp/");
+    if (!FolderServices::MakeFolder(folder)) {
         // Only possible when something else already holds that name.
-        loading.ui.messageBox(config.TempPath + suffix + QStringLiteral(" could not be created."),
-            kProgramTitle, MessageIcon::Critical);
-        tempFolderLock.reset();
+        ui.messageBox(
+            folder + QStringLiteral(" could not be created."), kProgramTitle, MessageIcon::Critical);
+        claim.lock.reset();
         return false;
     }
-    config.TempPath += suffix;
+    claim.workingFolder = folder;
     return true;
 }

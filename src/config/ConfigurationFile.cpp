@@ -209,8 +209,8 @@ void resetBeforeReading(Configuration& config)
 
 namespace {
 
-// A null lock leaves the temporary folder alone.
-bool readConfiguration(const ConfigurationLoading& loading, std::unique_ptr<QLockFile>* tempFolderLock)
+// A null claim leaves the temporary folder alone.
+bool readConfiguration(const ConfigurationLoading& loading, TempFolderClaim* claim)
 {
     Configuration& config = loading.config;
     if (!config.ApplicationPath.isEmpty())
@@ -238,7 +238,7 @@ bool readConfiguration(const ConfigurationLoading& loading, std::unique_ptr<QLoc
             kProgramTitle, MessageIcon::Warning);
         return false;
     }
-    return CheckConfiguredPaths(loading, tempFolderLock);
+    return CheckConfiguredPaths(loading, claim);
 }
 
 } // namespace
@@ -248,9 +248,9 @@ bool ReadConfigurationFile(const ConfigurationLoading& loading)
     return readConfiguration(loading, nullptr);
 }
 
-bool ReadConfigurationFile(const ConfigurationLoading& loading, std::unique_ptr<QLockFile>& tempFolderLock)
+bool ReadConfigurationFile(const ConfigurationLoading& loading, TempFolderClaim& claim)
 {
-    return readConfiguration(loading, &tempFolderLock);
+    return readConfiguration(loading, &claim);
 }
 
 namespace {
@@ -306,22 +306,22 @@ void overlayTaskSet(TableSet& active, const TableSet& task)
 
 } // namespace
 
-void SelectTaskTableSet(const ConfigurationLoading& loading, const QString& taskCode)
+TableSet TableSetForTask(OperatorInterface& ui, const Configuration& config, const QString& taskCode)
 {
-    Configuration& config = loading.config;
-    config.ActiveTableSet = config.DefaultTableSet;
+    TableSet active = config.DefaultTableSet;
     if (taskCode.isEmpty())
-        return;
+        return active;
     const QString wanted = taskCode.toUpper();
     for (const TaskTableSet& task : config.Tasks) {
         if (task.TaskCode.toUpper() == wanted) {
-            overlayTaskSet(config.ActiveTableSet, task.set);
-            return;
+            overlayTaskSet(active, task.set);
+            return active;
         }
     }
     // Falling back to the default tables is right for a task without tables of
     // its own, but a mistyped task code should not pass unnoticed.
-    loading.ui.diagnostic(QStringLiteral(
+    ui.diagnostic(QStringLiteral(
         "task code %1 is not named by any [TASK] section of Quorvane.INI; the default tables are used")
-                              .arg(taskCode));
+                      .arg(taskCode));
+    return active;
 }

@@ -13,7 +13,7 @@ struct Configuration {
     QString InputPath;
     QString ImagePath;
     QString OutputPath;
-    QString TempPath; // after validation extended by "Quorvane_Temp/"
+    QString TempPath; // as configured; a run works in a subfolder it claims (TempFolderClaim)
     QString CreateLogFolder;
     QString InputType;
     QString EditorProgram;
@@ -28,8 +28,4 @@ struct Configuration {
 
     TableSet DefaultTableSet;
     QList<TaskTableSet> Tasks; // zero-based here; the file's first task is Tasks[0]
-    TableSet ActiveTableSet;
-
-    QString SavedWorkPath;
-    QString SavedOutputPath;
 };

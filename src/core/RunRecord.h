@@ -7,8 +7,8 @@
 #include "core/RuleFileState.h"
 #include "core/SpellingEngine.h"
 #include "core/TableLint.h"
+#include "core/TempFolderClaim.h"
 
-#include <QLockFile>
 #include <QString>
 #include <cstdint>
 #include <memory>
@@ -43,13 +43,9 @@ private:
 // file and its failures. A batch worker has one of its own over the run's
 // installation.
 struct RunRecord {
-    explicit RunRecord(OperatorInterface& operatorInterface)
-        : RunRecord(operatorInterface, std::make_shared<LoadedInstallation>())
-    {
-    }
-    // A run over an installation that other runs share, such as a batch
-    // worker's over the run's own.
-    RunRecord(OperatorInterface& operatorInterface, std::shared_ptr<LoadedInstallation> shared)
+    // The installation is read, never written, by the run; a batch worker's
+    // run shares the one of the run it works for.
+    RunRecord(OperatorInterface& operatorInterface, std::shared_ptr<const LoadedInstallation> shared)
         : ui(operatorInterface)
         , installation(std::move(shared))
         , config(installation->config)
@@ -60,11 +56,11 @@ struct RunRecord {
     RunRecord& operator=(const RunRecord&) = delete;
 
     OperatorInterface& ui;
-    std::shared_ptr<LoadedInstallation> installation;
+    std::shared_ptr<const LoadedInstallation> installation;
     // The installation's configuration and program name under their own
-    // names, for start-up, which fills them, and the code that reads them.
-    Configuration& config;
-    QString& programName; // names the program logs
+    // names, for the code that reads them.
+    const Configuration& config;
+    const QString& programName; // names the program logs
 
     // Run fields of start-up and the run windows.
     QString inputPath;
@@ -75,6 +71,14 @@ struct RunRecord {
     QString outputFolder;
     QString currentInputPath;
     QString reportFolder; // where the reports go; ends with "/"
+    // The run's working and output folders: the configured WORKPATH and
+    // OUTPUTPATH, or the folders a batch was given (the window's next batch
+    // may be given others). Both end with "/".
+    QString workPath;
+    QString outputPath;
+    // The tables and settings this run's task reads: the default set overlaid
+    // with the task's own, chosen when the run (or the window's batch) starts.
+    TableSet activeTables;
 
     // What rules carry from file to file; never cleared within a run.
     RuleRunStates carriedStates;
@@ -84,8 +88,8 @@ struct RunRecord {
     // pass for checked, whatever its reports say.
     int checkFailures = 0;
 
-    // Held while this run uses its temporary folder; released when the run ends.
-    std::unique_ptr<QLockFile> tempFolderLock;
+    // The temporary folder while this run uses it; released when the run ends.
+    TempFolderClaim tempFolder;
     // Seconds an outside program may run before it is stopped; 0 waits for ever.
     int pluginTimeoutSeconds = 0;
     FindingSinks findingSinks; // outputs beside the fixed reports

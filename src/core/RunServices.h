@@ -17,6 +17,8 @@
 struct RunServices {
     OperatorInterface& ui;
     const LoadedInstallation& installation;
+    // The tables and settings of the run's task.
+    const TableSet& tables;
     SpellingState& spelling;
     RuleRunStates& carriedStates;
     FindingReceiver& findings;

@@ -31,9 +31,8 @@ void runWithContext(FileRecord& state, const RunServices& run, Routine routine)
     ReportedFindings findings(state, run);
     RuleContext context { state.context, state.openTags, state.openTagNames, state.wholeText,
         state.deliveredPath, state.lineStarts, state.toolkit, run.spelling, state.routineParameter,
-        state.parameterSeverity, state.contextElement, run.installation.config.ActiveTableSet,
-        run.installation.config.ImagePath, run.installation.config.ImageFolder, state.ownFileState,
-        state.ownRunState, run.now, findings };
+        state.parameterSeverity, state.contextElement, run.tables, run.installation.config.ImagePath,
+        run.installation.config.ImageFolder, state.ownFileState, state.ownRunState, run.now, findings };
     routine(context);
 }
 
@@ -74,8 +73,7 @@ const RuleEntry* FindRoutine(const RuleBook& rules, const QString& upperName)
 
 void DispatchRow(FileRecord& state, const RunServices& run, int row)
 {
-    const auto* table
-        = run.installation.config.ActiveTableSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
+    const auto* table = run.tables.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
     if (!table || row < 1 || row > table->rows.size())
         return;
     const RoutineDeclRow& declared = table->rows[row - 1];

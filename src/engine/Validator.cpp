@@ -16,7 +16,7 @@ namespace {
 
 const RoutineDeclTable* declarations(const RunServices& run)
 {
-    return run.installation.config.ActiveTableSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
+    return run.tables.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
 }
 
 bool isLetter(QChar c)
@@ -27,7 +27,7 @@ bool isLetter(QChar c)
 void runWholeFileChecks(FileRecord& state, const RunServices& run, const RuleBook& rules)
 {
     for (const RuleEntry& check : rules.wholeFileChecks) {
-        if (SwitchedOn(check, run.installation.config.ActiveTableSet))
+        if (SwitchedOn(check, run.tables))
             RunRule(state, run, check);
     }
 }

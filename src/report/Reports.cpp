@@ -759,7 +759,7 @@ void OpenProgramLogs(RunRecord& state)
     writeLine(report.programLog.get(), started);
     writeLine(report.programLog.get(), kProgramLogRule);
     report.errorViewLog
-        = createLog(state, state.config.WorkPath + state.programName + QStringLiteral("_ErrView.LOG"));
+        = createLog(state, state.workPath + state.programName + QStringLiteral("_ErrView.LOG"));
     writeLine(report.errorViewLog.get(), kProgramTitle);
     writeLine(report.errorViewLog.get(), started);
 }
@@ -782,8 +782,8 @@ QStringList FilesTheRunWrites(const RunRecord& state)
     QStringList files { reports + QStringLiteral(".ERR"), reports + QStringLiteral(".WRN"),
         partial(reports + QStringLiteral(".ERR")), partial(reports + QStringLiteral(".WRN")),
         // Written or removed whichever editor is configured.
-        editorFilePath(state), config.WorkPath + state.programName + QStringLiteral(".LOG"),
-        config.WorkPath + state.programName + QStringLiteral("_ErrView.LOG"), state.outputFolder + name,
+        editorFilePath(state), state.workPath + state.programName + QStringLiteral(".LOG"),
+        state.workPath + state.programName + QStringLiteral("_ErrView.LOG"), state.outputFolder + name,
         copies + baseName + QStringLiteral(".ERR"), copies + baseName + QStringLiteral(".WRN") };
     if (!state.batchMode && config.EditorProgram.compare(u"KV7", Qt::CaseInsensitive) == 0)
         files << reports + QStringLiteral(".LOG");

@@ -85,7 +85,7 @@ public:
 void startUp(const Installation& inst, RunState& state, const RecordingOperator& ui)
 {
     inst.writeConfiguration();
-    state.config.ApplicationPath = inst.appFolder() + "/";
+    state.ownInstallation().config.ApplicationPath = inst.appFolder() + "/";
     try {
         EXPECT_EQ(Main(state, QString()), RunMode::Batch);
     } catch (const RunAborted&) {
@@ -165,8 +165,7 @@ BatchResult runBatch(const Installation& inst, const QString& name, int jobs,
             << QStringLiteral("%1 %2:%3").arg(last->tagText).arg(last->lineNumber).arg(last->filePosition);
     const auto* carried
         = static_cast<const TextValidityRunState*>(state.carriedStates.find(MakeTextValidityRunState));
-    if (const auto* table
-        = state.config.ActiveTableSet.loaded<TextValidityTable>(SupportFile::TextValidityTbl)) {
+    if (const auto* table = state.activeTables.loaded<TextValidityTable>(SupportFile::TextValidityTbl)) {
         for (const TextValidityRow& row : table->rows)
             result.stepNumbers << (carried ? carried->numberOf(row) : row.number);
     }
@@ -400,17 +399,17 @@ TEST(BatchJobs, WhatCannotBeKnownBeforeAFileRunsKeepsTheBatchOneAfterAnother)
     inst.writeConfiguration();
     RecordingOperator ui;
     RunState state(ui);
-    state.config.ApplicationPath = inst.appFolder() + "/";
+    state.ownInstallation().config.ApplicationPath = inst.appFolder() + "/";
     ASSERT_EQ(Main(state, QString()), RunMode::Batch);
-    SelectTaskTableSet({ ui, state.config }, QString());
+    state.activeTables = TableSetForTask(ui, state.config, QString());
     const QString work = inst.workPath();
     const QString out = inst.outputPath();
     const BatchPlan two { { { "/in/a.xml", work, out }, { "/in/b.xml", work, out } }, true };
 
     // The pair routines keep what they know per file: they run side by side.
     EXPECT_EQ(SequentialBatchReason(state, two), QString());
-    state.config.ActiveTableSet = state.config.DefaultTableSet;
-    state.config.ActiveTableSet.tables = {};
+    state.activeTables = state.config.DefaultTableSet;
+    state.activeTables.tables = {};
     EXPECT_EQ(SequentialBatchReason(state, two), QString());
 
     struct Row {
@@ -432,8 +431,8 @@ TEST(BatchJobs, WhatCannotBeKnownBeforeAFileRunsKeepsTheBatchOneAfterAnother)
             {}, {}, false },
     };
     for (const Row& row : rows) {
-        state.config.ActiveTableSet.InputPlugins = row.inputPlugins;
-        state.config.ActiveTableSet.OutputPlugins = row.outputPlugins;
+        state.activeTables.InputPlugins = row.inputPlugins;
+        state.activeTables.OutputPlugins = row.outputPlugins;
         EXPECT_EQ(!SequentialBatchReason(state, row.plan).isEmpty(), row.sequential) << row.why;
     }
 }

@@ -37,7 +37,7 @@ protected:
     {
         inst.writeTable("routinedecltbl.tbl", "Tag | Routine | Parameter\r\n<fn> | UNDELFNREF | E\r\n");
         inst.writeConfiguration();
-        state.config.ApplicationPath = inst.appFolder() + "/";
+        state.ownInstallation().config.ApplicationPath = inst.appFolder() + "/";
         ASSERT_EQ(Main(state, QString()), RunMode::Batch);
     }
     QString input(const QString& relativePath, const QByteArray& content = kClean)
@@ -161,7 +161,7 @@ TEST_F(BatchRunTest, NothingSelectedWarnsAndRunsNothing)
     const Row rows[] = { { "FILES", "No file(s) selected !" }, { "SGML", "No folder(s) selected !" } };
     startUp();
     for (const Row& row : rows) {
-        state.config.InputType = row.inputType;
+        state.ownInstallation().config.InputType = row.inputType;
         state.taskCode.clear();
         ui.messages.clear();
         const BatchRequest empty { inst.inputPath(), {}, "T1", inst.workPath(), inst.outputPath() };
@@ -216,10 +216,10 @@ TEST_F(BatchRunTest, ListedFilesRunTheirBeforeProgramsBeforeTheReportsOpenWalked
     const QString staged = inst.tempPath() + "Quorvane_Temp/";
 
     qputenv("REPORTS", inst.workPath().toUtf8());
-    state.config.InputType = "FILES";
+    state.ownInstallation().config.InputType = "FILES";
     RunBatch(state, request(inst.inputPath(), { "b.xml" }), observer);
     qputenv("REPORTS", (inst.workPath() + "j1").toUtf8());
-    state.config.InputType = "SGML";
+    state.ownInstallation().config.InputType = "SGML";
     RunBatch(state, request(inst.inputPath(), { "j1" }), observer);
     qunsetenv("REPORTS");
 
@@ -290,7 +290,7 @@ TEST_F(BatchRunTest, NextAllocatedFolderIsTheJobFilesFirstNameBelowTheCurrentFol
         { nullptr, "", jobFile + " doesn't exist!" },
         { " \r\n\r\n", "", jobFile + " names no job folder!" },
     };
-    state.config.KlmxIniFile = jobFile;
+    state.ownInstallation().config.KlmxIniFile = jobFile;
     for (const Row& row : rows) {
         QFile::remove(jobFile);
         if (row.content) {
@@ -351,6 +351,35 @@ TEST_F(BatchRunTest, TheWalkNamesWhatItCannotTakeAndFollowsFolderLinksOnce)
             "3/3 " + in + "j1/l1/c.xml", "finished" }));
     EXPECT_TRUE(exists(inst.workPath() + "j1/l1/c.ERR"));
     EXPECT_FALSE(exists(inst.workPath() + "j1/l2"));
+}
+
+// The window runs one batch after another on one record: the folders one
+// batch was given are its own, and the next batch without any writes where
+// the configuration says.
+TEST_F(BatchRunTest, FoldersGivenToOneBatchAreNotTheNextOnes)
+{
+    startUp();
+    input("j1/a.xml", kWithError);
+    const QString otherWork = inst.root() + "otherWork/";
+    const QString otherOutput = inst.root() + "otherOutput/";
+    QDir().mkpath(otherWork);
+    QDir().mkpath(otherOutput);
+    BatchCommand command;
+    command.folder = inst.inputPath();
+    command.workPath = otherWork;
+    command.outputPath = otherOutput;
+    EXPECT_EQ(RunBatchCommand(state, command, observer), ExitStatus::ErrorsFound);
+    EXPECT_TRUE(exists(otherWork + "j1/a.ERR"));
+    EXPECT_TRUE(exists(otherWork + "quorvane.LOG"));
+    EXPECT_FALSE(exists(inst.workPath() + "quorvane.LOG"));
+
+    command.workPath.reset();
+    command.outputPath.reset();
+    EXPECT_EQ(RunBatchCommand(state, command, observer), ExitStatus::ErrorsFound);
+    EXPECT_TRUE(exists(inst.workPath() + "j1/a.ERR"));
+    EXPECT_TRUE(exists(inst.workPath() + "quorvane.LOG"));
+    EXPECT_TRUE(exists(inst.outputPath() + "j1"));
+    EXPECT_EQ(state.config.WorkPath, inst.workPath());
 }
 
 TEST_F(BatchRunTest, TheWholeListNamesWhatItCannotShow)
@@ -423,7 +452,7 @@ TEST_F(BatchRunTest, AnInputTheBatchWouldWriteIsRefusedBeforeAnythingIsWritten)
     };
     startUp();
     for (const Row& row : rows) {
-        state.config.InputType = row.inputType;
+        state.ownInstallation().config.InputType = row.inputType;
         const QString in = inst.inputPath();
         const QByteArray kept = "<doc>kept</doc>\r\n";
         QString keptAt = in + row.refused;

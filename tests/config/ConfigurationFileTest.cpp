@@ -26,8 +26,8 @@ ReadResult readFresh(const IniBuilder& builder, const QString& lineEnd = QString
     builder.write(lineEnd);
     RecordingOperator ui;
     RunState state(ui);
-    state.config.ApplicationPath = builder.appFolder();
-    const bool ok = ReadConfigurationFile({ state.ui, state.config }, state.tempFolderLock);
+    state.ownInstallation().config.ApplicationPath = builder.appFolder();
+    const bool ok = ReadConfigurationFile({ state.ui, state.ownInstallation().config }, state.tempFolder);
     return { ok, ui.messages, state.config };
 }
 
@@ -35,8 +35,8 @@ class ConfigurationFileTest : public ::testing::Test {
 protected:
     bool read()
     {
-        state.config.ApplicationPath = ini.appFolder();
-        return ReadConfigurationFile({ state.ui, state.config }, state.tempFolderLock);
+        state.ownInstallation().config.ApplicationPath = ini.appFolder();
+        return ReadConfigurationFile({ state.ui, state.ownInstallation().config }, state.tempFolder);
     }
 
     TempDir dir;
@@ -53,8 +53,9 @@ TEST_F(ConfigurationFileTest, BaseConfigurationPassesAndPreparesTheFolders)
     // Where a batch writes by default, and that no write probe is left in the
     // folders, the golden runs of the samples show.
     EXPECT_EQ(state.config.WorkPath, ini.folder("work") + "/");
-    EXPECT_EQ(state.config.TempPath, ini.folder("temp") + "/Quorvane_Temp/");
-    EXPECT_TRUE(QFileInfo(state.config.TempPath).isDir());
+    EXPECT_EQ(state.config.TempPath, ini.folder("temp") + "/");
+    EXPECT_EQ(state.tempFolder.workingFolder, ini.folder("temp") + "/Quorvane_Temp/");
+    EXPECT_TRUE(QFileInfo(state.tempFolder.workingFolder).isDir());
 }
 
 struct EffectRow {
@@ -177,7 +178,7 @@ TEST_F(ConfigurationFileTest, UnusableTempFolderIsNotExtended)
     ini.set("TEMPPATH", "/proc").write();
     EXPECT_FALSE(read());
     EXPECT_EQ(state.config.TempPath, "/proc/");
-    EXPECT_TRUE(state.config.SavedWorkPath.isEmpty());
+    EXPECT_FALSE(state.tempFolder.held());
 }
 
 // Three tasks: T1 overrides a table, settings and plug-ins; T2 gives its
@@ -249,8 +250,7 @@ TEST_F(TaskSetTest, TaskSectionsFillTheirOwnSets)
 // gives are here.
 TEST_F(TaskSetTest, SelectedTaskOverlaysTheDefaultSet)
 {
-    SelectTaskTableSet({ state.ui, state.config }, "t1");
-    TableSet& active = state.config.ActiveTableSet;
+    const TableSet active = TableSetForTask(state.ui, state.config, "t1");
     EXPECT_EQ(active.MultiHrtSeverity, Severity::Error);
     EXPECT_EQ(active.CheckSpecialChar, Switch::On);
     EXPECT_EQ(active.InvalidFilenameChars, (QStringList { "#", "%" }));
@@ -260,9 +260,7 @@ TEST_F(TaskSetTest, SelectedTaskOverlaysTheDefaultSet)
 TEST_F(TaskSetTest, UnknownOrEmptyTaskCodeKeepsTheDefaultSet)
 {
     for (const QString code : { "", "T3", "T1 " }) {
-        state.config.ActiveTableSet = TableSet {};
-        SelectTaskTableSet({ state.ui, state.config }, code);
-        const TableSet& active = state.config.ActiveTableSet;
+        const TableSet active = TableSetForTask(state.ui, state.config, code);
         EXPECT_EQ(active.file(SupportFile::RoutineDeclTbl), "routinedecltbl.tbl") << code.toStdString();
         EXPECT_EQ(active.ImageExtension, ".tif") << code.toStdString();
         EXPECT_EQ(active.MultiHrtMaxCount, 3) << code.toStdString();

@@ -53,7 +53,8 @@ TEST(RoutineDeclTable, LoadsRowsContinuationsAndTheIndex)
         TableSet set;
         set.file(SupportFile::RoutineDeclTbl)
             = dir.write("r.tbl", "Tag | Routine | Parameter\r\n" + row.body);
-        ASSERT_TRUE(LoadRoutineDeclTable({ state.ui, state.config }, set, RoutineNamed)) << row.name;
+        ASSERT_TRUE(LoadRoutineDeclTable({ state.ui, state.ownInstallation().config }, set, RoutineNamed))
+            << row.name;
         const auto* table = set.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
         ASSERT_NE(table, nullptr);
         EXPECT_EQ(describe(*table), row.rows) << row.name;
@@ -75,7 +76,8 @@ TEST(TableReading, EveryLoaderReportsAnUnreadableTable)
             RunState state(op);
             TableSet set;
             set.file(entry.file) = path;
-            EXPECT_FALSE(entry.load({ state.ui, state.config }, set)) << static_cast<int>(entry.file);
+            EXPECT_FALSE(entry.load({ state.ui, state.ownInstallation().config }, set))
+                << static_cast<int>(entry.file);
             ASSERT_EQ(op.messages.size(), 1) << static_cast<int>(entry.file);
             EXPECT_TRUE(op.messages[0].text.startsWith("Error while reading " + path + "!  -- Error: "))
                 << op.messages[0].text.toStdString();
@@ -103,7 +105,8 @@ struct SupportTables : ::testing::Test {
     SupportTables()
     {
         for (int i = 0; i < kSupportFileCount; ++i)
-            state.config.DefaultTableSet.files[i] = dir.write(QString("t%1.tbl").arg(i), "Header\r\n");
+            state.ownInstallation().config.DefaultTableSet.files[i]
+                = dir.write(QString("t%1.tbl").arg(i), "Header\r\n");
     }
 };
 
@@ -111,13 +114,13 @@ struct SupportTables : ::testing::Test {
 
 TEST_F(SupportTables, LoadsTheDefaultSetThenEveryTask)
 {
-    TableSet& defaults = state.config.DefaultTableSet;
+    TableSet& defaults = state.ownInstallation().config.DefaultTableSet;
     defaults.file(SupportFile::RoutineDeclTbl) = dir.write("r.tbl", "h\r\n<a> | NOHRT | x\r\n");
     TaskTableSet task { "T1", {} };
     task.set.file(SupportFile::RoutineDeclTbl) = dir.write("r1.tbl", "h\r\n<b> | WITHHRT | y\r\n");
-    state.config.Tasks.append(task);
+    state.ownInstallation().config.Tasks.append(task);
 
-    ASSERT_TRUE(LoadAllSupportTables({ state.ui, state.config }, SupportTableLoaders()));
+    ASSERT_TRUE(LoadAllSupportTables({ state.ui, state.ownInstallation().config }, SupportTableLoaders()));
     EXPECT_EQ(defaults.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl)->index.text(), "[a]");
     const TableSet& taskSet = state.config.Tasks[0].set;
     EXPECT_EQ(taskSet.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl)->index.text(), "[b]");
@@ -129,14 +132,14 @@ TEST_F(SupportTables, LoadsTheDefaultSetThenEveryTask)
 
 TEST_F(SupportTables, ListsMissingTablesOfTheDefaultSetThenOfTheTasks)
 {
-    TableSet& defaults = state.config.DefaultTableSet;
+    TableSet& defaults = state.ownInstallation().config.DefaultTableSet;
     defaults.file(SupportFile::NoHRTDeclTbl) = "gone1.tbl";
     defaults.file(SupportFile::ImageValidationTbl) = "gone2.tbl";
     TaskTableSet task { "T1", {} };
     task.set.file(SupportFile::SpecialCharTbl) = "gone3.tbl";
-    state.config.Tasks.append(task);
+    state.ownInstallation().config.Tasks.append(task);
 
-    EXPECT_FALSE(LoadAllSupportTables({ state.ui, state.config }, SupportTableLoaders()));
+    EXPECT_FALSE(LoadAllSupportTables({ state.ui, state.ownInstallation().config }, SupportTableLoaders()));
     ASSERT_EQ(op.messages.size(), 1);
     EXPECT_EQ(op.messages[0].text, "Missing Support File/s:\r\n\r\ngone1.tbl\r\ngone2.tbl\r\ngone3.tbl");
     EXPECT_EQ(op.messages[0].icon, MessageIcon::Warning);

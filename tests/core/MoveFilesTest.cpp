@@ -18,7 +18,7 @@ class MoveFilesTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        state.config.ApplicationPath = dir.mkdir("app");
+        state.ownInstallation().config.ApplicationPath = dir.mkdir("app");
         dir.write("app/tool.sh", "#!/bin/sh\n");
         dir.write("data/file.txt", "x");
         dir.mkdir("data/sub");

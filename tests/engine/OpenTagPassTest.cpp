@@ -49,7 +49,7 @@ void expectPassAgreesWithDriver(const QStringList& paths)
 {
     RecordingOperator ui;
     RunState state(ui);
-    state.config.Utf8Input = true;
+    state.ownInstallation().config.Utf8Input = true;
     const std::vector<OpenTagEffect> effects = OpenTagEffectsOfFiles(paths, true, 2);
     QList<ValidationContext> predicted;
     // A worker's list, carried from file to file with its count by name.

@@ -44,9 +44,9 @@ struct Fixture {
 
     explicit Fixture(const QByteArray& routineTable, const RuleBook& rules = kRecorders)
     {
-        state.config.ActiveTableSet.file(SupportFile::RoutineDeclTbl)
+        state.activeTables.file(SupportFile::RoutineDeclTbl)
             = dir.write("routine.tbl", "Tag | Routine | Parameter\r\n" + routineTable);
-        EXPECT_TRUE(LoadRoutineDeclTable({ op, state.config }, state.config.ActiveTableSet,
+        EXPECT_TRUE(LoadRoutineDeclTable({ op, state.ownInstallation().config }, state.activeTables,
             [&](const QString& name) { return FindRoutine(rules, name); }));
     }
 

@@ -59,7 +59,7 @@ protected:
     ReportRun()
     {
         state.reportFolder = tmp.mkdir("rep");
-        state.config.WorkPath = state.reportFolder;
+        state.workPath = state.reportFolder;
         state.outputFolder = tmp.mkdir("out");
         // Each call moves the clock one second on, from just before noon.
         state.report.now
@@ -90,7 +90,7 @@ protected:
 // what an earlier run left in the folders is not.
 TEST_F(ReportRun, SingleFileReplacesWhatAnEarlierRunLeft)
 {
-    state.config.EditorProgram = "Kv7";
+    state.ownInstallation().config.EditorProgram = "Kv7";
     tmp.write("rep/error.edt", "stale");
     // Copies replace longer stale ones and take their source's permissions.
     tmp.write("out/b.WRN", QByteArray(5000, 'x'));
@@ -176,7 +176,7 @@ TEST_F(ReportRun, UncreatableReportsEndTheRun)
 TEST_F(ReportRun, BatchProgramLogTimesEachFile)
 {
     state.batchMode = true;
-    state.programName = "qv";
+    state.ownInstallation().programName = "qv";
     OpenProgramLogs(state);
     const QString first = input("a.xml");
     OpenReports(state);
@@ -199,8 +199,8 @@ TEST_F(ReportRun, BatchProgramLogTimesEachFile)
 TEST_F(ReportRun, BatchInColumnModeCollectsColumnEntries)
 {
     state.batchMode = true;
-    state.config.XYCoordinates = true;
-    state.config.EditorProgram = "Zeph";
+    state.ownInstallation().config.XYCoordinates = true;
+    state.ownInstallation().config.EditorProgram = "Zeph";
     const QString otherFolder = tmp.mkdir("rep2");
     OpenProgramLogs(state);
     // Two report folders taking turns: each collects its own files, and is

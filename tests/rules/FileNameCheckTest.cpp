@@ -68,7 +68,7 @@ TEST(FileNameCheck, BaseNameAgainstThePatternsThroughTheDriver)
     };
     for (const Case& c : cases) {
         RuleFixture fixture("");
-        TableSet& set = fixture.state.config.ActiveTableSet;
+        TableSet& set = fixture.state.activeTables;
         set.CheckFilename = Switch::On;
         set.ValidFilenameChars = QStringList { "a-z", "." };
         ASSERT_TRUE(fixture.loadTable(SupportFile::FilenameCheck, c.table));
@@ -79,7 +79,7 @@ TEST(FileNameCheck, BaseNameAgainstThePatternsThroughTheDriver)
 
     // A pattern the engine rejects leaves the file not checked: the run fails.
     RuleFixture fixture("");
-    fixture.state.config.ActiveTableSet.CheckFilename = Switch::On;
+    fixture.state.activeTables.CheckFilename = Switch::On;
     ASSERT_TRUE(fixture.loadTable(SupportFile::FilenameCheck, header + "(?<=a)b | C | x\r\n"));
     EXPECT_TRUE(fixture.run("<p/>").isEmpty());
     EXPECT_EQ(fixture.state.checkFailures, 1);

@@ -11,7 +11,7 @@ QStringList runMultiHrt(
     Switch checkSwitch, std::optional<Severity> severity, int maxCount, const QByteArray& input)
 {
     RuleFixture fixture("");
-    TableSet& set = fixture.state.config.ActiveTableSet;
+    TableSet& set = fixture.state.activeTables;
     set.CheckMultiHrt = checkSwitch;
     set.MultiHrtSeverity = severity;
     set.MultiHrtMaxCount = maxCount;
@@ -55,7 +55,7 @@ TEST(CheckMultipleHardReturns, AgreesWithRewritingMarkersOnRandomTexts)
             input += pieces[rng() % pieces.size()];
         const int maxCount = int(rng() % 4);
         RuleFixture fixture("");
-        TableSet& set = fixture.state.config.ActiveTableSet;
+        TableSet& set = fixture.state.activeTables;
         set.CheckMultiHrt = Switch::On;
         set.MultiHrtMaxCount = maxCount;
         const bool reported = !fixture.run(input).isEmpty();

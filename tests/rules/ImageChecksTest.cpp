@@ -19,10 +19,10 @@ const QByteArray kImageTable = "Tag | Attribute\r\n"
 struct ImageFixture {
     ImageFixture()
     {
-        TableSet& set = rules.state.config.ActiveTableSet;
+        TableSet& set = rules.state.activeTables;
         set.ImageExtension = QStringLiteral("eps, .tif");
         set.CheckImageZeroBytes = Switch::On;
-        rules.state.config.ImagePath = rules.dir.mkdir("images");
+        rules.state.ownInstallation().config.ImagePath = rules.dir.mkdir("images");
         // The input lies in the fixture's folder: its name picks the image folder.
         folder = rules.state.config.ImagePath + QDir(rules.dir.path()).dirName() + "/";
         QDir().mkpath(folder);
@@ -70,7 +70,7 @@ TEST(ImageValidation, LooksEveryCalloutUpInTheInputsImageFolder)
         EXPECT_EQ(fixture.rules.run(c.input), c.expected) << c.name;
 
     // Without its switch an empty image passes.
-    fixture.rules.state.config.ActiveTableSet.CheckImageZeroBytes = Switch::Off;
+    fixture.rules.state.activeTables.CheckImageZeroBytes = Switch::Off;
     EXPECT_TRUE(fixture.rules.run("<graphic href=\"empty.tif\"/>").isEmpty());
 }
 
@@ -81,7 +81,7 @@ TEST(ImageValidation, TheRunReportsWhatNoFileCalledOutOnceAfterItsLastFile)
         fixture.deliver(name, "x");
     RunState& state = fixture.rules.state;
     const auto runTwoFiles = [&](Switch crossCheck) {
-        state.config.ActiveTableSet.CheckExcessImgFiles = crossCheck;
+        state.activeTables.CheckExcessImgFiles = crossCheck;
         StartImageCrossCheck(state.carriedStates);
         fixture.rules.run("<graphic href=\"a\"/>");
         fixture.rules.run("<graphic href=\"c.tif\"/><graphic href=\"missing\"/>");

@@ -105,13 +105,12 @@ TEST(UnconEntityTable, OverLongMessageIsShownAndKept)
     RuleFixture fixture("");
     ASSERT_TRUE(fixture.loadTable(
         SupportFile::UnConEntitiesTbl, "&a; " + sixty + "\r\n&b; " + sixty + "n\r\n&c; W / short\r\n"));
-    const QString path = fixture.state.config.ActiveTableSet.file(SupportFile::UnConEntitiesTbl);
+    const QString path = fixture.state.activeTables.file(SupportFile::UnConEntitiesTbl);
     EXPECT_EQ(fixture.op.messages,
         QList<RecordedMessage>(
             { { "Please check " + path + "\r\nLength of Error Message should not be greater than 60.",
                 "Quorvane", MessageIcon::Critical } }));
-    const auto* table
-        = fixture.state.config.ActiveTableSet.loaded<UnconEntitiesTable>(SupportFile::UnConEntitiesTbl);
+    const auto* table = fixture.state.activeTables.loaded<UnconEntitiesTable>(SupportFile::UnConEntitiesTbl);
     ASSERT_NE(table, nullptr);
     EXPECT_EQ(table->rows.size(), 3);
 }

@@ -12,7 +12,7 @@
 
 RuleFixture::RuleFixture(const QByteArray& routineRows, const QByteArray& specialCharRows)
 {
-    TableSet& set = state.config.ActiveTableSet;
+    TableSet& set = state.activeTables;
     set.file(SupportFile::RoutineDeclTbl)
         = dir.write("routine.tbl", "Tag | Routine | Parameter\r\n" + routineRows);
     set.file(SupportFile::SpecialCharTbl)
@@ -45,8 +45,8 @@ QStringList RuleFixture::run(const QByteArray& input, const RuleBook& rules)
     // The declared routines run as the table resolved them: a book of other
     // routines needs the table resolved against it.
     if (&rules != &Rules())
-        LoadRoutineDeclTable(loading(), state.config.ActiveTableSet,
-            [&](const QString& name) { return FindRoutine(rules, name); });
+        LoadRoutineDeclTable(
+            loading(), state.activeTables, [&](const QString& name) { return FindRoutine(rules, name); });
     state.inputPath = dir.write("input.xml", input);
     OpenReports(state);
     ValidateRunFile(state, rules);
@@ -55,7 +55,7 @@ QStringList RuleFixture::run(const QByteArray& input, const RuleBook& rules)
 
 bool RuleFixture::setTable(SupportFile file, const QByteArray& text, TableLoader load)
 {
-    TableSet& set = state.config.ActiveTableSet;
+    TableSet& set = state.activeTables;
     set.file(file) = dir.write(QStringLiteral("table%1.tbl").arg(int(file)), text);
     return load(loading(), set);
 }

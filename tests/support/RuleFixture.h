@@ -32,7 +32,7 @@ public:
     bool loadTable(SupportFile which, const QByteArray& text);
 
     // What the fixture's loaders are handed; a test sets `lint` to hear them.
-    ConfigurationLoading loading() { return { op, state.config, lint }; }
+    ConfigurationLoading loading() { return { op, state.ownInstallation().config, lint }; }
 
     RecordingOperator op;
     RunState state { op };

@@ -53,8 +53,8 @@ BatchWindow::BatchWindow(RunState& state, WindowOperator* windowOperator)
         windowOperator->setWindow(this, pbar_);
 
     // Every start shows the configured paths, never what an earlier session typed.
-    TxtTempPath_->setText(state_.config.SavedWorkPath);
-    TxtOutputPath_->setText(state_.config.SavedOutputPath);
+    TxtTempPath_->setText(state_.config.WorkPath);
+    TxtOutputPath_->setText(state_.config.OutputPath);
     fillDriveList();
     const QString configured = state_.config.InputPath;
     setFolderPath(!configured.isEmpty() && QFileInfo(configured).isDir() ? configured : QDir::homePath());

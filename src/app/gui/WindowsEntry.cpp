@@ -27,10 +27,11 @@ constexpr int kFindingsOfferSeconds = 10;
 int runViewer(const CommandLineOptions& options, WindowOperator& windowOperator)
 {
     RunState state(windowOperator);
-    state.config.ApplicationPath = ApplicationFolder(options);
+    Configuration& config = state.ownInstallation().config;
+    config.ApplicationPath = ApplicationFolder(options);
     try {
-        if (QFileInfo::exists(state.config.ApplicationPath + QStringLiteral("Quorvane.INI")))
-            ReadConfigurationFile({ state.ui, state.config });
+        if (QFileInfo::exists(config.ApplicationPath + QStringLiteral("Quorvane.INI")))
+            ReadConfigurationFile({ state.ui, config });
     } catch (const RunAborted&) {
         // Its messages have been shown; the findings are still worth a look.
     }

@@ -49,7 +49,7 @@ struct Session {
         for (const QString& name : inputs)
             inst.writeInput(name, "<doc><fn fnref=\"1\">1 x</fn></doc>\r\n");
         inst.writeConfiguration();
-        state.config.ApplicationPath = inst.appFolder() + "/";
+        state.ownInstallation().config.ApplicationPath = inst.appFolder() + "/";
         if (Main(state, QString()) != RunMode::Batch)
             qFatal("the installation did not start in batch mode");
         window = std::make_unique<BatchWindow>(state);
@@ -182,8 +182,8 @@ private Q_SLOTS:
         Session s("FILES", { "top.xml", "sub/inner.xml" });
         QCOMPARE(s.window->folderPath(), s.inst.inputPath());
         QCOMPARE(s.listed(), QStringList({ "top.xml" }));
-        QCOMPARE(s.control<QLineEdit>("tempPathBox")->text(), s.state.config.SavedWorkPath);
-        QCOMPARE(s.control<QLineEdit>("outputPathBox")->text(), s.state.config.SavedOutputPath);
+        QCOMPARE(s.control<QLineEdit>("tempPathBox")->text(), s.state.config.WorkPath);
+        QCOMPARE(s.control<QLineEdit>("outputPathBox")->text(), s.state.config.OutputPath);
         QVERIFY(!s.control<QProgressBar>("pbar")->isVisible());
         auto* folders = s.control<QListWidget>("dirInput");
         QCOMPARE(folders->item(0)->text(), QString(".."));

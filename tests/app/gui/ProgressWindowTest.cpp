@@ -38,7 +38,7 @@ private Q_SLOTS:
             inst.writeConfiguration();
             WindowOperator windowOperator;
             RunState state(windowOperator);
-            state.config.ApplicationPath = inst.appFolder() + "/";
+            state.ownInstallation().config.ApplicationPath = inst.appFolder() + "/";
             QCOMPARE(Main(state, input), RunMode::SingleFile);
             ProgressWindow window(state, windowOperator, row.offerSeconds);
             window.show();
