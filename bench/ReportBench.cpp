@@ -20,8 +20,9 @@ static void WriteManyEntries(benchmark::State& bench)
     for (auto _ : bench) {
         OpenReports(state);
         for (int i = 1; i <= entries; ++i) {
-            WriteErrorEntry(state, i, QStringLiteral("Message"), QStringLiteral("data"), i);
-            WriteWarningEntry(state, i, QStringLiteral("Message"), QStringLiteral("data"), i);
+            for (const FindingKind kind : { FindingKind::Error, FindingKind::Warning })
+                ReportFinding(state,
+                    { kind, i, i, QStringLiteral("Message"), QStringLiteral("data"), QStringLiteral("BENCH") });
         }
         CloseReports(state);
     }
