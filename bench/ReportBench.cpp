@@ -22,7 +22,8 @@ static void WriteManyEntries(benchmark::State& bench)
         for (int i = 1; i <= entries; ++i) {
             for (const FindingKind kind : { FindingKind::Error, FindingKind::Warning })
                 ReportFinding(state,
-                    { kind, i, i, QStringLiteral("Message"), QStringLiteral("data"), QStringLiteral("BENCH") });
+                    { kind, i, i, QStringLiteral("Message"), QStringLiteral("data"),
+                        QStringLiteral("BENCH") });
         }
         CloseReports(state);
     }

@@ -21,11 +21,11 @@ struct BatchPlan {
     bool walked = false; // folders mode: reports open before the before-programs
     // Entries the batch could not read or name, each told in a line of its
     // own; a batch with any is not a complete one and exits with 2.
-    QStringList unreadable;
+    QStringList unreadable {};
     // Folders the walk chose not to enter, told so that nobody wonders why
     // their files are missing: a second way into a folder already walked and
     // the run's own working, output and temporary folders.
-    QStringList notWalked;
+    QStringList notWalked {};
 };
 
 // The job count when none is given: one file per core.

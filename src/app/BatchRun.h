@@ -21,16 +21,16 @@ struct ShardSpec {
 struct BatchRequest {
     QString inputFolder; // the folder list's path
     QStringList selected; // names of the selected list entries, in list order
-    QString taskCode; // the task-code box, as typed
+    QString taskCode {}; // the task-code box, as typed
     QString workPath; // the working-path box: where the reports go
     QString outputPath; // the output-path box
     int jobs = 0; // files validated side by side; 0: one per core
     // Entries of the folder that the list could not show (unreadable, a name
     // that is no UTF-8) although the selection was meant to hold them: the
     // batch names them and fails.
-    QStringList unlisted;
-    ShardSpec shard;
-    FindingOutputPaths outputs; // the outputs beside the reports, which a shard names in its record
+    QStringList unlisted {};
+    ShardSpec shard {};
+    FindingOutputPaths outputs {}; // the outputs beside the reports, which a shard names in its record
 };
 
 // Told about the run as it goes, so a window or a terminal can show it.
@@ -87,7 +87,7 @@ struct BatchCommand {
     std::optional<QString> outputPath; // none: the configured output path
     int jobs = 0; // --jobs; 0: one per core
     ShardSpec shard; // --shard K/N
-    FindingOutputPaths outputs; // --json, --sarif, --html
+    FindingOutputPaths outputs {}; // --json, --sarif, --html
 };
 int RunBatchCommand(RunState& state, const BatchCommand& command, BatchObserver& observer);
 

@@ -140,7 +140,11 @@ BatchResult runBatch(const Installation& inst, const QString& name, int jobs,
     const QString output = inst.root() + name + "-output/";
     QDir().mkpath(work); // the boxes name folders that exist
     QDir().mkpath(output);
-    BatchRequest request { inst.inputPath(), selected, QString(), work, output, jobs };
+    BatchRequest request { .inputFolder = inst.inputPath(),
+        .selected = selected,
+        .workPath = work,
+        .outputPath = output,
+        .jobs = jobs };
     if (request.selected.isEmpty())
         request.selected = BatchListEntries(state.config, inst.inputPath());
     BatchObserver observer;
@@ -404,7 +408,8 @@ TEST(BatchJobs, WhatCannotBeKnownBeforeAFileRunsKeepsTheBatchOneAfterAnother)
     state.activeTables = TableSetForTask(ui, state.config, QString());
     const QString work = inst.workPath();
     const QString out = inst.outputPath();
-    const BatchPlan two { { { "/in/a.xml", work, out }, { "/in/b.xml", work, out } }, true };
+    const BatchPlan two { .files = { { "/in/a.xml", work, out }, { "/in/b.xml", work, out } },
+        .walked = true };
 
     // The pair routines keep what they know per file: they run side by side.
     EXPECT_EQ(SequentialBatchReason(state, two), QString());
@@ -420,14 +425,15 @@ TEST(BatchJobs, WhatCannotBeKnownBeforeAFileRunsKeepsTheBatchOneAfterAnother)
         bool sequential;
     };
     const Row rows[] = {
-        { "one file", { { { "/in/a.xml", work, out } }, true }, {}, {}, true },
+        { "one file", { .files = { { "/in/a.xml", work, out } }, .walked = true }, {}, {}, true },
         { "before-programs", two, { "/bin/true" }, {}, true },
         { "after-programs", two, {}, { "/bin/true" }, true },
-        { "same report name", { { { "/in/a.xml", work, out }, { "/in/a.sgm", work, out } }, false }, {}, {},
+        { "same report name", { .files = { { "/in/a.xml", work, out }, { "/in/a.sgm", work, out } } }, {}, {},
             true },
         { "same name, other folders",
-            { { { "/in/x/a.xml", work + "x/", out + "x/" }, { "/in/y/a.xml", work + "y/", out + "y/" } },
-                true },
+            { .files
+                = { { "/in/x/a.xml", work + "x/", out + "x/" }, { "/in/y/a.xml", work + "y/", out + "y/" } },
+                .walked = true },
             {}, {}, false },
     };
     for (const Row& row : rows) {
