@@ -31,10 +31,12 @@ struct ToolkitState {
     // that naming a tag mostly allocates nothing; a null name stays null.
     // A few slots chosen by length and end characters hold the names last
     // made: a file has few names, and a look here costs less than a hash.
-    QString internedName(QStringView name)
+    // The answer stays valid until the next name is asked for.
+    const QString& internedName(QStringView name)
     {
+        static const QString none;
         if (name.isNull())
-            return {};
+            return none;
         const std::size_t mix = std::size_t(name.size()) * 31
             + (name.isEmpty() ? 0 : std::size_t(name.front().unicode()) * 7 + name.back().unicode());
         QString& kept = recentNames_[mix % recentNames_.size()];

@@ -5,6 +5,7 @@
 #include "core/Paths.h"
 #include "core/RunAborted.h"
 #include "core/RunServices.h"
+#include "core/SharedText.h"
 #include "engine/RuleHelpers.h"
 #include "engine/TagWalk.h"
 #include "text/InputLoading.h"
@@ -64,6 +65,43 @@ void followRowStack(FileRecord& state, const RoutineDeclTable& table)
     state.currentRow = state.rowStack.size() > 1 ? state.rowStack.last() : 0;
 }
 
+// The records handed on to the next file read parts of this document's
+// buffer. They get characters of their own before the document is dropped,
+// so that a batch keeps one document in memory, not the last one as well.
+// A line is copied once for all its tags; the open tags of earlier files,
+// already copied, are the list's front and are not visited again.
+void keepCarriedTagsOwn(FileRecord& state)
+{
+    const QString& document = state.wholeText;
+    QString lastLine;
+    QString lastCopy;
+    const auto own = [&](QString& text) {
+        if (!SharesBuffer(text, document))
+            return;
+        if (SamePlace(text, lastLine)) {
+            text = lastCopy;
+            return;
+        }
+        lastLine = text;
+        text = QStringView(text).toString();
+        lastCopy = text;
+    };
+    const auto ownRecord = [&](ValidationContext& record) {
+        own(record.lineText);
+        own(record.tagText);
+        own(record.enclosingTag);
+    };
+    for (qsizetype i = state.openTags.size() - 1; i >= 0; --i) {
+        ValidationContext& open = state.openTags[i];
+        if (!SharesBuffer(open.tagText, document) && !SharesBuffer(open.lineText, document))
+            break;
+        ownRecord(open);
+    }
+    ownRecord(state.context);
+    ownRecord(state.previousTag);
+    ownRecord(state.previousStartTag);
+}
+
 void validateLoadedFile(FileRecord& state, const RunServices& run, const RuleBook& rules)
 {
     SplitLines(state);
@@ -75,7 +113,9 @@ void validateLoadedFile(FileRecord& state, const RunServices& run, const RuleBoo
     std::int32_t lineStart = 0;
     for (int i = 0; i <= last; ++i) {
         run.ui.setProgressValue(i);
-        const QString line = state.line(i).toString();
+        // The line shares the document's buffer: nothing is copied for it,
+        // nor for the tags the rules are handed from it.
+        const QString line = SharedPart(state.wholeText, lineStart, state.line(i).size());
         ScanLine(state, run, line, lineStart, i + 1);
         lineStart += static_cast<std::int32_t>(line.size()) + 2;
         run.ui.processEvents();
@@ -122,9 +162,9 @@ void ScanLine(FileRecord& state, const RunServices& run, const QString& line, st
     const RoutineDeclTable* table = declarations(run);
     TagScanner xml(state.toolkit);
     bool swapped = false;
-    WalkLineTags(xml, line, [&](QString&& tag, std::int32_t position) {
-        FillTagContext(state.context, xml, std::move(tag), line, position, lineStart, lineNumber,
-            InnermostOpenTag(state.openTags));
+    WalkLineTagMatches(xml, line, [&](const TagMatch& tag) {
+        FillTagContext(
+            state.context, state.toolkit, tag, line, lineStart, lineNumber, InnermostOpenTag(state.openTags));
         if (state.contextElement.isEmpty() && !state.context.tagName.isEmpty()
             && isLetter(state.context.tagName.front()))
             state.contextElement = state.context.tagName;
@@ -132,15 +172,15 @@ void ScanLine(FileRecord& state, const RunServices& run, const QString& line, st
         if (table) {
             // A row tagged "N/A" (any case) runs for every tag.
             if (table->firstNotApplicableRow >= 0)
-                DispatchRow(state, run, table->firstNotApplicableRow + 1);
+                DispatchRow(state, run, *table, table->firstNotApplicableRow + 1);
             followRowStack(state, *table);
             if (state.currentRow != 0)
-                DispatchRow(state, run, state.currentRow);
+                DispatchRow(state, run, *table, state.currentRow);
         }
 
         FollowOpenTags(state.openTags, state.openTagNames, state.context);
         if (state.context.tagType == TagKind::Start)
-            state.previousStartTag = state.context;
+            CopyTagRecord(state.previousStartTag, state.context);
         // The record of this tag becomes the previous tag's; the next tag
         // fills the other record anew, so swapping spares copying it.
         std::swap(state.previousTag, state.context);
@@ -173,6 +213,7 @@ void ValidateFile(FileRecord& state, const RunServices& run, const RuleBook& rul
         // Taken before the text is read: whatever changes the file from here
         // on keeps it from passing on as validated.
         state.inputIdentity = FileIdentityOf(state.inputPath);
+        keepCarriedTagsOwn(state);
         state.wholeText = LoadInputText(run.ui, state.inputPath, run.installation.config.Utf8Input);
         state.toolkit.indexText(state.wholeText);
         validateLoadedFile(state, run, rules);
