@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/OpenTagNames.h"
 #include "core/SharedText.h"
 #include "core/ToolkitState.h"
 #include "core/ValidationContext.h"
@@ -90,12 +91,14 @@ inline void CopyTagRecord(ValidationContext& to, const ValidationContext& from)
 }
 
 // Every field is written: the record may hold any older tag's values. The
-// tag's text and its line are parts of the document's own buffer.
-inline void FillTagContext(ValidationContext& context, ToolkitState& toolkit, const TagMatch& tag,
+// tag's text and its line are parts of the document's own buffer. Answers
+// the number the toolkit gives the tag's name.
+inline std::int32_t FillTagContext(ValidationContext& context, ToolkitState& toolkit, const TagMatch& tag,
     const QString& line, std::int32_t lineStart, std::int32_t lineNumber, const QString& enclosingTag)
 {
     const FoundTagParts parts = PartsOfFoundTag(tag.text);
-    AssignUnlessSame(context.tagName, toolkit.internedName(parts.name));
+    const ToolkitState::Name& name = toolkit.interned(parts.name);
+    AssignUnlessSame(context.tagName, name.text);
     context.tagType = parts.kind;
     context.tagText = SharedPart(line, tag.start, tag.text.size());
     AssignUnlessSame(context.enclosingTag, enclosingTag);
@@ -104,6 +107,7 @@ inline void FillTagContext(ValidationContext& context, ToolkitState& toolkit, co
     context.linePosition = position;
     context.filePosition = position + lineStart;
     context.lineNumber = lineNumber;
+    return name.id;
 }
 
 // The innermost open tag's text, empty when none is open.
@@ -114,29 +118,33 @@ inline const QString& InnermostOpenTag(const QList<ValidationContext>& openTags)
 }
 
 // Follows one tag in the open-tag list: a start tag opens, an end tag closes
-// the innermost open tag of its name. `names` counts the open tags by name,
-// so an end tag that closes nothing scans nothing. Answers where the end tag
-// closed a tag, -1 for any other tag and an end tag that closed none.
-inline qsizetype FollowOpenTags(
-    QList<ValidationContext>& openTags, QHash<QString, int>& names, const ValidationContext& tag)
+// the innermost open tag of its name. `names` keeps the numbers of the open
+// tags' names (`nameId` is the tag's), so an end tag that closes nothing
+// scans nothing. Answers where the end tag closed a tag, -1 for any other tag
+// and an end tag that closed none.
+inline qsizetype FollowOpenTags(QList<ValidationContext>& openTags, OpenTagNames& names,
+    const ValidationContext& tag, std::int32_t nameId)
 {
     if (tag.tagType == TagKind::Start) {
         openTags.append(tag);
-        ++names[tag.tagName];
+        names.opened(nameId);
         return -1;
     }
     if (tag.tagType != TagKind::End)
         return -1;
-    const auto open = names.find(tag.tagName);
-    if (open == names.end())
+    const auto at = static_cast<qsizetype>(names.innermost(nameId));
+    if (at < 0)
         return -1;
-    for (qsizetype i = openTags.size() - 1; i >= 0; --i) {
-        if (openTags[i].tagName == tag.tagName) {
-            openTags.removeAt(i);
-            if (--*open == 0)
-                names.erase(open);
-            return i;
-        }
-    }
-    return -1;
+    openTags.removeAt(at);
+    names.closedAt(at);
+    return at;
+}
+
+// Numbers the names of a list's tags afresh, as the toolkit numbers them.
+inline void CountOpenTagNames(
+    const QList<ValidationContext>& openTags, OpenTagNames& names, ToolkitState& toolkit)
+{
+    names.clear();
+    for (const ValidationContext& open : openTags)
+        names.opened(toolkit.nameId(open.tagName));
 }

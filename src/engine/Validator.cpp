@@ -35,20 +35,30 @@ void runWholeFileChecks(FileRecord& state, const RunServices& run, const RuleBoo
 
 // The row stack follows the declared elements: every matching row of a start
 // tag is pushed, any other tag of a declared element pops one row, an empty
-// tag included. The table's answer for a name is remembered, so a tag met
-// again costs no hashing or upper-casing.
-void followRowStack(FileRecord& state, const RoutineDeclTable& table)
+// tag included. The table's answer for a name is remembered by the name's
+// number, so a tag met again costs no hashing or upper-casing.
+void followRowStack(FileRecord& state, const RoutineDeclTable& table, std::int32_t nameId)
 {
-    const DeclaredRows& declared
-        = state.declaredRows.answer(&table, state.context.tagName, [&](const QString& name) {
-              DeclaredRows answer;
-              answer.declared = table.index.holds(name);
-              // Asked once per name and file: upper-casing here costs nothing per tag.
-              if (const auto rows = table.rowsByUpperTag.constFind(name.toUpper());
-                  answer.declared && rows != table.rowsByUpperTag.constEnd())
-                  answer.rows = &*rows;
-              return answer;
-          });
+    const auto ask = [&](const QString& name) {
+        DeclaredRows answer;
+        answer.askedInFile = state.declaredRowsFile;
+        answer.declared = table.index.holds(name);
+        // Asked once per name and file: upper-casing here costs nothing per tag.
+        if (const auto rows = table.rowsByUpperTag.constFind(name.toUpper());
+            answer.declared && rows != table.rowsByUpperTag.constEnd())
+            answer.rows = &*rows;
+        return answer;
+    };
+    DeclaredRows unnamed;
+    DeclaredRows* memo = &unnamed;
+    if (nameId >= 0) {
+        if (std::size_t(nameId) >= state.declaredRows.size())
+            state.declaredRows.resize(std::size_t(nameId) + 1);
+        memo = &state.declaredRows[std::size_t(nameId)];
+    }
+    if (memo->askedInFile != state.declaredRowsFile)
+        *memo = ask(state.context.tagName);
+    const DeclaredRows& declared = *memo;
     if (!declared.declared)
         return;
     if (state.context.tagType == TagKind::Start) {
@@ -152,7 +162,7 @@ void ResetPerFileState(FileRecord& state)
     state.currentRow = 0;
     state.rowStack = { 0 };
     state.ruleStates.clear();
-    state.declaredRows.forget();
+    ++state.declaredRowsFile;
 }
 
 void ScanLine(FileRecord& state, const RunServices& run, const QString& line, std::int32_t lineStart,
@@ -163,7 +173,7 @@ void ScanLine(FileRecord& state, const RunServices& run, const QString& line, st
     TagScanner xml(state.toolkit);
     bool swapped = false;
     WalkLineTagMatches(xml, line, [&](const TagMatch& tag) {
-        FillTagContext(
+        const std::int32_t nameId = FillTagContext(
             state.context, state.toolkit, tag, line, lineStart, lineNumber, InnermostOpenTag(state.openTags));
         if (state.contextElement.isEmpty() && !state.context.tagName.isEmpty()
             && isLetter(state.context.tagName.front()))
@@ -173,12 +183,12 @@ void ScanLine(FileRecord& state, const RunServices& run, const QString& line, st
             // A row tagged "N/A" (any case) runs for every tag.
             if (table->firstNotApplicableRow >= 0)
                 DispatchRow(state, run, *table, table->firstNotApplicableRow + 1);
-            followRowStack(state, *table);
+            followRowStack(state, *table, nameId);
             if (state.currentRow != 0)
                 DispatchRow(state, run, *table, state.currentRow);
         }
 
-        FollowOpenTags(state.openTags, state.openTagNames, state.context);
+        FollowOpenTags(state.openTags, state.openTagNames, state.context, nameId);
         if (state.context.tagType == TagKind::Start)
             CopyTagRecord(state.previousStartTag, state.context);
         // The record of this tag becomes the previous tag's; the next tag
@@ -199,9 +209,7 @@ CarriedTagState CarriedTagStateOf(const FileRecord& state)
 void SeedCarriedTagState(FileRecord& state, CarriedTagState carried)
 {
     state.openTags = std::move(carried.openTags);
-    state.openTagNames.clear();
-    for (const ValidationContext& open : std::as_const(state.openTags))
-        ++state.openTagNames[open.tagName];
+    CountOpenTagNames(state.openTags, state.openTagNames, state.toolkit);
     state.context = std::move(carried.context);
     state.previousTag = std::move(carried.previousTag);
     state.previousStartTag = std::move(carried.previousStartTag);
