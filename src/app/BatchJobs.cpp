@@ -188,7 +188,8 @@ public:
         state.currentInputPath = file.path;
         state.inputFileName = InputFileNameOf(file.path);
         for (; listFor_ < job.index; ++listFor_)
-            ApplyOpenTagEffect(state.file.openTags, state.file.openTagNames, effects_[listFor_]);
+            ApplyOpenTagEffect(
+                state.file.openTags, state.file.openTagNames, state.file.toolkit, effects_[listFor_]);
         listFor_ = job.index + 1;
         effects_.movedTo(number_, listFor_);
         // The tag contexts are replaced at the file's first tag before any

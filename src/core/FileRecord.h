@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/NameMemo.h"
+#include "core/OpenTagNames.h"
 #include "core/Paths.h"
 #include "core/RuleFileState.h"
 #include "core/TableCodes.h"
@@ -23,6 +23,7 @@
 // What the declaration table says of one tag name: whether it declares the
 // element at all, and the rows of a start tag of that name.
 struct DeclaredRows {
+    std::uint32_t askedInFile = 0; // the file the answer is for (FileRecord::declaredRowsFile)
     bool declared = false;
     const QList<int>* rows = nullptr; // null: no row is tagged with the name
 };
@@ -50,14 +51,17 @@ struct FileRecord {
     ValidationContext previousTag;
     ValidationContext previousStartTag;
     QList<ValidationContext> openTags; // oldest first; kept from one file to the next
-    QHash<QString, int>
-        openTagNames; // how many of openTags carry each name: an end tag of none scans nothing
+    OpenTagNames openTagNames; // the numbers of openTags' names, and how many carry each
     QList<std::int32_t> rowStack { 0 }; // element 0 is the base entry
     std::int32_t currentRow = 0;
-    // The declaration table's answer for each tag name met in this file;
-    // forgotten at the start of every file, since the tables may be loaded
-    // anew between runs.
-    NameMemo<DeclaredRows> declaredRows;
+    // The declaration table's answer for each tag name met in this file, by
+    // the number the toolkit gives the name; forgotten at the start of every
+    // file, since the tables may be loaded anew between runs. Answers are
+    // forgotten by counting files, not by clearing: the numbers go on
+    // growing from file to file, and clearing would cost each file as much
+    // as all the names met before it.
+    std::vector<DeclaredRows> declaredRows;
+    std::uint32_t declaredRowsFile = 1;
     QString contextElement;
     // Upper-cased at loading; a view of the declaration table's text, set by
     // the dispatcher before every routine call.

@@ -73,10 +73,15 @@ const RuleEntry* FindRoutine(const RuleBook& rules, const QString& upperName)
 
 void DispatchRow(FileRecord& state, const RunServices& run, int row)
 {
-    const auto* table = run.tables.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl);
-    if (!table || row < 1 || row > table->rows.size())
+    if (const auto* table = run.tables.loaded<RoutineDeclTable>(SupportFile::RoutineDeclTbl))
+        DispatchRow(state, run, *table, row);
+}
+
+void DispatchRow(FileRecord& state, const RunServices& run, const RoutineDeclTable& table, int row)
+{
+    if (row < 1 || row > table.rows.size())
         return;
-    const RoutineDeclRow& declared = table->rows[row - 1];
+    const RoutineDeclRow& declared = table.rows[row - 1];
     // Tag after tag hands the same row values again: sharing them is a
     // reference count, not assigning them is nothing.
     if (!state.contextElement.isSharedWith(declared.tag))

@@ -10,6 +10,7 @@
 #include <optional>
 
 struct RuleContext;
+struct RoutineDeclTable;
 
 // What runs for an entry: it sees only its narrow context.
 using Routine = void (*)(RuleContext& context);
@@ -59,6 +60,9 @@ const RuleEntry* FindRoutine(const RuleBook& rules, const QString& upperName);
 // current tag, each as its name resolved when the table loaded. Rows are
 // numbered from 1 as the scanner counts them; 0 is none.
 void DispatchRow(FileRecord& state, const RunServices& run, int row);
+// The same with the declaration table the driver already holds, so that a
+// tag does not look the table up again for every row.
+void DispatchRow(FileRecord& state, const RunServices& run, const RoutineDeclTable& table, int row);
 
 // Runs one routine or check with its name as the current routine, so that its
 // findings carry the name, and with its own file state.

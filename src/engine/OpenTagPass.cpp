@@ -151,14 +151,14 @@ OpenTagEffect OpenTagEffectOfFile(const QString& path, bool utf8Input)
 
 void ApplyOpenTagEffect(QList<ValidationContext>& openTags, const OpenTagEffect& effect)
 {
-    QHash<QString, int> names;
-    for (const ValidationContext& open : std::as_const(openTags))
-        ++names[open.tagName];
-    ApplyOpenTagEffect(openTags, names, effect);
+    ToolkitState toolkit;
+    OpenTagNames names;
+    CountOpenTagNames(openTags, names, toolkit);
+    ApplyOpenTagEffect(openTags, names, toolkit, effect);
 }
 
-void ApplyOpenTagEffect(
-    QList<ValidationContext>& openTags, QHash<QString, int>& names, const OpenTagEffect& effect)
+void ApplyOpenTagEffect(QList<ValidationContext>& openTags, OpenTagNames& names, ToolkitState& toolkit,
+    const OpenTagEffect& effect)
 {
     // The enclosing tag of a tag the file read while only carried tags were
     // open is the innermost of them at that moment.
@@ -169,12 +169,12 @@ void ApplyOpenTagEffect(
     closing.tagType = TagKind::End;
     for (const QString& name : effect.closesCarried) {
         closing.tagName = name;
-        FollowOpenTags(openTags, names, closing);
+        FollowOpenTags(openTags, names, closing, toolkit.nameId(name));
         innermostAfter.push_back(InnermostOpenTag(openTags));
     }
     for (const OpenTagEffect::Opened& opened : effect.leftOpen) {
         openTags.append(opened.context);
-        ++names[opened.context.tagName];
+        names.opened(toolkit.nameId(opened.context.tagName));
         if (opened.enclosingCarriedAfter >= 0)
             openTags.last().enclosingTag
                 = innermostAfter[static_cast<std::size_t>(opened.enclosingCarriedAfter)];

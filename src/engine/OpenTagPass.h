@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/OpenTagNames.h"
+#include "core/ToolkitState.h"
 #include "core/ValidationContext.h"
 
 #include <QHash>
@@ -40,8 +42,9 @@ OpenTagEffect OpenTagEffectOfFile(const QString& path, bool utf8Input);
 void ApplyOpenTagEffect(QList<ValidationContext>& openTags, const OpenTagEffect& effect);
 // The same, for a list kept with its count of open tags by name (the
 // driver's): the count stays in step, so a long list is not counted again.
-void ApplyOpenTagEffect(
-    QList<ValidationContext>& openTags, QHash<QString, int>& names, const OpenTagEffect& effect);
+// The numbers of the names are the toolkit's, as the driver keeps them.
+void ApplyOpenTagEffect(QList<ValidationContext>& openTags, OpenTagNames& names, ToolkitState& toolkit,
+    const OpenTagEffect& effect);
 
 // The effects of the files, in their order, found up to `jobs` files at a time.
 std::vector<OpenTagEffect> OpenTagEffectsOfFiles(const QStringList& paths, bool utf8Input, int jobs);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/OpenTagNames.h"
 #include "core/RuleFileState.h"
 #include "core/SpellingEngine.h"
 #include "core/TableCodes.h"
@@ -39,7 +40,7 @@ public:
 struct RuleContext {
     const ValidationContext& tag;
     const QList<ValidationContext>& openTags; // oldest first
-    const QHash<QString, int>& openTagNames; // how many of openTags carry each name
+    const OpenTagNames& openTagNames; // the numbers of their names (the toolkit's), and their count
     const QString& document; // the whole text being validated
     const QString& inputPath; // the file being validated, as it was delivered
     const std::vector<std::int32_t>& lineStarts; // zero-based offset of every line
@@ -73,7 +74,7 @@ struct RuleContext {
     // Whether an element of that name is open around the current tag. The
     // scanner counts the open tags of each name beside the list, so a deep or
     // never-closed nesting is not walked for every tag.
-    bool isOpen(const QString& name) const { return openTagNames.contains(name); }
+    bool isOpen(const QString& name) const { return openTagNames.holds(toolkit.knownNameId(name)); }
     // The document's line of that zero-based index, without its CR LF.
     QStringView line(int index) const
     {

@@ -86,5 +86,5 @@ bool IsTagOpen(const FileRecord& state, const QString& tagName)
 {
     // The scanner counts the open tags of each name beside the list, so a
     // deep or never-closed nesting is not walked for every tag.
-    return state.openTagNames.contains(tagName);
+    return state.openTagNames.holds(state.toolkit.knownNameId(tagName));
 }

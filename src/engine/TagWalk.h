@@ -1,5 +1,8 @@
 #pragma once
 
+#include "core/OpenTagNames.h"
+#include "core/SharedText.h"
+#include "core/ToolkitState.h"
 #include "core/ValidationContext.h"
 #include "text/TagScanner.h"
 #include "text/TagSearch.h"
@@ -16,73 +19,132 @@
 // way, so the list the pre-pass predicts is the one validation reaches.
 
 // Calls `visit(match)` for every tag of the line the driver takes, in line
-// order; "<!" and "<?" constructs are no tags to it.
+// order; "<!" and "<?" constructs are no tags to it. A found tag holds no "<"
+// but its first character, so such a construct is told by its second one.
 template <class Visit> void WalkLineTagMatches(TagScanner& xml, QStringView line, Visit&& visit)
 {
     qsizetype from = 0;
     while (const std::optional<TagMatch> tag = xml.FindTag(line, from)) {
         from = tag->start + 1;
-        if (TagSearch::IndexOfPair(tag->text, u'<', u'!') >= 0
-            || TagSearch::IndexOfPair(tag->text, u'<', u'?') >= 0)
+        const QChar second = tag->text[1];
+        if (second == u'!' || second == u'?')
             continue;
         visit(*tag);
     }
 }
 
-// The same, as the driver takes them: `visit(tag, position)` with the tag's
-// text and its one-based position in the line.
-template <class Visit> void WalkLineTags(TagScanner& xml, const QString& line, Visit&& visit)
+// The name and kind of a tag the walk found, as GetTagName and GetTagType
+// read them. Such a tag is at least three characters long and holds one "<",
+// its first character, and one ">", its last: what the general reading
+// searches the whole tag for stands at its ends, so only the name is read
+// through, for a blank or a ";".
+struct FoundTagParts {
+    QStringView name;
+    TagKind kind = TagKind::None;
+};
+inline FoundTagParts PartsOfFoundTag(QStringView tag)
 {
-    WalkLineTagMatches(xml, line,
-        [&](const TagMatch& tag) { visit(tag.text.toString(), static_cast<std::int32_t>(tag.start + 1)); });
+    const qsizetype size = tag.size();
+    const bool slashFirst = tag[1] == u'/';
+    const bool slashLast = tag[size - 2] == u'/';
+    FoundTagParts parts;
+    parts.kind = slashLast ? TagKind::Empty : slashFirst ? TagKind::End : TagKind::Start;
+    // The name ends at the first blank anywhere in the tag; without one, it
+    // runs between the "<" or "</" and the ">" or "/>".
+    qsizetype blank = -1;
+    for (qsizetype i = 1; i < size - 1; ++i) {
+        if (tag[i] == u' ') {
+            blank = i;
+            break;
+        }
+    }
+    if (blank >= 0)
+        parts.name = tag.sliced(1, blank - 1);
+    else if (slashFirst)
+        parts.name = tag.sliced(2, size - 3);
+    else if (slashLast)
+        parts.name = tag.sliced(1, size - 3);
+    else
+        parts.name = tag.sliced(1, size - 2);
+    for (qsizetype i = 0; i < parts.name.size(); ++i) {
+        if (parts.name[i] == u';') {
+            parts.name.truncate(i);
+            break;
+        }
+    }
+    return parts;
 }
 
-// Every field is written: the record may hold any older tag's values.
-inline void FillTagContext(ValidationContext& context, const TagScanner& xml, QString&& tag,
-    const QString& line, std::int32_t position, std::int32_t lineStart, std::int32_t lineNumber,
-    const QString& enclosingTag)
+// Copies the record field by field. The names are shared strings and the
+// texts parts of one document, so a field that already holds the very same
+// characters (the same line, the same name) is left as it is.
+inline void CopyTagRecord(ValidationContext& to, const ValidationContext& from)
 {
-    context.tagName = xml.GetTagName(tag);
-    context.tagType = xml.GetTagType(tag);
-    context.tagText = std::move(tag);
-    context.enclosingTag = enclosingTag;
-    if (!context.lineText.isSharedWith(line))
-        context.lineText = line;
+    AssignUnlessSame(to.tagText, from.tagText);
+    AssignUnlessSame(to.tagName, from.tagName);
+    AssignUnlessSame(to.enclosingTag, from.enclosingTag);
+    AssignUnlessSame(to.lineText, from.lineText);
+    to.tagType = from.tagType;
+    to.filePosition = from.filePosition;
+    to.linePosition = from.linePosition;
+    to.lineNumber = from.lineNumber;
+}
+
+// Every field is written: the record may hold any older tag's values. The
+// tag's text and its line are parts of the document's own buffer. Answers
+// the number the toolkit gives the tag's name.
+inline std::int32_t FillTagContext(ValidationContext& context, ToolkitState& toolkit, const TagMatch& tag,
+    const QString& line, std::int32_t lineStart, std::int32_t lineNumber, const QString& enclosingTag)
+{
+    const FoundTagParts parts = PartsOfFoundTag(tag.text);
+    const ToolkitState::Name& name = toolkit.interned(parts.name);
+    AssignUnlessSame(context.tagName, name.text);
+    context.tagType = parts.kind;
+    context.tagText = SharedPart(line, tag.start, tag.text.size());
+    AssignUnlessSame(context.enclosingTag, enclosingTag);
+    AssignUnlessSame(context.lineText, line);
+    const auto position = static_cast<std::int32_t>(tag.start + 1);
     context.linePosition = position;
     context.filePosition = position + lineStart;
     context.lineNumber = lineNumber;
+    return name.id;
 }
 
 // The innermost open tag's text, empty when none is open.
-inline QString InnermostOpenTag(const QList<ValidationContext>& openTags)
+inline const QString& InnermostOpenTag(const QList<ValidationContext>& openTags)
 {
-    return openTags.isEmpty() ? QString() : openTags.last().tagText;
+    static const QString none;
+    return openTags.isEmpty() ? none : openTags.last().tagText;
 }
 
 // Follows one tag in the open-tag list: a start tag opens, an end tag closes
-// the innermost open tag of its name. `names` counts the open tags by name,
-// so an end tag that closes nothing scans nothing. Answers where the end tag
-// closed a tag, -1 for any other tag and an end tag that closed none.
-inline qsizetype FollowOpenTags(
-    QList<ValidationContext>& openTags, QHash<QString, int>& names, const ValidationContext& tag)
+// the innermost open tag of its name. `names` keeps the numbers of the open
+// tags' names (`nameId` is the tag's), so an end tag that closes nothing
+// scans nothing. Answers where the end tag closed a tag, -1 for any other tag
+// and an end tag that closed none.
+inline qsizetype FollowOpenTags(QList<ValidationContext>& openTags, OpenTagNames& names,
+    const ValidationContext& tag, std::int32_t nameId)
 {
     if (tag.tagType == TagKind::Start) {
         openTags.append(tag);
-        ++names[tag.tagName];
+        names.opened(nameId);
         return -1;
     }
     if (tag.tagType != TagKind::End)
         return -1;
-    const auto open = names.find(tag.tagName);
-    if (open == names.end())
+    const auto at = static_cast<qsizetype>(names.innermost(nameId));
+    if (at < 0)
         return -1;
-    for (qsizetype i = openTags.size() - 1; i >= 0; --i) {
-        if (openTags[i].tagName == tag.tagName) {
-            openTags.removeAt(i);
-            if (--*open == 0)
-                names.erase(open);
-            return i;
-        }
-    }
-    return -1;
+    openTags.removeAt(at);
+    names.closedAt(at);
+    return at;
+}
+
+// Numbers the names of a list's tags afresh, as the toolkit numbers them.
+inline void CountOpenTagNames(
+    const QList<ValidationContext>& openTags, OpenTagNames& names, ToolkitState& toolkit)
+{
+    names.clear();
+    for (const ValidationContext& open : openTags)
+        names.opened(toolkit.nameId(open.tagName));
 }

@@ -5,6 +5,7 @@
 #include "core/Paths.h"
 #include "core/RunAborted.h"
 #include "core/RunServices.h"
+#include "core/SharedText.h"
 #include "engine/RuleHelpers.h"
 #include "engine/TagWalk.h"
 #include "text/InputLoading.h"
@@ -34,20 +35,30 @@ void runWholeFileChecks(FileRecord& state, const RunServices& run, const RuleBoo
 
 // The row stack follows the declared elements: every matching row of a start
 // tag is pushed, any other tag of a declared element pops one row, an empty
-// tag included. The table's answer for a name is remembered, so a tag met
-// again costs no hashing or upper-casing.
-void followRowStack(FileRecord& state, const RoutineDeclTable& table)
+// tag included. The table's answer for a name is remembered by the name's
+// number, so a tag met again costs no hashing or upper-casing.
+void followRowStack(FileRecord& state, const RoutineDeclTable& table, std::int32_t nameId)
 {
-    const DeclaredRows& declared
-        = state.declaredRows.answer(&table, state.context.tagName, [&](const QString& name) {
-              DeclaredRows answer;
-              answer.declared = table.index.holds(name);
-              // Asked once per name and file: upper-casing here costs nothing per tag.
-              if (const auto rows = table.rowsByUpperTag.constFind(name.toUpper());
-                  answer.declared && rows != table.rowsByUpperTag.constEnd())
-                  answer.rows = &*rows;
-              return answer;
-          });
+    const auto ask = [&](const QString& name) {
+        DeclaredRows answer;
+        answer.askedInFile = state.declaredRowsFile;
+        answer.declared = table.index.holds(name);
+        // Asked once per name and file: upper-casing here costs nothing per tag.
+        if (const auto rows = table.rowsByUpperTag.constFind(name.toUpper());
+            answer.declared && rows != table.rowsByUpperTag.constEnd())
+            answer.rows = &*rows;
+        return answer;
+    };
+    DeclaredRows unnamed;
+    DeclaredRows* memo = &unnamed;
+    if (nameId >= 0) {
+        if (std::size_t(nameId) >= state.declaredRows.size())
+            state.declaredRows.resize(std::size_t(nameId) + 1);
+        memo = &state.declaredRows[std::size_t(nameId)];
+    }
+    if (memo->askedInFile != state.declaredRowsFile)
+        *memo = ask(state.context.tagName);
+    const DeclaredRows& declared = *memo;
     if (!declared.declared)
         return;
     if (state.context.tagType == TagKind::Start) {
@@ -64,6 +75,43 @@ void followRowStack(FileRecord& state, const RoutineDeclTable& table)
     state.currentRow = state.rowStack.size() > 1 ? state.rowStack.last() : 0;
 }
 
+// The records handed on to the next file read parts of this document's
+// buffer. They get characters of their own before the document is dropped,
+// so that a batch keeps one document in memory, not the last one as well.
+// A line is copied once for all its tags; the open tags of earlier files,
+// already copied, are the list's front and are not visited again.
+void keepCarriedTagsOwn(FileRecord& state)
+{
+    const QString& document = state.wholeText;
+    QString lastLine;
+    QString lastCopy;
+    const auto own = [&](QString& text) {
+        if (!SharesBuffer(text, document))
+            return;
+        if (SamePlace(text, lastLine)) {
+            text = lastCopy;
+            return;
+        }
+        lastLine = text;
+        text = QStringView(text).toString();
+        lastCopy = text;
+    };
+    const auto ownRecord = [&](ValidationContext& record) {
+        own(record.lineText);
+        own(record.tagText);
+        own(record.enclosingTag);
+    };
+    for (qsizetype i = state.openTags.size() - 1; i >= 0; --i) {
+        ValidationContext& open = state.openTags[i];
+        if (!SharesBuffer(open.tagText, document) && !SharesBuffer(open.lineText, document))
+            break;
+        ownRecord(open);
+    }
+    ownRecord(state.context);
+    ownRecord(state.previousTag);
+    ownRecord(state.previousStartTag);
+}
+
 void validateLoadedFile(FileRecord& state, const RunServices& run, const RuleBook& rules)
 {
     SplitLines(state);
@@ -75,7 +123,9 @@ void validateLoadedFile(FileRecord& state, const RunServices& run, const RuleBoo
     std::int32_t lineStart = 0;
     for (int i = 0; i <= last; ++i) {
         run.ui.setProgressValue(i);
-        const QString line = state.line(i).toString();
+        // The line shares the document's buffer: nothing is copied for it,
+        // nor for the tags the rules are handed from it.
+        const QString line = SharedPart(state.wholeText, lineStart, state.line(i).size());
         ScanLine(state, run, line, lineStart, i + 1);
         lineStart += static_cast<std::int32_t>(line.size()) + 2;
         run.ui.processEvents();
@@ -112,7 +162,7 @@ void ResetPerFileState(FileRecord& state)
     state.currentRow = 0;
     state.rowStack = { 0 };
     state.ruleStates.clear();
-    state.declaredRows.forget();
+    ++state.declaredRowsFile;
 }
 
 void ScanLine(FileRecord& state, const RunServices& run, const QString& line, std::int32_t lineStart,
@@ -122,9 +172,9 @@ void ScanLine(FileRecord& state, const RunServices& run, const QString& line, st
     const RoutineDeclTable* table = declarations(run);
     TagScanner xml(state.toolkit);
     bool swapped = false;
-    WalkLineTags(xml, line, [&](QString&& tag, std::int32_t position) {
-        FillTagContext(state.context, xml, std::move(tag), line, position, lineStart, lineNumber,
-            InnermostOpenTag(state.openTags));
+    WalkLineTagMatches(xml, line, [&](const TagMatch& tag) {
+        const std::int32_t nameId = FillTagContext(
+            state.context, state.toolkit, tag, line, lineStart, lineNumber, InnermostOpenTag(state.openTags));
         if (state.contextElement.isEmpty() && !state.context.tagName.isEmpty()
             && isLetter(state.context.tagName.front()))
             state.contextElement = state.context.tagName;
@@ -132,15 +182,15 @@ void ScanLine(FileRecord& state, const RunServices& run, const QString& line, st
         if (table) {
             // A row tagged "N/A" (any case) runs for every tag.
             if (table->firstNotApplicableRow >= 0)
-                DispatchRow(state, run, table->firstNotApplicableRow + 1);
-            followRowStack(state, *table);
+                DispatchRow(state, run, *table, table->firstNotApplicableRow + 1);
+            followRowStack(state, *table, nameId);
             if (state.currentRow != 0)
-                DispatchRow(state, run, state.currentRow);
+                DispatchRow(state, run, *table, state.currentRow);
         }
 
-        FollowOpenTags(state.openTags, state.openTagNames, state.context);
+        FollowOpenTags(state.openTags, state.openTagNames, state.context, nameId);
         if (state.context.tagType == TagKind::Start)
-            state.previousStartTag = state.context;
+            CopyTagRecord(state.previousStartTag, state.context);
         // The record of this tag becomes the previous tag's; the next tag
         // fills the other record anew, so swapping spares copying it.
         std::swap(state.previousTag, state.context);
@@ -159,9 +209,7 @@ CarriedTagState CarriedTagStateOf(const FileRecord& state)
 void SeedCarriedTagState(FileRecord& state, CarriedTagState carried)
 {
     state.openTags = std::move(carried.openTags);
-    state.openTagNames.clear();
-    for (const ValidationContext& open : std::as_const(state.openTags))
-        ++state.openTagNames[open.tagName];
+    CountOpenTagNames(state.openTags, state.openTagNames, state.toolkit);
     state.context = std::move(carried.context);
     state.previousTag = std::move(carried.previousTag);
     state.previousStartTag = std::move(carried.previousStartTag);
@@ -173,6 +221,7 @@ void ValidateFile(FileRecord& state, const RunServices& run, const RuleBook& rul
         // Taken before the text is read: whatever changes the file from here
         // on keeps it from passing on as validated.
         state.inputIdentity = FileIdentityOf(state.inputPath);
+        keepCarriedTagsOwn(state);
         state.wholeText = LoadInputText(run.ui, state.inputPath, run.installation.config.Utf8Input);
         state.toolkit.indexText(state.wholeText);
         validateLoadedFile(state, run, rules);

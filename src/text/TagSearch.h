@@ -26,6 +26,20 @@ inline qsizetype IndexOfPair(QStringView text, char16_t first, char16_t second, 
     return -1;
 }
 
+// The first `c` in text[from, end), -1 when there is none. What a tag search
+// looks for mostly stands a few places on: a plain loop finds it there sooner
+// than the library's search, which pays a set-up for its wide steps; past the
+// first few places the library's search takes over.
+inline qsizetype IndexOfNear(QStringView text, char16_t c, qsizetype from, qsizetype end)
+{
+    const qsizetype nearEnd = std::min(end, from + 16);
+    for (qsizetype at = from; at < nearEnd; ++at) {
+        if (text[at] == QChar(c))
+            return at;
+    }
+    return nearEnd >= end ? -1 : text.first(end).indexOf(QChar(c), nearEnd);
+}
+
 // The element name of a tag text, as TagScanner::GetTagName defines it, as
 // a view of the tag; a null view for a text that is no tag.
 inline QStringView TagNameViewOf(QStringView tag)
@@ -62,22 +76,22 @@ std::optional<Candidate> FindCandidate(QStringView text, qsizetype from, OnQuote
     qsizetype gt = -1; // first ">" after the current lt, reused along a run of stray "<"
     qsizetype quote = -1; // first double quote at or after lt, when known to be <= gt
     qsizetype quoteFreeFrom = 0; // no double quote in [quoteFreeFrom, gt] is known
-    qsizetype lt = from < text.size() ? text.indexOf(u'<', from) : -1;
+    qsizetype lt = from < text.size() ? IndexOfNear(text, u'<', from, text.size()) : -1;
     while (lt >= 0) {
         if (gt <= lt) {
-            gt = text.indexOf(u'>', lt + 1);
+            gt = IndexOfNear(text, u'>', lt + 1, text.size());
             if (gt < 0)
                 return std::nullopt;
         }
         if (quote < lt) {
             const qsizetype scanFrom = std::max(lt, quoteFreeFrom);
-            const qsizetype found = text.sliced(0, gt + 1).indexOf(u'"', scanFrom);
+            const qsizetype found = IndexOfNear(text, u'"', scanFrom, gt + 1);
             quote = found;
             quoteFreeFrom = found < 0 ? gt + 1 : found;
         }
         if (quote >= lt && quote <= gt)
             onQuoted(lt, gt);
-        const qsizetype innerLt = text.sliced(0, gt).indexOf(u'<', lt + 1);
+        const qsizetype innerLt = IndexOfNear(text, u'<', lt + 1, gt);
         if (innerLt >= 0) {
             lt = innerLt; // the next "<" after lt: searching again from lt + 1 would land here
             continue;
@@ -85,7 +99,8 @@ std::optional<Candidate> FindCandidate(QStringView text, qsizetype from, OnQuote
         const QChar second = text[lt + 1];
         if (second != u' ' && second != u'>')
             return Candidate { lt, gt };
-        lt = text.indexOf(u'<', gt + 1); // no "<" inside, so nothing between lt and gt is skipped
+        // No "<" inside, so nothing between lt and gt is skipped.
+        lt = IndexOfNear(text, u'<', gt + 1, text.size());
     }
     return std::nullopt;
 }

@@ -54,15 +54,22 @@ void expectPassAgreesWithDriver(const QStringList& paths)
     QList<ValidationContext> predicted;
     // A worker's list, carried from file to file with its count by name.
     QList<ValidationContext> kept;
-    QHash<QString, int> keptNames;
+    OpenTagNames keptNames;
+    ToolkitState keptToolkit;
     for (qsizetype i = 0; i < paths.size(); ++i) {
         state.inputPath = paths[i];
         ValidateRunFile(state, RuleBook {});
         ApplyOpenTagEffect(predicted, effects[std::size_t(i)]);
         ASSERT_EQ(described(predicted), described(state.file.openTags)) << paths[i].toStdString();
-        ApplyOpenTagEffect(kept, keptNames, effects[std::size_t(i)]);
+        ApplyOpenTagEffect(kept, keptNames, keptToolkit, effects[std::size_t(i)]);
         ASSERT_EQ(described(kept), described(state.file.openTags)) << paths[i].toStdString();
-        ASSERT_EQ(keptNames, state.file.openTagNames) << paths[i].toStdString();
+        // The numbers kept beside each list name its tags as the list does.
+        for (const auto& [list, names, toolkit] : { std::tuple { &kept, &keptNames, &keptToolkit },
+                 std::tuple { &state.file.openTags, &state.file.openTagNames, &state.file.toolkit } }) {
+            ASSERT_EQ(names->size(), std::size_t(list->size())) << paths[i].toStdString();
+            for (qsizetype k = 0; k < list->size(); ++k)
+                ASSERT_EQ(names->idAt(std::size_t(k)), toolkit->knownNameId((*list)[k].tagName));
+        }
     }
     EXPECT_EQ(described(OpenTagsAfterFiles(paths, true, {}, 1)), described(state.file.openTags));
 }

@@ -5,7 +5,9 @@
 #include "config/ConfigurationLoading.h"
 #include "config/RoutineDeclTable.h"
 #include "core/RunAborted.h"
+#include "core/SharedText.h"
 #include "engine/RuleContext.h"
+#include "engine/TagWalk.h"
 #include "support/RecordingOperator.h"
 #include "support/TempDir.h"
 
@@ -104,6 +106,51 @@ TEST(Validator, KeepsOpenTagsFromOneFileToTheNext)
     fixture.validate("</x></a>");
     ASSERT_EQ(fixture.state.file.openTags.size(), 1);
     EXPECT_EQ(fixture.state.file.openTags[0].tagText, "<c>");
+}
+
+TEST(Validator, CarriedRecordsDropTheirDocument)
+{
+    Fixture fixture("");
+    fixture.validate("x\r\n<a><b>\r\n<c></b>");
+    const QString first = fixture.state.file.wholeText;
+    fixture.validate("</x>");
+    const FileRecord& file = fixture.state.file;
+    ASSERT_EQ(file.openTags.size(), 2);
+    for (const ValidationContext* record : { &file.openTags[0], &file.openTags[1], &file.previousTag }) {
+        EXPECT_FALSE(SharesBuffer(record->tagText, first)) << record->tagText.toStdString();
+        EXPECT_FALSE(SharesBuffer(record->lineText, first)) << record->tagText.toStdString();
+        EXPECT_FALSE(SharesBuffer(record->enclosingTag, first)) << record->tagText.toStdString();
+    }
+    EXPECT_EQ(file.openTags[0].lineText, "<a><b>");
+    EXPECT_EQ(file.openTags[1].tagText, "<c>");
+    EXPECT_EQ(file.openTags[1].enclosingTag, "<b>");
+    EXPECT_EQ(file.openTags[1].lineText, "<c></b>");
+    EXPECT_EQ(file.previousTag.tagText, "</x>");
+}
+
+// The driver reads the name and kind of a found tag from its ends; the
+// toolkit's general reading must agree for every tag the walk finds.
+TEST(Validator, FoundTagPartsAgreeWithTheToolkit)
+{
+    const QString lines[] = {
+        "<a><b c=\"d\">x</b></a>",
+        "<a/><a /><a/b><a / ></a/></a b><x;y><x;y/></x;y><p;q r>",
+        "</><//><a;><;a></ ><a\tb><a  b ><\"a\"><a b=\">\">",
+        "<!-- c --><?pi x?><a!><a?></!a>",
+        "< a><a<b><<c>>x</ d>",
+    };
+    ToolkitState state;
+    TagScanner xml(state);
+    for (const QString& line : lines) {
+        int found = 0;
+        WalkLineTagMatches(xml, line, [&](const TagMatch& tag) {
+            ++found;
+            const FoundTagParts parts = PartsOfFoundTag(tag.text);
+            EXPECT_EQ(parts.name.toString(), xml.GetTagName(tag.text)) << tag.text.toString().toStdString();
+            EXPECT_EQ(parts.kind, xml.GetTagType(tag.text)) << tag.text.toString().toStdString();
+        });
+        EXPECT_GT(found, 0) << line.toStdString();
+    }
 }
 
 TEST(Validator, SplitsAtLineEndsAndCountsProgressPerLine)
