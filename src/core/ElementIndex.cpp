@@ -31,17 +31,25 @@ const ElementIndex::Positions& ElementIndex::positionsOf(
 // tags in between balance out. With level[k] the nesting before event k (+1
 // per start tag, -1 per end tag), that end tag is the event just before the
 // first later k whose level is lower: "next lower level", one stack pass.
-const ElementIndex::Matching& ElementIndex::matchingOf(const QString& name) const
+const ElementIndex::Matching& ElementIndex::matchingOf(QStringView name) const
 {
-    return *recent_.answer(this, name, [this](const QString& asked) { return &builtMatching(asked); });
+    const std::size_t key = name.isEmpty()
+        ? 0
+        : std::size_t(name.size()) * 31 + name.front().unicode() * 7 + name.back().unicode();
+    Recent& slot = recent_[key % recent_.size()];
+    if (!slot.matching || QStringView(slot.name) != name) {
+        slot.matching = &builtMatching(name);
+        slot.name = name.toString();
+    }
+    return *slot.matching;
 }
 
-const ElementIndex::Matching& ElementIndex::builtMatching(const QString& name) const
+const ElementIndex::Matching& ElementIndex::builtMatching(QStringView name) const
 {
-    const auto found = matchings_.constFind(name);
+    const auto found = matchings_.constFind(name.toString());
     if (found != matchings_.cend())
         return **found;
-    const Positions& ends = positionsOf(closedByGt_, u'/' + name);
+    const Positions& ends = positionsOf(closedByGt_, QString(u'/' + name.toString()));
     Positions opens = positionsOf(closedByGt_, name);
     const Positions& blankOpens = positionsOf(closedByBlank_, name);
     opens.insert(opens.end(), blankOpens.begin(), blankOpens.end());
@@ -69,7 +77,7 @@ const ElementIndex::Matching& ElementIndex::builtMatching(const QString& name) c
         }
         waiting.push_back(std::int32_t(k));
     }
-    return **matchings_.emplace(name, std::make_shared<Matching>(std::move(matching)));
+    return **matchings_.emplace(name.toString(), std::make_shared<Matching>(std::move(matching)));
 }
 
 std::size_t ElementIndex::firstAtOrAfter(const Matching& matching, qsizetype at)
@@ -94,7 +102,7 @@ std::size_t ElementIndex::firstAtOrAfter(const Matching& matching, qsizetype at)
 }
 
 std::optional<QStringView> ElementIndex::elementContent(
-    qsizetype tagStart, qsizetype tagLength, const QString& name) const
+    qsizetype tagStart, qsizetype tagLength, QStringView name) const
 {
     const Matching& matching = matchingOf(name);
     const qsizetype contentStart = tagStart + tagLength;

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "core/NameMemo.h"
-
 #include <QHash>
 #include <QString>
 #include <QStringView>
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -28,7 +27,7 @@ public:
     // (zero-based) whose end tag is "</" + name + ">": nothing when that
     // element cannot be closed. The name holds no blank, "<" or ">".
     std::optional<QStringView> elementContent(
-        qsizetype tagStart, qsizetype tagLength, const QString& name) const;
+        qsizetype tagStart, qsizetype tagLength, QStringView name) const;
 
 private:
     // Offsets fit in 32 bits, as line positions do everywhere in a run; half
@@ -47,8 +46,8 @@ private:
     };
 
     const Positions& positionsOf(const QHash<QStringView, Positions>& map, QStringView key) const;
-    const Matching& matchingOf(const QString& name) const;
-    const Matching& builtMatching(const QString& name) const;
+    const Matching& matchingOf(QStringView name) const;
+    const Matching& builtMatching(QStringView name) const;
     // The index of the first position at or after `at`, as a binary search
     // finds it; positions.size() when there is none.
     static std::size_t firstAtOrAfter(const Matching& matching, qsizetype at);
@@ -57,8 +56,17 @@ private:
     QHash<QStringView, Positions> closedByGt_; // key: text between "<" and ">"
     QHash<QStringView, Positions> closedByBlank_; // key: text between "<" and the blank
     Positions none_;
-    // Built on first use of a name; each stays where it was made, so the memo
-    // can point at it.
+    // Built on first use of a name; each stays where it was made, so the
+    // recent names can point at it.
     mutable QHash<QString, std::shared_ptr<Matching>> matchings_;
-    mutable NameMemo<const Matching*> recent_;
+    // The names asked for lately, each in a slot chosen by its length and
+    // outer characters: a name is found again by comparing a few characters,
+    // not by hashing it, and a name read out of the text as a view is found
+    // as well as one held in a string. Two names that share a slot only cost
+    // a hash look-up each.
+    struct Recent {
+        QString name;
+        const Matching* matching = nullptr;
+    };
+    mutable std::array<Recent, 64> recent_ {};
 };

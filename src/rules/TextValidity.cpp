@@ -56,6 +56,7 @@ TextValidityRow ParseTextValidityRow(const QStringList& columns, const TagScanne
     row.splitOnTags = columns[3] == u"Y";
     row.excluded = excludedNames(columns[4]);
     row.operatorText = columns[5];
+    row.operatorKind = TextValidityOperatorKind(row.operatorText);
     row.number = LeadingNumber(columns[6]);
     row.severity = SeverityOfCode(columns[7]);
     row.message = columns[8];
@@ -262,6 +263,23 @@ bool EvaluateArithmetic(
     return true;
 }
 
+TextValidityOperator TextValidityOperatorKind(const QString& op)
+{
+    if (isCountOperator(op))
+        return TextValidityOperator::Count;
+    if (op == u"!dup")
+        return TextValidityOperator::NoRepeat;
+    if (op == u"dup")
+        return TextValidityOperator::AllAlike;
+    if (op.startsWith(u'+') || op.startsWith(u'-'))
+        return TextValidityOperator::Step;
+    if (op.contains(QStringLiteral("@eval"), Qt::CaseInsensitive))
+        return TextValidityOperator::Arithmetic;
+    if (op.contains(QStringLiteral("@now"), Qt::CaseInsensitive))
+        return TextValidityOperator::Date;
+    return TextValidityOperator::Forbid;
+}
+
 QString TextValidityOperatorProblem(const QString& operatorText)
 {
     const QString& op = operatorText;
@@ -352,7 +370,7 @@ private:
 // An element that the indexed text closes only beyond the content does not
 // end in the content: no end tag inside it would have closed it either.
 std::optional<qsizetype> elementEnd(
-    const TagPairs& pairs, qsizetype textSize, qsizetype lt, qsizetype tagLength, const QString& name)
+    const TagPairs& pairs, qsizetype textSize, qsizetype lt, qsizetype tagLength, QStringView name)
 {
     const std::optional<QStringView> inner = pairs.index->elementContent(pairs.base + lt, tagLength, name);
     if (!inner)
@@ -390,7 +408,9 @@ PlacedContent splitOnTags(const PlacedContent& content, const TagScanner& xml, c
     forEachTag(text, [&](qsizetype lt, QStringView tag) -> std::optional<qsizetype> {
         std::optional<qsizetype> end;
         if (xml.GetTagType(tag) == TagKind::Start) {
-            if (const QString name = xml.GetTagName(tag); !name.isEmpty())
+            // The name is read in place: an element holds many tags, and a
+            // string per tag was a good part of the split.
+            if (const QStringView name = TagSearch::TagNameViewOf(tag); !name.isEmpty())
                 end = elementEnd(index, text.size(), lt, tag.size(), name);
         }
         out.keep(copied, lt);
@@ -409,7 +429,7 @@ PlacedContent cutElements(
     PlacedBuilder out(content);
     qsizetype copied = 0;
     forEachTag(text, [&](qsizetype lt, QStringView tag) -> std::optional<qsizetype> {
-        if (xml.GetTagType(tag) != TagKind::Start || xml.GetTagName(tag) != name)
+        if (xml.GetTagType(tag) != TagKind::Start || TagSearch::TagNameViewOf(tag) != name)
             return std::nullopt;
         const std::optional<qsizetype> end = elementEnd(index, text.size(), lt, tag.size(), name);
         if (!end)
@@ -432,11 +452,26 @@ PlacedContent SplitOnTags(PlacedContent content, const TagScanner& xml, std::opt
     return withPairs(text, pairs, [&](const TagPairs& index) { return splitOnTags(content, xml, index); });
 }
 
+namespace {
+
+// Whether "<" + name occurs in the text. A split content has mostly no "<"
+// left at all, so the one-character search decides most elements at once.
+bool holdsOpener(QStringView text, QStringView name)
+{
+    for (qsizetype lt = text.indexOf(u'<'); lt >= 0; lt = text.indexOf(u'<', lt + 1)) {
+        if (text.sliced(lt + 1).startsWith(name))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
 PlacedContent CutElements(
     PlacedContent content, const QString& name, const TagScanner& xml, std::optional<TagPairs> pairs)
 {
     const QString& text = content.text;
-    if (name.isEmpty() || !text.contains(u'<' + name))
+    if (name.isEmpty() || !holdsOpener(text, name))
         return content;
     return withPairs(
         text, pairs, [&](const TagPairs& index) { return cutElements(content, name, xml, index); });
@@ -587,7 +622,7 @@ const PlacedContent& ElementContent::preparedFor(const TextValidityRow& row, con
         const std::optional<TagPairs> pairs = pairsNow();
         placed = CutElements(std::move(placed), name, xml, pairs);
     }
-    return prepared_.emplace_back(key, std::move(placed)).second;
+    return prepared_.emplace_front(key, std::move(placed)).second;
 }
 
 void ApplyTextValidityRow(RuleContext& context, const TextValidityRow& row, ElementContent& content)
@@ -601,29 +636,40 @@ void ApplyTextValidityRow(RuleContext& context, const TextValidityRow& row, Elem
     // Counts and the forbidden pattern need no value lists, and "@eval" searches for itself.
     const RegExp& values = row.valueExpression;
     const auto found = [&] { return SearchPattern(values, placed.text); };
-    const QString& op = row.operatorText;
-    if (isCountOperator(op)) {
-        if (!CompareBy(op, double(values.countMatches(placed.text)), row.number).value())
+    switch (row.operatorKind) {
+    case TextValidityOperator::Count:
+        if (!CompareBy(row.operatorText, double(values.countMatches(placed.text)), row.number).value())
             reportAtTag(context, row, context.tag.linePosition);
-    } else if (op == u"!dup") {
+        break;
+    case TextValidityOperator::NoRepeat: {
         const PatternSearchResult result = found();
         reportValue(context, row, placed, result, repeatedValue(SplitValueList(result.captureList)));
-    } else if (op == u"dup") {
+        break;
+    }
+    case TextValidityOperator::AllAlike: {
         const PatternSearchResult result = found();
         reportValue(context, row, placed, result, unlikeValue(SplitValueList(result.captureList)));
-    } else if (op.startsWith(u'+') || op.startsWith(u'-')) {
+        break;
+    }
+    case TextValidityOperator::Step: {
         const PatternSearchResult result = found();
         reportValue(
             context, row, placed, result, outOfSequence(context, row, SplitValueList(result.captureList)));
-    } else if (op.contains(QStringLiteral("@eval"), Qt::CaseInsensitive)) {
+        break;
+    }
+    case TextValidityOperator::Arithmetic:
         // Always column 1, wherever the element stands.
-        if (!EvaluateArithmetic(op, row.number, values, placed.text))
+        if (!EvaluateArithmetic(row.operatorText, row.number, values, placed.text))
             reportAtTag(context, row, 1);
-    } else if (op.contains(QStringLiteral("@now"), Qt::CaseInsensitive)) {
+        break;
+    case TextValidityOperator::Date:
         if (!dateHolds(context, row, found().captureList))
             reportAtTag(context, row, context.tag.linePosition);
-    } else if (values.test(placed.text)) {
-        reportAtTag(context, row, context.tag.linePosition);
+        break;
+    case TextValidityOperator::Forbid:
+        if (values.test(placed.text))
+            reportAtTag(context, row, context.tag.linePosition);
+        break;
     }
 }
 
