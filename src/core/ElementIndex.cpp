@@ -12,18 +12,41 @@ ElementIndex::ElementIndex(QStringView text)
             ++stop;
         const QStringView key = text.sliced(lt + 1, stop - lt - 1);
         if (stop < text.size() && text[stop] == u'>')
-            closedByGt_[key].push_back(std::int32_t(lt));
+            closedByGt_.at(key).push_back(std::int32_t(lt));
         else if (stop < text.size() && text[stop] == u' ')
-            closedByBlank_[key].push_back(std::int32_t(lt));
+            closedByBlank_.at(key).push_back(std::int32_t(lt));
         lt = stop < text.size() && text[stop] == u'<' ? stop : text.indexOf(u'<', stop);
     }
 }
 
-const ElementIndex::Positions& ElementIndex::positionsOf(
-    const QHash<QStringView, Positions>& map, QStringView key) const
+ElementIndex::Positions& ElementIndex::PositionsByName::at(QStringView key)
 {
-    const auto it = map.constFind(key);
-    return it == map.cend() ? none_ : *it;
+    Slot& slot = recent_[slotOf(key) % recent_.size()];
+    if (!slot.filled || slot.key != key) {
+        const auto known = lists_.constFind(key);
+        std::size_t list = 0;
+        if (known != lists_.cend()) {
+            list = *known;
+        } else {
+            list = positions_.size();
+            positions_.emplace_back();
+            lists_.insert(key, list);
+        }
+        slot = { key, list, true };
+    }
+    return positions_[slot.list];
+}
+
+const ElementIndex::Positions* ElementIndex::PositionsByName::find(QStringView key) const
+{
+    const auto known = lists_.constFind(key);
+    return known == lists_.cend() ? nullptr : &positions_[*known];
+}
+
+const ElementIndex::Positions& ElementIndex::positionsOf(const PositionsByName& map, QStringView key) const
+{
+    const Positions* found = map.find(key);
+    return found ? *found : none_;
 }
 
 // An element's content ends at the first end tag after it where the nesting
@@ -33,10 +56,7 @@ const ElementIndex::Positions& ElementIndex::positionsOf(
 // first later k whose level is lower: "next lower level", one stack pass.
 const ElementIndex::Matching& ElementIndex::matchingOf(QStringView name) const
 {
-    const std::size_t key = name.isEmpty()
-        ? 0
-        : std::size_t(name.size()) * 31 + name.front().unicode() * 7 + name.back().unicode();
-    Recent& slot = recent_[key % recent_.size()];
+    Recent& slot = recent_[slotOf(name) % recent_.size()];
     if (!slot.matching || QStringView(slot.name) != name) {
         slot.matching = &builtMatching(name);
         slot.name = name.toString();

@@ -45,7 +45,33 @@ private:
         mutable std::size_t cursor = 0;
     };
 
-    const Positions& positionsOf(const QHash<QStringView, Positions>& map, QStringView key) const;
+    // Positions by the name read at each "<". A file has a few dozen names
+    // and a great many tags: a name met again is found in a slot chosen by
+    // its length and outer characters by comparing a few characters, and
+    // only a name new to its slot is hashed.
+    class PositionsByName {
+    public:
+        Positions& at(QStringView key);
+        const Positions* find(QStringView key) const;
+
+    private:
+        struct Slot {
+            QStringView key; // a view into the indexed text
+            std::size_t list = 0;
+            bool filled = false;
+        };
+        QHash<QStringView, std::size_t> lists_;
+        std::vector<Positions> positions_;
+        std::array<Slot, 64> recent_ {};
+    };
+
+    static std::size_t slotOf(QStringView name)
+    {
+        return name.isEmpty()
+            ? 0
+            : std::size_t(name.size()) * 31 + name.front().unicode() * 7 + name.back().unicode();
+    }
+    const Positions& positionsOf(const PositionsByName& map, QStringView key) const;
     const Matching& matchingOf(QStringView name) const;
     const Matching& builtMatching(QStringView name) const;
     // The index of the first position at or after `at`, as a binary search
@@ -53,8 +79,8 @@ private:
     static std::size_t firstAtOrAfter(const Matching& matching, qsizetype at);
 
     QStringView text_;
-    QHash<QStringView, Positions> closedByGt_; // key: text between "<" and ">"
-    QHash<QStringView, Positions> closedByBlank_; // key: text between "<" and the blank
+    PositionsByName closedByGt_; // key: text between "<" and ">"
+    PositionsByName closedByBlank_; // key: text between "<" and the blank
     Positions none_;
     // Built on first use of a name; each stays where it was made, so the
     // recent names can point at it.
