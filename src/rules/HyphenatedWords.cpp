@@ -238,31 +238,60 @@ namespace {
 struct WordCheck {
     QString text;
     const HyphenatedTable* accepted;
-    QString foundIn; // " found in " + the start tag
+    QStringView tagText; // the start tag, named only when a finding is made
 
     // "<kind><word> found in <tag>", or with the suggestions in its place.
     QString message(const char* kind, const QString& word, const QString& suggestions) const
     {
-        return suggestions.isEmpty()
-            ? QLatin1String(kind) + word + foundIn
-            : QLatin1String(kind) + word + QStringLiteral(" Suggested Words: ") + suggestions;
+        QString text = QLatin1String(kind) + word;
+        if (suggestions.isEmpty())
+            (text += QStringLiteral(" found in ")) += tagText;
+        else
+            text += QStringLiteral(" Suggested Words: ") + suggestions;
+        return text;
     }
 };
 
-std::optional<WordCheck> startWordCheck(RuleContext& rule)
+// Whether the text holds a hyphen, or with `atLineEnd` a hyphen just before
+// CR LF.
+bool holdsHyphen(QStringView text, bool atLineEnd)
+{
+    for (qsizetype at = text.indexOf(u'-'); at >= 0; at = text.indexOf(u'-', at + 1)) {
+        if (!atLineEnd || text.sliced(at + 1).startsWith(u"\r\n"))
+            return true;
+    }
+    return false;
+}
+
+// Whether the element's text can hold what a check looks for. That text is
+// the start tag (which ends in ">"), the content with whole elements put
+// back as a marker without hyphens, and the end tag (which begins with "<"):
+// a hyphen, or one before a line break, found in none of the three parts as
+// they stand in the file is in none of the text. Most elements are decided
+// so without making their text.
+bool mayHoldHyphen(RuleContext& rule, bool atLineEnd)
 {
     const ValidationContext& context = rule.tag;
-    if (context.tagType != TagKind::Start)
+    if (holdsHyphen(context.tagText, atLineEnd) || holdsHyphen(context.tagName, atLineEnd))
+        return true;
+    const std::optional<ContentRange> range = CurrentElementContent(rule.document, rule.toolkit, context);
+    return !range
+        || holdsHyphen(QStringView(rule.document).sliced(range->start, range->end - range->start), atLineEnd);
+}
+
+std::optional<WordCheck> startWordCheck(RuleContext& rule, bool atLineEnd)
+{
+    const ValidationContext& context = rule.tag;
+    if (context.tagType != TagKind::Start || !mayHoldHyphen(rule, atLineEnd))
         return std::nullopt;
-    return WordCheck { elementText(rule), acceptedWords(rule),
-        QStringLiteral(" found in ") + context.tagText };
+    return WordCheck { elementText(rule), acceptedWords(rule), context.tagText };
 }
 
 } // namespace
 
 void HYPHENATEDWORDCHECK(RuleContext& rule)
 {
-    const std::optional<WordCheck> check = startWordCheck(rule);
+    const std::optional<WordCheck> check = startWordCheck(rule, true);
     if (!check)
         return;
     const ValidationContext& context = rule.tag;
@@ -303,7 +332,7 @@ void HYPHENATEDWORDCHECK(RuleContext& rule)
 
 void COMPOUNDWORDCHECK(RuleContext& rule)
 {
-    const std::optional<WordCheck> check = startWordCheck(rule);
+    const std::optional<WordCheck> check = startWordCheck(rule, false);
     if (!check)
         return;
     const ValidationContext& context = rule.tag;
