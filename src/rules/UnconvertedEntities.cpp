@@ -234,7 +234,12 @@ struct TagRemoval {
                 continue;
             const Open open = opens.back();
             const qsizetype inside = plainSize - open.plainAt - 1;
-            if (inside == 0 || text[fileOffsetOf(open.plainAt + 1)] == u' ') {
+            // The character after the "<" is still where it stood unless a
+            // removed tag began right there: only then is it looked up.
+            const auto firstInside = [&] {
+                return text[open.at + 1] != u'<' ? text[open.at + 1] : text[fileOffsetOf(open.plainAt + 1)];
+            };
+            if (inside == 0 || firstInside() == u' ') {
                 opens.clear();
                 continue;
             }
