@@ -98,13 +98,28 @@ public:
             if (nearest == next.size() || next[nearest] > last)
                 return;
             const qsizetype at = next[nearest];
-            if (text.sliced(at, needle_.size()).compare(needle_, Qt::CaseInsensitive) == 0)
+            if (secondMayMatch(text, at)
+                && text.sliced(at, needle_.size()).compare(needle_, Qt::CaseInsensitive) == 0)
                 found(at);
             next[nearest] = text.indexOf(QChar(firstUnits_[nearest]), at + 1);
         }
     }
 
 private:
+    // The first character of a common word leads to many candidates, and
+    // most of them differ at the second character already. Two ASCII
+    // characters fold alike only when their lower cases are equal, so that
+    // is told without the library's compare; any other pair goes to it.
+    bool secondMayMatch(QStringView text, qsizetype at) const
+    {
+        if (needle_.size() < 2)
+            return true;
+        const char16_t t = text[at + 1].unicode();
+        const char16_t n = needle_[1].unicode();
+        const auto lower = [](char16_t c) { return c >= u'A' && c <= u'Z' ? char16_t(c + 32) : c; };
+        return t >= 0x80 || n >= 0x80 || lower(t) == lower(n);
+    }
+
     QString needle_;
     // Every code unit that folds as the needle's first does; empty when the
     // needle holds a surrogate, and then the library searches.
