@@ -22,7 +22,7 @@ ElementIndex::ElementIndex(QStringView text)
 ElementIndex::Positions& ElementIndex::PositionsByName::at(QStringView key)
 {
     Slot& slot = recent_[slotOf(key) % recent_.size()];
-    if (!slot.filled || slot.key != key) {
+    if (!slot.filled || !sameName(slot.key, key)) {
         const auto known = lists_.constFind(key);
         std::size_t list = 0;
         if (known != lists_.cend()) {
@@ -57,7 +57,7 @@ const ElementIndex::Positions& ElementIndex::positionsOf(const PositionsByName& 
 const ElementIndex::Matching& ElementIndex::matchingOf(QStringView name) const
 {
     Recent& slot = recent_[slotOf(name) % recent_.size()];
-    if (!slot.matching || QStringView(slot.name) != name) {
+    if (!slot.matching || !sameName(slot.name, name)) {
         slot.matching = &builtMatching(name);
         slot.name = name.toString();
     }
