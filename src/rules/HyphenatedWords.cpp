@@ -76,10 +76,19 @@ bool isWordKnown(SpellingState& spelling, const QString& text)
 
 // Both checks are usually declared for the same elements: the text of the
 // element last asked for is kept for the other.
+struct HyphensInElement {
+    bool any = false;
+    bool atLineEnd = false;
+};
+
 struct ElementTextCache : RuleFileState {
     std::int32_t filePosition = -1;
     QString tagText;
     QString text;
+    // Whether the element as it stands in the file holds hyphens.
+    std::int32_t hyphensAt = -1;
+    QString hyphensTag;
+    HyphensInElement hyphens;
 };
 
 // The element's text that both checks search: the start tag, its content with
@@ -252,15 +261,13 @@ struct WordCheck {
     }
 };
 
-// Whether the text holds a hyphen, or with `atLineEnd` a hyphen just before
-// CR LF.
-bool holdsHyphen(QStringView text, bool atLineEnd)
+// Adds to `hyphens` what the text holds: a hyphen, a hyphen just before CR LF.
+void scanHyphens(QStringView text, HyphensInElement& hyphens)
 {
-    for (qsizetype at = text.indexOf(u'-'); at >= 0; at = text.indexOf(u'-', at + 1)) {
-        if (!atLineEnd || text.sliced(at + 1).startsWith(u"\r\n"))
-            return true;
+    for (qsizetype at = text.indexOf(u'-'); at >= 0 && !hyphens.atLineEnd; at = text.indexOf(u'-', at + 1)) {
+        hyphens.any = true;
+        hyphens.atLineEnd = text.sliced(at + 1).startsWith(u"\r\n");
     }
-    return false;
 }
 
 // Whether the element's text can hold what a check looks for. That text is
@@ -268,15 +275,25 @@ bool holdsHyphen(QStringView text, bool atLineEnd)
 // back as a marker without hyphens, and the end tag (which begins with "<"):
 // a hyphen, or one before a line break, found in none of the three parts as
 // they stand in the file is in none of the text. Most elements are decided
-// so without making their text.
+// so without making their text; both checks of an element share one look.
 bool mayHoldHyphen(RuleContext& rule, bool atLineEnd)
 {
     const ValidationContext& context = rule.tag;
-    if (holdsHyphen(context.tagText, atLineEnd) || holdsHyphen(context.tagName, atLineEnd))
-        return true;
-    const std::optional<ContentRange> range = CurrentElementContent(rule.document, rule.toolkit, context);
-    return !range
-        || holdsHyphen(QStringView(rule.document).sliced(range->start, range->end - range->start), atLineEnd);
+    auto& cache = rule.ownState<ElementTextCache>();
+    if (cache.hyphensAt != context.filePosition || cache.hyphensTag != context.tagText) {
+        HyphensInElement& hyphens = cache.hyphens;
+        hyphens = {};
+        scanHyphens(context.tagText, hyphens);
+        scanHyphens(context.tagName, hyphens);
+        if (const std::optional<ContentRange> range
+            = CurrentElementContent(rule.document, rule.toolkit, context))
+            scanHyphens(QStringView(rule.document).sliced(range->start, range->end - range->start), hyphens);
+        else
+            hyphens = { true, true }; // read the slow way
+        cache.hyphensAt = context.filePosition;
+        cache.hyphensTag = context.tagText;
+    }
+    return atLineEnd ? cache.hyphens.atLineEnd : cache.hyphens.any;
 }
 
 std::optional<WordCheck> startWordCheck(RuleContext& rule, bool atLineEnd)
