@@ -730,7 +730,10 @@ std::optional<TagPairs> filePairs(const RuleContext& context)
 
 bool isPlainName(const QString& name)
 {
-    return !name.isEmpty() && !name.contains(u' ') && !name.contains(u'<') && !name.contains(u'>');
+    // One look at each character: names are short, and asked for every element.
+    return !name.isEmpty() && std::none_of(name.begin(), name.end(), [](QChar c) {
+        return c == u' ' || c == u'<' || c == u'>';
+    });
 }
 
 // The content of the current start tag's element up to its end tag. Where
