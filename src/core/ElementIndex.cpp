@@ -6,7 +6,7 @@
 ElementIndex::ElementIndex(QStringView text)
     : text_(text)
 {
-    for (qsizetype lt = text.indexOf(u'<'); lt >= 0;) {
+    for (qsizetype lt = text.indexOf(u'<'); lt >= 0; ++openers_) {
         qsizetype stop = lt + 1;
         while (stop < text.size() && text[stop] != u' ' && text[stop] != u'<' && text[stop] != u'>')
             ++stop;

@@ -22,6 +22,8 @@ public:
     explicit ElementIndex(QStringView text);
 
     QStringView text() const { return text_; }
+    // How many "<" the text holds.
+    std::size_t openerCount() const { return openers_; }
 
     // The element content that GetPCDATA gives for the start tag at `tagStart`
     // (zero-based) whose end tag is "</" + name + ">": nothing when that
@@ -93,6 +95,7 @@ private:
     static std::size_t firstAtOrAfter(const Matching& matching, qsizetype at);
 
     QStringView text_;
+    std::size_t openers_ = 0;
     PositionsByName closedByGt_; // key: text between "<" and ">"
     PositionsByName closedByBlank_; // key: text between "<" and the blank
     Positions none_;
