@@ -212,7 +212,7 @@ struct TagRemoval {
         };
         text = whole;
         std::vector<Open> opens;
-        ReserveLarge(runs, openers.value_or(std::size_t(text.count(u'>'))) + 1);
+        ReserveLarge(runs, (openers ? *openers : std::size_t(text.count(u'>'))) + 1);
         qsizetype from = 0;
         // Brackets are few: each kind is found by the library's fast
         // search, every character of the text looked at once for each.
