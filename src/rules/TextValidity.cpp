@@ -20,7 +20,6 @@
 #include <algorithm>
 #include <limits>
 #include <new>
-#include <numeric>
 
 namespace {
 
@@ -319,7 +318,13 @@ qsizetype PlacedContent::originOf(qsizetype at) const
 {
     if (origin.empty())
         return at;
-    return at < qsizetype(origin.size()) ? origin[at] : origin.back() + 1;
+    // Past the end: one after the last character's place.
+    if (at >= text.size())
+        return originOf(text.size() - 1) + 1;
+    const auto after = std::upper_bound(
+        origin.begin(), origin.end(), at, [](qsizetype a, const Stretch& stretch) { return a < stretch.at; });
+    const Stretch& stretch = *std::prev(after);
+    return stretch.from + (at - stretch.at);
 }
 
 namespace {
@@ -331,36 +336,41 @@ public:
         : from_(from)
     {
         ReserveLarge(out_.text, from.text.size());
-        ReserveLarge(out_.origin, std::size_t(from.text.size()));
     }
     void keep(qsizetype start, qsizetype end)
     {
         if (start >= end)
             return;
-        out_.text += QStringView(from_.text).sliced(start, end - start);
-        // Whole runs of places at once: a character-by-character copy was
-        // a good part of the preparation of a long element.
-        const std::vector<std::int32_t>& places = from_.origin;
-        if (places.empty()) {
-            const std::size_t at = out_.origin.size();
-            out_.origin.resize(at + std::size_t(end - start));
-            std::iota(out_.origin.begin() + std::ptrdiff_t(at), out_.origin.end(), std::int32_t(start));
-            return;
+        const std::vector<PlacedContent::Stretch>& stretches = from_.origin;
+        if (stretches.empty()) {
+            stretch(start);
+        } else {
+            // The old stretches the piece overlaps, each carried over from
+            // where the piece meets it.
+            auto k = std::prev(std::upper_bound(stretches.begin(), stretches.end(), start,
+                [](qsizetype a, const PlacedContent::Stretch& s) { return a < s.at; }));
+            for (qsizetype at = start; at < end; ++k) {
+                stretch(k->from + (at - k->at), at - start);
+                at = std::next(k) == stretches.end() ? end : std::min<qsizetype>(end, std::next(k)->at);
+            }
         }
-        const qsizetype known = std::min(end, qsizetype(places.size()));
-        if (start < known)
-            out_.origin.insert(out_.origin.end(), places.begin() + start, places.begin() + known);
-        for (qsizetype i = std::max(start, known); i < end; ++i)
-            out_.origin.push_back(std::int32_t(from_.originOf(i)));
+        out_.text += QStringView(from_.text).sliced(start, end - start);
     }
     void put(QChar c, qsizetype standsFor)
     {
+        stretch(from_.originOf(standsFor));
         out_.text += c;
-        out_.origin.push_back(std::int32_t(from_.originOf(standsFor)));
     }
     PlacedContent take() { return std::move(out_); }
 
 private:
+    // A stretch from `from` on, starting `ahead` characters past the text
+    // made so far.
+    void stretch(qsizetype from, qsizetype ahead = 0)
+    {
+        out_.origin.push_back({ std::int32_t(out_.text.size() + ahead), std::int32_t(from) });
+    }
+
     const PlacedContent& from_;
     PlacedContent out_;
 };

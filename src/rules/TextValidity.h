@@ -111,7 +111,16 @@ void TEXTVALIDITY(RuleContext& context);
 // in the element content, so that findings are placed in the file.
 struct PlacedContent {
     QString text;
-    std::vector<std::int32_t> origin; // empty: the text is the content itself
+    // Where the characters came from, stretch by stretch: from `at` in the
+    // text up to the next stretch, each character came from `from` on, one
+    // for one. A stretch per piece kept, not a place per character: most
+    // elements are prepared and searched, and seldom placed. Empty: the text
+    // is the content itself.
+    struct Stretch {
+        std::int32_t at;
+        std::int32_t from;
+    };
+    std::vector<Stretch> origin;
 
     qsizetype originOf(qsizetype at) const;
 };
