@@ -23,6 +23,10 @@
 
 namespace {
 
+// The "@eval" operator's parts, read below with the arithmetic.
+QStringView comparisonIn(QStringView text);
+qsizetype expressionStart(QStringView operatorText);
+
 const QString kSpaceEscape = QStringLiteral("<space>");
 const QString kHrtEscape = QStringLiteral("<hrt>");
 
@@ -56,6 +60,10 @@ TextValidityRow ParseTextValidityRow(const QStringList& columns, const TagScanne
     row.excluded = excludedNames(columns[4]);
     row.operatorText = columns[5];
     row.operatorKind = TextValidityOperatorKind(row.operatorText);
+    if (row.operatorKind == TextValidityOperator::Arithmetic) {
+        row.arithmeticExpressionStart = expressionStart(row.operatorText);
+        row.arithmeticComparison = comparisonIn(row.operatorText);
+    }
     row.number = LeadingNumber(columns[6]);
     row.severity = SeverityOfCode(columns[7]);
     row.message = columns[8];
@@ -155,11 +163,11 @@ bool isCountOperator(QStringView op)
 // The comparison an "@eval" operator holds, wherever it stands: before the
 // closing parenthesis ("@eval(=)$1+$2") or after it ("(@eval)2+3=", where the
 // expression's last term reads "3=" as 3). Two-character ones are looked for first.
-QString comparisonIn(QStringView text)
+QStringView comparisonIn(QStringView text)
 {
     for (const char16_t* comparison : { u"!=", u"=>", u"=<", u"=", u"<", u">" }) {
         if (text.contains(QStringView(comparison)))
-            return QString::fromUtf16(comparison);
+            return QStringView(comparison);
     }
     return {};
 }
@@ -246,13 +254,17 @@ std::optional<double> foldTerms(QStringView expression)
 
 } // namespace
 
-bool EvaluateArithmetic(
-    const QString& operatorText, std::int32_t number, const RegExp& valueExpression, QStringView content)
+namespace {
+
+// Where an "@eval" operator's expression starts: after its last ")".
+qsizetype expressionStart(QStringView operatorText)
 {
-    const qsizetype close = operatorText.lastIndexOf(u')');
-    const QStringView whole(operatorText);
-    const QStringView expression = close < 0 ? whole : whole.sliced(close + 1);
-    const QString comparison = comparisonIn(whole);
+    return operatorText.lastIndexOf(u')') + 1;
+}
+
+bool evaluateArithmetic(QStringView expression, QStringView comparison, std::int32_t number,
+    const RegExp& valueExpression, QStringView content)
+{
     // With no value in the content there is nothing to relate: the row holds.
     for (const RegExpMatch& match : SearchMatches(valueExpression, content)) {
         const std::optional<double> result = foldTerms(expandExpression(expression, match));
@@ -260,6 +272,15 @@ bool EvaluateArithmetic(
             return false;
     }
     return true;
+}
+
+} // namespace
+
+bool EvaluateArithmetic(
+    const QString& operatorText, std::int32_t number, const RegExp& valueExpression, QStringView content)
+{
+    return evaluateArithmetic(QStringView(operatorText).sliced(expressionStart(operatorText)),
+        comparisonIn(operatorText), number, valueExpression, content);
 }
 
 TextValidityOperator TextValidityOperatorKind(const QString& op)
@@ -669,7 +690,8 @@ void ApplyTextValidityRow(RuleContext& context, const TextValidityRow& row, Elem
     }
     case TextValidityOperator::Arithmetic:
         // Always column 1, wherever the element stands.
-        if (!EvaluateArithmetic(row.operatorText, row.number, values, placed.text))
+        if (!evaluateArithmetic(QStringView(row.operatorText).sliced(row.arithmeticExpressionStart),
+                row.arithmeticComparison, row.number, values, placed.text))
             reportAtTag(context, row, 1);
         break;
     case TextValidityOperator::Date:

@@ -48,6 +48,10 @@ struct TextValidityRow {
     QStringList excluded; // element names
     QString operatorText;
     TextValidityOperator operatorKind = TextValidityOperator::Forbid;
+    // For "@eval", read once: where the expression starts in the operator,
+    // and the comparison (one of the rule's own constant texts).
+    qsizetype arithmeticExpressionStart = 0;
+    QStringView arithmeticComparison;
     std::int32_t number = 0;
     Severity severity = Severity::Warning;
     QString message;

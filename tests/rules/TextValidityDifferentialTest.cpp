@@ -139,10 +139,12 @@ TEST(TextValidityDifferential, PreparedContentKnowsWhereEachCharacterCameFrom)
             ASSERT_LT(from, content.size()) << content.toStdString() << " @" << i;
             ASSERT_EQ(content[from], text[i] == u'|' ? QChar(u'<') : text[i])
                 << content.toStdString() << " @" << i;
-            if (i > 0)
+            if (i > 0) {
                 ASSERT_GT(from, placed.originOf(i - 1)) << content.toStdString() << " @" << i;
+            }
         }
-        if (!text.isEmpty())
+        if (!text.isEmpty()) {
             ASSERT_EQ(placed.originOf(text.size()), placed.originOf(text.size() - 1) + 1);
+        }
     }
 }
