@@ -6,24 +6,47 @@
 ElementIndex::ElementIndex(QStringView text)
     : text_(text)
 {
-    for (qsizetype lt = text.indexOf(u'<'); lt >= 0;) {
+    for (qsizetype lt = text.indexOf(u'<'); lt >= 0; ++openers_) {
         qsizetype stop = lt + 1;
         while (stop < text.size() && text[stop] != u' ' && text[stop] != u'<' && text[stop] != u'>')
             ++stop;
         const QStringView key = text.sliced(lt + 1, stop - lt - 1);
         if (stop < text.size() && text[stop] == u'>')
-            closedByGt_[key].push_back(std::int32_t(lt));
+            closedByGt_.at(key).push_back(std::int32_t(lt));
         else if (stop < text.size() && text[stop] == u' ')
-            closedByBlank_[key].push_back(std::int32_t(lt));
+            closedByBlank_.at(key).push_back(std::int32_t(lt));
         lt = stop < text.size() && text[stop] == u'<' ? stop : text.indexOf(u'<', stop);
     }
 }
 
-const ElementIndex::Positions& ElementIndex::positionsOf(
-    const QHash<QStringView, Positions>& map, QStringView key) const
+ElementIndex::Positions& ElementIndex::PositionsByName::at(QStringView key)
 {
-    const auto it = map.constFind(key);
-    return it == map.cend() ? none_ : *it;
+    Slot& slot = recent_[slotOf(key) % recent_.size()];
+    if (!slot.filled || !sameName(slot.key, key)) {
+        const auto known = lists_.constFind(key);
+        std::size_t list = 0;
+        if (known != lists_.cend()) {
+            list = *known;
+        } else {
+            list = positions_.size();
+            positions_.emplace_back();
+            lists_.insert(key, list);
+        }
+        slot = { key, list, true };
+    }
+    return positions_[slot.list];
+}
+
+const ElementIndex::Positions* ElementIndex::PositionsByName::find(QStringView key) const
+{
+    const auto known = lists_.constFind(key);
+    return known == lists_.cend() ? nullptr : &positions_[*known];
+}
+
+const ElementIndex::Positions& ElementIndex::positionsOf(const PositionsByName& map, QStringView key) const
+{
+    const Positions* found = map.find(key);
+    return found ? *found : none_;
 }
 
 // An element's content ends at the first end tag after it where the nesting
@@ -31,17 +54,22 @@ const ElementIndex::Positions& ElementIndex::positionsOf(
 // tags in between balance out. With level[k] the nesting before event k (+1
 // per start tag, -1 per end tag), that end tag is the event just before the
 // first later k whose level is lower: "next lower level", one stack pass.
-const ElementIndex::Matching& ElementIndex::matchingOf(const QString& name) const
+const ElementIndex::Matching& ElementIndex::matchingOf(QStringView name) const
 {
-    return *recent_.answer(this, name, [this](const QString& asked) { return &builtMatching(asked); });
+    Recent& slot = recent_[slotOf(name) % recent_.size()];
+    if (!slot.matching || !sameName(slot.name, name)) {
+        slot.matching = &builtMatching(name);
+        slot.name = name.toString();
+    }
+    return *slot.matching;
 }
 
-const ElementIndex::Matching& ElementIndex::builtMatching(const QString& name) const
+const ElementIndex::Matching& ElementIndex::builtMatching(QStringView name) const
 {
-    const auto found = matchings_.constFind(name);
+    const auto found = matchings_.constFind(name.toString());
     if (found != matchings_.cend())
         return **found;
-    const Positions& ends = positionsOf(closedByGt_, u'/' + name);
+    const Positions& ends = positionsOf(closedByGt_, QString(u'/' + name.toString()));
     Positions opens = positionsOf(closedByGt_, name);
     const Positions& blankOpens = positionsOf(closedByBlank_, name);
     opens.insert(opens.end(), blankOpens.begin(), blankOpens.end());
@@ -69,7 +97,7 @@ const ElementIndex::Matching& ElementIndex::builtMatching(const QString& name) c
         }
         waiting.push_back(std::int32_t(k));
     }
-    return **matchings_.emplace(name, std::make_shared<Matching>(std::move(matching)));
+    return **matchings_.emplace(name.toString(), std::make_shared<Matching>(std::move(matching)));
 }
 
 std::size_t ElementIndex::firstAtOrAfter(const Matching& matching, qsizetype at)
@@ -94,7 +122,7 @@ std::size_t ElementIndex::firstAtOrAfter(const Matching& matching, qsizetype at)
 }
 
 std::optional<QStringView> ElementIndex::elementContent(
-    qsizetype tagStart, qsizetype tagLength, const QString& name) const
+    qsizetype tagStart, qsizetype tagLength, QStringView name) const
 {
     const Matching& matching = matchingOf(name);
     const qsizetype contentStart = tagStart + tagLength;

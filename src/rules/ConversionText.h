@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 #include <QStringView>
+#include <array>
 #include <memory>
 #include <vector>
 
@@ -85,26 +86,59 @@ public:
         }
         // One cursor for each form of the first character, each moved
         // only forward, so the text is read once for each form.
-        std::vector<qsizetype> next(firstUnits_.size());
-        for (std::size_t k = 0; k < next.size(); ++k)
-            next[k] = text.indexOf(QChar(firstUnits_[k]), from);
+        // A letter has a form or two, seldom more: their cursors stay on the
+        // stack.
+        const std::size_t forms = firstUnits_.size();
+        std::array<qsizetype, 4> few {};
+        std::vector<qsizetype> many(forms > few.size() ? forms : 0);
+        qsizetype* next = forms > few.size() ? many.data() : few.data();
+        for (std::size_t k = 0; k < forms; ++k)
+            next[k] = nextOf(text, firstUnits_[k], from);
         const qsizetype last = text.size() - needle_.size();
         for (;;) {
-            std::size_t nearest = next.size();
-            for (std::size_t k = 0; k < next.size(); ++k) {
-                if (next[k] >= 0 && (nearest == next.size() || next[k] < next[nearest]))
+            std::size_t nearest = forms;
+            for (std::size_t k = 0; k < forms; ++k) {
+                if (next[k] >= 0 && (nearest == forms || next[k] < next[nearest]))
                     nearest = k;
             }
-            if (nearest == next.size() || next[nearest] > last)
+            if (nearest == forms || next[nearest] > last)
                 return;
             const qsizetype at = next[nearest];
-            if (text.sliced(at, needle_.size()).compare(needle_, Qt::CaseInsensitive) == 0)
+            if (secondMayMatch(text, at)
+                && text.sliced(at, needle_.size()).compare(needle_, Qt::CaseInsensitive) == 0)
                 found(at);
-            next[nearest] = text.indexOf(QChar(firstUnits_[nearest]), at + 1);
+            next[nearest] = nextOf(text, firstUnits_[nearest], at + 1);
         }
     }
 
 private:
+    // The first place of the unit at or after `from`, -1 for none. A common
+    // letter comes again within a few characters, and a short look costs
+    // less than starting the library's search, which takes over after it.
+    static qsizetype nextOf(QStringView text, char16_t unit, qsizetype from)
+    {
+        const qsizetype near = std::min(text.size(), from + 16);
+        for (qsizetype at = from; at < near; ++at) {
+            if (text[at].unicode() == unit)
+                return at;
+        }
+        return near < text.size() ? text.indexOf(QChar(unit), near) : -1;
+    }
+
+    // The first character of a common word leads to many candidates, and
+    // most of them differ at the second character already. Two ASCII
+    // characters fold alike only when their lower cases are equal, so that
+    // is told without the library's compare; any other pair goes to it.
+    bool secondMayMatch(QStringView text, qsizetype at) const
+    {
+        if (needle_.size() < 2)
+            return true;
+        const char16_t t = text[at + 1].unicode();
+        const char16_t n = needle_[1].unicode();
+        const auto lower = [](char16_t c) { return c >= u'A' && c <= u'Z' ? char16_t(c + 32) : c; };
+        return t >= 0x80 || n >= 0x80 || lower(t) == lower(n);
+    }
+
     QString needle_;
     // Every code unit that folds as the needle's first does; empty when the
     // needle holds a surrogate, and then the library searches.

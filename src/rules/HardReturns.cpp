@@ -5,6 +5,7 @@
 #include "engine/RuleContext.h"
 #include "rules/ElementContents.h"
 #include "text/TagScanner.h"
+#include "text/TagSearch.h"
 
 #include <algorithm>
 
@@ -63,7 +64,9 @@ qsizetype hardReturnAt(QStringView text, qsizetype at)
 {
     if (text[at] == u'\r')
         return at + 1 < text.size() && text[at + 1] == u'\n' ? 2 : 0;
-    if (text[at] != u'<')
+    // Most "<" open another tag: one letter tells them apart before the
+    // markers are compared (no other character folds to "h").
+    if (text[at] != u'<' || at + 1 >= text.size() || (text[at + 1] != u'H' && text[at + 1] != u'h'))
         return 0;
     for (const QLatin1StringView marker : { "<HRT/>"_L1, "<HRT />"_L1 }) {
         if (text.sliced(at).startsWith(marker, Qt::CaseInsensitive))
@@ -76,19 +79,37 @@ qsizetype hardReturnAt(QStringView text, qsizetype at)
 // markers as they stand gives the same runs as first rewriting every marker
 // as CR LF: a rewritten marker can never join a neighbouring CR or LF into a
 // new pair.
+//
+// A hard return starts only at a CR or a "<", and any other character ends
+// a run: the walk goes from one of those two characters to the next, each
+// found by the library's fast one-character search.
 std::int64_t longestHardReturnRun(QStringView text, std::int64_t enough)
 {
     std::int64_t longest = 0;
     std::int64_t run = 0;
-    for (qsizetype at = 0; at < text.size() && longest < enough;) {
+    qsizetype nextCr = text.indexOf(u'\r');
+    qsizetype nextLt = text.indexOf(u'<');
+    const auto candidateFrom = [&](qsizetype from) {
+        if (nextCr >= 0 && nextCr < from)
+            nextCr = text.indexOf(u'\r', from);
+        if (nextLt >= 0 && nextLt < from)
+            nextLt = text.indexOf(u'<', from);
+        if (nextCr < 0)
+            return nextLt;
+        return nextLt < 0 ? nextCr : std::min(nextCr, nextLt);
+    };
+    for (qsizetype at = candidateFrom(0); at >= 0 && longest < enough;) {
         const qsizetype length = hardReturnAt(text, at);
+        const qsizetype next = candidateFrom(at + std::max<qsizetype>(length, 1));
         if (length == 0) {
             run = 0;
-            ++at;
+            at = next;
             continue;
         }
         longest = std::max(longest, ++run);
-        at += length;
+        if (next != at + length)
+            run = 0; // another character follows the hard return
+        at = next;
     }
     return longest;
 }
@@ -144,8 +165,7 @@ QString withHrtMessage(const TagScanner& xml, const ValidationContext& context, 
 // of that enclosing element is consulted. A tag with no enclosing element is
 // inside nothing, so no group applies to it (even a group whose first column
 // is not a tag and so has no name either).
-const NoHrtEntry* noHrtEntry(
-    const NoHrtTable& table, const QString& enclosingName, const QString& elementName)
+const NoHrtEntry* noHrtEntry(const NoHrtTable& table, QStringView enclosingName, QStringView elementName)
 {
     if (enclosingName.isEmpty())
         return nullptr;
@@ -172,8 +192,10 @@ void lineBreakInsideElement(RuleContext& rule, const NoHrtTable& table)
     const ValidationContext& context = rule.tag;
     if (context.tagType != TagKind::Start)
         return;
-    const TagScanner xml(rule.toolkit);
-    const NoHrtEntry* entry = noHrtEntry(table, xml.GetTagName(context.enclosingTag), context.tagName);
+    // The enclosing name is read in place: this runs for every start tag of
+    // the listed elements.
+    const NoHrtEntry* entry
+        = noHrtEntry(table, TagSearch::TagNameViewOf(context.enclosingTag), context.tagName);
     if (!entry)
         return;
     const std::optional<ContentRange> content = CurrentElementContent(rule.document, rule.toolkit, context);

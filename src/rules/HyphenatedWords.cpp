@@ -76,10 +76,19 @@ bool isWordKnown(SpellingState& spelling, const QString& text)
 
 // Both checks are usually declared for the same elements: the text of the
 // element last asked for is kept for the other.
+struct HyphensInElement {
+    bool any = false;
+    bool atLineEnd = false;
+};
+
 struct ElementTextCache : RuleFileState {
     std::int32_t filePosition = -1;
     QString tagText;
     QString text;
+    // Whether the element as it stands in the file holds hyphens.
+    std::int32_t hyphensAt = -1;
+    QString hyphensTag;
+    HyphensInElement hyphens;
 };
 
 // The element's text that both checks search: the start tag, its content with
@@ -238,31 +247,68 @@ namespace {
 struct WordCheck {
     QString text;
     const HyphenatedTable* accepted;
-    QString foundIn; // " found in " + the start tag
+    QStringView tagText; // the start tag, named only when a finding is made
 
     // "<kind><word> found in <tag>", or with the suggestions in its place.
     QString message(const char* kind, const QString& word, const QString& suggestions) const
     {
-        return suggestions.isEmpty()
-            ? QLatin1String(kind) + word + foundIn
-            : QLatin1String(kind) + word + QStringLiteral(" Suggested Words: ") + suggestions;
+        QString text = QLatin1String(kind) + word;
+        if (suggestions.isEmpty())
+            (text += QStringLiteral(" found in ")) += tagText;
+        else
+            text += QStringLiteral(" Suggested Words: ") + suggestions;
+        return text;
     }
 };
 
-std::optional<WordCheck> startWordCheck(RuleContext& rule)
+// Adds to `hyphens` what the text holds: a hyphen, a hyphen just before CR LF.
+void scanHyphens(QStringView text, HyphensInElement& hyphens)
+{
+    for (qsizetype at = text.indexOf(u'-'); at >= 0 && !hyphens.atLineEnd; at = text.indexOf(u'-', at + 1)) {
+        hyphens.any = true;
+        hyphens.atLineEnd = text.sliced(at + 1).startsWith(u"\r\n");
+    }
+}
+
+// Whether the element's text can hold what a check looks for. That text is
+// the start tag (which ends in ">"), the content with whole elements put
+// back as a marker without hyphens, and the end tag (which begins with "<"):
+// a hyphen, or one before a line break, found in none of the three parts as
+// they stand in the file is in none of the text. Most elements are decided
+// so without making their text; both checks of an element share one look.
+bool mayHoldHyphen(RuleContext& rule, bool atLineEnd)
 {
     const ValidationContext& context = rule.tag;
-    if (context.tagType != TagKind::Start)
+    auto& cache = rule.ownState<ElementTextCache>();
+    if (cache.hyphensAt != context.filePosition || cache.hyphensTag != context.tagText) {
+        HyphensInElement& hyphens = cache.hyphens;
+        hyphens = {};
+        scanHyphens(context.tagText, hyphens);
+        scanHyphens(context.tagName, hyphens);
+        if (const std::optional<ContentRange> range
+            = CurrentElementContent(rule.document, rule.toolkit, context))
+            scanHyphens(QStringView(rule.document).sliced(range->start, range->end - range->start), hyphens);
+        else
+            hyphens = { true, true }; // read the slow way
+        cache.hyphensAt = context.filePosition;
+        cache.hyphensTag = context.tagText;
+    }
+    return atLineEnd ? cache.hyphens.atLineEnd : cache.hyphens.any;
+}
+
+std::optional<WordCheck> startWordCheck(RuleContext& rule, bool atLineEnd)
+{
+    const ValidationContext& context = rule.tag;
+    if (context.tagType != TagKind::Start || !mayHoldHyphen(rule, atLineEnd))
         return std::nullopt;
-    return WordCheck { elementText(rule), acceptedWords(rule),
-        QStringLiteral(" found in ") + context.tagText };
+    return WordCheck { elementText(rule), acceptedWords(rule), context.tagText };
 }
 
 } // namespace
 
 void HYPHENATEDWORDCHECK(RuleContext& rule)
 {
-    const std::optional<WordCheck> check = startWordCheck(rule);
+    const std::optional<WordCheck> check = startWordCheck(rule, true);
     if (!check)
         return;
     const ValidationContext& context = rule.tag;
@@ -303,7 +349,7 @@ void HYPHENATEDWORDCHECK(RuleContext& rule)
 
 void COMPOUNDWORDCHECK(RuleContext& rule)
 {
-    const std::optional<WordCheck> check = startWordCheck(rule);
+    const std::optional<WordCheck> check = startWordCheck(rule, false);
     if (!check)
         return;
     const ValidationContext& context = rule.tag;

@@ -78,8 +78,21 @@ private:
                 // back to it and ends nothing: most of a text is passed
                 // over here.
                 if (current == 0) {
-                    while (i < size && !leavesStart[units[i]])
-                        ++i;
+                    for (;;) {
+                        while (i < size && !leavesStart[units[i]])
+                            ++i;
+                        if (i + 1 >= size)
+                            break;
+                        // A unit that starts a needle and ends none, followed
+                        // by one that leads back to the start state, ends
+                        // nothing either: a blank before a word, when a needle
+                        // starts with a blank, is passed over so.
+                        const int first = delta[classes[units[i]]];
+                        if (outputFrom[first] != outputFrom[first + 1]
+                            || delta[std::size_t(first) * classCount + classes[units[i + 1]]] != 0)
+                            break;
+                        i += 2;
+                    }
                     if (i == size)
                         break;
                 }

@@ -20,9 +20,12 @@
 #include <algorithm>
 #include <limits>
 #include <new>
-#include <numeric>
 
 namespace {
+
+// The "@eval" operator's parts, read below with the arithmetic.
+QStringView comparisonIn(QStringView text);
+qsizetype expressionStart(QStringView operatorText);
 
 const QString kSpaceEscape = QStringLiteral("<space>");
 const QString kHrtEscape = QStringLiteral("<hrt>");
@@ -56,6 +59,11 @@ TextValidityRow ParseTextValidityRow(const QStringList& columns, const TagScanne
     row.splitOnTags = columns[3] == u"Y";
     row.excluded = excludedNames(columns[4]);
     row.operatorText = columns[5];
+    row.operatorKind = TextValidityOperatorKind(row.operatorText);
+    if (row.operatorKind == TextValidityOperator::Arithmetic) {
+        row.arithmeticExpressionStart = expressionStart(row.operatorText);
+        row.arithmeticComparison = comparisonIn(row.operatorText);
+    }
     row.number = LeadingNumber(columns[6]);
     row.severity = SeverityOfCode(columns[7]);
     row.message = columns[8];
@@ -155,11 +163,11 @@ bool isCountOperator(QStringView op)
 // The comparison an "@eval" operator holds, wherever it stands: before the
 // closing parenthesis ("@eval(=)$1+$2") or after it ("(@eval)2+3=", where the
 // expression's last term reads "3=" as 3). Two-character ones are looked for first.
-QString comparisonIn(QStringView text)
+QStringView comparisonIn(QStringView text)
 {
     for (const char16_t* comparison : { u"!=", u"=>", u"=<", u"=", u"<", u">" }) {
         if (text.contains(QStringView(comparison)))
-            return QString::fromUtf16(comparison);
+            return QStringView(comparison);
     }
     return {};
 }
@@ -246,13 +254,17 @@ std::optional<double> foldTerms(QStringView expression)
 
 } // namespace
 
-bool EvaluateArithmetic(
-    const QString& operatorText, std::int32_t number, const RegExp& valueExpression, QStringView content)
+namespace {
+
+// Where an "@eval" operator's expression starts: after its last ")".
+qsizetype expressionStart(QStringView operatorText)
 {
-    const qsizetype close = operatorText.lastIndexOf(u')');
-    const QStringView whole(operatorText);
-    const QStringView expression = close < 0 ? whole : whole.sliced(close + 1);
-    const QString comparison = comparisonIn(whole);
+    return operatorText.lastIndexOf(u')') + 1;
+}
+
+bool evaluateArithmetic(QStringView expression, QStringView comparison, std::int32_t number,
+    const RegExp& valueExpression, QStringView content)
+{
     // With no value in the content there is nothing to relate: the row holds.
     for (const RegExpMatch& match : SearchMatches(valueExpression, content)) {
         const std::optional<double> result = foldTerms(expandExpression(expression, match));
@@ -260,6 +272,32 @@ bool EvaluateArithmetic(
             return false;
     }
     return true;
+}
+
+} // namespace
+
+bool EvaluateArithmetic(
+    const QString& operatorText, std::int32_t number, const RegExp& valueExpression, QStringView content)
+{
+    return evaluateArithmetic(QStringView(operatorText).sliced(expressionStart(operatorText)),
+        comparisonIn(operatorText), number, valueExpression, content);
+}
+
+TextValidityOperator TextValidityOperatorKind(const QString& op)
+{
+    if (isCountOperator(op))
+        return TextValidityOperator::Count;
+    if (op == u"!dup")
+        return TextValidityOperator::NoRepeat;
+    if (op == u"dup")
+        return TextValidityOperator::AllAlike;
+    if (op.startsWith(u'+') || op.startsWith(u'-'))
+        return TextValidityOperator::Step;
+    if (op.contains(QStringLiteral("@eval"), Qt::CaseInsensitive))
+        return TextValidityOperator::Arithmetic;
+    if (op.contains(QStringLiteral("@now"), Qt::CaseInsensitive))
+        return TextValidityOperator::Date;
+    return TextValidityOperator::Forbid;
 }
 
 QString TextValidityOperatorProblem(const QString& operatorText)
@@ -301,7 +339,13 @@ qsizetype PlacedContent::originOf(qsizetype at) const
 {
     if (origin.empty())
         return at;
-    return at < qsizetype(origin.size()) ? origin[at] : origin.back() + 1;
+    // Past the end: one after the last character's place.
+    if (at >= text.size())
+        return originOf(text.size() - 1) + 1;
+    const auto after = std::upper_bound(
+        origin.begin(), origin.end(), at, [](qsizetype a, const Stretch& stretch) { return a < stretch.at; });
+    const Stretch& stretch = *std::prev(after);
+    return stretch.from + (at - stretch.at);
 }
 
 namespace {
@@ -313,36 +357,41 @@ public:
         : from_(from)
     {
         ReserveLarge(out_.text, from.text.size());
-        ReserveLarge(out_.origin, std::size_t(from.text.size()));
     }
     void keep(qsizetype start, qsizetype end)
     {
         if (start >= end)
             return;
-        out_.text += QStringView(from_.text).sliced(start, end - start);
-        // Whole runs of places at once: a character-by-character copy was
-        // a good part of the preparation of a long element.
-        const std::vector<std::int32_t>& places = from_.origin;
-        if (places.empty()) {
-            const std::size_t at = out_.origin.size();
-            out_.origin.resize(at + std::size_t(end - start));
-            std::iota(out_.origin.begin() + std::ptrdiff_t(at), out_.origin.end(), std::int32_t(start));
-            return;
+        const std::vector<PlacedContent::Stretch>& stretches = from_.origin;
+        if (stretches.empty()) {
+            stretch(start);
+        } else {
+            // The old stretches the piece overlaps, each carried over from
+            // where the piece meets it.
+            auto k = std::prev(std::upper_bound(stretches.begin(), stretches.end(), start,
+                [](qsizetype a, const PlacedContent::Stretch& s) { return a < s.at; }));
+            for (qsizetype at = start; at < end; ++k) {
+                stretch(k->from + (at - k->at), at - start);
+                at = std::next(k) == stretches.end() ? end : std::min<qsizetype>(end, std::next(k)->at);
+            }
         }
-        const qsizetype known = std::min(end, qsizetype(places.size()));
-        if (start < known)
-            out_.origin.insert(out_.origin.end(), places.begin() + start, places.begin() + known);
-        for (qsizetype i = std::max(start, known); i < end; ++i)
-            out_.origin.push_back(std::int32_t(from_.originOf(i)));
+        out_.text += QStringView(from_.text).sliced(start, end - start);
     }
     void put(QChar c, qsizetype standsFor)
     {
+        stretch(from_.originOf(standsFor));
         out_.text += c;
-        out_.origin.push_back(std::int32_t(from_.originOf(standsFor)));
     }
     PlacedContent take() { return std::move(out_); }
 
 private:
+    // A stretch from `from` on, starting `ahead` characters past the text
+    // made so far.
+    void stretch(qsizetype from, qsizetype ahead = 0)
+    {
+        out_.origin.push_back({ std::int32_t(out_.text.size() + ahead), std::int32_t(from) });
+    }
+
     const PlacedContent& from_;
     PlacedContent out_;
 };
@@ -352,7 +401,7 @@ private:
 // An element that the indexed text closes only beyond the content does not
 // end in the content: no end tag inside it would have closed it either.
 std::optional<qsizetype> elementEnd(
-    const TagPairs& pairs, qsizetype textSize, qsizetype lt, qsizetype tagLength, const QString& name)
+    const TagPairs& pairs, qsizetype textSize, qsizetype lt, qsizetype tagLength, QStringView name)
 {
     const std::optional<QStringView> inner = pairs.index->elementContent(pairs.base + lt, tagLength, name);
     if (!inner)
@@ -390,7 +439,9 @@ PlacedContent splitOnTags(const PlacedContent& content, const TagScanner& xml, c
     forEachTag(text, [&](qsizetype lt, QStringView tag) -> std::optional<qsizetype> {
         std::optional<qsizetype> end;
         if (xml.GetTagType(tag) == TagKind::Start) {
-            if (const QString name = xml.GetTagName(tag); !name.isEmpty())
+            // The name is read in place: an element holds many tags, and a
+            // string per tag was a good part of the split.
+            if (const QStringView name = TagSearch::TagNameViewOf(tag); !name.isEmpty())
                 end = elementEnd(index, text.size(), lt, tag.size(), name);
         }
         out.keep(copied, lt);
@@ -409,7 +460,7 @@ PlacedContent cutElements(
     PlacedBuilder out(content);
     qsizetype copied = 0;
     forEachTag(text, [&](qsizetype lt, QStringView tag) -> std::optional<qsizetype> {
-        if (xml.GetTagType(tag) != TagKind::Start || xml.GetTagName(tag) != name)
+        if (xml.GetTagType(tag) != TagKind::Start || TagSearch::TagNameViewOf(tag) != name)
             return std::nullopt;
         const std::optional<qsizetype> end = elementEnd(index, text.size(), lt, tag.size(), name);
         if (!end)
@@ -432,11 +483,26 @@ PlacedContent SplitOnTags(PlacedContent content, const TagScanner& xml, std::opt
     return withPairs(text, pairs, [&](const TagPairs& index) { return splitOnTags(content, xml, index); });
 }
 
+namespace {
+
+// Whether "<" + name occurs in the text. A split content has mostly no "<"
+// left at all, so the one-character search decides most elements at once.
+bool holdsOpener(QStringView text, QStringView name)
+{
+    for (qsizetype lt = text.indexOf(u'<'); lt >= 0; lt = text.indexOf(u'<', lt + 1)) {
+        if (text.sliced(lt + 1).startsWith(name))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
 PlacedContent CutElements(
     PlacedContent content, const QString& name, const TagScanner& xml, std::optional<TagPairs> pairs)
 {
     const QString& text = content.text;
-    if (name.isEmpty() || !text.contains(u'<' + name))
+    if (name.isEmpty() || !holdsOpener(text, name))
         return content;
     return withPairs(
         text, pairs, [&](const TagPairs& index) { return cutElements(content, name, xml, index); });
@@ -587,7 +653,7 @@ const PlacedContent& ElementContent::preparedFor(const TextValidityRow& row, con
         const std::optional<TagPairs> pairs = pairsNow();
         placed = CutElements(std::move(placed), name, xml, pairs);
     }
-    return prepared_.emplace_back(key, std::move(placed)).second;
+    return prepared_.emplace_front(key, std::move(placed)).second;
 }
 
 void ApplyTextValidityRow(RuleContext& context, const TextValidityRow& row, ElementContent& content)
@@ -601,29 +667,41 @@ void ApplyTextValidityRow(RuleContext& context, const TextValidityRow& row, Elem
     // Counts and the forbidden pattern need no value lists, and "@eval" searches for itself.
     const RegExp& values = row.valueExpression;
     const auto found = [&] { return SearchPattern(values, placed.text); };
-    const QString& op = row.operatorText;
-    if (isCountOperator(op)) {
-        if (!CompareBy(op, double(values.countMatches(placed.text)), row.number).value())
+    switch (row.operatorKind) {
+    case TextValidityOperator::Count:
+        if (!CompareBy(row.operatorText, double(values.countMatches(placed.text)), row.number).value())
             reportAtTag(context, row, context.tag.linePosition);
-    } else if (op == u"!dup") {
+        break;
+    case TextValidityOperator::NoRepeat: {
         const PatternSearchResult result = found();
         reportValue(context, row, placed, result, repeatedValue(SplitValueList(result.captureList)));
-    } else if (op == u"dup") {
+        break;
+    }
+    case TextValidityOperator::AllAlike: {
         const PatternSearchResult result = found();
         reportValue(context, row, placed, result, unlikeValue(SplitValueList(result.captureList)));
-    } else if (op.startsWith(u'+') || op.startsWith(u'-')) {
+        break;
+    }
+    case TextValidityOperator::Step: {
         const PatternSearchResult result = found();
         reportValue(
             context, row, placed, result, outOfSequence(context, row, SplitValueList(result.captureList)));
-    } else if (op.contains(QStringLiteral("@eval"), Qt::CaseInsensitive)) {
+        break;
+    }
+    case TextValidityOperator::Arithmetic:
         // Always column 1, wherever the element stands.
-        if (!EvaluateArithmetic(op, row.number, values, placed.text))
+        if (!evaluateArithmetic(QStringView(row.operatorText).sliced(row.arithmeticExpressionStart),
+                row.arithmeticComparison, row.number, values, placed.text))
             reportAtTag(context, row, 1);
-    } else if (op.contains(QStringLiteral("@now"), Qt::CaseInsensitive)) {
+        break;
+    case TextValidityOperator::Date:
         if (!dateHolds(context, row, found().captureList))
             reportAtTag(context, row, context.tag.linePosition);
-    } else if (values.test(placed.text)) {
-        reportAtTag(context, row, context.tag.linePosition);
+        break;
+    case TextValidityOperator::Forbid:
+        if (values.test(placed.text))
+            reportAtTag(context, row, context.tag.linePosition);
+        break;
     }
 }
 
@@ -684,7 +762,10 @@ std::optional<TagPairs> filePairs(const RuleContext& context)
 
 bool isPlainName(const QString& name)
 {
-    return !name.isEmpty() && !name.contains(u' ') && !name.contains(u'<') && !name.contains(u'>');
+    // One look at each character: names are short, and asked for every element.
+    return !name.isEmpty() && std::none_of(name.begin(), name.end(), [](QChar c) {
+        return c == u' ' || c == u'<' || c == u'>';
+    });
 }
 
 // The content of the current start tag's element up to its end tag. Where

@@ -12,7 +12,7 @@
 #include <QStringList>
 #include <QStringView>
 #include <cstdint>
-#include <deque>
+#include <forward_list>
 #include <limits>
 #include <optional>
 #include <utility>
@@ -22,6 +22,20 @@ struct ConfigurationLoading;
 struct RuleContext;
 class TagScanner;
 class ElementIndex;
+
+// What a row's operator asks of the values, read once when the table loads.
+enum class TextValidityOperator : std::int8_t {
+    Forbid, // any other word: the pattern must not occur
+    Count, // "=", "!=", "<", ">", "=>", "=<" against the number
+    NoRepeat, // "!dup"
+    AllAlike, // "dup"
+    Step, // "+n" or "-n"
+    Arithmetic, // holds "@eval"
+    Date, // holds "@now"
+};
+
+// The kind of an operator as written in the table.
+TextValidityOperator TextValidityOperatorKind(const QString& operatorText);
 
 // One row of the text-validity table: what a tag's content must satisfy.
 // Columns: condition | value pattern | tag | split on tags (Y) | excluded
@@ -33,6 +47,11 @@ struct TextValidityRow {
     bool splitOnTags = false;
     QStringList excluded; // element names
     QString operatorText;
+    TextValidityOperator operatorKind = TextValidityOperator::Forbid;
+    // For "@eval", read once: where the expression starts in the operator,
+    // and the comparison (one of the rule's own constant texts).
+    qsizetype arithmeticExpressionStart = 0;
+    QStringView arithmeticComparison;
     std::int32_t number = 0;
     Severity severity = Severity::Warning;
     QString message;
@@ -96,7 +115,16 @@ void TEXTVALIDITY(RuleContext& context);
 // in the element content, so that findings are placed in the file.
 struct PlacedContent {
     QString text;
-    std::vector<std::int32_t> origin; // empty: the text is the content itself
+    // Where the characters came from, stretch by stretch: from `at` in the
+    // text up to the next stretch, each character came from `from` on, one
+    // for one. A stretch per piece kept, not a place per character: most
+    // elements are prepared and searched, and seldom placed. Empty: the text
+    // is the content itself.
+    struct Stretch {
+        std::int32_t at;
+        std::int32_t from;
+    };
+    std::vector<Stretch> origin;
 
     qsizetype originOf(qsizetype at) const;
 };
@@ -129,9 +157,10 @@ private:
     PlacedContent asIs_; // for rows that neither split nor cut, the most common kind
     std::optional<TagPairs> filePairs_;
     // By split flag and excluded list: an element has a preparation or two,
-    // so a short list searched in order costs less than a hash; a deque
-    // keeps the preparations already handed out where they are.
-    std::deque<std::pair<QString, PlacedContent>> prepared_;
+    // so a short list searched in order costs less than a hash. The list
+    // keeps the preparations already handed out where they are, and an
+    // element that needs none allocates nothing.
+    std::forward_list<std::pair<QString, PlacedContent>> prepared_;
 };
 
 // The steps of one row for the current start tag, from its element content

@@ -2,6 +2,7 @@
 
 #include "config/ConfigurationLoading.h"
 #include "config/TableReading.h"
+#include "core/ElementIndex.h"
 #include "core/HugePages.h"
 #include "engine/RuleContext.h"
 #include "rules/ElementContents.h"
@@ -200,7 +201,10 @@ struct TagRemoval {
         plainSize = size;
     }
 
-    void removeTags(QStringView whole)
+    // `openers`, when known, is how many "<" the text holds: a run begins
+    // only at the start and after a removed tag, so the runs are at most
+    // one more than either bracket, and the text need not be counted again.
+    void removeTags(QStringView whole, std::optional<std::size_t> openers = std::nullopt)
     {
         struct Open {
             qsizetype at;
@@ -208,7 +212,7 @@ struct TagRemoval {
         };
         text = whole;
         std::vector<Open> opens;
-        ReserveLarge(runs, std::size_t(text.count(u'>')) + 1); // a run at most per tag, and one more
+        ReserveLarge(runs, (openers ? *openers : std::size_t(text.count(u'>'))) + 1);
         qsizetype from = 0;
         // Brackets are few: each kind is found by the library's fast
         // search, every character of the text looked at once for each.
@@ -234,7 +238,12 @@ struct TagRemoval {
                 continue;
             const Open open = opens.back();
             const qsizetype inside = plainSize - open.plainAt - 1;
-            if (inside == 0 || text[fileOffsetOf(open.plainAt + 1)] == u' ') {
+            // The character after the "<" is still where it stood unless a
+            // removed tag began right there: only then is it looked up.
+            const auto firstInside = [&] {
+                return text[open.at + 1] != u'<' ? text[open.at + 1] : text[fileOffsetOf(open.plainAt + 1)];
+            };
+            if (inside == 0 || firstInside() == u' ') {
                 opens.clear();
                 continue;
             }
@@ -272,7 +281,9 @@ EntityIndex& entityIndexOf(RuleContext& rule, const UnconEntitiesTable& table)
     if (!slot || slot->table != &table) {
         auto index = std::make_unique<EntityIndex>();
         index->table = &table;
-        index->removal.removeTags(rule.document);
+        const ElementIndex* elements = rule.toolkit.indexFor(rule.document);
+        index->removal.removeTags(
+            rule.document, elements ? std::optional(elements->openerCount()) : std::nullopt);
         index->occurrences
             = table.search->allOccurrencesIn([&](auto&& piece) { index->removal.forEachPiece(piece); });
         index->rowCursors.assign(index->occurrences.size(), 0);

@@ -1,6 +1,7 @@
 #include "core/ElementIndex.h"
 #include "core/NameMemo.h"
 
+#include <QStringList>
 #include <gtest/gtest.h>
 #include <optional>
 #include <vector>
@@ -84,5 +85,35 @@ TEST(ElementIndex, AnswersAlikeInAnyOrderOfQuestions)
     for (const qsizetype at : order) {
         const auto content = index.elementContent(at, tagLength(at), name);
         EXPECT_EQ(content ? std::optional(content->toString()) : std::nullopt, once(at)) << at;
+    }
+}
+
+// Names are remembered in slots by length and outer letters, so many names
+// share a slot; each must still get its own elements, asked through a string
+// or through a view into the text, in turns that evict one another.
+TEST(ElementIndex, AnswersEveryNameOfASharedSlot)
+{
+    QString text;
+    QStringList names;
+    for (int i = 0; i < 150; ++i)
+        names.append(QStringLiteral("e%1x").arg(i, 3, 10, QLatin1Char('0')));
+    for (int round = 0; round < 3; ++round) {
+        for (int i = 0; i < names.size(); ++i)
+            text += u'<' + names[i] + u'>' + QString::number(i * 3 + round) + QStringLiteral("</") + names[i]
+                + u'>';
+    }
+    const ElementIndex index(text);
+    for (int pass = 0; pass < 2; ++pass) {
+        for (qsizetype at = text.indexOf(u"<e"); at >= 0; at = text.indexOf(u"<e", at + 1)) {
+            const qsizetype gt = text.indexOf(u'>', at);
+            const QStringView inText = QStringView(text).sliced(at + 1, gt - at - 1);
+            const QString asString = inText.toString();
+            const auto content = pass == 0 ? index.elementContent(at, gt - at + 1, inText)
+                                           : index.elementContent(at, gt - at + 1, asString);
+            const auto fresh = ElementIndex(text).elementContent(at, gt - at + 1, asString);
+            ASSERT_TRUE(content && fresh) << at;
+            EXPECT_EQ(content->toString(), fresh->toString()) << at;
+            EXPECT_EQ(content->data(), fresh->data()) << at;
+        }
     }
 }

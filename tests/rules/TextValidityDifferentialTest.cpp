@@ -117,3 +117,34 @@ TEST(TextValidityDifferential, MatchesThePlainReading)
     }
     EXPECT_GT(findings, 50); // the random cases do reach the operators
 }
+
+// Split and cut content keeps, for every character, the place it came from:
+// a kept character stands there in the content, a bar stands for a "<", and
+// the places rise. Cuts after a split or another cut carry the places on.
+TEST(TextValidityDifferential, PreparedContentKnowsWhereEachCharacterCameFrom)
+{
+    std::mt19937 random(20261126);
+    ToolkitState values;
+    const TagScanner xml(values);
+    for (int round = 0; round < 400; ++round) {
+        const QString content = QString::fromUtf8(randomText(random));
+        PlacedContent placed { content, {} };
+        if (round % 2)
+            placed = SplitOnTags(std::move(placed), xml);
+        for (const QString& name : { QStringLiteral("i"), QStringLiteral("b"), QStringLiteral("sec") })
+            placed = CutElements(std::move(placed), name, xml);
+        const QString& text = placed.text;
+        for (qsizetype i = 0; i < text.size(); ++i) {
+            const qsizetype from = placed.originOf(i);
+            ASSERT_LT(from, content.size()) << content.toStdString() << " @" << i;
+            ASSERT_EQ(content[from], text[i] == u'|' ? QChar(u'<') : text[i])
+                << content.toStdString() << " @" << i;
+            if (i > 0) {
+                ASSERT_GT(from, placed.originOf(i - 1)) << content.toStdString() << " @" << i;
+            }
+        }
+        if (!text.isEmpty()) {
+            ASSERT_EQ(placed.originOf(text.size()), placed.originOf(text.size() - 1) + 1);
+        }
+    }
+}
