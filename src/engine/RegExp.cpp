@@ -287,7 +287,15 @@ private:
             out_ += codeUnit(value);
     }
 
-    void emitSet(const RangeList& ranges) { out_ += asciiGroup(u'[' + rangesBody(ranges) + u']'); }
+    // A class needs the group only where case folding could widen it: a
+    // group around a repeated class makes the engine repeat a group, a good
+    // deal slower than repeating the class itself.
+    void emitSet(const RangeList& ranges)
+    {
+        const QString set = u'[' + rangesBody(ranges) + u']';
+        const bool holdsNoLetter = ranges == kDigitRanges || ranges == kSpaceRanges;
+        out_ += ignoreCase_ && !holdsNoLetter ? asciiGroup(set) : set;
+    }
 
     void finishQuantifier()
     {
