@@ -170,6 +170,33 @@ TEST(RegExpTest, BoundaryBeforeAWordCharacterMatchesTheGeneralTest)
     }
 }
 
+// A pattern that begins with two literal characters is searched from where
+// the two next stand side by side; "(?=)" in front keeps the general search,
+// so both forms must find the same matches, in short and in long texts.
+TEST(RegExpTest, LeadingPairSearchMatchesTheGeneralSearch)
+{
+    const QStringList patterns { u"  "_s, u"( )( )"_s, u"a "_s, u"(?:A1)x"_s, u"&a"_s, u"1 1"_s, u"\u00e9 "_s,
+        u"\t\t"_s, u"aa"_s };
+    const QString alphabet = u"  aA1\t&x\u00e9\u00c9"_s;
+    std::uint32_t seed = 11;
+    const auto next = [&seed] { return (seed = seed * 1103515245u + 12345u) >> 16; };
+    for (int round = 0; round < 400; ++round) {
+        QString text;
+        for (std::uint32_t n = next() % 48; n > 0; --n)
+            text += alphabet[qsizetype(next() % alphabet.size())];
+        for (const QString& pattern : patterns) {
+            const bool ignoreCase = round % 2 != 0;
+            const QList<RegExpMatch> expected = RegExp(u"(?=)"_s + pattern, true, ignoreCase).execute(text);
+            const QList<RegExpMatch> found = RegExp(pattern, true, ignoreCase).execute(text);
+            ASSERT_EQ(found.size(), expected.size()) << pattern.toStdString() << " in " << text.toStdString();
+            for (qsizetype i = 0; i < found.size(); ++i) {
+                EXPECT_EQ(found[i].index, expected[i].index) << pattern.toStdString();
+                EXPECT_EQ(found[i].value, expected[i].value) << pattern.toStdString();
+            }
+        }
+    }
+}
+
 // A visitor may search again while its own search goes on: the inner search,
 // with more groups than the outer one, must not disturb the outer matches.
 TEST(RegExpTest, SearchesInsideAVisitorKeepTheOuterSearchIntact)
