@@ -2,6 +2,7 @@
 
 #include "config/ConfigurationLoading.h"
 #include "config/TableReading.h"
+#include "core/UnitSearch.h"
 #include "engine/RuleContext.h"
 #include "rules/ElementContents.h"
 #include "text/TagScanner.h"
@@ -81,23 +82,12 @@ qsizetype hardReturnAt(QStringView text, qsizetype at)
 // new pair.
 //
 // A hard return starts only at a CR or a "<", and any other character ends
-// a run: the walk goes from one of those two characters to the next, each
-// found by the library's fast one-character search.
+// a run: the walk goes from one of those two characters to the next.
 std::int64_t longestHardReturnRun(QStringView text, std::int64_t enough)
 {
     std::int64_t longest = 0;
     std::int64_t run = 0;
-    qsizetype nextCr = text.indexOf(u'\r');
-    qsizetype nextLt = text.indexOf(u'<');
-    const auto candidateFrom = [&](qsizetype from) {
-        if (nextCr >= 0 && nextCr < from)
-            nextCr = text.indexOf(u'\r', from);
-        if (nextLt >= 0 && nextLt < from)
-            nextLt = text.indexOf(u'<', from);
-        if (nextCr < 0)
-            return nextLt;
-        return nextLt < 0 ? nextCr : std::min(nextCr, nextLt);
-    };
+    const auto candidateFrom = [&](qsizetype from) { return IndexOfEither(text, from, u'\r', u'<'); };
     for (qsizetype at = candidateFrom(0); at >= 0 && longest < enough;) {
         const qsizetype length = hardReturnAt(text, at);
         const qsizetype next = candidateFrom(at + std::max<qsizetype>(length, 1));
