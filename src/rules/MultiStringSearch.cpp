@@ -77,13 +77,14 @@ MultiStringSearch::MultiStringSearch(const QList<QString>& needles)
     for (std::size_t unit = 0; unit < classes_.size(); ++unit) {
         if (!leavesStart_[unit])
             continue;
-        Lead lead { char16_t(unit), false, {} };
+        Lead lead;
+        lead.unit.fill(char16_t(unit));
         const int first = delta_[classes_[unit]];
         lead.always = outputFrom_[first] != outputFrom_[first + 1];
         for (std::size_t next = 0; next < classes_.size() && !lead.always; ++next) {
             if (classes_[next] != 0 && !leavesStart_[next]
                 && delta_[std::size_t(first) * classCount_ + classes_[next]] != 0)
-                lead.followers.push_back(char16_t(next));
+                lead.followers.emplace_back().fill(char16_t(next));
         }
         if (leads_.size() == kMostLeads || lead.followers.size() > kMostFollowers) {
             leads_.clear();
@@ -107,7 +108,7 @@ qsizetype MultiStringSearch::nextCandidate(const char16_t* units, qsizetype at, 
         __m128i leadNext = _mm_setzero_si128();
         __m128i special = _mm_setzero_si128();
         for (const Lead& lead : leads_) {
-            const __m128i unit = _mm_set1_epi16(short(lead.unit));
+            const __m128i unit = _mm_loadu_si128(reinterpret_cast<const __m128i*>(lead.unit.data()));
             const __m128i found = _mm_cmpeq_epi16(here, unit);
             leadHere = _mm_or_si128(leadHere, found);
             leadNext = _mm_or_si128(leadNext, _mm_cmpeq_epi16(next, unit));
@@ -116,8 +117,10 @@ qsizetype MultiStringSearch::nextCandidate(const char16_t* units, qsizetype at, 
                 continue;
             }
             __m128i follows = _mm_setzero_si128();
-            for (const char16_t follower : lead.followers)
-                follows = _mm_or_si128(follows, _mm_cmpeq_epi16(next, _mm_set1_epi16(short(follower))));
+            for (const Spread& follower : lead.followers)
+                follows = _mm_or_si128(follows,
+                    _mm_cmpeq_epi16(
+                        next, _mm_loadu_si128(reinterpret_cast<const __m128i*>(follower.data()))));
             special = _mm_or_si128(special, _mm_and_si128(found, follows));
         }
         const __m128i any = _mm_or_si128(_mm_and_si128(leadHere, leadNext), special);

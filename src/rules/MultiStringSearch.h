@@ -3,6 +3,7 @@
 #include <QList>
 #include <QString>
 #include <QStringView>
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <vector>
@@ -136,10 +137,12 @@ private:
     // listed here; a unit that ends a needle itself always counts. Empty when
     // the needles begin with too many units, or a unit is followed by too
     // many others, to look at together.
+    // Each unit is kept eight times over, as the eight places are compared.
+    using Spread = std::array<char16_t, 8>;
     struct Lead {
-        char16_t unit = 0;
+        Spread unit {};
         bool always = false;
-        std::vector<char16_t> followers; // besides the units that begin needles
+        std::vector<Spread> followers; // besides the units that begin needles
     };
     std::vector<Lead> leads_;
 };
