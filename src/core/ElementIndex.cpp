@@ -1,12 +1,16 @@
 #include "core/ElementIndex.h"
 
+#include "core/UnitSearch.h"
+
 #include <algorithm>
 #include <iterator>
 
 ElementIndex::ElementIndex(QStringView text)
     : text_(text)
 {
-    for (qsizetype lt = text.indexOf(u'<'); lt >= 0; ++openers_) {
+    // The text between tags is short: an inline look finds the next "<"
+    // sooner than starting the library's search for every tag.
+    for (qsizetype lt = IndexOfEither(text, 0, u'<', u'<'); lt >= 0; ++openers_) {
         qsizetype stop = lt + 1;
         while (stop < text.size() && text[stop] != u' ' && text[stop] != u'<' && text[stop] != u'>')
             ++stop;
@@ -15,7 +19,7 @@ ElementIndex::ElementIndex(QStringView text)
             closedByGt_.at(key).push_back(std::int32_t(lt));
         else if (stop < text.size() && text[stop] == u' ')
             closedByBlank_.at(key).push_back(std::int32_t(lt));
-        lt = stop < text.size() && text[stop] == u'<' ? stop : text.indexOf(u'<', stop);
+        lt = stop < text.size() && text[stop] == u'<' ? stop : IndexOfEither(text, stop, u'<', u'<');
     }
 }
 

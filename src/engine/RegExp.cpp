@@ -1,6 +1,9 @@
 #include "engine/RegExp.h"
 
 #include <ctime>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 #include <mutex>
 
 #define PCRE2_CODE_UNIT_WIDTH 16
@@ -23,6 +26,9 @@ struct CompiledPattern {
 
     pcre2_code* code;
     int captureCount;
+    // The two code units every match begins with, when the pattern says so
+    // plainly (a straight run of literal characters at its start).
+    std::optional<std::pair<char16_t, char16_t>> leadPair;
 };
 
 namespace {
@@ -193,6 +199,13 @@ private:
     QString wordBoundary(bool atBoundary) const
     {
         const QString word = u'[' + rangesBody(kWordRanges) + u']';
+        // Before an item that must take a word character the boundary only
+        // depends on the character before it. The single look-behind is the
+        // same test, and it lets the engine give up at once inside a word:
+        // "\b(\w+)" is tried at every letter of a text, and the two-way
+        // choice was most of its time.
+        if (wordCharacterFollows())
+            return asciiGroup((atBoundary ? QStringLiteral("(?<!") : QStringLiteral("(?<=")) + word + u')');
         const QString before = QStringLiteral("(?<=") + word + u')';
         const QString notBefore = QStringLiteral("(?<!") + word + u')';
         const QString after = QStringLiteral("(?=") + word + u')';
@@ -280,7 +293,15 @@ private:
             out_ += codeUnit(value);
     }
 
-    void emitSet(const RangeList& ranges) { out_ += asciiGroup(u'[' + rangesBody(ranges) + u']'); }
+    // A class needs the group only where case folding could widen it: a
+    // group around a repeated class makes the engine repeat a group, a good
+    // deal slower than repeating the class itself.
+    void emitSet(const RangeList& ranges)
+    {
+        const QString set = u'[' + rangesBody(ranges) + u']';
+        const bool holdsNoLetter = ranges == kDigitRanges || ranges == kSpaceRanges;
+        out_ += ignoreCase_ && !holdsNoLetter ? asciiGroup(set) : set;
+    }
 
     void finishQuantifier()
     {
@@ -337,6 +358,42 @@ private:
         if (kind == u'>')
             fail(QStringLiteral("atomic groups are not supported"));
         fail(QStringLiteral("the group construct \"(?%1\" is not supported").arg(kind));
+    }
+
+    // Whether the input from pos_ on is "\w", or a capturing group that
+    // begins with "\w" and holds no alternative, taken at least once. The
+    // look is narrow on purpose: anything else keeps the full boundary test.
+    bool wordCharacterFollows() const
+    {
+        const auto optional
+            = [&](qsizetype at) { return at < in_.size() && QStringView(u"?*{").contains(in_[at]); };
+        const auto isWordEscape
+            = [&](qsizetype at) { return at + 1 < in_.size() && in_[at] == u'\\' && in_[at + 1] == u'w'; };
+        if (isWordEscape(pos_))
+            return !optional(pos_ + 2);
+        if (pos_ >= in_.size() || in_[pos_] != u'(' || !isWordEscape(pos_ + 1) || optional(pos_ + 3))
+            return false;
+        // The group's end: no "|" of its own on the way, and no quantifier
+        // after it that would let it be skipped.
+        int depth = 1;
+        bool inClass = false;
+        for (qsizetype i = pos_ + 1; i < in_.size(); ++i) {
+            const QChar c = in_[i];
+            if (c == u'\\') {
+                ++i;
+            } else if (inClass) {
+                inClass = c != u']';
+            } else if (c == u'[') {
+                inClass = true;
+            } else if (c == u'(') {
+                ++depth;
+            } else if (c == u'|' && depth == 1) {
+                return false;
+            } else if (c == u')' && --depth == 0) {
+                return !optional(i + 1);
+            }
+        }
+        return false;
     }
 
     void translateEscape()
@@ -545,6 +602,69 @@ pcre2_code* compileTranslated(
 // units costs far less than the budget's one second per million code units.
 constexpr qsizetype kStraightLength = 256;
 
+// The first two code units of a straight translated pattern, when both are
+// literal: groups without a choice in them only gather what they hold.
+// Letters are read as the translation writes them (plain, or in "(?-i:"
+// where case could fold them), so under ignore-case only what has no case
+// counts.
+std::optional<std::pair<char16_t, char16_t>> leadingPair(QStringView translated, bool ignoreCase)
+{
+    char16_t units[2] = {};
+    int found = 0;
+    qsizetype i = 0;
+    while (found < 2 && i < translated.size()) {
+        const QStringView rest = translated.sliced(i);
+        if (rest.startsWith(u"(?:")) {
+            i += 3;
+        } else if (rest.front() == u'(' && !rest.startsWith(u"(?")) {
+            ++i;
+        } else if (rest.front() == u')') {
+            ++i;
+        } else if (rest.startsWith(u"\\u") && rest.size() >= 6) {
+            bool ok = false;
+            const uint value = rest.sliced(2, 4).toUInt(&ok, 16);
+            if (!ok || (ignoreCase && value >= 0x80))
+                return std::nullopt;
+            units[found++] = char16_t(value);
+            i += 6;
+        } else if (isAsciiDigit(rest.front()) || (!ignoreCase && isAsciiLetter(rest.front()))) {
+            units[found++] = rest.front().unicode();
+            ++i;
+        } else {
+            return std::nullopt;
+        }
+    }
+    if (found < 2)
+        return std::nullopt;
+    return std::pair { units[0], units[1] };
+}
+
+// Where the two units next stand side by side, from `from` on; -1 if nowhere.
+// The engine looks for the first unit alone, which for a pair such as two
+// blanks stops at every word: this looks at both at once.
+qsizetype indexOfPair(QStringView text, qsizetype from, std::pair<char16_t, char16_t> pair)
+{
+    const char16_t* units = text.utf16();
+    const qsizetype last = text.size() - 1; // the pair's first unit stands before it
+    qsizetype i = from;
+#if defined(__SSE2__)
+    const __m128i first = _mm_set1_epi16(short(pair.first));
+    const __m128i second = _mm_set1_epi16(short(pair.second));
+    for (; i + 8 <= last; i += 8) {
+        const __m128i here = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + i));
+        const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + i + 1));
+        const __m128i both = _mm_and_si128(_mm_cmpeq_epi16(here, first), _mm_cmpeq_epi16(next, second));
+        if (const int mask = _mm_movemask_epi8(both))
+            return i + qsizetype(__builtin_ctz(unsigned(mask)) / 2);
+    }
+#endif
+    for (; i < last; ++i) {
+        if (units[i] == pair.first && units[i + 1] == pair.second)
+            return i;
+    }
+    return -1;
+}
+
 std::shared_ptr<const CompiledPattern> compilePattern(const QString& pattern, bool ignoreCase)
 {
     Translator translator(pattern, ignoreCase);
@@ -587,7 +707,10 @@ std::shared_ptr<const CompiledPattern> compilePattern(const QString& pattern, bo
     pcre2_jit_compile(code, PCRE2_JIT_COMPLETE);
     std::uint32_t groups = 0;
     pcre2_pattern_info(code, PCRE2_INFO_CAPTURECOUNT, &groups);
-    return std::make_shared<const CompiledPattern>(code, int(groups));
+    auto compiled = std::make_shared<CompiledPattern>(code, int(groups));
+    if (translator.straight())
+        compiled->leadPair = leadingPair(translated, ignoreCase);
+    return compiled;
 }
 
 // Rules build the same few patterns again for every tag, so the compiled
@@ -906,6 +1029,12 @@ template <typename Visitor> void RegExp::forEachMatch(QStringView text, bool all
         // A visitor's own search points the thread's context at its budget:
         // every call points it back.
         pcre2_set_callout(context, checkBudget, &budget);
+        if (pattern.leadPair) {
+            const qsizetype lead = indexOfPair(text, qsizetype(start), *pattern.leadPair);
+            if (lead < 0)
+                return;
+            start = PCRE2_SIZE(lead);
+        }
         const int rc = pcre2_match(pattern.code, subject, text.size(), start, 0, data.get(), context);
         if (rc == PCRE2_ERROR_NOMATCH)
             return;

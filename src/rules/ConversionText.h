@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/UnitSearch.h"
 #include "rules/TagDashing.h"
 
 #include <QHash>
@@ -84,6 +85,20 @@ public:
                 found(at);
             return;
         }
+        const qsizetype last = text.size() - needle_.size();
+        if (firstUnits_.size() <= 2) {
+            // A letter's two cases (or a character's one form) are looked
+            // for together, in one read of the text.
+            const char16_t one = firstUnits_.front();
+            const char16_t other = firstUnits_.back();
+            for (qsizetype at = IndexOfEither(text, from, one, other); at >= 0 && at <= last;
+                 at = IndexOfEither(text, at + 1, one, other)) {
+                if (secondMayMatch(text, at)
+                    && text.sliced(at, needle_.size()).compare(needle_, Qt::CaseInsensitive) == 0)
+                    found(at);
+            }
+            return;
+        }
         // One cursor for each form of the first character, each moved
         // only forward, so the text is read once for each form.
         // A letter has a form or two, seldom more: their cursors stay on the
@@ -94,7 +109,6 @@ public:
         qsizetype* next = forms > few.size() ? many.data() : few.data();
         for (std::size_t k = 0; k < forms; ++k)
             next[k] = nextOf(text, firstUnits_[k], from);
-        const qsizetype last = text.size() - needle_.size();
         for (;;) {
             std::size_t nearest = forms;
             for (std::size_t k = 0; k < forms; ++k) {

@@ -9,6 +9,10 @@
 
 #include <algorithm>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 using namespace Qt::Literals::StringLiterals;
 
 bool LoadNoHrtTable(const ConfigurationLoading& loading, TableSet& set)
@@ -80,24 +84,44 @@ qsizetype hardReturnAt(QStringView text, qsizetype at)
 // as CR LF: a rewritten marker can never join a neighbouring CR or LF into a
 // new pair.
 //
+// Where a hard return may start, at or after `from`: a CR, or a "<" followed
+// by the marker's first letter. Most "<" open other tags, and passing over
+// them here spares a stop at every tag of the file. Eight places are looked
+// at together; the last few go one by one.
+qsizetype nextHardReturnStart(QStringView text, qsizetype from)
+{
+    const char16_t* units = text.utf16();
+    const qsizetype size = text.size();
+    qsizetype at = std::max<qsizetype>(from, 0);
+#if defined(__SSE2__)
+    const __m128i cr = _mm_set1_epi16(short(u'\r'));
+    const __m128i lt = _mm_set1_epi16(short(u'<'));
+    const __m128i lowerH = _mm_set1_epi16(short(u'h'));
+    const __m128i upperH = _mm_set1_epi16(short(u'H'));
+    for (; at + 9 <= size; at += 8) {
+        const __m128i here = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + at));
+        const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + at + 1));
+        const __m128i marker = _mm_and_si128(_mm_cmpeq_epi16(here, lt),
+            _mm_or_si128(_mm_cmpeq_epi16(next, lowerH), _mm_cmpeq_epi16(next, upperH)));
+        if (const int mask = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi16(here, cr), marker)))
+            return at + qsizetype(__builtin_ctz(unsigned(mask)) / 2);
+    }
+#endif
+    for (; at < size; ++at) {
+        if (units[at] == u'\r' || (units[at] == u'<' && at + 1 < size && (units[at + 1] | 0x20) == u'h'))
+            return at;
+    }
+    return -1;
+}
+
 // A hard return starts only at a CR or a "<", and any other character ends
-// a run: the walk goes from one of those two characters to the next, each
-// found by the library's fast one-character search.
+// a run. Passing over a "<" that begins no marker changes no run: the next
+// place found is then not where the hard return before it ends.
 std::int64_t longestHardReturnRun(QStringView text, std::int64_t enough)
 {
     std::int64_t longest = 0;
     std::int64_t run = 0;
-    qsizetype nextCr = text.indexOf(u'\r');
-    qsizetype nextLt = text.indexOf(u'<');
-    const auto candidateFrom = [&](qsizetype from) {
-        if (nextCr >= 0 && nextCr < from)
-            nextCr = text.indexOf(u'\r', from);
-        if (nextLt >= 0 && nextLt < from)
-            nextLt = text.indexOf(u'<', from);
-        if (nextCr < 0)
-            return nextLt;
-        return nextLt < 0 ? nextCr : std::min(nextCr, nextLt);
-    };
+    const auto candidateFrom = [&](qsizetype from) { return nextHardReturnStart(text, from); };
     for (qsizetype at = candidateFrom(0); at >= 0 && longest < enough;) {
         const qsizetype length = hardReturnAt(text, at);
         const qsizetype next = candidateFrom(at + std::max<qsizetype>(length, 1));

@@ -2,6 +2,10 @@
 
 #include <deque>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 MultiStringSearch::MultiStringSearch(const QList<QString>& needles)
     : classes_(0x10000, 0)
 {
@@ -65,6 +69,69 @@ MultiStringSearch::MultiStringSearch(const QList<QString>& needles)
         outputNeedles_.insert(outputNeedles_.end(), needles.begin(), needles.end());
     }
     outputFrom_.push_back(static_cast<std::uint32_t>(outputNeedles_.size()));
+
+    // Looked at together, a few leads with a few followers each cost less
+    // than a walk that stops at every blank of a text.
+    constexpr std::size_t kMostLeads = 8;
+    constexpr std::size_t kMostFollowers = 4;
+    for (std::size_t unit = 0; unit < classes_.size(); ++unit) {
+        if (!leavesStart_[unit])
+            continue;
+        Lead lead;
+        lead.unit.fill(char16_t(unit));
+        const int first = delta_[classes_[unit]];
+        lead.always = outputFrom_[first] != outputFrom_[first + 1];
+        for (std::size_t next = 0; next < classes_.size() && !lead.always; ++next) {
+            if (classes_[next] != 0 && !leavesStart_[next]
+                && delta_[std::size_t(first) * classCount_ + classes_[next]] != 0)
+                lead.followers.emplace_back().fill(char16_t(next));
+        }
+        if (leads_.size() == kMostLeads || lead.followers.size() > kMostFollowers) {
+            leads_.clear();
+            break;
+        }
+        leads_.push_back(std::move(lead));
+    }
+}
+
+qsizetype MultiStringSearch::nextCandidate(const char16_t* units, qsizetype at, qsizetype size) const
+{
+#if defined(__SSE2__)
+    if (leads_.empty())
+        return at;
+    for (; at + 9 <= size; at += 8) {
+        const __m128i here = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + at));
+        const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + at + 1));
+        // A unit that begins a needle, followed by another such unit, always
+        // keeps the walk going: that needle at least begins there.
+        __m128i leadHere = _mm_setzero_si128();
+        __m128i leadNext = _mm_setzero_si128();
+        __m128i special = _mm_setzero_si128();
+        for (const Lead& lead : leads_) {
+            const __m128i unit = _mm_loadu_si128(reinterpret_cast<const __m128i*>(lead.unit.data()));
+            const __m128i found = _mm_cmpeq_epi16(here, unit);
+            leadHere = _mm_or_si128(leadHere, found);
+            leadNext = _mm_or_si128(leadNext, _mm_cmpeq_epi16(next, unit));
+            if (lead.always) {
+                special = _mm_or_si128(special, found);
+                continue;
+            }
+            __m128i follows = _mm_setzero_si128();
+            for (const Spread& follower : lead.followers)
+                follows = _mm_or_si128(follows,
+                    _mm_cmpeq_epi16(
+                        next, _mm_loadu_si128(reinterpret_cast<const __m128i*>(follower.data()))));
+            special = _mm_or_si128(special, _mm_and_si128(found, follows));
+        }
+        const __m128i any = _mm_or_si128(_mm_and_si128(leadHere, leadNext), special);
+        if (const int mask = _mm_movemask_epi8(any))
+            return at + qsizetype(__builtin_ctz(unsigned(mask)) / 2);
+    }
+#else
+    (void)units;
+    (void)size;
+#endif
+    return at;
 }
 
 void MultiStringSearch::scan(

@@ -3,6 +3,7 @@
 #include <QList>
 #include <QString>
 #include <QStringView>
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <vector>
@@ -78,6 +79,7 @@ private:
                 // back to it and ends nothing: most of a text is passed
                 // over here.
                 if (current == 0) {
+                    i = nextCandidate(units, i, size);
                     for (;;) {
                         while (i < size && !leavesStart[units[i]])
                             ++i;
@@ -111,6 +113,13 @@ private:
         });
     }
 
+    // From `at` on, the first place where the start state might move on for
+    // good: a unit that begins a needle, unless the unit after it leads back
+    // to the start state and the unit ends nothing. Eight places are looked at
+    // together; the last few of a piece, and tables whose needles begin with
+    // many different units, are left to the walk, which tests the same.
+    qsizetype nextCandidate(const char16_t* units, qsizetype at, qsizetype size) const;
+
     int classOf(char16_t c) const { return static_cast<int>(classes_[c]); }
     int next(int state, int charClass) const { return delta_[std::size_t(state) * classCount_ + charClass]; }
 
@@ -123,4 +132,17 @@ private:
     // end: state s owns outputNeedles_[outputFrom_[s]] up to outputFrom_[s + 1].
     std::vector<std::uint32_t> outputFrom_;
     std::vector<int> outputNeedles_;
+    // For nextCandidate: each unit that begins a needle. After one, any
+    // unit that begins a needle keeps the walk going, and so do the units
+    // listed here; a unit that ends a needle itself always counts. Empty when
+    // the needles begin with too many units, or a unit is followed by too
+    // many others, to look at together.
+    // Each unit is kept eight times over, as the eight places are compared.
+    using Spread = std::array<char16_t, 8>;
+    struct Lead {
+        Spread unit {};
+        bool always = false;
+        std::vector<Spread> followers; // besides the units that begin needles
+    };
+    std::vector<Lead> leads_;
 };

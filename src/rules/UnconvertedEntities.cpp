@@ -4,6 +4,7 @@
 #include "config/TableReading.h"
 #include "core/ElementIndex.h"
 #include "core/HugePages.h"
+#include "core/UnitSearch.h"
 #include "engine/RuleContext.h"
 #include "rules/ElementContents.h"
 
@@ -214,20 +215,10 @@ struct TagRemoval {
         std::vector<Open> opens;
         ReserveLarge(runs, (openers ? *openers : std::size_t(text.count(u'>'))) + 1);
         qsizetype from = 0;
-        // Brackets are few: each kind is found by the library's fast
-        // search, every character of the text looked at once for each.
-        qsizetype nextOpen = text.indexOf(u'<');
-        qsizetype nextClose = text.indexOf(u'>');
-        for (;;) {
-            if (nextOpen < 0 && nextClose < 0)
-                break;
-            const bool isOpen = nextClose < 0 || (nextOpen >= 0 && nextOpen < nextClose);
-            const qsizetype at = isOpen ? nextOpen : nextClose;
-            const QChar c = isOpen ? u'<' : u'>';
-            if (isOpen)
-                nextOpen = text.indexOf(u'<', at + 1);
-            else
-                nextClose = text.indexOf(u'>', at + 1);
+        // Both brackets are found in one read of the text.
+        for (qsizetype at = IndexOfEither(text, 0, u'<', u'>'); at >= 0;
+             at = IndexOfEither(text, at + 1, u'<', u'>')) {
+            const QChar c = text[at];
             keep(from, at);
             from = at;
             if (c == u'<') {

@@ -1,5 +1,6 @@
 #include "engine/RegExp.h"
 
+#include <cstdint>
 #include <gtest/gtest.h>
 #include <thread>
 #include <utility>
@@ -38,6 +39,10 @@ TEST(RegExpTest, DialectOfTest)
         { "k", true, u"\u212a"_s, false },
         { "^ss$", true, u"S\u017f"_s, false },
         { "\\W", true, u"\u00e9"_s, true },
+        { "\\W", true, "k", false },
+        { "^\\S\\D$", true, "sK", true },
+        { "^\\w+\\s\\d{2}$", false, "a_Z \t12", false },
+        { "^\\w+\\s\\d{2}$", false, "a_Z\t12", true },
         { "[\\w]", true, u"\u00e9"_s, false },
         { "a\\b", true, u"a\u00e9"_s, true },
         { "a\\B", true, u"a\u00e9"_s, false },
@@ -132,6 +137,64 @@ TEST(RegExpTest, CountMatchesAgreesWithExecute)
     ASSERT_EQ(first.size(), 1);
     EXPECT_EQ(first[0].value, "12-");
     EXPECT_TRUE(first[0].submatches[1].isNull());
+}
+
+// A boundary before a word character is tested in a shorter way than any
+// other boundary; "(?:)" after it keeps the general test, so both forms of
+// each pattern must find the same matches in random texts.
+TEST(RegExpTest, BoundaryBeforeAWordCharacterMatchesTheGeneralTest)
+{
+    const QStringList patterns { u"\\b\\w"_s, u"\\b\\w+"_s, u"\\B\\w+?"_s, u"\\b(\\w+) \\1\\b"_s,
+        u"\\B(\\w)."_s, u"(\\b\\w)+"_s, u"(?=\\b\\w)."_s, u"x|\\b\\w-"_s, u"\\b(\\w|-)"_s, u"\\b(\\w+)?-"_s,
+        u"\\b\\w*-"_s, u"\\b(\\w[)|]+)"_s, u"\\B(\\w(-)?)"_s };
+    const QString alphabet = u"aZ_1 -)|\u00e9"_s;
+    std::uint32_t seed = 7;
+    const auto next = [&seed] { return (seed = seed * 1103515245u + 12345u) >> 16; };
+    for (int round = 0; round < 300; ++round) {
+        QString text;
+        for (std::uint32_t n = next() % 24; n > 0; --n)
+            text += alphabet[qsizetype(next() % alphabet.size())];
+        for (const QString& pattern : patterns) {
+            const bool ignoreCase = round % 2 != 0;
+            const QString general
+                = QString(pattern).replace(u"\\b"_s, u"\\b(?:)"_s).replace(u"\\B"_s, u"\\B(?:)"_s);
+            const QList<RegExpMatch> expected = RegExp(general, true, ignoreCase).execute(text);
+            const QList<RegExpMatch> found = RegExp(pattern, true, ignoreCase).execute(text);
+            ASSERT_EQ(found.size(), expected.size()) << pattern.toStdString() << " in " << text.toStdString();
+            for (qsizetype i = 0; i < found.size(); ++i) {
+                EXPECT_EQ(found[i].index, expected[i].index) << pattern.toStdString();
+                EXPECT_EQ(found[i].value, expected[i].value) << pattern.toStdString();
+                EXPECT_EQ(found[i].submatches, expected[i].submatches) << pattern.toStdString();
+            }
+        }
+    }
+}
+
+// A pattern that begins with two literal characters is searched from where
+// the two next stand side by side; "(?=)" in front keeps the general search,
+// so both forms must find the same matches, in short and in long texts.
+TEST(RegExpTest, LeadingPairSearchMatchesTheGeneralSearch)
+{
+    const QStringList patterns { u"  "_s, u"( )( )"_s, u"a "_s, u"(?:A1)x"_s, u"&a"_s, u"1 1"_s, u"\u00e9 "_s,
+        u"\t\t"_s, u"aa"_s };
+    const QString alphabet = u"  aA1\t&x\u00e9\u00c9"_s;
+    std::uint32_t seed = 11;
+    const auto next = [&seed] { return (seed = seed * 1103515245u + 12345u) >> 16; };
+    for (int round = 0; round < 400; ++round) {
+        QString text;
+        for (std::uint32_t n = next() % 48; n > 0; --n)
+            text += alphabet[qsizetype(next() % alphabet.size())];
+        for (const QString& pattern : patterns) {
+            const bool ignoreCase = round % 2 != 0;
+            const QList<RegExpMatch> expected = RegExp(u"(?=)"_s + pattern, true, ignoreCase).execute(text);
+            const QList<RegExpMatch> found = RegExp(pattern, true, ignoreCase).execute(text);
+            ASSERT_EQ(found.size(), expected.size()) << pattern.toStdString() << " in " << text.toStdString();
+            for (qsizetype i = 0; i < found.size(); ++i) {
+                EXPECT_EQ(found[i].index, expected[i].index) << pattern.toStdString();
+                EXPECT_EQ(found[i].value, expected[i].value) << pattern.toStdString();
+            }
+        }
+    }
 }
 
 // A visitor may search again while its own search goes on: the inner search,
