@@ -49,7 +49,22 @@ struct FileRecord {
     // The scanner's records.
     ValidationContext context;
     ValidationContext previousTag;
+    // The record of the last start tag is read by no rule while the file is
+    // checked, only handed on when it ends; the driver notes where that tag
+    // is (lastStartTag) and makes the record once per file.
     ValidationContext previousStartTag;
+    struct StartTagPlace {
+        qsizetype tagStart = -1; // in wholeText; -1 when no start tag was met since the record was made
+        qsizetype tagLength = 0;
+        std::int32_t lineIndex = 0;
+        std::int32_t linePosition = 0;
+        // The enclosing tag where it is a part of the document; -1 when it is
+        // not (a tag carried from an earlier file, or none), and
+        // enclosingOwn holds it.
+        qsizetype enclosingStart = -1;
+        qsizetype enclosingLength = 0;
+        QString enclosingOwn;
+    } lastStartTag;
     QList<ValidationContext> openTags; // oldest first; kept from one file to the next
     OpenTagNames openTagNames; // the numbers of openTags' names, and how many carry each
     QList<std::int32_t> rowStack { 0 }; // element 0 is the base entry

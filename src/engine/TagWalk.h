@@ -75,21 +75,6 @@ inline FoundTagParts PartsOfFoundTag(QStringView tag)
     return parts;
 }
 
-// Copies the record field by field. The names are shared strings and the
-// texts parts of one document, so a field that already holds the very same
-// characters (the same line, the same name) is left as it is.
-inline void CopyTagRecord(ValidationContext& to, const ValidationContext& from)
-{
-    AssignUnlessSame(to.tagText, from.tagText);
-    AssignUnlessSame(to.tagName, from.tagName);
-    AssignUnlessSame(to.enclosingTag, from.enclosingTag);
-    AssignUnlessSame(to.lineText, from.lineText);
-    to.tagType = from.tagType;
-    to.filePosition = from.filePosition;
-    to.linePosition = from.linePosition;
-    to.lineNumber = from.lineNumber;
-}
-
 // Every field is written: the record may hold any older tag's values. The
 // tag's text and its line are parts of the document's own buffer. Answers
 // the number the toolkit gives the tag's name.

@@ -80,8 +80,51 @@ void followRowStack(FileRecord& state, const RoutineDeclTable& table, std::int32
 // so that a batch keeps one document in memory, not the last one as well.
 // A line is copied once for all its tags; the open tags of earlier files,
 // already copied, are the list's front and are not visited again.
+// Where the start tag just read is, for the record made at the file's end.
+void noteStartTag(FileRecord& state, const TagMatch& tag, std::int32_t lineStart, std::int32_t lineNumber)
+{
+    FileRecord::StartTagPlace& place = state.lastStartTag;
+    place.tagStart = lineStart + tag.start;
+    place.tagLength = tag.text.size();
+    place.lineIndex = lineNumber - 1;
+    place.linePosition = state.context.linePosition;
+    const QString& enclosing = state.context.enclosingTag;
+    if (SharesBuffer(enclosing, state.wholeText)) {
+        place.enclosingStart = enclosing.constData() - state.wholeText.constData();
+        place.enclosingLength = enclosing.size();
+    } else {
+        place.enclosingStart = -1;
+        AssignUnlessSame(place.enclosingOwn, enclosing);
+    }
+}
+
+// Makes the record of the last start tag the file met, as parts of the
+// document like the other records; the record stays as it was when the file
+// met none.
+void settlePreviousStartTag(FileRecord& state)
+{
+    FileRecord::StartTagPlace& place = state.lastStartTag;
+    if (place.tagStart < 0)
+        return;
+    const QString& text = state.wholeText;
+    ValidationContext& record = state.previousStartTag;
+    record.tagType = TagKind::Start;
+    record.tagText = SharedPart(text, place.tagStart, place.tagLength);
+    record.tagName = PartsOfFoundTag(record.tagText).name.toString();
+    record.enclosingTag = place.enclosingStart >= 0
+        ? SharedPart(text, place.enclosingStart, place.enclosingLength)
+        : place.enclosingOwn;
+    const QStringView line = state.line(place.lineIndex);
+    record.lineText = SharedPart(text, line.constData() - text.constData(), line.size());
+    record.linePosition = place.linePosition;
+    record.filePosition = place.linePosition + state.lineStarts[std::size_t(place.lineIndex)];
+    record.lineNumber = place.lineIndex + 1;
+    place = {};
+}
+
 void keepCarriedTagsOwn(FileRecord& state)
 {
+    settlePreviousStartTag(state);
     const QString& document = state.wholeText;
     QString lastLine;
     QString lastCopy;
@@ -190,7 +233,7 @@ void ScanLine(FileRecord& state, const RunServices& run, const QString& line, st
 
         FollowOpenTags(state.openTags, state.openTagNames, state.context, nameId);
         if (state.context.tagType == TagKind::Start)
-            CopyTagRecord(state.previousStartTag, state.context);
+            noteStartTag(state, tag, lineStart, lineNumber);
         // The record of this tag becomes the previous tag's; the next tag
         // fills the other record anew, so swapping spares copying it.
         std::swap(state.previousTag, state.context);
@@ -213,10 +256,17 @@ void SeedCarriedTagState(FileRecord& state, CarriedTagState carried)
     state.context = std::move(carried.context);
     state.previousTag = std::move(carried.previousTag);
     state.previousStartTag = std::move(carried.previousStartTag);
+    state.lastStartTag = {};
 }
 
 void ValidateFile(FileRecord& state, const RunServices& run, const RuleBook& rules)
 {
+    // However the file ends, the record of its last start tag is made while
+    // its text is still the one loaded.
+    struct SettleAtEnd {
+        FileRecord& state;
+        ~SettleAtEnd() { settlePreviousStartTag(state); }
+    } settleAtEnd { state };
     try {
         // Taken before the text is read: whatever changes the file from here
         // on keeps it from passing on as validated.

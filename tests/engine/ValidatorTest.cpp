@@ -116,7 +116,8 @@ TEST(Validator, CarriedRecordsDropTheirDocument)
     fixture.validate("</x>");
     const FileRecord& file = fixture.state.file;
     ASSERT_EQ(file.openTags.size(), 2);
-    for (const ValidationContext* record : { &file.openTags[0], &file.openTags[1], &file.previousTag }) {
+    for (const ValidationContext* record :
+        { &file.openTags[0], &file.openTags[1], &file.previousTag, &file.previousStartTag }) {
         EXPECT_FALSE(SharesBuffer(record->tagText, first)) << record->tagText.toStdString();
         EXPECT_FALSE(SharesBuffer(record->lineText, first)) << record->tagText.toStdString();
         EXPECT_FALSE(SharesBuffer(record->enclosingTag, first)) << record->tagText.toStdString();
@@ -126,6 +127,17 @@ TEST(Validator, CarriedRecordsDropTheirDocument)
     EXPECT_EQ(file.openTags[1].enclosingTag, "<b>");
     EXPECT_EQ(file.openTags[1].lineText, "<c></b>");
     EXPECT_EQ(file.previousTag.tagText, "</x>");
+    // A file without start tags leaves the last one of the file before.
+    const auto lastStart = [&] {
+        const ValidationContext& tag = file.previousStartTag;
+        return QStringLiteral("%1 %2 in %3 %4:%5:%6 %7")
+            .arg(tag.tagText, tag.tagName, tag.enclosingTag, QString::number(tag.lineNumber),
+                QString::number(tag.linePosition), QString::number(tag.filePosition), tag.lineText);
+    };
+    EXPECT_EQ(lastStart(), "<c> c in <b> 3:1:12 <c></b>");
+    // Its enclosing tag is one the earlier files left open.
+    fixture.validate("y\r\n</d><f></f><e x>z");
+    EXPECT_EQ(lastStart(), "<e x> e in <c> 2:12:15 </d><f></f><e x>z");
 }
 
 // The driver reads the name and kind of a found tag from its ends; the
