@@ -49,9 +49,10 @@ struct FileRecord {
     // The scanner's records.
     ValidationContext context;
     ValidationContext previousTag;
-    // The record of the last start tag is read by no rule while the file is
-    // checked, only handed on when it ends; the driver notes where that tag
-    // is (lastStartTag) and makes the record once per file.
+    // The records of the tag before and of the last start tag are read by no
+    // rule while the file is checked, only handed on when it ends: the driver
+    // makes previousTag from the last tag's record, and previousStartTag from
+    // where it noted that tag (lastStartTag), once per file.
     ValidationContext previousStartTag;
     struct StartTagPlace {
         qsizetype tagStart = -1; // in wholeText; -1 when no start tag was met since the record was made
@@ -77,7 +78,15 @@ struct FileRecord {
     // as all the names met before it.
     std::vector<DeclaredRows> declaredRows;
     std::uint32_t declaredRowsFile = 1;
+    // The element the running rules speak of: the declaration row's tag
+    // (elementRow, a row of the table that lives through the run), or before
+    // any row ran the file's first element name.
     QString contextElement;
+    const QString* elementRow = nullptr;
+    const QString& element() const { return elementRow ? *elementRow : contextElement; }
+    // Whether the file met a tag: only then does it hand on the last one
+    // (previousTag is made when the file ends).
+    bool tagMet = false;
     // Upper-cased at loading; a view of the declaration table's text, set by
     // the dispatcher before every routine call.
     QStringView routineParameter;

@@ -122,9 +122,50 @@ void settlePreviousStartTag(FileRecord& state)
     place = {};
 }
 
+// Lists a start tag as open. Its record takes the tag's text, name and
+// places; its line and enclosing tag, read by no rule from the list, are
+// noted as places and filled in when the file ends (completeOpenTags).
+void openTag(FileRecord& state, std::int32_t nameId)
+{
+    const ValidationContext& tag = state.context;
+    ValidationContext open;
+    open.tagText = tag.tagText;
+    open.tagName = tag.tagName;
+    open.tagType = TagKind::Start;
+    open.filePosition = tag.filePosition;
+    open.linePosition = tag.linePosition;
+    open.lineNumber = tag.lineNumber;
+    if (SharesBuffer(tag.enclosingTag, state.wholeText)) {
+        open.enclosingStart = std::int32_t(tag.enclosingTag.constData() - state.wholeText.constData());
+        open.enclosingLength = std::int32_t(tag.enclosingTag.size());
+    } else {
+        open.enclosingTag = tag.enclosingTag;
+        open.enclosingStart = -2;
+    }
+    state.openTags.append(std::move(open));
+    state.openTagNames.opened(nameId);
+}
+
+// Fills in the lines and enclosing tags of the open tags this document
+// listed: they are the list's back, after the whole records of earlier files.
+void completeOpenTags(FileRecord& state)
+{
+    const QString& text = state.wholeText;
+    for (qsizetype i = state.openTags.size() - 1; i >= 0; --i) {
+        ValidationContext& open = state.openTags[i];
+        if (open.enclosingStart == -1)
+            break;
+        const QStringView line = state.line(open.lineNumber - 1);
+        open.lineText = SharedPart(text, line.constData() - text.constData(), line.size());
+        if (open.enclosingStart >= 0)
+            open.enclosingTag = SharedPart(text, open.enclosingStart, open.enclosingLength);
+        open.enclosingStart = -1;
+        open.enclosingLength = 0;
+    }
+}
+
 void keepCarriedTagsOwn(FileRecord& state)
 {
-    settlePreviousStartTag(state);
     const QString& document = state.wholeText;
     QString lastLine;
     QString lastCopy;
@@ -153,6 +194,19 @@ void keepCarriedTagsOwn(FileRecord& state)
     ownRecord(state.context);
     ownRecord(state.previousTag);
     ownRecord(state.previousStartTag);
+}
+
+// Makes the records a file hands on whole and gives them characters of their
+// own: nothing read after the file is checked reads its document.
+void settleCarriedTagState(FileRecord& state)
+{
+    if (state.tagMet) {
+        state.previousTag = state.context;
+        state.tagMet = false;
+    }
+    settlePreviousStartTag(state);
+    completeOpenTags(state);
+    keepCarriedTagsOwn(state);
 }
 
 void validateLoadedFile(FileRecord& state, const RunServices& run, const RuleBook& rules)
@@ -200,6 +254,8 @@ void SplitLines(FileRecord& state)
 void ResetPerFileState(FileRecord& state)
 {
     state.contextElement.clear();
+    state.elementRow = nullptr;
+    state.tagMet = false;
     state.routineParameter = {};
     state.toolkit.clearQuotedMarkupNote();
     state.currentRow = 0;
@@ -214,13 +270,15 @@ void ScanLine(FileRecord& state, const RunServices& run, const QString& line, st
     state.toolkit.currentLineNumber = lineNumber;
     const RoutineDeclTable* table = declarations(run);
     TagScanner xml(state.toolkit);
-    bool swapped = false;
     WalkLineTagMatches(xml, line, [&](const TagMatch& tag) {
         const std::int32_t nameId = FillTagContext(
             state.context, state.toolkit, tag, line, lineStart, lineNumber, InnermostOpenTag(state.openTags));
-        if (state.contextElement.isEmpty() && !state.context.tagName.isEmpty()
-            && isLetter(state.context.tagName.front()))
+        state.tagMet = true;
+        if (state.element().isEmpty() && !state.context.tagName.isEmpty()
+            && isLetter(state.context.tagName.front())) {
+            state.elementRow = nullptr;
             state.contextElement = state.context.tagName;
+        }
 
         if (table) {
             // A row tagged "N/A" (any case) runs for every tag.
@@ -231,17 +289,13 @@ void ScanLine(FileRecord& state, const RunServices& run, const QString& line, st
                 DispatchRow(state, run, *table, state.currentRow);
         }
 
-        FollowOpenTags(state.openTags, state.openTagNames, state.context, nameId);
-        if (state.context.tagType == TagKind::Start)
+        if (state.context.tagType == TagKind::Start) {
+            openTag(state, nameId);
             noteStartTag(state, tag, lineStart, lineNumber);
-        // The record of this tag becomes the previous tag's; the next tag
-        // fills the other record anew, so swapping spares copying it.
-        std::swap(state.previousTag, state.context);
-        swapped = true;
+        } else {
+            FollowOpenTags(state.openTags, state.openTagNames, state.context, nameId);
+        }
     });
-    // Between lines the current record is the last tag's again.
-    if (swapped)
-        state.context = state.previousTag;
 }
 
 CarriedTagState CarriedTagStateOf(const FileRecord& state)
@@ -265,13 +319,12 @@ void ValidateFile(FileRecord& state, const RunServices& run, const RuleBook& rul
     // its text is still the one loaded.
     struct SettleAtEnd {
         FileRecord& state;
-        ~SettleAtEnd() { settlePreviousStartTag(state); }
+        ~SettleAtEnd() { settleCarriedTagState(state); }
     } settleAtEnd { state };
     try {
         // Taken before the text is read: whatever changes the file from here
         // on keeps it from passing on as validated.
         state.inputIdentity = FileIdentityOf(state.inputPath);
-        keepCarriedTagsOwn(state);
         state.wholeText = LoadInputText(run.ui, state.inputPath, run.installation.config.Utf8Input);
         state.toolkit.indexText(state.wholeText);
         validateLoadedFile(state, run, rules);

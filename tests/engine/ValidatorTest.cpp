@@ -138,6 +138,9 @@ TEST(Validator, CarriedRecordsDropTheirDocument)
     // Its enclosing tag is one the earlier files left open.
     fixture.validate("y\r\n</d><f></f><e x>z");
     EXPECT_EQ(lastStart(), "<e x> e in <c> 2:12:15 </d><f></f><e x>z");
+    ASSERT_EQ(file.openTags.size(), 3);
+    EXPECT_EQ(file.openTags[2].enclosingTag, "<c>");
+    EXPECT_EQ(file.openTags[2].lineText, "</d><f></f><e x>z");
 }
 
 // The driver reads the name and kind of a found tag from its ends; the
