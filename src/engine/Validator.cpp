@@ -75,11 +75,6 @@ void followRowStack(FileRecord& state, const RoutineDeclTable& table, std::int32
     state.currentRow = state.rowStack.size() > 1 ? state.rowStack.last() : 0;
 }
 
-// The records handed on to the next file read parts of this document's
-// buffer. They get characters of their own before the document is dropped,
-// so that a batch keeps one document in memory, not the last one as well.
-// A line is copied once for all its tags; the open tags of earlier files,
-// already copied, are the list's front and are not visited again.
 // Where the start tag just read is, for the record made at the file's end.
 void noteStartTag(FileRecord& state, const TagMatch& tag, std::int32_t lineStart, std::int32_t lineNumber)
 {
@@ -89,7 +84,7 @@ void noteStartTag(FileRecord& state, const TagMatch& tag, std::int32_t lineStart
     place.lineIndex = lineNumber - 1;
     place.linePosition = state.context.linePosition;
     const QString& enclosing = state.context.enclosingTag;
-    if (SharesBuffer(enclosing, state.wholeText)) {
+    if (ReadsText(enclosing, state.wholeText)) {
         place.enclosingStart = enclosing.constData() - state.wholeText.constData();
         place.enclosingLength = enclosing.size();
     } else {
@@ -135,7 +130,7 @@ void openTag(FileRecord& state, std::int32_t nameId)
     open.filePosition = tag.filePosition;
     open.linePosition = tag.linePosition;
     open.lineNumber = tag.lineNumber;
-    if (SharesBuffer(tag.enclosingTag, state.wholeText)) {
+    if (ReadsText(tag.enclosingTag, state.wholeText)) {
         open.enclosingStart = std::int32_t(tag.enclosingTag.constData() - state.wholeText.constData());
         open.enclosingLength = std::int32_t(tag.enclosingTag.size());
     } else {
@@ -164,13 +159,19 @@ void completeOpenTags(FileRecord& state)
     }
 }
 
+// The records handed on to the next file read parts of this document's
+// buffer, some without holding it (UncountedPart). They get characters of
+// their own when the file ends: nothing after it may read the document, and
+// a batch keeps one document in memory, not the last one as well.
+// A line is copied once for all its tags; the open tags of earlier files,
+// already copied, are the list's front and are not visited again.
 void keepCarriedTagsOwn(FileRecord& state)
 {
     const QString& document = state.wholeText;
     QString lastLine;
     QString lastCopy;
     const auto own = [&](QString& text) {
-        if (!SharesBuffer(text, document))
+        if (!ReadsText(text, document))
             return;
         if (SamePlace(text, lastLine)) {
             text = lastCopy;
@@ -187,7 +188,7 @@ void keepCarriedTagsOwn(FileRecord& state)
     };
     for (qsizetype i = state.openTags.size() - 1; i >= 0; --i) {
         ValidationContext& open = state.openTags[i];
-        if (!SharesBuffer(open.tagText, document) && !SharesBuffer(open.lineText, document))
+        if (!ReadsText(open.tagText, document) && !ReadsText(open.lineText, document))
             break;
         ownRecord(open);
     }

@@ -118,9 +118,9 @@ TEST(Validator, CarriedRecordsDropTheirDocument)
     ASSERT_EQ(file.openTags.size(), 2);
     for (const ValidationContext* record :
         { &file.openTags[0], &file.openTags[1], &file.previousTag, &file.previousStartTag }) {
-        EXPECT_FALSE(SharesBuffer(record->tagText, first)) << record->tagText.toStdString();
-        EXPECT_FALSE(SharesBuffer(record->lineText, first)) << record->tagText.toStdString();
-        EXPECT_FALSE(SharesBuffer(record->enclosingTag, first)) << record->tagText.toStdString();
+        EXPECT_FALSE(ReadsText(record->tagText, first)) << record->tagText.toStdString();
+        EXPECT_FALSE(ReadsText(record->lineText, first)) << record->tagText.toStdString();
+        EXPECT_FALSE(ReadsText(record->enclosingTag, first)) << record->tagText.toStdString();
     }
     EXPECT_EQ(file.openTags[0].lineText, "<a><b>");
     EXPECT_EQ(file.openTags[1].tagText, "<c>");
@@ -141,6 +141,40 @@ TEST(Validator, CarriedRecordsDropTheirDocument)
     ASSERT_EQ(file.openTags.size(), 3);
     EXPECT_EQ(file.openTags[2].enclosingTag, "<c>");
     EXPECT_EQ(file.openTags[2].lineText, "</d><f></f><e x>z");
+}
+
+// A routine may report a tag's text or line as they are; what the run keeps
+// of a finding must not read the document, which the next file replaces.
+TEST(Validator, FindingsKeepNoPartOfTheDocument)
+{
+    struct Kept : FindingReceiver {
+        QList<Finding> findings;
+        void fileFinding(const Finding& finding) override { findings << finding; }
+        void runFinding(const Finding&) override { }
+        void checkEnded(const QString&, const QString&) override { }
+    } kept;
+    const RuleBook reporter { { { QLatin1StringView("NOHRT"),
+                                  [](RuleContext& rule) {
+                                      rule.findings.report(Severity::Error, rule.tag.lineNumber,
+                                          rule.tag.tagText, rule.tag.lineText, 0);
+                                  } } },
+        {} };
+    Fixture fixture("<a> | NOHRT | x\r\n", reporter);
+    RunState& state = fixture.state;
+    state.inputPath = fixture.dir.write("input.xml", "x\r\ny <a>z</a>");
+    const RunServices services = state.services();
+    ValidateRunFile(state,
+        { services.ui, services.installation, services.tables, services.spelling, services.carriedStates,
+            kept, services.now },
+        reporter);
+    ASSERT_EQ(kept.findings.size(), 1);
+    for (const Finding& finding : kept.findings) {
+        EXPECT_FALSE(ReadsText(finding.message, fixture.state.file.wholeText))
+            << finding.message.toStdString();
+        EXPECT_FALSE(ReadsText(finding.data, fixture.state.file.wholeText)) << finding.data.toStdString();
+        EXPECT_EQ(finding.data, "y <a>z</a>");
+    }
+    EXPECT_EQ(kept.findings[0].message, "<a>");
 }
 
 // The driver reads the name and kind of a found tag from its ends; the
