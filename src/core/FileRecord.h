@@ -49,7 +49,23 @@ struct FileRecord {
     // The scanner's records.
     ValidationContext context;
     ValidationContext previousTag;
+    // The records of the tag before and of the last start tag are read by no
+    // rule while the file is checked, only handed on when it ends: the driver
+    // makes previousTag from the last tag's record, and previousStartTag from
+    // where it noted that tag (lastStartTag), once per file.
     ValidationContext previousStartTag;
+    struct StartTagPlace {
+        qsizetype tagStart = -1; // in wholeText; -1 when no start tag was met since the record was made
+        qsizetype tagLength = 0;
+        std::int32_t lineIndex = 0;
+        std::int32_t linePosition = 0;
+        // The enclosing tag where it is a part of the document; -1 when it is
+        // not (a tag carried from an earlier file, or none), and
+        // enclosingOwn holds it.
+        qsizetype enclosingStart = -1;
+        qsizetype enclosingLength = 0;
+        QString enclosingOwn;
+    } lastStartTag;
     QList<ValidationContext> openTags; // oldest first; kept from one file to the next
     OpenTagNames openTagNames; // the numbers of openTags' names, and how many carry each
     QList<std::int32_t> rowStack { 0 }; // element 0 is the base entry
@@ -62,7 +78,15 @@ struct FileRecord {
     // as all the names met before it.
     std::vector<DeclaredRows> declaredRows;
     std::uint32_t declaredRowsFile = 1;
+    // The element the running rules speak of: the declaration row's tag
+    // (elementRow, a row of the table that lives through the run), or before
+    // any row ran the file's first element name.
     QString contextElement;
+    const QString* elementRow = nullptr;
+    const QString& element() const { return elementRow ? *elementRow : contextElement; }
+    // Whether the file met a tag: only then does it hand on the last one
+    // (previousTag is made when the file ends).
+    bool tagMet = false;
     // Upper-cased at loading; a view of the declaration table's text, set by
     // the dispatcher before every routine call.
     QStringView routineParameter;

@@ -40,3 +40,21 @@ inline void AssignUnlessSame(QString& to, const QString& from)
     if (!SamePlace(to, from))
         to = from;
 }
+
+// A part of a text that holds no reference to its buffer: copying it counts
+// nothing, which the driver's per-tag records need, but it reads the text's
+// characters only as long as the text lives. The driver hands the rules each
+// tag's text this way and gives every record it keeps past the document
+// characters of its own (see ReadsText); a rule keeps nothing past its file
+// but what it copied or built.
+inline QString UncountedPart(const QString& whole, qsizetype from, qsizetype length)
+{
+    return QString::fromRawData(whole.constData() + from, length);
+}
+
+// Whether the string reads characters of `whole`'s buffer, by reference or not.
+inline bool ReadsText(const QString& part, const QString& whole)
+{
+    const QChar* begin = whole.constData();
+    return !whole.isEmpty() && part.constData() >= begin && part.constData() < begin + whole.size();
+}

@@ -17,4 +17,10 @@ struct ValidationContext {
     std::int32_t linePosition = 0; // one-based position of "<" in the line
     std::int32_t lineNumber = 0; // one-based
     QString lineText;
+    // An open tag of the document being checked is listed without its line
+    // and enclosing tag, which no rule reads from the list: the driver keeps
+    // where they are and fills them in when the file ends. -1: the record is
+    // whole.
+    std::int32_t enclosingStart = -1; // in the document; -2 when enclosingTag already holds it
+    std::int32_t enclosingLength = 0;
 };

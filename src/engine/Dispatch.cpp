@@ -31,7 +31,7 @@ void runWithContext(FileRecord& state, const RunServices& run, Routine routine)
     ReportedFindings findings(state, run);
     RuleContext context { state.context, state.openTags, state.openTagNames, state.wholeText,
         state.deliveredPath, state.lineStarts, state.toolkit, run.spelling, state.routineParameter,
-        state.parameterSeverity, state.contextElement, run.tables, run.installation.config.ImagePath,
+        state.parameterSeverity, state.element(), run.tables, run.installation.config.ImagePath,
         run.installation.config.ImageFolder, state.ownFileState, state.ownRunState, run.now, findings };
     routine(context);
 }
@@ -82,10 +82,7 @@ void DispatchRow(FileRecord& state, const RunServices& run, const RoutineDeclTab
     if (row < 1 || row > table.rows.size())
         return;
     const RoutineDeclRow& declared = table.rows[row - 1];
-    // Tag after tag hands the same row values again: sharing them is a
-    // reference count, not assigning them is nothing.
-    if (!state.contextElement.isSharedWith(declared.tag))
-        state.contextElement = declared.tag;
+    state.elementRow = &declared.tag;
     for (const RoutineCall& call : declared.routines) {
         state.routineParameter = call.upperParameter;
         state.parameterSeverity = call.parameterSeverity;

@@ -2,6 +2,7 @@
 
 #include "core/FileRecord.h"
 #include "core/RunServices.h"
+#include "core/SharedText.h"
 
 #include <algorithm>
 
@@ -36,8 +37,13 @@ void ReportBySeverity(const FileRecord& state, const RunServices& run, Severity 
     std::int64_t lineNumber, const QString& message, const QString& dataContent, std::int32_t extra)
 {
     const FindingKind kind = severity == Severity::Error ? FindingKind::Error : FindingKind::Warning;
+    // A finding outlives the document: a text that reads it, such as a tag's
+    // text passed on as it is, is copied.
+    const auto kept = [&](const QString& text) {
+        return ReadsText(text, state.wholeText) ? QStringView(text).toString() : text;
+    };
     run.findings.fileFinding(
-        { kind, lineNumber, extra, message, dataContent, QString(state.currentRoutine) });
+        { kind, lineNumber, extra, kept(message), kept(dataContent), QString(state.currentRoutine) });
 }
 
 std::int32_t LineColumnAt(

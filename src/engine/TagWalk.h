@@ -75,23 +75,9 @@ inline FoundTagParts PartsOfFoundTag(QStringView tag)
     return parts;
 }
 
-// Copies the record field by field. The names are shared strings and the
-// texts parts of one document, so a field that already holds the very same
-// characters (the same line, the same name) is left as it is.
-inline void CopyTagRecord(ValidationContext& to, const ValidationContext& from)
-{
-    AssignUnlessSame(to.tagText, from.tagText);
-    AssignUnlessSame(to.tagName, from.tagName);
-    AssignUnlessSame(to.enclosingTag, from.enclosingTag);
-    AssignUnlessSame(to.lineText, from.lineText);
-    to.tagType = from.tagType;
-    to.filePosition = from.filePosition;
-    to.linePosition = from.linePosition;
-    to.lineNumber = from.lineNumber;
-}
-
 // Every field is written: the record may hold any older tag's values. The
-// tag's text and its line are parts of the document's own buffer. Answers
+// tag's line is a part of the document's own buffer, its text a part that
+// holds no reference (UncountedPart). Answers
 // the number the toolkit gives the tag's name.
 inline std::int32_t FillTagContext(ValidationContext& context, ToolkitState& toolkit, const TagMatch& tag,
     const QString& line, std::int32_t lineStart, std::int32_t lineNumber, const QString& enclosingTag)
@@ -100,7 +86,7 @@ inline std::int32_t FillTagContext(ValidationContext& context, ToolkitState& too
     const ToolkitState::Name& name = toolkit.interned(parts.name);
     AssignUnlessSame(context.tagName, name.text);
     context.tagType = parts.kind;
-    context.tagText = SharedPart(line, tag.start, tag.text.size());
+    context.tagText = UncountedPart(line, tag.start, tag.text.size());
     AssignUnlessSame(context.enclosingTag, enclosingTag);
     AssignUnlessSame(context.lineText, line);
     const auto position = static_cast<std::int32_t>(tag.start + 1);

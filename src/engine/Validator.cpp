@@ -75,9 +75,94 @@ void followRowStack(FileRecord& state, const RoutineDeclTable& table, std::int32
     state.currentRow = state.rowStack.size() > 1 ? state.rowStack.last() : 0;
 }
 
+// Where the start tag just read is, for the record made at the file's end.
+void noteStartTag(FileRecord& state, const TagMatch& tag, std::int32_t lineStart, std::int32_t lineNumber)
+{
+    FileRecord::StartTagPlace& place = state.lastStartTag;
+    place.tagStart = lineStart + tag.start;
+    place.tagLength = tag.text.size();
+    place.lineIndex = lineNumber - 1;
+    place.linePosition = state.context.linePosition;
+    const QString& enclosing = state.context.enclosingTag;
+    if (ReadsText(enclosing, state.wholeText)) {
+        place.enclosingStart = enclosing.constData() - state.wholeText.constData();
+        place.enclosingLength = enclosing.size();
+    } else {
+        place.enclosingStart = -1;
+        AssignUnlessSame(place.enclosingOwn, enclosing);
+    }
+}
+
+// Makes the record of the last start tag the file met, as parts of the
+// document like the other records; the record stays as it was when the file
+// met none.
+void settlePreviousStartTag(FileRecord& state)
+{
+    FileRecord::StartTagPlace& place = state.lastStartTag;
+    if (place.tagStart < 0)
+        return;
+    const QString& text = state.wholeText;
+    ValidationContext& record = state.previousStartTag;
+    record.tagType = TagKind::Start;
+    record.tagText = SharedPart(text, place.tagStart, place.tagLength);
+    record.tagName = PartsOfFoundTag(record.tagText).name.toString();
+    record.enclosingTag = place.enclosingStart >= 0
+        ? SharedPart(text, place.enclosingStart, place.enclosingLength)
+        : place.enclosingOwn;
+    const QStringView line = state.line(place.lineIndex);
+    record.lineText = SharedPart(text, line.constData() - text.constData(), line.size());
+    record.linePosition = place.linePosition;
+    record.filePosition = place.linePosition + state.lineStarts[std::size_t(place.lineIndex)];
+    record.lineNumber = place.lineIndex + 1;
+    place = {};
+}
+
+// Lists a start tag as open. Its record takes the tag's text, name and
+// places; its line and enclosing tag, read by no rule from the list, are
+// noted as places and filled in when the file ends (completeOpenTags).
+void openTag(FileRecord& state, std::int32_t nameId)
+{
+    const ValidationContext& tag = state.context;
+    ValidationContext open;
+    open.tagText = tag.tagText;
+    open.tagName = tag.tagName;
+    open.tagType = TagKind::Start;
+    open.filePosition = tag.filePosition;
+    open.linePosition = tag.linePosition;
+    open.lineNumber = tag.lineNumber;
+    if (ReadsText(tag.enclosingTag, state.wholeText)) {
+        open.enclosingStart = std::int32_t(tag.enclosingTag.constData() - state.wholeText.constData());
+        open.enclosingLength = std::int32_t(tag.enclosingTag.size());
+    } else {
+        open.enclosingTag = tag.enclosingTag;
+        open.enclosingStart = -2;
+    }
+    state.openTags.append(std::move(open));
+    state.openTagNames.opened(nameId);
+}
+
+// Fills in the lines and enclosing tags of the open tags this document
+// listed: they are the list's back, after the whole records of earlier files.
+void completeOpenTags(FileRecord& state)
+{
+    const QString& text = state.wholeText;
+    for (qsizetype i = state.openTags.size() - 1; i >= 0; --i) {
+        ValidationContext& open = state.openTags[i];
+        if (open.enclosingStart == -1)
+            break;
+        const QStringView line = state.line(open.lineNumber - 1);
+        open.lineText = SharedPart(text, line.constData() - text.constData(), line.size());
+        if (open.enclosingStart >= 0)
+            open.enclosingTag = SharedPart(text, open.enclosingStart, open.enclosingLength);
+        open.enclosingStart = -1;
+        open.enclosingLength = 0;
+    }
+}
+
 // The records handed on to the next file read parts of this document's
-// buffer. They get characters of their own before the document is dropped,
-// so that a batch keeps one document in memory, not the last one as well.
+// buffer, some without holding it (UncountedPart). They get characters of
+// their own when the file ends: nothing after it may read the document, and
+// a batch keeps one document in memory, not the last one as well.
 // A line is copied once for all its tags; the open tags of earlier files,
 // already copied, are the list's front and are not visited again.
 void keepCarriedTagsOwn(FileRecord& state)
@@ -86,7 +171,7 @@ void keepCarriedTagsOwn(FileRecord& state)
     QString lastLine;
     QString lastCopy;
     const auto own = [&](QString& text) {
-        if (!SharesBuffer(text, document))
+        if (!ReadsText(text, document))
             return;
         if (SamePlace(text, lastLine)) {
             text = lastCopy;
@@ -103,13 +188,26 @@ void keepCarriedTagsOwn(FileRecord& state)
     };
     for (qsizetype i = state.openTags.size() - 1; i >= 0; --i) {
         ValidationContext& open = state.openTags[i];
-        if (!SharesBuffer(open.tagText, document) && !SharesBuffer(open.lineText, document))
+        if (!ReadsText(open.tagText, document) && !ReadsText(open.lineText, document))
             break;
         ownRecord(open);
     }
     ownRecord(state.context);
     ownRecord(state.previousTag);
     ownRecord(state.previousStartTag);
+}
+
+// Makes the records a file hands on whole and gives them characters of their
+// own: nothing read after the file is checked reads its document.
+void settleCarriedTagState(FileRecord& state)
+{
+    if (state.tagMet) {
+        state.previousTag = state.context;
+        state.tagMet = false;
+    }
+    settlePreviousStartTag(state);
+    completeOpenTags(state);
+    keepCarriedTagsOwn(state);
 }
 
 void validateLoadedFile(FileRecord& state, const RunServices& run, const RuleBook& rules)
@@ -157,6 +255,8 @@ void SplitLines(FileRecord& state)
 void ResetPerFileState(FileRecord& state)
 {
     state.contextElement.clear();
+    state.elementRow = nullptr;
+    state.tagMet = false;
     state.routineParameter = {};
     state.toolkit.clearQuotedMarkupNote();
     state.currentRow = 0;
@@ -171,13 +271,15 @@ void ScanLine(FileRecord& state, const RunServices& run, const QString& line, st
     state.toolkit.currentLineNumber = lineNumber;
     const RoutineDeclTable* table = declarations(run);
     TagScanner xml(state.toolkit);
-    bool swapped = false;
     WalkLineTagMatches(xml, line, [&](const TagMatch& tag) {
         const std::int32_t nameId = FillTagContext(
             state.context, state.toolkit, tag, line, lineStart, lineNumber, InnermostOpenTag(state.openTags));
-        if (state.contextElement.isEmpty() && !state.context.tagName.isEmpty()
-            && isLetter(state.context.tagName.front()))
+        state.tagMet = true;
+        if (state.element().isEmpty() && !state.context.tagName.isEmpty()
+            && isLetter(state.context.tagName.front())) {
+            state.elementRow = nullptr;
             state.contextElement = state.context.tagName;
+        }
 
         if (table) {
             // A row tagged "N/A" (any case) runs for every tag.
@@ -188,17 +290,13 @@ void ScanLine(FileRecord& state, const RunServices& run, const QString& line, st
                 DispatchRow(state, run, *table, state.currentRow);
         }
 
-        FollowOpenTags(state.openTags, state.openTagNames, state.context, nameId);
-        if (state.context.tagType == TagKind::Start)
-            CopyTagRecord(state.previousStartTag, state.context);
-        // The record of this tag becomes the previous tag's; the next tag
-        // fills the other record anew, so swapping spares copying it.
-        std::swap(state.previousTag, state.context);
-        swapped = true;
+        if (state.context.tagType == TagKind::Start) {
+            openTag(state, nameId);
+            noteStartTag(state, tag, lineStart, lineNumber);
+        } else {
+            FollowOpenTags(state.openTags, state.openTagNames, state.context, nameId);
+        }
     });
-    // Between lines the current record is the last tag's again.
-    if (swapped)
-        state.context = state.previousTag;
 }
 
 CarriedTagState CarriedTagStateOf(const FileRecord& state)
@@ -213,15 +311,21 @@ void SeedCarriedTagState(FileRecord& state, CarriedTagState carried)
     state.context = std::move(carried.context);
     state.previousTag = std::move(carried.previousTag);
     state.previousStartTag = std::move(carried.previousStartTag);
+    state.lastStartTag = {};
 }
 
 void ValidateFile(FileRecord& state, const RunServices& run, const RuleBook& rules)
 {
+    // However the file ends, the record of its last start tag is made while
+    // its text is still the one loaded.
+    struct SettleAtEnd {
+        FileRecord& state;
+        ~SettleAtEnd() { settleCarriedTagState(state); }
+    } settleAtEnd { state };
     try {
         // Taken before the text is read: whatever changes the file from here
         // on keeps it from passing on as validated.
         state.inputIdentity = FileIdentityOf(state.inputPath);
-        keepCarriedTagsOwn(state);
         state.wholeText = LoadInputText(run.ui, state.inputPath, run.installation.config.Utf8Input);
         state.toolkit.indexText(state.wholeText);
         validateLoadedFile(state, run, rules);

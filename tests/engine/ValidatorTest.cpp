@@ -116,16 +116,65 @@ TEST(Validator, CarriedRecordsDropTheirDocument)
     fixture.validate("</x>");
     const FileRecord& file = fixture.state.file;
     ASSERT_EQ(file.openTags.size(), 2);
-    for (const ValidationContext* record : { &file.openTags[0], &file.openTags[1], &file.previousTag }) {
-        EXPECT_FALSE(SharesBuffer(record->tagText, first)) << record->tagText.toStdString();
-        EXPECT_FALSE(SharesBuffer(record->lineText, first)) << record->tagText.toStdString();
-        EXPECT_FALSE(SharesBuffer(record->enclosingTag, first)) << record->tagText.toStdString();
+    for (const ValidationContext* record :
+        { &file.openTags[0], &file.openTags[1], &file.previousTag, &file.previousStartTag }) {
+        EXPECT_FALSE(ReadsText(record->tagText, first)) << record->tagText.toStdString();
+        EXPECT_FALSE(ReadsText(record->lineText, first)) << record->tagText.toStdString();
+        EXPECT_FALSE(ReadsText(record->enclosingTag, first)) << record->tagText.toStdString();
     }
     EXPECT_EQ(file.openTags[0].lineText, "<a><b>");
     EXPECT_EQ(file.openTags[1].tagText, "<c>");
     EXPECT_EQ(file.openTags[1].enclosingTag, "<b>");
     EXPECT_EQ(file.openTags[1].lineText, "<c></b>");
     EXPECT_EQ(file.previousTag.tagText, "</x>");
+    // A file without start tags leaves the last one of the file before.
+    const auto lastStart = [&] {
+        const ValidationContext& tag = file.previousStartTag;
+        return QStringLiteral("%1 %2 in %3 %4:%5:%6 %7")
+            .arg(tag.tagText, tag.tagName, tag.enclosingTag, QString::number(tag.lineNumber),
+                QString::number(tag.linePosition), QString::number(tag.filePosition), tag.lineText);
+    };
+    EXPECT_EQ(lastStart(), "<c> c in <b> 3:1:12 <c></b>");
+    // Its enclosing tag is one the earlier files left open.
+    fixture.validate("y\r\n</d><f></f><e x>z");
+    EXPECT_EQ(lastStart(), "<e x> e in <c> 2:12:15 </d><f></f><e x>z");
+    ASSERT_EQ(file.openTags.size(), 3);
+    EXPECT_EQ(file.openTags[2].enclosingTag, "<c>");
+    EXPECT_EQ(file.openTags[2].lineText, "</d><f></f><e x>z");
+}
+
+// A routine may report a tag's text or line as they are; what the run keeps
+// of a finding must not read the document, which the next file replaces.
+TEST(Validator, FindingsKeepNoPartOfTheDocument)
+{
+    struct Kept : FindingReceiver {
+        QList<Finding> findings;
+        void fileFinding(const Finding& finding) override { findings << finding; }
+        void runFinding(const Finding&) override { }
+        void checkEnded(const QString&, const QString&) override { }
+    } kept;
+    const RuleBook reporter { { { QLatin1StringView("NOHRT"),
+                                  [](RuleContext& rule) {
+                                      rule.findings.report(Severity::Error, rule.tag.lineNumber,
+                                          rule.tag.tagText, rule.tag.lineText, 0);
+                                  } } },
+        {} };
+    Fixture fixture("<a> | NOHRT | x\r\n", reporter);
+    RunState& state = fixture.state;
+    state.inputPath = fixture.dir.write("input.xml", "x\r\ny <a>z</a>");
+    const RunServices services = state.services();
+    ValidateRunFile(state,
+        { services.ui, services.installation, services.tables, services.spelling, services.carriedStates,
+            kept, services.now },
+        reporter);
+    ASSERT_EQ(kept.findings.size(), 1);
+    for (const Finding& finding : kept.findings) {
+        EXPECT_FALSE(ReadsText(finding.message, fixture.state.file.wholeText))
+            << finding.message.toStdString();
+        EXPECT_FALSE(ReadsText(finding.data, fixture.state.file.wholeText)) << finding.data.toStdString();
+        EXPECT_EQ(finding.data, "y <a>z</a>");
+    }
+    EXPECT_EQ(kept.findings[0].message, "<a>");
 }
 
 // The driver reads the name and kind of a found tag from its ends; the
