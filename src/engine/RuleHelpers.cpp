@@ -67,20 +67,6 @@ void NoteCheckFailure(const FileRecord& state, const RunServices& run, const std
         QString::fromUtf8(failure.what()));
 }
 
-QString EnclosingOpenTag(const FileRecord& state)
-{
-    return OpenTagAbove(state, 0);
-}
-
-QString OpenTagAbove(const FileRecord& state, std::int32_t levels)
-{
-    const qsizetype index = state.openTags.size() - levels - 1;
-    // A negative level would reach past the innermost tag: there is nothing there.
-    if (levels < 0 || index < 0)
-        return QString();
-    return state.openTags[index].tagText;
-}
-
 std::int32_t EnclosingOpenTagPosition(const QList<ValidationContext>& openTags)
 {
     if (openTags.isEmpty() || openTags.last().tagText.isEmpty())

@@ -48,7 +48,5 @@ std::int32_t LineColumnAt(
 void NoteCheckFailure(const FileRecord& state, const RunServices& run, const std::exception& failure);
 
 // Queries of the open start tags (oldest first).
-QString EnclosingOpenTag(const FileRecord& state);
-QString OpenTagAbove(const FileRecord& state, std::int32_t levels);
 std::int32_t EnclosingOpenTagPosition(const QList<ValidationContext>& openTags);
 bool IsTagOpen(const FileRecord& state, const QString& tagName);
