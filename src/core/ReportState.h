@@ -37,6 +37,10 @@ struct ReportState {
     std::unique_ptr<CheckedFile> warningReport;
     std::unique_ptr<CheckedFile> programLog;
     std::unique_ptr<CheckedFile> errorViewLog;
+    // The open file's own reports were written apart, by a batch worker: the
+    // run hears the file's findings again for its other outputs and counts,
+    // but writes no entry of its own.
+    bool fileWrittenApart = false;
 
     // Why this file's check did not finish ("ROUTINE: reason", an input
     // plug-in that failed): the reports say so, one line each before the
@@ -50,6 +54,11 @@ struct ReportState {
     // to the output folder must still be that file.
     FileIdentity inputIdentity;
     bool fileFailed() const { return !checkNotFinished.isEmpty() || !writeFailures.isEmpty(); }
+    // A check of this file that ended early, as its reports name it.
+    void noteCheckNotFinished(const QString& routine, const QString& reason)
+    {
+        checkNotFinished.append(routine + QStringLiteral(": ") + reason);
+    }
     void startFile()
     {
         checkNotFinished.clear();

@@ -14,6 +14,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 using ReportFormat::EntryKind;
@@ -605,6 +606,14 @@ void writeFileFinding(RunRecord& state, const Finding& finding)
     }
 }
 
+// A finding of a file whose entries a batch worker wrote: only the run's
+// count of error entries, which the worker's run does not share, is left.
+void countWrittenApart(ReportState& report, const Finding& finding)
+{
+    if (finding.kind == FindingKind::Error)
+        ++report.runErrorEntries;
+}
+
 // A finding of the run as a whole, made after its last file: a line in the
 // program log and, for an error, an error entry of the run's exit status.
 void writeRunFinding(RunRecord& state, const Finding& finding)
@@ -627,6 +636,8 @@ public:
     {
         if (run_.report.errorReport)
             writeFileFinding(run_, finding);
+        else if (run_.report.fileWrittenApart)
+            countWrittenApart(run_.report, finding);
         else
             writeRunFinding(run_, finding);
     }
@@ -645,26 +656,114 @@ void subscribeFixedReports(RunRecord& state)
 
 } // namespace
 
-void OpenReports(RunRecord& state)
+namespace {
+
+// The names of the file's reports; taken afresh per file: a batch changes
+// only the input path between files.
+void nameFileReports(RunRecord& state)
 {
-    subscribeFixedReports(state);
     ReportState& report = state.report;
-    // Taken afresh per file: a batch changes only the input path between files.
     state.inputFileName = InputFileNameOf(state.inputPath);
     const qsizetype dot = state.inputFileName.lastIndexOf(QLatin1Char('.'));
     report.baseName = dot < 0 ? state.inputFileName : state.inputFileName.left(dot);
     report.extension = dot < 0 ? QString() : state.inputFileName.mid(dot);
     resetFileEntries(report);
-
-    if (state.batchMode) {
-        report.fileStarted = report.now();
-        WriteFileStartToProgramLog(state);
-    }
     report.errorReportPath = state.reportFolder + report.baseName + QStringLiteral(".ERR");
     report.warningReportPath = state.reportFolder + report.baseName + QStringLiteral(".WRN");
+}
+
+void createFileReports(RunRecord& state)
+{
+    ReportState& report = state.report;
     report.errorReport = createReport(state, partial(report.errorReportPath), EntryKind::Error);
     report.warningReport = createReport(state, partial(report.warningReportPath), EntryKind::Warning);
+}
+
+void startBatchFileInLog(RunRecord& state)
+{
+    state.report.fileStarted = state.report.now();
+    WriteFileStartToProgramLog(state);
+}
+
+} // namespace
+
+void OpenReports(RunRecord& state)
+{
+    subscribeFixedReports(state);
+    nameFileReports(state);
+    if (state.batchMode)
+        startBatchFileInLog(state);
+    createFileReports(state);
     state.findingSinks.fileStarted(headerInputPath(state));
+}
+
+void OpenFileReports(RunRecord& state)
+{
+    subscribeFixedReports(state);
+    nameFileReports(state);
+    createFileReports(state);
+}
+
+WrittenFileReports TakeWrittenReports(RunRecord& state)
+{
+    ReportState& report = state.report;
+    WrittenFileReports written;
+    written.baseName = report.baseName;
+    written.extension = report.extension;
+    written.errorReportPath = report.errorReportPath;
+    written.warningReportPath = report.warningReportPath;
+    written.errorCount = report.errorCount;
+    written.warningCount = report.warningCount;
+    written.plainEntryText = std::move(report.plainEntryText);
+    written.columnEntryText = std::move(report.columnEntryText);
+    written.warningList = std::move(report.warningList);
+    written.writeFailures = std::move(report.writeFailures);
+    written.unwrittenPaths = std::move(report.unwrittenPaths);
+    written.fileEnded = report.fileEnded;
+    resetFileEntries(report);
+    report.startFile();
+    return written;
+}
+
+void StartWrittenFile(RunRecord& state, const WrittenFileReports& written)
+{
+    subscribeFixedReports(state);
+    ReportState& report = state.report;
+    state.inputFileName = InputFileNameOf(state.inputPath);
+    report.baseName = written.baseName;
+    report.extension = written.extension;
+    report.errorReportPath = written.errorReportPath;
+    report.warningReportPath = written.warningReportPath;
+    resetFileEntries(report);
+    startBatchFileInLog(state);
+    // The reports whose making failed were refused before anyone heard of
+    // the file; the worker told the operator why.
+    if (!written.opened)
+        return;
+    report.fileWrittenApart = true;
+    state.findingSinks.fileStarted(headerInputPath(state));
+}
+
+void FinishWrittenFile(RunRecord& state, WrittenFileReports& written)
+{
+    ReportState& report = state.report;
+    report.fileWrittenApart = false;
+    report.errorCount = written.errorCount;
+    report.warningCount = written.warningCount;
+    report.plainEntryText = std::move(written.plainEntryText);
+    report.columnEntryText = std::move(written.columnEntryText);
+    report.warningList = std::move(written.warningList);
+    report.writeFailures += written.writeFailures;
+    report.unwrittenPaths.unite(written.unwrittenPaths);
+    report.fileEnded = written.fileEnded;
+}
+
+void DiscardWrittenReports(const WrittenFileReports& written)
+{
+    if (!written.errorReportPath.isEmpty())
+        QFile::remove(partial(written.errorReportPath));
+    if (!written.warningReportPath.isEmpty())
+        QFile::remove(partial(written.warningReportPath));
 }
 
 void ReportFinding(RunRecord& state, const Finding& finding)
@@ -675,7 +774,8 @@ void ReportFinding(RunRecord& state, const Finding& finding)
 void DiscardReports(RunRecord& state)
 {
     ReportState& report = state.report;
-    if (!report.errorReport && !report.warningReport)
+    const bool writtenApart = std::exchange(report.fileWrittenApart, false);
+    if (!report.errorReport && !report.warningReport && !writtenApart)
         return;
     finishFile(report.errorReport);
     finishFile(report.warningReport);
