@@ -234,6 +234,8 @@ public:
         }
         outcome.reports = TakeWrittenReports(state);
         outcome.reports.opened = opened;
+        if (!outcome.failure)
+            CopyReportsAhead(state, outcome.reports);
         outcome.events = std::move(events_.events);
         events_.events.clear();
         outcome.inputIdentity = state.file.inputIdentity;
@@ -392,6 +394,7 @@ void publishOutcome(RunState& state, const PlannedFile& file, FileOutcome& outco
         FinishWrittenFile(state, outcome.reports);
     } catch (...) {
         DiscardReports(state);
+        DiscardWrittenReports(outcome.reports);
         throw;
     }
     PublishFileReports(state);

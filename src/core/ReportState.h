@@ -50,6 +50,10 @@ struct ReportState {
     // ("cannot write PATH: reason"), and the paths concerned.
     QStringList writeFailures;
     QSet<QString> unwrittenPaths;
+    // Copies of this file's reports in the output folder that a batch worker
+    // made ahead, under their names in the making: put in place with the
+    // reports, or dropped.
+    QSet<QString> copiesMadeAhead;
     // The input as it was when it was read for validation: what is passed on
     // to the output folder must still be that file.
     FileIdentity inputIdentity;
@@ -64,6 +68,7 @@ struct ReportState {
         checkNotFinished.clear();
         writeFailures.clear();
         unwrittenPaths.clear();
+        copiesMadeAhead.clear();
         inputIdentity = {};
     }
     // Failures of the run outside any file's check (program logs that could

@@ -484,24 +484,49 @@ const EditorFlavour& editorFlavour(const Configuration& config)
     return none;
 }
 
+// Where the copies of the reports go in the output folder.
+QString reportCopyFolder(const RunRecord& state)
+{
+    QString target = state.outputFolder;
+    if (!state.config.CreateLogFolder.isEmpty())
+        target += state.config.CreateLogFolder + QLatin1Char('/');
+    return target;
+}
+
+// A copy made ahead replaces an earlier run's copy in one step, as the
+// copy made here would.
+void putCopyInPlace(ReportState& report, const QString& copy)
+{
+    const QString part = partial(copy);
+    if (std::rename(QFile::encodeName(part).constData(), QFile::encodeName(copy).constData()) == 0)
+        return;
+    noteUnwritten(report, copy, systemReason(errno));
+    QFile::remove(part);
+    QFile::remove(copy);
+}
+
 // A report that could not be written has no copy either, and an earlier
 // run's copy of it goes.
 void copyReportsToOutput(RunRecord& state)
 {
     ReportState& report = state.report;
-    QString target = state.outputFolder;
-    if (!state.config.CreateLogFolder.isEmpty())
-        target += state.config.CreateLogFolder + QLatin1Char('/');
+    const QString target = reportCopyFolder(state);
     // No separator between output folder and base name: the configured paths carry their own.
     const std::pair<QString, QString> copies[] = {
         { report.warningReportPath, target + report.baseName + QStringLiteral(".WRN") },
         { report.errorReportPath, target + report.baseName + QStringLiteral(".ERR") },
     };
     for (const auto& [reportPath, copy] : copies) {
-        if (report.unwrittenPaths.contains(reportPath))
+        const bool madeAhead = report.copiesMadeAhead.contains(copy);
+        if (report.unwrittenPaths.contains(reportPath)) {
             QFile::remove(copy);
-        else
+            if (madeAhead)
+                QFile::remove(partial(copy));
+        } else if (madeAhead) {
+            putCopyInPlace(report, copy);
+        } else {
             copyOutput(report, reportPath, copy);
+        }
     }
 }
 
@@ -725,6 +750,28 @@ WrittenFileReports TakeWrittenReports(RunRecord& state)
     return written;
 }
 
+void CopyReportsAhead(const RunRecord& state, WrittenFileReports& written)
+{
+    const QString target = reportCopyFolder(state);
+    // Copies that would land on the reports themselves are the run's to
+    // skip, as it does when it copies.
+    if (IsSameFile(state.reportFolder, target))
+        return;
+    const std::pair<QString, QString> copies[] = {
+        { written.warningReportPath, target + written.baseName + QStringLiteral(".WRN") },
+        { written.errorReportPath, target + written.baseName + QStringLiteral(".ERR") },
+    };
+    for (const auto& [reportPath, copy] : copies) {
+        const QString made = partial(reportPath);
+        if (written.unwrittenPaths.contains(made))
+            continue;
+        // Made as the copy's ".part" (through a ".part" of its own), which
+        // the run renames into place.
+        if (copyOver(made, partial(copy)).isEmpty())
+            written.copiesMadeAhead.insert(copy);
+    }
+}
+
 void StartWrittenFile(RunRecord& state, const WrittenFileReports& written)
 {
     subscribeFixedReports(state);
@@ -756,6 +803,7 @@ void FinishWrittenFile(RunRecord& state, WrittenFileReports& written)
     report.writeFailures += written.writeFailures;
     report.unwrittenPaths.unite(written.unwrittenPaths);
     report.fileEnded = written.fileEnded;
+    report.copiesMadeAhead = written.copiesMadeAhead;
 }
 
 void DiscardWrittenReports(const WrittenFileReports& written)
@@ -764,6 +812,8 @@ void DiscardWrittenReports(const WrittenFileReports& written)
         QFile::remove(partial(written.errorReportPath));
     if (!written.warningReportPath.isEmpty())
         QFile::remove(partial(written.warningReportPath));
+    for (const QString& copy : written.copiesMadeAhead)
+        QFile::remove(partial(copy));
 }
 
 void ReportFinding(RunRecord& state, const Finding& finding)

@@ -53,12 +53,18 @@ struct WrittenFileReports {
     QStringList writeFailures;
     QSet<QString> unwrittenPaths;
     QDateTime fileEnded;
+    QSet<QString> copiesMadeAhead; // see CopyReportsAhead
 };
 void OpenFileReports(RunRecord& state);
 WrittenFileReports TakeWrittenReports(RunRecord& state);
+// Copies the completed reports towards the output folder under the copies'
+// names in the making, so that the run only has to put them in place; a copy
+// that cannot be made so is left to the run, which makes it the usual way.
+void CopyReportsAhead(const RunRecord& state, WrittenFileReports& written);
 void StartWrittenFile(RunRecord& state, const WrittenFileReports& written);
 void FinishWrittenFile(RunRecord& state, WrittenFileReports& written);
-// Removes what a worker wrote for a file the run will not publish.
+// Removes what a worker wrote for a file the run will not publish: the
+// reports and copies in the making.
 void DiscardWrittenReports(const WrittenFileReports& written);
 // The program log's first lines of a batch file, with report.fileStarted.
 void WriteFileStartToProgramLog(RunRecord& state);
