@@ -54,6 +54,10 @@ struct ReportState {
     // made ahead, under their names in the making: put in place with the
     // reports, or dropped.
     QSet<QString> copiesMadeAhead;
+    // The report and copy folders compared last ("REPORTS\nCOPIES") and
+    // whether they were one folder, for the copies made ahead.
+    QString copyFolderComparedFor;
+    bool copyFolderIsReportFolder = false;
     // The input as it was when it was read for validation: what is passed on
     // to the output folder must still be that file.
     FileIdentity inputIdentity;

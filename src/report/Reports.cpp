@@ -133,8 +133,12 @@ struct Descriptor {
 // was checked. Returns the reason of a failure, empty on success. Copying a
 // file onto itself would empty it first, so that case is left as it is.
 // Plain descriptors, because a batch makes several copies a file and QFile
-// asks the file system about each file again and again.
-QString copyOver(const QString& source, const QString& destination, const FileIdentity* validated = nullptr)
+// asks the file system about each file again and again. A destination that
+// is itself a name in the making (`making`) is written directly, and the
+// caller knows that it is not the source.
+enum class Destination { Final, Making };
+QString copyOver(const QString& source, const QString& destination, const FileIdentity* validated = nullptr,
+    Destination kind = Destination::Final)
 {
     const QString changed = QStringLiteral("%1 is no longer the file that was validated").arg(source);
     Descriptor from { ::open(QFile::encodeName(source).constData(), O_RDONLY | O_CLOEXEC) };
@@ -146,9 +150,10 @@ QString copyOver(const QString& source, const QString& destination, const FileId
         return source + QStringLiteral(": ") + systemReason(errno);
     if (validated && FileIdentityOf(from.fd) != *validated)
         return changed;
-    if (IsSameFile(source, destination))
+    const bool making = kind == Destination::Making;
+    if (!making && IsSameFile(source, destination))
         return {};
-    const QByteArray part = QFile::encodeName(partial(destination));
+    const QByteArray part = QFile::encodeName(making ? destination : partial(destination));
     QString failure;
     {
         Descriptor to { ::open(part.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666) };
@@ -183,7 +188,8 @@ QString copyOver(const QString& source, const QString& destination, const FileId
     }
     if (failure.isEmpty() && validated && FileIdentityOf(from.fd) != *validated)
         failure = changed;
-    if (failure.isEmpty() && std::rename(part.constData(), QFile::encodeName(destination).constData()) != 0)
+    if (failure.isEmpty() && !making
+        && std::rename(part.constData(), QFile::encodeName(destination).constData()) != 0)
         failure = systemReason(errno);
     if (!failure.isEmpty())
         ::unlink(part.constData());
@@ -750,12 +756,18 @@ WrittenFileReports TakeWrittenReports(RunRecord& state)
     return written;
 }
 
-void CopyReportsAhead(const RunRecord& state, WrittenFileReports& written)
+void CopyReportsAhead(RunRecord& state, WrittenFileReports& written)
 {
     const QString target = reportCopyFolder(state);
     // Copies that would land on the reports themselves are the run's to
-    // skip, as it does when it copies.
-    if (IsSameFile(state.reportFolder, target))
+    // skip, as it does when it copies. The files of a folder follow one
+    // another, so the folders are compared once for all of them.
+    ReportState& report = state.report;
+    if (report.copyFolderComparedFor != state.reportFolder + QLatin1Char('\n') + target) {
+        report.copyFolderComparedFor = state.reportFolder + QLatin1Char('\n') + target;
+        report.copyFolderIsReportFolder = IsSameFile(state.reportFolder, target);
+    }
+    if (report.copyFolderIsReportFolder)
         return;
     const std::pair<QString, QString> copies[] = {
         { written.warningReportPath, target + written.baseName + QStringLiteral(".WRN") },
@@ -765,9 +777,8 @@ void CopyReportsAhead(const RunRecord& state, WrittenFileReports& written)
         const QString made = partial(reportPath);
         if (written.unwrittenPaths.contains(made))
             continue;
-        // Made as the copy's ".part" (through a ".part" of its own), which
-        // the run renames into place.
-        if (copyOver(made, partial(copy)).isEmpty())
+        // Made as the copy's ".part", which the run renames into place.
+        if (copyOver(made, partial(copy), nullptr, Destination::Making).isEmpty())
             written.copiesMadeAhead.insert(copy);
     }
 }

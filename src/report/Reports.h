@@ -60,7 +60,7 @@ WrittenFileReports TakeWrittenReports(RunRecord& state);
 // Copies the completed reports towards the output folder under the copies'
 // names in the making, so that the run only has to put them in place; a copy
 // that cannot be made so is left to the run, which makes it the usual way.
-void CopyReportsAhead(const RunRecord& state, WrittenFileReports& written);
+void CopyReportsAhead(RunRecord& state, WrittenFileReports& written);
 void StartWrittenFile(RunRecord& state, const WrittenFileReports& written);
 void FinishWrittenFile(RunRecord& state, WrittenFileReports& written);
 // Removes what a worker wrote for a file the run will not publish: the
