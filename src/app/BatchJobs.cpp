@@ -186,6 +186,7 @@ public:
     {
         events_.writeReportsOf(state_);
         state_.batchMode = true;
+        state_.report.keepReportBytes = true; // the copies are made from them
         state_.activeTables = main.activeTables;
         state_.report.now = main.report.now; // rules that check dates ask the run's clock
         SeedCarriedTagState(state_.file, { main.file.openTags, {}, {}, {} });

@@ -31,6 +31,9 @@ public:
     }
     // Empty while nothing failed; else the system's reason.
     const QString& failure() const { return failure_; }
+    // Keeps a copy of every byte that reaches the file in `into`, so that
+    // the file can be copied without reading it back.
+    void keepWritten(QByteArray* into) { kept_ = into; }
 
 protected:
     qint64 writeData(const char* data, qint64 length) override
@@ -38,6 +41,8 @@ protected:
         const qint64 written = QFile::writeData(data, length);
         if (written != length)
             noteFailure();
+        if (kept_ && written > 0)
+            kept_->append(data, written);
         return written;
     }
 
@@ -49,4 +54,5 @@ private:
     }
 
     QString failure_;
+    QByteArray* kept_ = nullptr;
 };

@@ -41,6 +41,12 @@ struct ReportState {
     // run hears the file's findings again for its other outputs and counts,
     // but writes no entry of its own.
     bool fileWrittenApart = false;
+    // The bytes of the file's own reports as written, kept by a batch
+    // worker's run (keepReportBytes) for their copies; empty for a report
+    // left empty.
+    bool keepReportBytes = false;
+    QByteArray errorReportBytes;
+    QByteArray warningReportBytes;
 
     // Why this file's check did not finish ("ROUTINE: reason", an input
     // plug-in that failed): the reports say so, one line each before the

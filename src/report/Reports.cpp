@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <tuple>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -133,12 +134,8 @@ struct Descriptor {
 // was checked. Returns the reason of a failure, empty on success. Copying a
 // file onto itself would empty it first, so that case is left as it is.
 // Plain descriptors, because a batch makes several copies a file and QFile
-// asks the file system about each file again and again. A destination that
-// is itself a name in the making (`making`) is written directly, and the
-// caller knows that it is not the source.
-enum class Destination { Final, Making };
-QString copyOver(const QString& source, const QString& destination, const FileIdentity* validated = nullptr,
-    Destination kind = Destination::Final)
+// asks the file system about each file again and again.
+QString copyOver(const QString& source, const QString& destination, const FileIdentity* validated = nullptr)
 {
     const QString changed = QStringLiteral("%1 is no longer the file that was validated").arg(source);
     Descriptor from { ::open(QFile::encodeName(source).constData(), O_RDONLY | O_CLOEXEC) };
@@ -150,10 +147,9 @@ QString copyOver(const QString& source, const QString& destination, const FileId
         return source + QStringLiteral(": ") + systemReason(errno);
     if (validated && FileIdentityOf(from.fd) != *validated)
         return changed;
-    const bool making = kind == Destination::Making;
-    if (!making && IsSameFile(source, destination))
+    if (IsSameFile(source, destination))
         return {};
-    const QByteArray part = QFile::encodeName(making ? destination : partial(destination));
+    const QByteArray part = QFile::encodeName(partial(destination));
     QString failure;
     {
         Descriptor to { ::open(part.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666) };
@@ -188,12 +184,26 @@ QString copyOver(const QString& source, const QString& destination, const FileId
     }
     if (failure.isEmpty() && validated && FileIdentityOf(from.fd) != *validated)
         failure = changed;
-    if (failure.isEmpty() && !making
-        && std::rename(part.constData(), QFile::encodeName(destination).constData()) != 0)
+    if (failure.isEmpty() && std::rename(part.constData(), QFile::encodeName(destination).constData()) != 0)
         failure = systemReason(errno);
     if (!failure.isEmpty())
         ::unlink(part.constData());
     return failure;
+}
+
+// Writes the bytes as a new file; a file that cannot be written whole is
+// not left behind.
+bool writeNewFile(const QString& path, const QByteArray& bytes)
+{
+    const QByteArray name = QFile::encodeName(path);
+    Descriptor file { ::open(name.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666) };
+    if (file.fd < 0)
+        return false;
+    bool whole = writeAll(file.fd, bytes.constData(), bytes.size());
+    whole = ::close(std::exchange(file.fd, -1)) == 0 && whole;
+    if (!whole)
+        ::unlink(name.constData());
+    return whole;
 }
 
 // A copy that is one of the file's own outputs. When it fails, an earlier
@@ -229,6 +239,12 @@ std::unique_ptr<CheckedFile> createReport(RunRecord& state, const QString& path,
     auto file = createFile(path);
     if (!file)
         refuseReports(state);
+    ReportState& report = state.report;
+    if (report.keepReportBytes) {
+        QByteArray& kept = kind == EntryKind::Error ? report.errorReportBytes : report.warningReportBytes;
+        kept.clear();
+        file->keepWritten(&kept);
+    }
     for (const QString& line :
         ReportFormat::reportHeader(state.report.baseName, kind, state.config.XYCoordinates)) {
         const QByteArray bytes = (line + kLineEnd).toUtf8();
@@ -311,6 +327,7 @@ void completeWarningReport(ReportState& report)
     writeLine(report.warningReport.get(), QString());
     if (report.warningCount < 1 && report.checkNotFinished.isEmpty()) {
         finishFileOf(report, report.warningReport);
+        report.warningReportBytes.clear();
         createEmptyFile(report, partial(report.warningReportPath));
     } else {
         writeLine(report.warningReport.get(),
@@ -333,14 +350,18 @@ void completeErrorReport(ReportState& report, std::unique_ptr<CheckedFile> open 
     const QString path = partial(report.errorReportPath);
     if (report.errorCount < 1 && report.checkNotFinished.isEmpty()) {
         finishFileOf(report, open);
+        report.errorReportBytes.clear();
         if (!report.unwrittenPaths.contains(path))
             createEmptyFile(report, path);
         return;
     }
     if (report.unwrittenPaths.contains(path))
         return;
-    if (!open)
+    if (!open) {
         open = openFile(path, QIODevice::WriteOnly | QIODevice::Append);
+        if (open && report.keepReportBytes)
+            open->keepWritten(&report.errorReportBytes);
+    }
     if (!open) {
         noteUnwritten(report, path, QStringLiteral("cannot be opened again"));
         return;
@@ -751,6 +772,10 @@ WrittenFileReports TakeWrittenReports(RunRecord& state)
     written.writeFailures = std::move(report.writeFailures);
     written.unwrittenPaths = std::move(report.unwrittenPaths);
     written.fileEnded = report.fileEnded;
+    written.errorReportBytes = std::move(report.errorReportBytes);
+    written.warningReportBytes = std::move(report.warningReportBytes);
+    report.errorReportBytes.clear();
+    report.warningReportBytes.clear();
     resetFileEntries(report);
     report.startFile();
     return written;
@@ -769,16 +794,18 @@ void CopyReportsAhead(RunRecord& state, WrittenFileReports& written)
     }
     if (report.copyFolderIsReportFolder)
         return;
-    const std::pair<QString, QString> copies[] = {
-        { written.warningReportPath, target + written.baseName + QStringLiteral(".WRN") },
-        { written.errorReportPath, target + written.baseName + QStringLiteral(".ERR") },
+    const std::tuple<QString, QString, const QByteArray&> copies[] = {
+        { written.warningReportPath, target + written.baseName + QStringLiteral(".WRN"),
+            written.warningReportBytes },
+        { written.errorReportPath, target + written.baseName + QStringLiteral(".ERR"),
+            written.errorReportBytes },
     };
-    for (const auto& [reportPath, copy] : copies) {
-        const QString made = partial(reportPath);
-        if (written.unwrittenPaths.contains(made))
+    for (const auto& [reportPath, copy, bytes] : copies) {
+        if (written.unwrittenPaths.contains(partial(reportPath)))
             continue;
-        // Made as the copy's ".part", which the run renames into place.
-        if (copyOver(made, partial(copy), nullptr, Destination::Making).isEmpty())
+        // Made as the copy's ".part", which the run renames into place,
+        // from the bytes the report was written with.
+        if (writeNewFile(partial(copy), bytes))
             written.copiesMadeAhead.insert(copy);
     }
 }

@@ -54,6 +54,8 @@ struct WrittenFileReports {
     QSet<QString> unwrittenPaths;
     QDateTime fileEnded;
     QSet<QString> copiesMadeAhead; // see CopyReportsAhead
+    QByteArray errorReportBytes; // the reports as written, for their copies
+    QByteArray warningReportBytes;
 };
 void OpenFileReports(RunRecord& state);
 WrittenFileReports TakeWrittenReports(RunRecord& state);
