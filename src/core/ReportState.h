@@ -42,11 +42,14 @@ struct ReportState {
     // but writes no entry of its own.
     bool fileWrittenApart = false;
     // The bytes of the file's own reports as written, kept by a batch
-    // worker's run (keepReportBytes) for their copies; empty for a report
-    // left empty.
+    // worker's run (keepReportBytes) for their copies, while they are whole
+    // (a long report is read back instead of held); empty for a report left
+    // empty.
     bool keepReportBytes = false;
     QByteArray errorReportBytes;
     QByteArray warningReportBytes;
+    bool errorBytesWhole = false;
+    bool warningBytesWhole = false;
 
     // Why this file's check did not finish ("ROUTINE: reason", an input
     // plug-in that failed): the reports say so, one line each before the

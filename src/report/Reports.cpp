@@ -23,6 +23,9 @@ using ReportFormat::EntryKind;
 namespace {
 
 const QString kLineEnd = QStringLiteral("\r\n");
+// A batch worker holds at most this much of a report for its copy; a longer
+// report is copied by reading it back, as a single run copies it.
+constexpr qsizetype kKeepReportBytes = 1 << 20;
 const QString kProgramLogRule(45, QLatin1Char('='));
 // Leads each line of a file's reports that says why its check did not finish.
 const QString kCheckNotFinished = QStringLiteral("The check did not finish: ");
@@ -241,9 +244,11 @@ std::unique_ptr<CheckedFile> createReport(RunRecord& state, const QString& path,
         refuseReports(state);
     ReportState& report = state.report;
     if (report.keepReportBytes) {
-        QByteArray& kept = kind == EntryKind::Error ? report.errorReportBytes : report.warningReportBytes;
+        const bool error = kind == EntryKind::Error;
+        QByteArray& kept = error ? report.errorReportBytes : report.warningReportBytes;
         kept.clear();
-        file->keepWritten(&kept);
+        file->keepWritten(
+            &kept, error ? &report.errorBytesWhole : &report.warningBytesWhole, kKeepReportBytes);
     }
     for (const QString& line :
         ReportFormat::reportHeader(state.report.baseName, kind, state.config.XYCoordinates)) {
@@ -328,6 +333,7 @@ void completeWarningReport(ReportState& report)
     if (report.warningCount < 1 && report.checkNotFinished.isEmpty()) {
         finishFileOf(report, report.warningReport);
         report.warningReportBytes.clear();
+        report.warningBytesWhole = true;
         createEmptyFile(report, partial(report.warningReportPath));
     } else {
         writeLine(report.warningReport.get(),
@@ -351,6 +357,7 @@ void completeErrorReport(ReportState& report, std::unique_ptr<CheckedFile> open 
     if (report.errorCount < 1 && report.checkNotFinished.isEmpty()) {
         finishFileOf(report, open);
         report.errorReportBytes.clear();
+        report.errorBytesWhole = true;
         if (!report.unwrittenPaths.contains(path))
             createEmptyFile(report, path);
         return;
@@ -359,8 +366,10 @@ void completeErrorReport(ReportState& report, std::unique_ptr<CheckedFile> open 
         return;
     if (!open) {
         open = openFile(path, QIODevice::WriteOnly | QIODevice::Append);
-        if (open && report.keepReportBytes)
-            open->keepWritten(&report.errorReportBytes);
+        // What was kept of the report before goes on; a report not kept
+        // whole stays so.
+        if (open && report.keepReportBytes && report.errorBytesWhole)
+            open->keepWritten(&report.errorReportBytes, &report.errorBytesWhole, kKeepReportBytes);
     }
     if (!open) {
         noteUnwritten(report, path, QStringLiteral("cannot be opened again"));
@@ -774,6 +783,8 @@ WrittenFileReports TakeWrittenReports(RunRecord& state)
     written.fileEnded = report.fileEnded;
     written.errorReportBytes = std::move(report.errorReportBytes);
     written.warningReportBytes = std::move(report.warningReportBytes);
+    written.errorBytesWhole = std::exchange(report.errorBytesWhole, false);
+    written.warningBytesWhole = std::exchange(report.warningBytesWhole, false);
     report.errorReportBytes.clear();
     report.warningReportBytes.clear();
     resetFileEntries(report);
@@ -794,14 +805,14 @@ void CopyReportsAhead(RunRecord& state, WrittenFileReports& written)
     }
     if (report.copyFolderIsReportFolder)
         return;
-    const std::tuple<QString, QString, const QByteArray&> copies[] = {
+    const std::tuple<QString, QString, const QByteArray&, bool> copies[] = {
         { written.warningReportPath, target + written.baseName + QStringLiteral(".WRN"),
-            written.warningReportBytes },
+            written.warningReportBytes, written.warningBytesWhole },
         { written.errorReportPath, target + written.baseName + QStringLiteral(".ERR"),
-            written.errorReportBytes },
+            written.errorReportBytes, written.errorBytesWhole },
     };
-    for (const auto& [reportPath, copy, bytes] : copies) {
-        if (written.unwrittenPaths.contains(partial(reportPath)))
+    for (const auto& [reportPath, copy, bytes, whole] : copies) {
+        if (!whole || written.unwrittenPaths.contains(partial(reportPath)))
             continue;
         // Made as the copy's ".part", which the run renames into place,
         // from the bytes the report was written with.

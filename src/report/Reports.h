@@ -56,6 +56,8 @@ struct WrittenFileReports {
     QSet<QString> copiesMadeAhead; // see CopyReportsAhead
     QByteArray errorReportBytes; // the reports as written, for their copies
     QByteArray warningReportBytes;
+    bool errorBytesWhole = false; // whether they hold the whole report
+    bool warningBytesWhole = false;
 };
 void OpenFileReports(RunRecord& state);
 WrittenFileReports TakeWrittenReports(RunRecord& state);
