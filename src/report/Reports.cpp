@@ -819,6 +819,9 @@ void CopyReportsAhead(RunRecord& state, WrittenFileReports& written)
         if (writeNewFile(partial(copy), bytes))
             written.copiesMadeAhead.insert(copy);
     }
+    // Done with: the outcome may wait a while for its turn.
+    written.errorReportBytes = {};
+    written.warningReportBytes = {};
 }
 
 void StartWrittenFile(RunRecord& state, const WrittenFileReports& written)
