@@ -39,11 +39,14 @@ struct FileEvent {
     Finding finding = {};
 };
 
-// The worker's operator and finding receiver: nobody watches a worker and it
-// writes no report, so what it tells waits for the main thread, and its
-// progress goes nowhere.
+// The worker's operator and finding receiver: nobody watches a worker, so
+// what it tells waits for the main thread, and its progress goes nowhere. Its
+// findings also write the file's own reports, which only the file writes.
 class FileEvents : public OperatorInterface, public FindingReceiver {
 public:
+    // The run state whose reports the findings write: the worker's own.
+    void writeReportsOf(RunRecord& reports) { reports_ = &reports; }
+
     void messageBox(const QString& text, const QString& title, MessageIcon icon) override
     {
         events.push_back({ FileEvent::Kind::MessageBox, text, title, icon });
@@ -58,21 +61,29 @@ public:
 
     void fileFinding(const Finding& finding) override
     {
+        reports_->receiver().fileFinding(finding);
         events.push_back({ FileEvent::Kind::Finding, {}, {}, {}, finding });
     }
     // Only a run finds anything after its last file; a worker checks files.
     void runFinding(const Finding& finding) override { fileFinding(finding); }
     void checkEnded(const QString& routine, const QString& reason) override
     {
+        // The run counts and tells it when it replays the file; the file's
+        // reports say it before their totals.
+        reports_->report.noteCheckNotFinished(routine, reason);
         events.push_back({ FileEvent::Kind::CheckEnded, routine, reason });
     }
 
     std::vector<FileEvent> events;
+
+private:
+    RunRecord* reports_ = nullptr;
 };
 
 // Everything a file validated on a worker leaves for the main thread.
 struct FileOutcome {
     std::vector<FileEvent> events;
+    WrittenFileReports reports; // the file's own reports, complete but not in place
     std::exception_ptr failure;
     FileIdentity inputIdentity; // the input as the worker read it
     RuleRunStates carried; // the file's shares of what rules carry to the next file
@@ -154,7 +165,9 @@ private:
 
 // A worker: its own run state over the run's installation, which it only
 // reads, validating the files it is handed one at a time, in batch order. It
-// opens no report: the main thread writes the reports as it replays the file.
+// writes the file's own reports under their names in the making; the main
+// thread, replaying the file in batch order, writes what the files share and
+// puts the reports in place.
 //
 // A file starts from the open-tag list the files before it leave. Each
 // worker keeps that list in its own state and brings it forward itself: the
@@ -171,7 +184,9 @@ public:
         , number_(number)
         , state_(events_, main.installation)
     {
+        events_.writeReportsOf(state_);
         state_.batchMode = true;
+        state_.report.keepReportBytes = true; // the copies are made from them
         state_.activeTables = main.activeTables;
         state_.report.now = main.report.now; // rules that check dates ask the run's clock
         SeedCarriedTagState(state_.file, { main.file.openTags, {}, {}, {} });
@@ -187,6 +202,9 @@ public:
         state.inputPath = file.path;
         state.currentInputPath = file.path;
         state.inputFileName = InputFileNameOf(file.path);
+        state.reportFolder = file.reportFolder;
+        state.outputFolder = file.outputFolder;
+        state.report.startFile();
         for (; listFor_ < job.index; ++listFor_)
             ApplyOpenTagEffect(
                 state.file.openTags, state.file.openTagNames, state.file.toolkit, effects_[listFor_]);
@@ -202,14 +220,23 @@ public:
         state.carriedStates.startFileApart();
 
         FileOutcome outcome;
+        bool opened = false;
         try {
+            OpenFileReports(state);
+            opened = true;
             ValidateRunFile(state,
                 { events_, *state.installation, state.activeTables, spelling_, state.carriedStates, events_,
                     state.report.now },
                 Rules());
+            CompleteFileReports(state);
         } catch (...) {
             outcome.failure = std::current_exception();
+            DiscardReports(state);
         }
+        outcome.reports = TakeWrittenReports(state);
+        outcome.reports.opened = opened;
+        if (!outcome.failure)
+            CopyReportsAhead(state, outcome.reports);
         outcome.events = std::move(events_.events);
         events_.events.clear();
         outcome.inputIdentity = state.file.inputIdentity;
@@ -285,6 +312,16 @@ public:
         awaitedCount_ = 0;
     }
     // The outcome of the file when it is done, without waiting.
+    // Every outcome not collected, once the workers are stopped.
+    std::vector<FileOutcome> leftOver()
+    {
+        std::lock_guard lock(mutex_);
+        std::vector<FileOutcome> left;
+        for (auto& [index, outcome] : outcomes_)
+            left.push_back(std::move(outcome));
+        outcomes_.clear();
+        return left;
+    }
     std::optional<FileOutcome> collect(int index)
     {
         std::lock_guard lock(mutex_);
@@ -316,9 +353,10 @@ private:
     int awaitedCount_ = 0; // none awaited
 };
 
-// Replays a worker's file into the main run state: its reports are opened,
-// written and published there, in batch order, as the file validated there
-// would have left them.
+// Replays a worker's file into the main run state, in batch order: the
+// program logs, the sinks and the run's counts hear it as if it had been
+// validated there, and the reports the worker wrote are put in place and
+// published as that file would have left them.
 void publishOutcome(RunState& state, const PlannedFile& file, FileOutcome& outcome)
 {
     state.inputPath = file.path;
@@ -332,7 +370,7 @@ void publishOutcome(RunState& state, const PlannedFile& file, FileOutcome& outco
     // replay and hold the workers back.
     state.report.startFile();
     try {
-        OpenReports(state);
+        StartWrittenFile(state, outcome.reports);
         FindingReceiver& reports = state.receiver();
         for (const FileEvent& event : outcome.events) {
             switch (event.kind) {
@@ -354,9 +392,10 @@ void publishOutcome(RunState& state, const PlannedFile& file, FileOutcome& outco
         if (outcome.failure)
             std::rethrow_exception(outcome.failure);
         state.report.inputIdentity = outcome.inputIdentity;
-        CompleteFileReports(state);
+        FinishWrittenFile(state, outcome.reports);
     } catch (...) {
         DiscardReports(state);
+        DiscardWrittenReports(outcome.reports);
         throw;
     }
     PublishFileReports(state);
@@ -459,6 +498,7 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
     constexpr std::chrono::milliseconds kLongestWait(50);
     const int ahead = together + 16 * jobs;
     int posted = 0;
+    std::optional<FileOutcome> outcome; // collected, not yet published
     try {
         for (int published = 0; published < total;) {
             for (; posted < total && posted - published < ahead; ++posted)
@@ -466,10 +506,11 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
             // Whatever is done is published at the latest when the wait
             // runs out, so big files move the progress bar one by one.
             board.awaitDelivered(published, std::min(together, total - published), kLongestWait);
-            while (std::optional<FileOutcome> outcome = board.collect(published)) {
+            while ((outcome = board.collect(published))) {
                 observer.fileStarted(published + 1, total, plan.files[published].path);
                 known = handedOn(known, outcome->handedOn);
                 publishOutcome(state, plan.files[published], *outcome);
+                outcome.reset();
                 ++published;
                 state.ui.setProgressRange(0, total);
                 state.ui.setProgressValue(published);
@@ -479,9 +520,13 @@ void validateSideBySide(RunState& state, const BatchPlan& plan, int jobs, BatchO
         }
     } catch (...) {
         // One file after another, the files after a failing one would never
-        // have been validated: what the workers finished of them goes, and
-        // they wrote nothing.
+        // have been validated: what the workers finished of them goes, with
+        // the reports they wrote under their names in the making.
         stopWorkers();
+        if (outcome)
+            DiscardWrittenReports(outcome->reports);
+        for (const FileOutcome& dropped : board.leftOver())
+            DiscardWrittenReports(dropped.reports);
         throw;
     }
     stopWorkers();

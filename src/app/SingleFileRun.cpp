@@ -17,6 +17,8 @@
 #include <QProcess>
 #include <QSet>
 #include <csignal>
+#include <cstring>
+#include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -167,9 +169,36 @@ InputRefusal::Found InputRefusal::identityOf(const QString& path)
     const auto known = identities_.constFind(path);
     if (known != identities_.cend())
         return *known;
+    // A new job's folders are empty: one look at each spares a batch a
+    // question per file it would write, all asked before any file is read.
+    if (seenEmpty(path.left(path.lastIndexOf(QLatin1Char('/')) + 1)))
+        return identities_.insert(path, {}).value();
     struct stat info { };
     const bool exists = ::stat(QFile::encodeName(path).constData(), &info) == 0;
     return identities_.insert(path, { exists, info.st_dev, info.st_ino }).value();
+}
+
+// Whether the folder could be read and held nothing. Nothing is written
+// while the inputs are refused, so the answer holds for all of them.
+bool InputRefusal::seenEmpty(const QString& folder)
+{
+    if (folder.isEmpty())
+        return false;
+    const auto known = emptyFolders_.constFind(folder);
+    if (known != emptyFolders_.cend())
+        return *known;
+    bool empty = false;
+    if (DIR* listing = ::opendir(QFile::encodeName(folder).constData())) {
+        empty = true;
+        while (const dirent* entry = ::readdir(listing)) {
+            if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0) {
+                empty = false;
+                break;
+            }
+        }
+        ::closedir(listing);
+    }
+    return emptyFolders_.insert(folder, empty).value();
 }
 
 QString InputRefusal::canonicalFolder(const QString& folder)

@@ -52,11 +52,13 @@ private:
         ino_t inode = 0;
     };
     Found identityOf(const QString& path);
+    bool seenEmpty(const QString& folder);
     QString canonicalFolder(const QString& folder);
     bool insideRunTempFolder(bool linked);
 
     RunState& state_;
     QHash<QString, Found> identities_;
+    QHash<QString, bool> emptyFolders_;
     QHash<QString, QString> canonicalFolders_;
 };
 

@@ -31,6 +31,16 @@ public:
     }
     // Empty while nothing failed; else the system's reason.
     const QString& failure() const { return failure_; }
+    // Keeps a copy of every byte that reaches the file in `into`, so that
+    // the file can be copied without reading it back, up to `atMost` bytes:
+    // past them, `into` is emptied and `whole` turns false.
+    void keepWritten(QByteArray* into, bool* whole, qsizetype atMost)
+    {
+        kept_ = into;
+        keptWhole_ = whole;
+        keepAtMost_ = atMost;
+        *keptWhole_ = true;
+    }
 
 protected:
     qint64 writeData(const char* data, qint64 length) override
@@ -38,6 +48,15 @@ protected:
         const qint64 written = QFile::writeData(data, length);
         if (written != length)
             noteFailure();
+        if (kept_ && written > 0) {
+            if (kept_->size() + written <= keepAtMost_) {
+                kept_->append(data, written);
+            } else {
+                kept_->clear();
+                *keptWhole_ = false;
+                kept_ = nullptr;
+            }
+        }
         return written;
     }
 
@@ -49,4 +68,7 @@ private:
     }
 
     QString failure_;
+    QByteArray* kept_ = nullptr;
+    bool* keptWhole_ = nullptr;
+    qsizetype keepAtMost_ = 0;
 };

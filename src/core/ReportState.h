@@ -37,6 +37,19 @@ struct ReportState {
     std::unique_ptr<CheckedFile> warningReport;
     std::unique_ptr<CheckedFile> programLog;
     std::unique_ptr<CheckedFile> errorViewLog;
+    // The open file's own reports were written apart, by a batch worker: the
+    // run hears the file's findings again for its other outputs and counts,
+    // but writes no entry of its own.
+    bool fileWrittenApart = false;
+    // The bytes of the file's own reports as written, kept by a batch
+    // worker's run (keepReportBytes) for their copies, while they are whole
+    // (a long report is read back instead of held); empty for a report left
+    // empty.
+    bool keepReportBytes = false;
+    QByteArray errorReportBytes;
+    QByteArray warningReportBytes;
+    bool errorBytesWhole = false;
+    bool warningBytesWhole = false;
 
     // Why this file's check did not finish ("ROUTINE: reason", an input
     // plug-in that failed): the reports say so, one line each before the
@@ -46,15 +59,29 @@ struct ReportState {
     // ("cannot write PATH: reason"), and the paths concerned.
     QStringList writeFailures;
     QSet<QString> unwrittenPaths;
+    // Copies of this file's reports in the output folder that a batch worker
+    // made ahead, under their names in the making: put in place with the
+    // reports, or dropped.
+    QSet<QString> copiesMadeAhead;
+    // The report and copy folders compared last ("REPORTS\nCOPIES") and
+    // whether they were one folder, for the copies made ahead.
+    QString copyFolderComparedFor;
+    bool copyFolderIsReportFolder = false;
     // The input as it was when it was read for validation: what is passed on
     // to the output folder must still be that file.
     FileIdentity inputIdentity;
     bool fileFailed() const { return !checkNotFinished.isEmpty() || !writeFailures.isEmpty(); }
+    // A check of this file that ended early, as its reports name it.
+    void noteCheckNotFinished(const QString& routine, const QString& reason)
+    {
+        checkNotFinished.append(routine + QStringLiteral(": ") + reason);
+    }
     void startFile()
     {
         checkNotFinished.clear();
         writeFailures.clear();
         unwrittenPaths.clear();
+        copiesMadeAhead.clear();
         inputIdentity = {};
     }
     // Failures of the run outside any file's check (program logs that could

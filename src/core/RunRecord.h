@@ -130,5 +130,5 @@ inline void RunReceiver::checkEnded(const QString& routine, const QString& reaso
     run_.ui.diagnostic(
         QStringLiteral("%1: %2 ended early: %3")
             .arg(run_.inputFileName.isEmpty() ? run_.inputPath : run_.inputFileName, routine, reason));
-    run_.report.checkNotFinished.append(routine + QStringLiteral(": ") + reason);
+    run_.report.noteCheckNotFinished(routine, reason);
 }

@@ -13,7 +13,9 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <tuple>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 using ReportFormat::EntryKind;
@@ -21,6 +23,9 @@ using ReportFormat::EntryKind;
 namespace {
 
 const QString kLineEnd = QStringLiteral("\r\n");
+// A batch worker holds at most this much of a report for its copy; a longer
+// report is copied by reading it back, as a single run copies it.
+constexpr qsizetype kKeepReportBytes = 1 << 20;
 const QString kProgramLogRule(45, QLatin1Char('='));
 // Leads each line of a file's reports that says why its check did not finish.
 const QString kCheckNotFinished = QStringLiteral("The check did not finish: ");
@@ -189,6 +194,21 @@ QString copyOver(const QString& source, const QString& destination, const FileId
     return failure;
 }
 
+// Writes the bytes as a new file; a file that cannot be written whole is
+// not left behind.
+bool writeNewFile(const QString& path, const QByteArray& bytes)
+{
+    const QByteArray name = QFile::encodeName(path);
+    Descriptor file { ::open(name.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666) };
+    if (file.fd < 0)
+        return false;
+    bool whole = writeAll(file.fd, bytes.constData(), bytes.size());
+    whole = ::close(std::exchange(file.fd, -1)) == 0 && whole;
+    if (!whole)
+        ::unlink(name.constData());
+    return whole;
+}
+
 // A copy that is one of the file's own outputs. When it fails, an earlier
 // run's file of that name goes too: it would pass for this run's.
 void copyOutput(ReportState& report, const QString& source, const QString& destination,
@@ -222,6 +242,14 @@ std::unique_ptr<CheckedFile> createReport(RunRecord& state, const QString& path,
     auto file = createFile(path);
     if (!file)
         refuseReports(state);
+    ReportState& report = state.report;
+    if (report.keepReportBytes) {
+        const bool error = kind == EntryKind::Error;
+        QByteArray& kept = error ? report.errorReportBytes : report.warningReportBytes;
+        kept.clear();
+        file->keepWritten(
+            &kept, error ? &report.errorBytesWhole : &report.warningBytesWhole, kKeepReportBytes);
+    }
     for (const QString& line :
         ReportFormat::reportHeader(state.report.baseName, kind, state.config.XYCoordinates)) {
         const QByteArray bytes = (line + kLineEnd).toUtf8();
@@ -304,6 +332,8 @@ void completeWarningReport(ReportState& report)
     writeLine(report.warningReport.get(), QString());
     if (report.warningCount < 1 && report.checkNotFinished.isEmpty()) {
         finishFileOf(report, report.warningReport);
+        report.warningReportBytes.clear();
+        report.warningBytesWhole = true;
         createEmptyFile(report, partial(report.warningReportPath));
     } else {
         writeLine(report.warningReport.get(),
@@ -326,14 +356,21 @@ void completeErrorReport(ReportState& report, std::unique_ptr<CheckedFile> open 
     const QString path = partial(report.errorReportPath);
     if (report.errorCount < 1 && report.checkNotFinished.isEmpty()) {
         finishFileOf(report, open);
+        report.errorReportBytes.clear();
+        report.errorBytesWhole = true;
         if (!report.unwrittenPaths.contains(path))
             createEmptyFile(report, path);
         return;
     }
     if (report.unwrittenPaths.contains(path))
         return;
-    if (!open)
+    if (!open) {
         open = openFile(path, QIODevice::WriteOnly | QIODevice::Append);
+        // What was kept of the report before goes on; a report not kept
+        // whole stays so.
+        if (open && report.keepReportBytes && report.errorBytesWhole)
+            open->keepWritten(&report.errorReportBytes, &report.errorBytesWhole, kKeepReportBytes);
+    }
     if (!open) {
         noteUnwritten(report, path, QStringLiteral("cannot be opened again"));
         return;
@@ -483,24 +520,49 @@ const EditorFlavour& editorFlavour(const Configuration& config)
     return none;
 }
 
+// Where the copies of the reports go in the output folder.
+QString reportCopyFolder(const RunRecord& state)
+{
+    QString target = state.outputFolder;
+    if (!state.config.CreateLogFolder.isEmpty())
+        target += state.config.CreateLogFolder + QLatin1Char('/');
+    return target;
+}
+
+// A copy made ahead replaces an earlier run's copy in one step, as the
+// copy made here would.
+void putCopyInPlace(ReportState& report, const QString& copy)
+{
+    const QString part = partial(copy);
+    if (std::rename(QFile::encodeName(part).constData(), QFile::encodeName(copy).constData()) == 0)
+        return;
+    noteUnwritten(report, copy, systemReason(errno));
+    QFile::remove(part);
+    QFile::remove(copy);
+}
+
 // A report that could not be written has no copy either, and an earlier
 // run's copy of it goes.
 void copyReportsToOutput(RunRecord& state)
 {
     ReportState& report = state.report;
-    QString target = state.outputFolder;
-    if (!state.config.CreateLogFolder.isEmpty())
-        target += state.config.CreateLogFolder + QLatin1Char('/');
+    const QString target = reportCopyFolder(state);
     // No separator between output folder and base name: the configured paths carry their own.
     const std::pair<QString, QString> copies[] = {
         { report.warningReportPath, target + report.baseName + QStringLiteral(".WRN") },
         { report.errorReportPath, target + report.baseName + QStringLiteral(".ERR") },
     };
     for (const auto& [reportPath, copy] : copies) {
-        if (report.unwrittenPaths.contains(reportPath))
+        const bool madeAhead = report.copiesMadeAhead.contains(copy);
+        if (report.unwrittenPaths.contains(reportPath)) {
             QFile::remove(copy);
-        else
+            if (madeAhead)
+                QFile::remove(partial(copy));
+        } else if (madeAhead) {
+            putCopyInPlace(report, copy);
+        } else {
             copyOutput(report, reportPath, copy);
+        }
     }
 }
 
@@ -605,6 +667,14 @@ void writeFileFinding(RunRecord& state, const Finding& finding)
     }
 }
 
+// A finding of a file whose entries a batch worker wrote: only the run's
+// count of error entries, which the worker's run does not share, is left.
+void countWrittenApart(ReportState& report, const Finding& finding)
+{
+    if (finding.kind == FindingKind::Error)
+        ++report.runErrorEntries;
+}
+
 // A finding of the run as a whole, made after its last file: a line in the
 // program log and, for an error, an error entry of the run's exit status.
 void writeRunFinding(RunRecord& state, const Finding& finding)
@@ -627,6 +697,8 @@ public:
     {
         if (run_.report.errorReport)
             writeFileFinding(run_, finding);
+        else if (run_.report.fileWrittenApart)
+            countWrittenApart(run_.report, finding);
         else
             writeRunFinding(run_, finding);
     }
@@ -645,26 +717,155 @@ void subscribeFixedReports(RunRecord& state)
 
 } // namespace
 
-void OpenReports(RunRecord& state)
+namespace {
+
+// The names of the file's reports; taken afresh per file: a batch changes
+// only the input path between files.
+void nameFileReports(RunRecord& state)
 {
-    subscribeFixedReports(state);
     ReportState& report = state.report;
-    // Taken afresh per file: a batch changes only the input path between files.
     state.inputFileName = InputFileNameOf(state.inputPath);
     const qsizetype dot = state.inputFileName.lastIndexOf(QLatin1Char('.'));
     report.baseName = dot < 0 ? state.inputFileName : state.inputFileName.left(dot);
     report.extension = dot < 0 ? QString() : state.inputFileName.mid(dot);
     resetFileEntries(report);
-
-    if (state.batchMode) {
-        report.fileStarted = report.now();
-        WriteFileStartToProgramLog(state);
-    }
     report.errorReportPath = state.reportFolder + report.baseName + QStringLiteral(".ERR");
     report.warningReportPath = state.reportFolder + report.baseName + QStringLiteral(".WRN");
+}
+
+void createFileReports(RunRecord& state)
+{
+    ReportState& report = state.report;
     report.errorReport = createReport(state, partial(report.errorReportPath), EntryKind::Error);
     report.warningReport = createReport(state, partial(report.warningReportPath), EntryKind::Warning);
+}
+
+void startBatchFileInLog(RunRecord& state)
+{
+    state.report.fileStarted = state.report.now();
+    WriteFileStartToProgramLog(state);
+}
+
+} // namespace
+
+void OpenReports(RunRecord& state)
+{
+    subscribeFixedReports(state);
+    nameFileReports(state);
+    if (state.batchMode)
+        startBatchFileInLog(state);
+    createFileReports(state);
     state.findingSinks.fileStarted(headerInputPath(state));
+}
+
+void OpenFileReports(RunRecord& state)
+{
+    subscribeFixedReports(state);
+    nameFileReports(state);
+    createFileReports(state);
+}
+
+WrittenFileReports TakeWrittenReports(RunRecord& state)
+{
+    ReportState& report = state.report;
+    WrittenFileReports written;
+    written.baseName = report.baseName;
+    written.extension = report.extension;
+    written.errorReportPath = report.errorReportPath;
+    written.warningReportPath = report.warningReportPath;
+    written.errorCount = report.errorCount;
+    written.warningCount = report.warningCount;
+    written.plainEntryText = std::move(report.plainEntryText);
+    written.columnEntryText = std::move(report.columnEntryText);
+    written.warningList = std::move(report.warningList);
+    written.writeFailures = std::move(report.writeFailures);
+    written.unwrittenPaths = std::move(report.unwrittenPaths);
+    written.fileEnded = report.fileEnded;
+    written.errorReportBytes = std::move(report.errorReportBytes);
+    written.warningReportBytes = std::move(report.warningReportBytes);
+    written.errorBytesWhole = std::exchange(report.errorBytesWhole, false);
+    written.warningBytesWhole = std::exchange(report.warningBytesWhole, false);
+    report.errorReportBytes.clear();
+    report.warningReportBytes.clear();
+    resetFileEntries(report);
+    report.startFile();
+    return written;
+}
+
+void CopyReportsAhead(RunRecord& state, WrittenFileReports& written)
+{
+    const QString target = reportCopyFolder(state);
+    // Copies that would land on the reports themselves are the run's to
+    // skip, as it does when it copies. The files of a folder follow one
+    // another, so the folders are compared once for all of them.
+    ReportState& report = state.report;
+    if (report.copyFolderComparedFor != state.reportFolder + QLatin1Char('\n') + target) {
+        report.copyFolderComparedFor = state.reportFolder + QLatin1Char('\n') + target;
+        report.copyFolderIsReportFolder = IsSameFile(state.reportFolder, target);
+    }
+    if (report.copyFolderIsReportFolder)
+        return;
+    const std::tuple<QString, QString, const QByteArray&, bool> copies[] = {
+        { written.warningReportPath, target + written.baseName + QStringLiteral(".WRN"),
+            written.warningReportBytes, written.warningBytesWhole },
+        { written.errorReportPath, target + written.baseName + QStringLiteral(".ERR"),
+            written.errorReportBytes, written.errorBytesWhole },
+    };
+    for (const auto& [reportPath, copy, bytes, whole] : copies) {
+        if (!whole || written.unwrittenPaths.contains(partial(reportPath)))
+            continue;
+        // Made as the copy's ".part", which the run renames into place,
+        // from the bytes the report was written with.
+        if (writeNewFile(partial(copy), bytes))
+            written.copiesMadeAhead.insert(copy);
+    }
+    // Done with: the outcome may wait a while for its turn.
+    written.errorReportBytes = {};
+    written.warningReportBytes = {};
+}
+
+void StartWrittenFile(RunRecord& state, const WrittenFileReports& written)
+{
+    subscribeFixedReports(state);
+    ReportState& report = state.report;
+    state.inputFileName = InputFileNameOf(state.inputPath);
+    report.baseName = written.baseName;
+    report.extension = written.extension;
+    report.errorReportPath = written.errorReportPath;
+    report.warningReportPath = written.warningReportPath;
+    resetFileEntries(report);
+    startBatchFileInLog(state);
+    // The reports whose making failed were refused before anyone heard of
+    // the file; the worker told the operator why.
+    if (!written.opened)
+        return;
+    report.fileWrittenApart = true;
+    state.findingSinks.fileStarted(headerInputPath(state));
+}
+
+void FinishWrittenFile(RunRecord& state, WrittenFileReports& written)
+{
+    ReportState& report = state.report;
+    report.fileWrittenApart = false;
+    report.errorCount = written.errorCount;
+    report.warningCount = written.warningCount;
+    report.plainEntryText = std::move(written.plainEntryText);
+    report.columnEntryText = std::move(written.columnEntryText);
+    report.warningList = std::move(written.warningList);
+    report.writeFailures += written.writeFailures;
+    report.unwrittenPaths.unite(written.unwrittenPaths);
+    report.fileEnded = written.fileEnded;
+    report.copiesMadeAhead = written.copiesMadeAhead;
+}
+
+void DiscardWrittenReports(const WrittenFileReports& written)
+{
+    if (!written.errorReportPath.isEmpty())
+        QFile::remove(partial(written.errorReportPath));
+    if (!written.warningReportPath.isEmpty())
+        QFile::remove(partial(written.warningReportPath));
+    for (const QString& copy : written.copiesMadeAhead)
+        QFile::remove(partial(copy));
 }
 
 void ReportFinding(RunRecord& state, const Finding& finding)
@@ -675,7 +876,8 @@ void ReportFinding(RunRecord& state, const Finding& finding)
 void DiscardReports(RunRecord& state)
 {
     ReportState& report = state.report;
-    if (!report.errorReport && !report.warningReport)
+    const bool writtenApart = std::exchange(report.fileWrittenApart, false);
+    if (!report.errorReport && !report.warningReport && !writtenApart)
         return;
     finishFile(report.errorReport);
     finishFile(report.warningReport);

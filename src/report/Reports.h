@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/Finding.h"
+#include "core/ReportState.h"
 
 #include <QSet>
 #include <QString>
@@ -29,6 +30,46 @@ void CloseReports(RunRecord& state);
 // logs and the output copies (one file after another, in batch order).
 void CompleteFileReports(RunRecord& state);
 void PublishFileReports(RunRecord& state);
+// A batch file's own reports written apart from the run, so that the files
+// validated side by side also write their reports side by side. In a run
+// state of its own (a batch worker's), OpenFileReports opens the file's
+// reports, whose entries its findings write, and CompleteFileReports gives
+// them their totals; TakeWrittenReports hands over what the run needs of
+// them. The run, in batch order, starts the file in its program log and sinks
+// (StartWrittenFile), hears the file's findings again without writing them,
+// takes the written reports over (FinishWrittenFile) and publishes them
+// (PublishFileReports), or drops them (DiscardReports).
+struct WrittenFileReports {
+    bool opened = false; // both reports were made, so the sinks hear of the file
+    QString baseName;
+    QString extension;
+    QString errorReportPath;
+    QString warningReportPath;
+    std::int32_t errorCount = 0;
+    std::int32_t warningCount = 0;
+    QString plainEntryText;
+    QString columnEntryText;
+    QList<WarningRecord> warningList;
+    QStringList writeFailures;
+    QSet<QString> unwrittenPaths;
+    QDateTime fileEnded;
+    QSet<QString> copiesMadeAhead; // see CopyReportsAhead
+    QByteArray errorReportBytes; // the reports as written, for their copies
+    QByteArray warningReportBytes;
+    bool errorBytesWhole = false; // whether they hold the whole report
+    bool warningBytesWhole = false;
+};
+void OpenFileReports(RunRecord& state);
+WrittenFileReports TakeWrittenReports(RunRecord& state);
+// Copies the completed reports towards the output folder under the copies'
+// names in the making, so that the run only has to put them in place; a copy
+// that cannot be made so is left to the run, which makes it the usual way.
+void CopyReportsAhead(RunRecord& state, WrittenFileReports& written);
+void StartWrittenFile(RunRecord& state, const WrittenFileReports& written);
+void FinishWrittenFile(RunRecord& state, WrittenFileReports& written);
+// Removes what a worker wrote for a file the run will not publish: the
+// reports and copies in the making.
+void DiscardWrittenReports(const WrittenFileReports& written);
 // The program log's first lines of a batch file, with report.fileStarted.
 void WriteFileStartToProgramLog(RunRecord& state);
 // Drops the reports of a file whose run ended before they were closed; the

@@ -126,9 +126,10 @@ struct BatchResult {
 };
 
 // Runs the batch of the installation's input folder in a run state of its
-// own, into its own working and output folders.
+// own, into its own working and output folders (one folder for both with
+// `outputIsWork`).
 BatchResult runBatch(const Installation& inst, const QString& name, int jobs,
-    const QStringList& selected = {}, const QString& cacheFolder = {})
+    const QStringList& selected = {}, const QString& cacheFolder = {}, bool outputIsWork = false)
 {
     RecordingOperator ui;
     RunState state(ui);
@@ -137,7 +138,7 @@ BatchResult runBatch(const Installation& inst, const QString& name, int jobs,
     EventSink sink;
     state.findingSinks.subscribe(sink);
     const QString work = inst.root() + name + "-work/";
-    const QString output = inst.root() + name + "-output/";
+    const QString output = outputIsWork ? work : inst.root() + name + "-output/";
     QDir().mkpath(work); // the boxes name folders that exist
     QDir().mkpath(output);
     BatchRequest request { .inputFolder = inst.inputPath(),
@@ -303,6 +304,18 @@ TEST(BatchJobs, CarriedStepNumbersEndAsOneAfterAnotherLeavesThem)
     expectSameRun(sequential, runBatch(inst, "two", 2));
     ASSERT_FALSE(sequential.stepNumbers.isEmpty());
     EXPECT_EQ(sequential.stepNumbers.last(), 3); // the step row, after the header
+}
+
+TEST(BatchJobs, CopiesOfReportsThatLandOnTheReportsAreSkippedAtEveryJobCount)
+{
+    // With the output folder the working folder, each report's copy is the
+    // report itself and each clean input passes on beside its reports.
+    Installation inst;
+    installSampleRules(inst, false);
+    writeGeneratedBatch(inst);
+    const BatchResult sequential = runBatch(inst, "one", 1, {}, {}, true);
+    EXPECT_TRUE(sequential.work.contains("gen/part000/doc00000.ERR"));
+    expectSameRun(sequential, runBatch(inst, "four", 4, {}, {}, true));
 }
 
 TEST(BatchJobs, ReportsAreTheSameAtEveryJobCountAndCacheState)
