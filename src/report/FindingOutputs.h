@@ -18,7 +18,7 @@ struct FileFindings {
     int warnings = 0;
     // Why the file failed (its check did not finish, an output of it could
     // not be written); empty for a file checked whole.
-    QStringList failures;
+    QStringList failures {};
 };
 
 // A whole run as the machine-readable outputs describe it.

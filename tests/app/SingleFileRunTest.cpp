@@ -37,7 +37,7 @@ TEST(SingleFileRun, MemoryRunningOutFailsTheFile)
     inst.setLimits("-v 200000");
     const auto result = inst.run({ "--json", inst.root() + "o.json", input });
     EXPECT_EQ(result.exitCode, 2);
-    for (const QString& report : { "a.ERR", "a.WRN" }) {
+    for (const char* report : { "a.ERR", "a.WRN" }) {
         const QByteArray text = Installation::read(inst.workPath() + report);
         EXPECT_TRUE(text.contains("\r\nThe check did not finish: CheckSpecialCharacters: ")
             && text.contains("Not enough memory"))
@@ -165,9 +165,9 @@ TEST(SingleFileRun, WritesThatFailFailTheFileAndLeaveNoPiece)
         inst.writeSpecialCharacters("\"(space)(space)\",\"Double space found\",\"WARNING\",\"I\"\r\n");
         const QString input = inst.writeInput("a.xml", row.input);
         // An earlier run's report and copy, and what a killed run left.
-        for (const QString& earlier : { "work/a.WRN", "output//inputa.WRN", "output//inputa.xml" })
+        for (const char* earlier : { "work/a.WRN", "output//inputa.WRN", "output//inputa.xml" })
             writeFile(inst.root() + earlier, "from an earlier run");
-        for (const QString& piece : { "work/old.ERR.part", "output//inputold.xml.part" })
+        for (const char* piece : { "work/old.ERR.part", "output//inputold.xml.part" })
             writeFile(inst.root() + piece, "cut short");
         if (row.workReportIsFolder) {
             QFile::remove(inst.workPath() + "a.WRN");
@@ -179,9 +179,9 @@ TEST(SingleFileRun, WritesThatFailFailTheFileAndLeaveNoPiece)
         EXPECT_TRUE(result.standardError.contains("cannot write " + inst.root() + row.unwritten + ": "))
             << row.name << ": " << result.standardError.toStdString();
         EXPECT_FALSE(QFile::exists(inst.outputPath() + "/inputa.xml")) << row.name;
-        for (const QString& earlier : { "work/a.WRN", "output//inputa.WRN" }) {
+        for (const char* earlier : { "work/a.WRN", "output//inputa.WRN" }) {
             EXPECT_NE(Installation::read(inst.root() + earlier), "from an earlier run")
-                << row.name << " " << earlier.toStdString();
+                << row.name << " " << earlier;
         }
         const QStringList pieces
             = QDir(inst.workPath()).entryList({ "*.part" }) + QDir(inst.outputPath()).entryList({ "*.part" });
