@@ -1,7 +1,8 @@
 #include "core/UnitSearch.h"
 
+#include "support/RandomText.h"
+
 #include <QString>
-#include <cstdint>
 #include <gtest/gtest.h>
 
 namespace {
@@ -11,13 +12,9 @@ namespace {
 // a plain walk stops.
 TEST(UnitSearchTest, IndexOfEitherStopsWhereAPlainWalkStops)
 {
-    const QString alphabet = QStringLiteral("ab<>\r\n \u3c3c");
-    std::uint32_t seed = 5;
-    const auto next = [&seed] { return (seed = seed * 1103515245u + 12345u) >> 16; };
+    std::mt19937 random(5);
     for (int round = 0; round < 500; ++round) {
-        QString text;
-        for (std::uint32_t n = next() % 40; n > 0; --n)
-            text += alphabet[qsizetype(next() % alphabet.size())];
+        const QString text = RandomText(random, int(random() % 40), u"ab<>\r\n \u3c3c");
         const char16_t first = round % 2 ? u'<' : u'\r';
         const char16_t second = round % 3 ? u'>' : u'<';
         for (qsizetype from = 0; from <= text.size(); ++from) {

@@ -1,5 +1,7 @@
 #include "engine/RegExp.h"
 
+#include "support/RandomText.h"
+
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <thread>
@@ -9,6 +11,20 @@
 namespace {
 
 using namespace Qt::Literals::StringLiterals;
+
+// A shortened form of a pattern must find what its general form finds.
+void expectSameMatches(const RegExp& shortened, const RegExp& general, const QString& text)
+{
+    const QList<RegExpMatch> expected = general.execute(text);
+    const QList<RegExpMatch> found = shortened.execute(text);
+    ASSERT_EQ(found.size(), expected.size())
+        << shortened.pattern().toStdString() << " in " << text.toStdString();
+    for (qsizetype i = 0; i < found.size(); ++i) {
+        EXPECT_EQ(found[i].index, expected[i].index) << shortened.pattern().toStdString();
+        EXPECT_EQ(found[i].value, expected[i].value) << shortened.pattern().toStdString();
+        EXPECT_EQ(found[i].submatches, expected[i].submatches) << shortened.pattern().toStdString();
+    }
+}
 
 // Runs `search`, which must fail with a message that holds `text`.
 template <typename Search> void expectPatternError(Search search, const QString& text)
@@ -147,25 +163,14 @@ TEST(RegExpTest, BoundaryBeforeAWordCharacterMatchesTheGeneralTest)
     const QStringList patterns { u"\\b\\w"_s, u"\\b\\w+"_s, u"\\B\\w+?"_s, u"\\b(\\w+) \\1\\b"_s,
         u"\\B(\\w)."_s, u"(\\b\\w)+"_s, u"(?=\\b\\w)."_s, u"x|\\b\\w-"_s, u"\\b(\\w|-)"_s, u"\\b(\\w+)?-"_s,
         u"\\b\\w*-"_s, u"\\b(\\w[)|]+)"_s, u"\\B(\\w(-)?)"_s };
-    const QString alphabet = u"aZ_1 -)|\u00e9"_s;
-    std::uint32_t seed = 7;
-    const auto next = [&seed] { return (seed = seed * 1103515245u + 12345u) >> 16; };
+    std::mt19937 random(7);
     for (int round = 0; round < 300; ++round) {
-        QString text;
-        for (std::uint32_t n = next() % 24; n > 0; --n)
-            text += alphabet[qsizetype(next() % alphabet.size())];
+        const QString text = RandomText(random, int(random() % 24), u"aZ_1 -)|\u00e9");
         for (const QString& pattern : patterns) {
             const bool ignoreCase = round % 2 != 0;
             const QString general
                 = QString(pattern).replace(u"\\b"_s, u"\\b(?:)"_s).replace(u"\\B"_s, u"\\B(?:)"_s);
-            const QList<RegExpMatch> expected = RegExp(general, true, ignoreCase).execute(text);
-            const QList<RegExpMatch> found = RegExp(pattern, true, ignoreCase).execute(text);
-            ASSERT_EQ(found.size(), expected.size()) << pattern.toStdString() << " in " << text.toStdString();
-            for (qsizetype i = 0; i < found.size(); ++i) {
-                EXPECT_EQ(found[i].index, expected[i].index) << pattern.toStdString();
-                EXPECT_EQ(found[i].value, expected[i].value) << pattern.toStdString();
-                EXPECT_EQ(found[i].submatches, expected[i].submatches) << pattern.toStdString();
-            }
+            expectSameMatches(RegExp(pattern, true, ignoreCase), RegExp(general, true, ignoreCase), text);
         }
     }
 }
@@ -177,22 +182,13 @@ TEST(RegExpTest, LeadingPairSearchMatchesTheGeneralSearch)
 {
     const QStringList patterns { u"  "_s, u"( )( )"_s, u"a "_s, u"(?:A1)x"_s, u"&a"_s, u"1 1"_s, u"\u00e9 "_s,
         u"\t\t"_s, u"aa"_s };
-    const QString alphabet = u"  aA1\t&x\u00e9\u00c9"_s;
-    std::uint32_t seed = 11;
-    const auto next = [&seed] { return (seed = seed * 1103515245u + 12345u) >> 16; };
+    std::mt19937 random(11);
     for (int round = 0; round < 400; ++round) {
-        QString text;
-        for (std::uint32_t n = next() % 48; n > 0; --n)
-            text += alphabet[qsizetype(next() % alphabet.size())];
+        const QString text = RandomText(random, int(random() % 48), u"  aA1\t&x\u00e9\u00c9");
         for (const QString& pattern : patterns) {
             const bool ignoreCase = round % 2 != 0;
-            const QList<RegExpMatch> expected = RegExp(u"(?=)"_s + pattern, true, ignoreCase).execute(text);
-            const QList<RegExpMatch> found = RegExp(pattern, true, ignoreCase).execute(text);
-            ASSERT_EQ(found.size(), expected.size()) << pattern.toStdString() << " in " << text.toStdString();
-            for (qsizetype i = 0; i < found.size(); ++i) {
-                EXPECT_EQ(found[i].index, expected[i].index) << pattern.toStdString();
-                EXPECT_EQ(found[i].value, expected[i].value) << pattern.toStdString();
-            }
+            expectSameMatches(
+                RegExp(pattern, true, ignoreCase), RegExp(u"(?=)"_s + pattern, true, ignoreCase), text);
         }
     }
 }

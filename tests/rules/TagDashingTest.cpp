@@ -4,6 +4,7 @@
 #include "rules/ConversionText.h"
 #include "rules/ConvertToTag.h"
 #include "rules/LiteralConversion.h"
+#include "support/RandomText.h"
 #include "support/RecordingOperator.h"
 #include "text/TagScanner.h"
 
@@ -11,17 +12,6 @@
 #include <random>
 
 namespace {
-
-// Random texts over few characters, so that stray "<", repeated tag texts
-// and tags joined by a replacement all turn up often.
-QString randomText(std::mt19937& random, int length, QStringView alphabet)
-{
-    std::uniform_int_distribution<qsizetype> pick(0, alphabet.size() - 1);
-    QString text;
-    for (int i = 0; i < length; ++i)
-        text += alphabet[pick(random)];
-    return text;
-}
 
 QString randomTagText(std::mt19937& random, int pieces)
 {
@@ -43,7 +33,7 @@ TEST(TagDashing, SameAsReplacingEveryOccurrence)
     std::mt19937 random(12);
     for (int round = 0; round < 20000; ++round) {
         const QString text
-            = round % 2 ? randomText(random, round % 40, u"<<>>ab-") : randomTagText(random, round % 30);
+            = round % 2 ? RandomText(random, round % 40, u"<<>>ab-") : randomTagText(random, round % 30);
         ASSERT_EQ(DashTags(text), Literal::DashTags(text)) << text.toStdString();
     }
 }
@@ -90,7 +80,7 @@ TEST(PrecedingText, LastWordNeedsOnlyTheRawTail)
 {
     std::mt19937 random(5);
     for (int round = 0; round < 5000; ++round) {
-        const QString whole = round % 2 ? randomTagText(random, 20) : randomText(random, 30, u"<>ab9 -");
+        const QString whole = round % 2 ? randomTagText(random, 20) : RandomText(random, 30, u"<>ab9 -");
         const qsizetype start = std::uniform_int_distribution<qsizetype>(0, whole.size())(random);
         const qsizetype end = std::uniform_int_distribution<qsizetype>(start, whole.size())(random);
         ASSERT_EQ(LastWordBefore(whole, start, end), Literal::LastWord(whole.mid(start, end - start)))
@@ -108,7 +98,7 @@ TEST(CaselessFinder, FindsWhatTheLibrarySearchFinds)
         QString(QChar(0xD801)) + QChar(0xDC00) + "k", ".", "" };
     std::mt19937 random(23);
     for (int round = 0; round < 2000; ++round) {
-        const QString text = randomText(random, 30, alphabet);
+        const QString text = RandomText(random, 30, alphabet);
         const qsizetype from = std::uniform_int_distribution<qsizetype>(0, 32)(random);
         for (const QString& needle : needles) {
             std::vector<qsizetype> expected;
@@ -127,7 +117,7 @@ TEST(WholeWordIndex, SameAsSearchingTheRangeAlone)
     std::mt19937 random(17);
     const QStringList words = { "Fig", "fig.", "a", "9", "-", "Fig9", "" };
     for (int round = 0; round < 3000; ++round) {
-        const QString whole = round % 2 ? randomTagText(random, 30) : randomText(random, 60, u"FfIiGg9 -a");
+        const QString whole = round % 2 ? randomTagText(random, 30) : RandomText(random, 60, u"FfIiGg9 -a");
         // One index per word serves every range, asked in any order, as for the elements of one file.
         std::vector<WholeWordIndex> indexes;
         for (const QString& word : words)
